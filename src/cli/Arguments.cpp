@@ -1,0 +1,194 @@
+#include "cli/Arguments.h"
+
+#include <set>
+#include <span>
+#include <stdexcept>
+#include <string_view>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "media/Language.h"
+#include "platform/Text.h"
+
+namespace kestrel {
+
+namespace {
+
+template <typename Enumeration>
+Enumeration parseCase(const std::string &option, const std::string &word, std::span<const Enumeration> cases)
+{
+    std::vector<std::string_view> names;
+    for (const Enumeration candidate : cases) {
+        if (id(candidate) == word)
+            return candidate;
+        names.push_back(id(candidate));
+    }
+    throw UsageError(fmt::format("{} kennt den Wert „{}“ nicht. Möglich sind: {}.", option,
+                                 Text::repaired(word), fmt::join(names, ", ")));
+}
+
+std::set<std::string> parseLanguages(const std::string &list)
+{
+    std::set<std::string> languages;
+    for (std::size_t start = 0; start <= list.size();) {
+        const std::size_t end = std::min(list.find(',', start), list.size());
+        const std::string word(Text::trimmed(std::string_view(list).substr(start, end - start)));
+        start = end + 1;
+        if (word.empty())
+            continue;
+        const std::string code = Language::normalize(word, std::nullopt);
+        if (code == Language::unknown && Text::lower(word) != Language::unknown)
+            throw UsageError(fmt::format("--languages kennt die Sprache „{}“ nicht. Erwartet werden "
+                                         "Kürzel mit Kommas dazwischen, zum Beispiel deu,eng.",
+                                         Text::repaired(word)));
+        languages.insert(code);
+    }
+    return languages;
+}
+
+template <typename Enumeration>
+void addChoice(CLI::App &command, const std::string &option, Enumeration &field,
+               std::span<const Enumeration> cases)
+{
+    command.add_option_function<std::string>(
+        option, [&field, option, cases](const std::string &word) { field = parseCase(option, word, cases); });
+}
+
+void addSettings(CLI::App &command, Arguments &arguments)
+{
+    ConversionSettings &settings = arguments.settings;
+    command.add_option_function<std::string>("--codec", [&](const std::string &word) {
+        settings.codec = parseCase("--codec", word, allCodecs());
+        arguments.isCodecChosen = true;
+    });
+    addChoice(command, "--quality", settings.quality, allQualities());
+    addChoice(command, "--resolution", settings.resolution, allResolutions());
+    command.add_option_function<std::string>(
+        "--languages", [&](const std::string &list) { settings.audioLanguages = parseLanguages(list); });
+    addChoice(command, "--unknown-audio", settings.unknownAudio, allUnknownAudioPolicies());
+    command.add_flag("--drop-commentary,!--no-drop-commentary", settings.dropCommentary);
+    command.add_flag("--convert-lossless,!--no-convert-lossless", settings.convertLosslessAudio);
+    addChoice(command, "--container", settings.container, allContainers());
+    addChoice(command, "--output", settings.outputMode, allOutputModes());
+    command.add_option("--jobs", settings.parallelJobs)->check([](const std::string &word) {
+        const bool isNumber = !word.empty() && word.size() < 10 &&
+                              word.find_first_not_of("0123456789") == std::string::npos;
+        return isNumber ? "" : "--jobs erwartet eine ganze Zahl ab 0 (0: alle Dateien zugleich).";
+    });
+}
+
+CLI::App *addFolderCommand(CLI::App &app, const char *name, Arguments &arguments)
+{
+    CLI::App *command = app.add_subcommand(name);
+    command->set_help_flag("");
+    command->add_option("FOLDER", arguments.folder)->required();
+    command->add_flag("--json", arguments.json);
+    addSettings(*command, arguments);
+    return command;
+}
+
+std::string inGerman(const CLI::ParseError &error)
+{
+    if (dynamic_cast<const CLI::RequiredError *>(&error) != nullptr)
+        return "Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos";
+    if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr)
+        return "Zu einer Option fehlt der Wert, oder sie hat einen zu viel.";
+    const std::string_view what = error.what();
+    // A check of ours comes as "OPTION: sentence".
+    if (dynamic_cast<const CLI::ValidationError *>(&error) != nullptr)
+        if (const auto colon = what.find(": "); colon != std::string_view::npos)
+            return std::string(what.substr(colon + 2));
+    if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr) {
+        const auto colon = what.find(": ");
+        return "Unbekanntes Argument: " +
+               Text::repaired(colon == std::string_view::npos ? what : what.substr(colon + 2));
+    }
+    return "Der Aufruf ist nicht verständlich.";
+}
+
+} // namespace
+
+Arguments parseArguments(int count, const char *const *words)
+{
+    Arguments arguments;
+    const std::span given(words, static_cast<std::size_t>(count));
+    for (const std::string_view word : given.subspan(given.empty() ? 0 : 1)) {
+        if (word == "--")
+            break;
+        if (word == "--help" || word == "-h" || word == "--version") {
+            arguments.command =
+                word == "--version" ? Arguments::Command::version : Arguments::Command::help;
+            return arguments;
+        }
+    }
+    if (given.size() < 2)
+        throw UsageError("Es fehlt ein Befehl: plan, convert, measure oder doctor.");
+
+    CLI::App app;
+    app.set_help_flag("");
+    app.require_subcommand(1);
+    const CLI::App *plan = addFolderCommand(app, "plan", arguments);
+    const CLI::App *convert = addFolderCommand(app, "convert", arguments);
+    CLI::App *measure = addFolderCommand(app, "measure", arguments);
+    measure->add_option("--count", arguments.count)->check([](const std::string &word) {
+        const bool isNumber = !word.empty() && word.size() < 10 &&
+                              word.find_first_not_of("0123456789") == std::string::npos &&
+                              word.find_first_not_of('0') != std::string::npos;
+        return isNumber ? "" : "--count erwartet eine ganze Zahl ab 1.";
+    });
+    CLI::App *doctor = app.add_subcommand("doctor");
+    doctor->set_help_flag("");
+    try {
+        app.parse(count, words);
+    } catch (const CLI::RequiredError &) {
+        if (app.get_subcommands().empty())
+            throw UsageError(fmt::format("Den Befehl „{}“ gibt es nicht. Möglich sind: plan, convert, "
+                                         "measure, doctor.",
+                                         Text::repaired(given[1])));
+        throw UsageError("Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos");
+    } catch (const CLI::ParseError &error) {
+        throw UsageError(inGerman(error));
+    }
+    using Command = Arguments::Command;
+    arguments.command = plan->parsed()      ? Command::plan
+                        : convert->parsed() ? Command::convert
+                        : measure->parsed() ? Command::measure
+                                            : Command::doctor;
+    return arguments;
+}
+
+std::string helpText()
+{
+    return R"(Kestrel macht eine private Videosammlung kleiner, ohne sichtbaren Verlust.
+
+Aufruf:
+  kestrel plan ORDNER [--json]                  zeigt, was geschähe, und ändert nichts
+  kestrel convert ORDNER [--json]               konvertiert alles, was zu tun ist
+  kestrel measure ORDNER [--count N] [--json]   misst Stichproben (6, wenn nichts gesagt ist)
+  kestrel doctor                                zeigt Werkzeuge, Ordner und was fehlt
+  kestrel --help | --version
+
+Einstellungen (für plan, convert und measure; zuerst steht, was ohne Angabe gilt):
+  --codec hevcX265|av1SVT|keepVideo             Zielcodec, oder das Bild behalten
+  --quality high|maximal|veryHigh|medium|small  Qualitätsstufe
+  --resolution original|p2160|p1440|p1080|p720|p576
+                                                größte Bildgröße
+  --languages deu                               Tonspuren, die bleiben; mehrere: deu,eng; "" für keine
+  --unknown-audio keepAll|keepDefault           Tonspuren ohne Sprache: alle, oder nur die Standardspur
+  --drop-commentary, --no-drop-commentary       Kommentare und Audiodeskription weglassen
+  --no-convert-lossless, --convert-lossless     verlustfreien Ton in E-AC3 umwandeln
+  --container mkv|mp4                           Dateiformat
+  --output replaceOriginal|separateFolder       Original ersetzen (es kommt in den Papierkorb), oder
+                                                daneben in „ORDNER (Kestrel)“ schreiben
+  --jobs 2                                      so viele Dateien zugleich; 0: alle
+
+Strg-C hört sauber auf: Was nicht fertig ist, bleibt, wie es war.
+
+Rückgabe: 0 fertig oder nichts zu tun, 1 eine Datei ist gescheitert, 2 falscher Aufruf, Werkzeug
+fehlt oder Ordner nicht lesbar, 130 abgebrochen.
+)";
+}
+
+} // namespace kestrel

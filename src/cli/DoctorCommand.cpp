@@ -1,0 +1,108 @@
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include <fmt/format.h>
+
+#include "cli/Commands.h"
+#include "cli/Terminal.h"
+#include "encoding/SwapJournal.h"
+#include "media/ByteFormat.h"
+#include "media/Log.h"
+#include "media/ProcessRunner.h"
+#include "media/Tools.h"
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "platform/Text.h"
+#include "platform/Volume.h"
+
+#include <unistd.h>
+
+namespace kestrel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char *installFFmpeg = "sudo apt install ffmpeg";
+
+void row(const std::string &name, const std::string &value, const std::string &remark = "")
+{
+    fmt::print("  {}{} {}{}\n", name, std::string(static_cast<std::size_t>(std::max(1, 22 - Text::columns(name))), ' '),
+               value, remark.empty() ? "" : "  – " + remark);
+}
+
+std::string probeVersion(const fs::path &ffprobe, const std::stop_token &stop)
+{
+    const std::string text = Text::repaired(ProcessRunner::run(ffprobe, {"-version"}, stop).standardOutput);
+    return text.substr(0, text.find('\n'));
+}
+
+void capability(const char *name, bool isThere, const char *use, const char *remedy)
+{
+    row(name, isThere ? Terminal::green("ja") : Terminal::red("nein"),
+        isThere ? use : fmt::format("{}; {}", use, remedy));
+}
+
+void tellTools(const Tools &tools, const std::stop_token &stop)
+{
+    row("ffmpeg", tools.ffmpeg.native(), tools.version);
+    row("ffprobe", tools.ffprobe.native(), probeVersion(tools.ffprobe, stop));
+    capability("libx265", tools.hasX265, "HEVC kodieren", installFFmpeg);
+    capability("libsvtav1", tools.hasSVTAV1, "AV1 kodieren", installFFmpeg);
+    capability("libvmaf", tools.hasVMAF, "Qualität messen und den CRF-Wert suchen",
+               "Debians ffmpeg hat den Filter nicht: ein ffmpeg mit libvmaf nach /usr/local/bin legen "
+               "(siehe README)");
+}
+
+// What is there, and whether it may be changed.
+std::string state(const fs::path &path)
+{
+    if (!Files::exists(path))
+        return "noch nicht angelegt";
+    if (::access(path.c_str(), W_OK) != 0)
+        return Terminal::red("nicht beschreibbar");
+    const auto attributes = Files::tryAttributes(path);
+    if (attributes && attributes->isRegular)
+        return ByteFormat::string(attributes->size);
+    const auto free = Volume::freeBytes(path);
+    return free ? ByteFormat::string(*free) + " frei" : "";
+}
+
+void place(const char *name, const fs::path &path)
+{
+    row(name, Terminal::shown(path.native()), state(path));
+}
+
+} // namespace
+
+int runDoctor(const Interrupt &interrupt)
+{
+    int status = ExitStatus::done;
+    fmt::print("{}\n", Terminal::bold("Werkzeuge"));
+    try {
+        tellTools(Tools::locate(interrupt.token()), interrupt.token());
+    } catch (const ToolError &error) {
+        fmt::print("  {}\n", Terminal::red(error.what()));
+        row("Unter Debian", installFFmpeg);
+        status = ExitStatus::unusable;
+    }
+    std::string folders;
+    for (const auto &folder : Tools::folders())
+        folders += (folders.empty() ? "" : ", ") + folder.native();
+    row("gesucht in", folders);
+
+    fmt::print("\n{}\n", Terminal::bold("Ordner und Dateien"));
+    place("Protokoll", Paths::home() / "Library/Logs/Kestrel/Kestrel.log");
+    place("Tauschvorgänge", SwapJournal::file());
+    place("Arbeitsordner", Paths::caches() / "Kestrel/Arbeit");
+    place("Sperrdatei", Paths::runtime() / "Kestrel/instanz.lock");
+    place("Temporäres", Paths::temporary());
+    place("Papierkorb", Paths::applicationSupport() / "Trash");
+    row("neben den Videos", ".*.kestrel-tmp.*, .*.kestrel-upload, .*.kestrel-original",
+        "versteckte Arbeitsdateien, nur während eines Laufs");
+    row("neben dem Ordner", "„ORDNER (Kestrel)“", "Ausgabe bei --output separateFolder");
+    return status;
+}
+
+} // namespace kestrel

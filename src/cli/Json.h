@@ -1,0 +1,32 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "cli/FolderPlan.h"
+#include "encoding/StorageLocation.h"
+#include "media/MediaInfo.h"
+#include "planning/Estimator.h"
+#include "planning/Plan.h"
+#include "planning/SampleResult.h"
+
+// The records as JSON: keys in the order of the fields, null for what is absent, derived values last.
+namespace kestrel::Json {
+
+using Value = nlohmann::ordered_json;
+
+Value text(const std::filesystem::path &path); // broken bytes become U+FFFD
+Value value(const StorageLocation &location);
+Value value(const MediaInfo &info);
+Value value(const Plan &plan);
+Value value(const SizeEstimate &estimate);
+Value value(const SampleResult &result);
+Value value(const PlanTotals &totals);
+Value value(const PlannedFile &file, const ConversionSettings &settings, const std::filesystem::path &root);
+
+// On one line, whatever bytes are in it.
+std::string line(const Value &value);
+
+} // namespace kestrel::Json

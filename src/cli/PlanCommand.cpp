@@ -1,0 +1,143 @@
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "cli/Commands.h"
+#include "cli/Json.h"
+#include "cli/Table.h"
+#include "cli/Terminal.h"
+#include "format/Fmt.h"
+#include "platform/Text.h"
+
+namespace kestrel {
+
+namespace {
+
+// "Ton 1/3" where something is done to the tracks, nothing otherwise.
+template <typename Decision>
+void describeTracks(std::vector<std::string> &parts, const char *name, const std::vector<Decision> &decisions)
+{
+    std::size_t kept = 0, converted = 0;
+    for (const Decision &decision : decisions) {
+        kept += decision.action == StreamAction::drop ? 0 : 1;
+        converted += decision.action == StreamAction::convert ? 1 : 0;
+    }
+    if (kept != decisions.size())
+        parts.push_back(fmt::format("{} {} von {}", name, kept, decisions.size()));
+    if (converted > 0)
+        parts.push_back(fmt::format("{} umwandeln", name));
+}
+
+std::string describeVideo(const MediaInfo &info, const Plan &plan, const ConversionSettings &settings)
+{
+    if (!info.video)
+        return "kein Bild";
+    const std::string source = fmt::format("{} {}", info.video->codecDisplay(), info.video->resolutionClass());
+    if (!plan.encodesVideo())
+        return source + " behalten";
+    return fmt::format("{} → {}{}{} {}", source, shortName(settings.codec),
+                       plan.scales ? fmt::format(" {}×{}", plan.outputWidth, plan.outputHeight) : "",
+                       plan.deinterlace ? " Vollbilder" : "", qualityLabel(settings.codec, plan.qualityValue));
+}
+
+std::string describe(const PlannedFile &file, const ConversionSettings &settings)
+{
+    if (file.probeError)
+        return "nicht lesbar: " + Terminal::shown(*file.probeError);
+    if (file.mayBeIncomplete)
+        return "wird evtl. noch kopiert";
+    if (file.plan->isNoop)
+        return "nichts zu tun";
+    std::vector<std::string> parts{describeVideo(*file.info, *file.plan, settings)};
+    describeTracks(parts, "Ton", file.plan->audio);
+    describeTracks(parts, "Untertitel", file.plan->subtitles);
+    return Terminal::shown(fmt::format("{}", fmt::join(parts, " · ")));
+}
+
+std::string renderTable(const FolderPlan &plan, const ConversionSettings &settings)
+{
+    using Alignment = Table::Alignment;
+    Table table({{"Datei", Alignment::left, true},
+                 {"Größe", Alignment::right},
+                 {"danach", Alignment::right},
+                 {"", Alignment::right},
+                 {"was geschieht", Alignment::left, true}});
+    for (const auto &file : plan.files) {
+        std::vector<std::string> cells{Terminal::shown(file.relativePath.native()), "–", "–", "",
+                                       describe(file, settings)};
+        if (file.info)
+            cells[1] = Fmt::bytes(file.info->fileSize);
+        if (file.isActionable()) {
+            const auto source = static_cast<double>(file.info->fileSize);
+            cells[2] = Fmt::bytes(file.estimate->total());
+            cells[3] = Fmt::change(source, file.estimate->total());
+        }
+        table.addRow(std::move(cells), file.probeError       ? Terminal::red
+                                       : file.isActionable() ? Table::Style()
+                                                             : Terminal::dim);
+    }
+    return table.render(Terminal::width());
+}
+
+std::string count(std::size_t number, const char *one, const char *many)
+{
+    return fmt::format("{} {}", number, number == 1 ? one : many);
+}
+
+std::string renderTotals(const PlanTotals &totals)
+{
+    const auto source = static_cast<double>(totals.sourceBytes);
+    std::string text = fmt::format("{}, davon {} zu konvertieren · Laufzeit {}\n",
+                                   count(totals.files, "Datei", "Dateien"), totals.actionable,
+                                   Fmt::duration(totals.duration));
+    if (totals.actionable > 0)
+        text += fmt::format("{} → etwa {} ({}, {}) · Rechenzeit etwa {}\n", Fmt::bytes(source),
+                            Fmt::bytes(totals.estimatedBytes), Fmt::change(source, totals.estimatedBytes),
+                            label(*totals.weakestKind), Fmt::duration(totals.encodeSeconds));
+    else if (totals.files > 0)
+        text += fmt::format("{} – es gibt nichts zu konvertieren.\n", Fmt::bytes(source));
+    if (totals.errors > 0)
+        text += count(totals.errors, "Datei ist", "Dateien sind") + " nicht lesbar.\n";
+    if (totals.incomplete > 0)
+        text += count(totals.incomplete, "Datei wird", "Dateien werden") +
+                " evtl. noch kopiert – später neu analysieren.\n";
+    return text;
+}
+
+// Written file by file, so that a huge library never stands in memory as one document.
+void printJson(const FolderPlan &plan, const ConversionSettings &settings)
+{
+    fmt::print("{{\"folder\":{},\"storage\":{},\"settings\":{},\"files\":[", Json::line(Json::text(plan.folder)),
+               Json::line(Json::value(plan.storage)), Json::line(settings.toJson()));
+    const char *separator = "\n";
+    for (const auto &file : plan.files) {
+        fmt::print("{}{}", separator, Json::line(Json::value(file, settings, plan.folder)));
+        separator = ",\n";
+    }
+    fmt::print("\n],\"totals\":{}}}\n", Json::line(Json::value(plan.totals(settings))));
+}
+
+} // namespace
+
+int runPlan(const Arguments &arguments, const Interrupt &interrupt)
+{
+    const auto [tools, settings, plan] = prepare(arguments, interrupt.token());
+    if (arguments.json) {
+        printJson(plan, settings);
+        return ExitStatus::done;
+    }
+    fmt::print("{} ({})\n", Terminal::bold(Terminal::shown(plan.folder.native())), plan.storage.title());
+    if (plan.files.empty()) {
+        fmt::print("In diesem Ordner wurden keine Videodateien gefunden.\n");
+        return ExitStatus::done;
+    }
+    fmt::print("{} · {} · {} · {}\n\n{}\n{}", title(settings.codec), title(settings.quality),
+               title(settings.container), title(settings.outputMode), renderTable(plan, settings),
+               renderTotals(plan.totals(settings)));
+    return ExitStatus::done;
+}
+
+} // namespace kestrel

@@ -1,0 +1,77 @@
+#include "cli/Terminal.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+#include <fmt/format.h>
+
+#include "platform/Text.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace kestrel::Terminal {
+
+namespace {
+
+std::string styled(const char *code, std::string_view text)
+{
+    return hasColours() ? fmt::format("\x1b[{}m{}\x1b[0m", code, text) : std::string(text);
+}
+
+} // namespace
+
+bool isOutputTerminal()
+{
+    return ::isatty(STDOUT_FILENO) == 1;
+}
+
+bool isErrorTerminal()
+{
+    return ::isatty(STDERR_FILENO) == 1;
+}
+
+int width()
+{
+    winsize size{};
+    if (!isOutputTerminal())
+        return std::numeric_limits<int>::max();
+    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+bool hasColours()
+{
+    const char *off = std::getenv("NO_COLOR");
+    return isOutputTerminal() && (off == nullptr || *off == '\0');
+}
+
+std::string shown(std::string_view text)
+{
+    const std::string repaired = Text::repaired(text);
+    std::string result;
+    for (std::size_t i = 0; i < repaired.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(repaired[i]);
+        const bool isC1 = byte == 0xC2 && i + 1 < repaired.size() &&
+                          static_cast<unsigned char>(repaired[i + 1]) < 0xA0; // U+0080 … U+009F
+        if (byte >= 0x20 && byte != 0x7F && !isC1) {
+            result += repaired[i];
+            continue;
+        }
+        result += "\uFFFD";
+        i += isC1 ? 1 : 0;
+    }
+    return result;
+}
+
+std::string bold(std::string_view text) { return styled("1", text); }
+std::string dim(std::string_view text) { return styled("2", text); }
+std::string red(std::string_view text) { return styled("31", text); }
+std::string green(std::string_view text) { return styled("32", text); }
+
+void complain(std::string_view sentence)
+{
+    fmt::print(stderr, "{}\n", sentence);
+}
+
+} // namespace kestrel::Terminal

@@ -1,0 +1,409 @@
+#include "encoding/ConversionJob.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "encoding/CommandBuilder.h"
+#include "encoding/NetworkSwap.h"
+#include "encoding/StorageLocation.h"
+#include "encoding/WorkFile.h"
+#include "media/ByteFormat.h"
+#include "media/Log.h"
+#include "media/Prober.h"
+#include "platform/Cancelled.h"
+#include "platform/ErrorText.h"
+#include "platform/OnExit.h"
+#include "platform/Paths.h"
+#include "platform/Text.h"
+#include "platform/Trash.h"
+#include "platform/Uuid.h"
+#include "platform/Volume.h"
+
+namespace kestrel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view uploadSuffix = ".kestrel-upload";
+constexpr double mostOfOriginal = 0.95;   // what a re-encode may keep of the original's size
+constexpr double checkedDuration = 30;    // seconds; shorter files are not checked for their duration
+constexpr double durationTolerance = 3;   // seconds, at least
+constexpr double durationToleranceShare = 0.015;
+
+struct Space {
+    double factor; // of the expected size
+    std::int64_t reserve; // bytes
+};
+constexpr Space encodeSpace{1.3, 500'000'000}, uploadSpace{1.1, 200'000'000};
+
+std::string temporarySuffix(const ConversionSettings &settings)
+{
+    return fmt::format(".kestrel-tmp.{}", fileExtension(settings.container));
+}
+
+std::string nameFor(const fs::path &file, std::string_view addition, const ConversionSettings &settings)
+{
+    return fmt::format("{}{}.{}", file.stem().native(), addition, fileExtension(settings.container));
+}
+
+std::int64_t needed(double expectedBytes, const Space &space)
+{
+    const double bytes = std::trunc(expectedBytes * space.factor);
+    constexpr double most = 9e18;
+    return (bytes > 0 ? static_cast<std::int64_t>(std::min(bytes, most)) : 0) + space.reserve;
+}
+
+std::string shown(const fs::path &path)
+{
+    return Text::repaired(path.native());
+}
+
+void removeQuietly(const fs::path &path)
+{
+    std::error_code ignored;
+    fs::remove_all(path, ignored);
+}
+
+// The same file although spelled in another case, on a file system that ignores case.
+bool isSameFile(const fs::path &a, const fs::path &b)
+{
+    if (Files::standardized(a) == Files::standardized(b))
+        return true;
+    if (Text::lower(a.filename().native()) != Text::lower(b.filename().native()))
+        return false;
+    const auto first = Files::tryAttributes(a), second = Files::tryAttributes(b);
+    return first && second && first->device == second->device && first->inode == second->inode;
+}
+
+// "Film (Kestrel).mkv", or numbered where that is taken too.
+fs::path freeName(const fs::path &folder, const fs::path &file, const ConversionSettings &settings)
+{
+    for (int number = 1;; ++number) {
+        const std::string mark = number == 1 ? " (Kestrel)" : fmt::format(" (Kestrel {})", number);
+        fs::path path = folder / nameFor(file, mark, settings);
+        if (path.filename().native().size() > Files::longestName(folder)) {
+            const std::size_t tail = mark.size() + fileExtension(settings.container).size() + 1;
+            const std::string stem(Text::prefix(file.stem().native(), Files::longestName(folder) - tail));
+            path = folder / fmt::format("{}{}.{}", stem, mark, fileExtension(settings.container));
+        }
+        if (!Files::exists(path))
+            return path;
+    }
+}
+
+} // namespace
+
+// Where one run works: what is made here is removed by cleanUp().
+struct ConversionJob::Workplace {
+    fs::path target; // folder of the finished file
+    bool isNetwork = false;
+    fs::path folder;                      // of the encode for a share; removed as a whole
+    fs::path output;                      // the encode
+    std::unique_ptr<WorkFile> outputName; // holds the name of a local encode
+    std::unique_ptr<WorkFile> uploadName; // of the copy on a share
+    fs::path ready;                       // the finished file: the encode or its upload
+    Files::Attributes source;             // of the original when the run began
+};
+
+ConversionJob::ConversionJob(MediaInfo info, Plan plan, ConversionSettings settings, Tools tools,
+                             fs::path rootURL, double expectedBytes)
+    : m_info(std::move(info)), m_plan(std::move(plan)), m_settings(std::move(settings)),
+      m_tools(std::move(tools)), m_root(std::move(rootURL)), m_expectedBytes(expectedBytes)
+{
+}
+
+ConversionOutcome ConversionJob::run(const Callbacks &callbacks, std::stop_token stop)
+{
+    bool hasSucceeded = false;
+    Workplace place;
+    const auto tidy = onExit([&] { cleanUp(place, hasSucceeded); });
+    place = prepare();
+
+    encode(place, callbacks.progress, stop);
+    const MediaInfo result = Prober::probe(place.output, m_tools.ffprobe, stop);
+    verify(result);
+    if (!savesEnough(result.fileSize)) {
+        Log::write(fmt::format("Keine Ersparnis: {} {} → {}", shown(m_info.url.filename()), m_info.fileSize,
+                               result.fileSize));
+        return {ConversionOutcome::Kind::noSavings, m_info.fileSize, result.fileSize, std::nullopt};
+    }
+    if (place.isNetwork)
+        upload(place, result.fileSize, callbacks.onUpload, stop);
+    throwIfStopped(stop);
+
+    const fs::path final = putInPlace(place, result.fileSize);
+    hasSucceeded = true;
+    Log::write(fmt::format("Fertig: {} {} → {}", shown(final), m_info.fileSize, result.fileSize));
+    const auto kind = m_settings.outputMode == OutputMode::separateFolder ? ConversionOutcome::Kind::written
+                                                                          : ConversionOutcome::Kind::replaced;
+    return {kind, m_info.fileSize, result.fileSize, final};
+}
+
+ConversionJob::Workplace ConversionJob::prepare() const
+{
+    Workplace place;
+    place.source = Files::attributes(m_info.url);
+    place.target = targetDirectory(m_info.url, m_settings, m_root);
+    fs::create_directories(place.target);
+    if (finalName().size() > Files::longestName(place.target))
+        throw ToolError::failed("Der Name der neuen Datei wäre zu lang für diesen Ordner: " + finalName());
+
+    place.isNetwork = StorageLocation::detect(place.target).isNetwork();
+    requireSpace(place.isNetwork ? localWorkRoot() : place.target, needed(m_expectedBytes, encodeSpace));
+    if (place.isNetwork) {
+        requireSpace(place.target, needed(m_expectedBytes, uploadSpace));
+        place.folder = localWorkRoot() / freshUuid();
+        fs::create_directories(place.folder);
+        place.output = place.folder / finalName();
+    } else {
+        place.outputName = std::make_unique<WorkFile>(place.target, m_info.url.stem().native(),
+                                                      temporarySuffix(m_settings),
+                                                      WorkFile::Sharing::everywhere);
+        place.output = place.outputName->path();
+    }
+    place.ready = place.output;
+    return place;
+}
+
+void ConversionJob::cleanUp(const Workplace &place, bool hasSucceeded) const
+{
+    if (place.uploadName)
+        removeQuietly(place.uploadName->path());
+    if (place.isNetwork)
+        removeQuietly(place.folder);
+    else if (place.outputName)
+        removeQuietly(place.output);
+    if (!hasSucceeded && m_settings.outputMode == OutputMode::separateFolder)
+        removeEmptyFolders(targetDirectory(m_info.url, m_settings, m_root), outputRoot(m_root));
+}
+
+void ConversionJob::encode(const Workplace &place, const FFmpegRunner::OnProgress &progress,
+                           const std::stop_token &stop)
+{
+    const auto arguments = CommandBuilder::arguments(m_info, m_plan, m_settings, place.output, std::nullopt,
+                                                     CommandBuilder::Streams::all);
+    FFmpegRunner *runner = nullptr;
+    {
+        const std::scoped_lock guard(m_lock);
+        m_runner = std::make_unique<FFmpegRunner>(m_tools.ffmpeg, arguments, progress);
+        runner = m_runner.get();
+    }
+    Log::write(fmt::format("Start: {}{}\n  {}", shown(m_info.url),
+                           place.isNetwork ? " (Netzlaufwerk, lokal kodiert)" : "",
+                           Text::repaired(CommandBuilder::displayString("ffmpeg", arguments))));
+    const int status = runner->run(stop);
+    throwIfStopped(stop);
+    if (status == 0)
+        return;
+    Log::write(fmt::format("Fehler ({}): {}\n{}", status, shown(m_info.url.filename()), runner->errorTail()));
+    throw ToolError::failed(fmt::format("ffmpeg meldet einen Fehler ({}):\n{}", status, runner->errorTail()));
+}
+
+void ConversionJob::verify(const MediaInfo &result) const
+{
+    if (m_plan.hasVideo() && !result.video)
+        throw ToolError::failed("Prüfung fehlgeschlagen: Videospur fehlt.");
+    const std::size_t planned = m_plan.keptAudio().size();
+    if (result.audio.size() != planned)
+        throw ToolError::failed(
+            fmt::format("Prüfung fehlgeschlagen: {} statt {} Tonspuren.", result.audio.size(), planned));
+    if (m_info.duration <= checkedDuration)
+        return;
+    const double tolerance = std::max(m_info.duration * durationToleranceShare, durationTolerance);
+    if (std::abs(result.duration - m_info.duration) > tolerance)
+        throw ToolError::failed(fmt::format("Prüfung fehlgeschlagen: Laufzeit {:.0f} s statt {:.0f} s.",
+                                            std::trunc(result.duration), std::trunc(m_info.duration)));
+}
+
+bool ConversionJob::savesEnough(std::int64_t newSize) const
+{
+    const auto original = static_cast<double>(m_info.fileSize);
+    const double limit = m_plan.encodesVideo() ? original * mostOfOriginal : original - 1;
+    return static_cast<double>(newSize) <= limit;
+}
+
+void ConversionJob::upload(Workplace &place, std::int64_t newSize, const std::function<void()> &onUpload,
+                           const std::stop_token &stop) const
+{
+    if (onUpload)
+        onUpload();
+    place.uploadName = std::make_unique<WorkFile>(place.target, m_info.url.stem().native(), uploadSuffix,
+                                                  WorkFile::Sharing::withinProcess);
+    const fs::path &copy = place.uploadName->path();
+    removeQuietly(copy);
+    try {
+        Files::copy(place.output, copy, stop);
+    } catch (const fs::filesystem_error &error) {
+        removeQuietly(copy);
+        throw ToolError::failed("Hochladen fehlgeschlagen: " + ErrorText::reason(error));
+    }
+    const auto attributes = Files::tryAttributes(copy);
+    const std::int64_t size = attributes ? attributes->size : 0;
+    if (size != newSize) {
+        removeQuietly(copy);
+        throw ToolError::failed(fmt::format("Hochladen unvollständig ({} von {} Bytes).", size, newSize));
+    }
+    place.ready = copy;
+}
+
+// A file that somebody changed meanwhile is not the one that was converted.
+void ConversionJob::requireUnchangedSource(const Workplace &place) const
+{
+    const auto now = Files::tryAttributes(m_info.url);
+    if (!now || !now->sameVersion(place.source))
+        throw ToolError::failed(
+            "Die Datei wurde während der Umwandlung verändert – sie bleibt, wie sie ist.");
+}
+
+fs::path ConversionJob::putInPlace(const Workplace &place, std::int64_t newSize) const
+{
+    if (!place.isNetwork) { // an upload is on the disk already
+        Files::sync(place.ready);
+        Files::sync(place.target);
+    }
+    requireUnchangedSource(place);
+    fs::path final = place.target / finalName();
+    if (m_settings.outputMode == OutputMode::separateFolder) {
+        Files::moveOver(place.ready, final);
+        Files::sync(place.target);
+    } else {
+        final = replaceOriginal(place, newSize);
+    }
+    try {
+        Files::setModified(final, place.source.modified);
+    } catch (const fs::filesystem_error &error) {
+        Log::write("Änderungsdatum nicht übernommen: " + ErrorText::describe(error));
+    }
+    return final;
+}
+
+fs::path ConversionJob::replaceOriginal(const Workplace &place, std::int64_t newSize) const
+{
+    fs::path final = place.target / finalName();
+    if (!isSameFile(final, m_info.url) && Files::exists(final))
+        final = freeName(place.target, m_info.url, m_settings);
+    if (!place.isNetwork)
+        return replaceLocally(place, final);
+    swapOnNetwork(m_info.url, place.ready, final, newSize);
+    return final;
+}
+
+fs::path ConversionJob::replaceLocally(const Workplace &place, const fs::path &final) const
+{
+    try {
+        Trash::put(m_info.url);
+    } catch (const fs::filesystem_error &error) {
+        const fs::path kept = freeName(place.target, m_info.url, m_settings);
+        try {
+            Files::moveToFreeName(place.ready, kept);
+        } catch (const fs::filesystem_error &moving) {
+            Log::write("Neue Datei konnte nicht behalten werden: " + ErrorText::describe(moving));
+        }
+        throw ToolError::failed(
+            fmt::format("Original konnte nicht in den Papierkorb gelegt werden ({}). Neue Datei: {}",
+                        ErrorText::reason(error), shown(kept.filename())));
+    }
+    fs::path free = final;
+    try {
+        Files::moveToFreeName(place.ready, free);
+    } catch (const fs::filesystem_error &error) {
+        // Somebody put another file there just now.
+        if (error.code() != std::errc::file_exists)
+            throw;
+        free = freeName(place.target, m_info.url, m_settings);
+        Files::moveToFreeName(place.ready, free);
+    }
+    Files::sync(place.target);
+    return free;
+}
+
+std::string ConversionJob::finalName() const
+{
+    return nameFor(m_info.url, "", m_settings);
+}
+
+void ConversionJob::suspend()
+{
+    const std::scoped_lock guard(m_lock);
+    if (m_runner)
+        m_runner->suspend();
+}
+
+void ConversionJob::resume()
+{
+    const std::scoped_lock guard(m_lock);
+    if (m_runner)
+        m_runner->resume();
+}
+
+fs::path ConversionJob::outputRoot(const fs::path &root)
+{
+    const fs::path folder = Files::standardized(root);
+    return folder.parent_path() / (folder.filename().native() + " (Kestrel)");
+}
+
+fs::path ConversionJob::targetDirectory(const fs::path &file, const ConversionSettings &settings,
+                                        const fs::path &root)
+{
+    if (settings.outputMode == OutputMode::replaceOriginal)
+        return file.parent_path();
+    const fs::path relative = Prober::relativePath(file.parent_path(), root);
+    return relative.empty() ? outputRoot(root) : outputRoot(root) / relative;
+}
+
+fs::path ConversionJob::targetURL(const fs::path &file, const ConversionSettings &settings, const fs::path &root)
+{
+    return targetDirectory(file, settings, root) / nameFor(file, "", settings);
+}
+
+fs::path ConversionJob::temporaryURL(const fs::path &file, const ConversionSettings &settings,
+                                     const fs::path &root)
+{
+    return WorkFile::firstName(targetDirectory(file, settings, root), file.stem().native(),
+                               temporarySuffix(settings));
+}
+
+fs::path ConversionJob::localWorkRoot()
+{
+    const fs::path folder = Paths::caches() / "Kestrel/Arbeit";
+    std::error_code ignored;
+    fs::create_directories(folder, ignored);
+    return folder;
+}
+
+void ConversionJob::cleanLocalWork()
+{
+    removeQuietly(Paths::caches() / "Kestrel/Arbeit");
+}
+
+void ConversionJob::requireSpace(const fs::path &folder, std::int64_t bytes)
+{
+    const auto free = Volume::freeBytes(folder);
+    if (!free || *free <= 0 || *free > bytes)
+        return;
+    throw ToolError::failed(fmt::format("Zu wenig freier Speicher auf „{}“ ({} frei, etwa {} nötig).",
+                                        shown(folder), ByteFormat::string(*free), ByteFormat::string(bytes)));
+}
+
+void ConversionJob::removeEmptyFolders(const fs::path &from, const fs::path &upTo)
+{
+    const std::size_t end = Files::standardized(upTo).native().size();
+    for (fs::path folder = Files::standardized(from); folder.native().size() > end; folder = folder.parent_path()) {
+        std::error_code error;
+        for (const auto &entry : fs::directory_iterator(folder, error))
+            if (entry.path().filename() != ".DS_Store")
+                return;
+        if (error)
+            return;
+        fs::remove(folder / ".DS_Store", error);
+        if (!fs::remove(folder, error))
+            return;
+    }
+}
+
+} // namespace kestrel

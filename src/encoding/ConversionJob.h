@@ -1,0 +1,110 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <string>
+
+#include "encoding/FFmpegRunner.h"
+#include "media/MediaInfo.h"
+#include "media/Tools.h"
+#include "planning/ConversionSettings.h"
+#include "planning/Plan.h"
+#include "platform/Files.h"
+
+namespace kestrel {
+
+class WorkFile;
+
+struct ConversionOutcome {
+    enum class Kind {
+        replaced,  // the new file has taken the original's place
+        written,   // it lies in the separate output folder, the original is untouched
+        noSavings, // it was thrown away
+    };
+
+    Kind kind = Kind::noSavings;
+    std::int64_t originalSize = 0, newSize = 0;    // bytes
+    std::optional<std::filesystem::path> finalURL; // absent for noSavings
+
+    bool operator==(const ConversionOutcome &) const = default;
+};
+
+// Converts one file from its plan to the finished file in its place. One job serves one run.
+// Until the very last step nothing in the user's folders changes but hidden work files, and those are
+// gone when run() ends, on whichever path. suspend() and resume() may be called from any thread.
+class ConversionJob {
+public:
+    struct Callbacks { // called on the thread in run()
+        FFmpegRunner::OnProgress progress;
+        std::function<void()> onUpload; // once, before the result is copied to a network share
+    };
+
+    // `rootURL` is the opened folder; `expectedBytes` serves the check of free space only.
+    ConversionJob(MediaInfo info, Plan plan, ConversionSettings settings, Tools tools,
+                  std::filesystem::path rootURL, double expectedBytes);
+
+    // Blocks. Throws ToolError, the file system's errors, or Cancelled.
+    ConversionOutcome run(const Callbacks &callbacks, std::stop_token stop);
+
+    void suspend();
+    void resume();
+
+    // The separate output folder beside the opened one.
+    static std::filesystem::path outputRoot(const std::filesystem::path &root);
+    static std::filesystem::path targetDirectory(const std::filesystem::path &file,
+                                                 const ConversionSettings &settings,
+                                                 const std::filesystem::path &root);
+    static std::filesystem::path targetURL(const std::filesystem::path &file,
+                                           const ConversionSettings &settings,
+                                           const std::filesystem::path &root);
+    // Where the encode of this file is written when its target is a local folder.
+    static std::filesystem::path temporaryURL(const std::filesystem::path &file,
+                                              const ConversionSettings &settings,
+                                              const std::filesystem::path &root);
+
+    // Where files for network shares are encoded; created on the first call.
+    static std::filesystem::path localWorkRoot();
+    // Empties it. Never while jobs run, of this or another process.
+    static void cleanLocalWork();
+
+    // Throws ToolError when the volume has less than this much space; one that says 0, or nothing,
+    // passes.
+    static void requireSpace(const std::filesystem::path &folder, std::int64_t bytes);
+    // Removes empty folders from the first upwards to below the second.
+    static void removeEmptyFolders(const std::filesystem::path &from, const std::filesystem::path &upTo);
+
+private:
+    struct Workplace;
+
+    Workplace prepare() const;
+    void cleanUp(const Workplace &place, bool hasSucceeded) const;
+    void encode(const Workplace &place, const FFmpegRunner::OnProgress &progress, const std::stop_token &stop);
+    void verify(const MediaInfo &result) const;
+    bool savesEnough(std::int64_t newSize) const;
+    void upload(Workplace &place, std::int64_t newSize, const std::function<void()> &onUpload,
+                const std::stop_token &stop) const;
+    void requireUnchangedSource(const Workplace &place) const;
+    std::filesystem::path putInPlace(const Workplace &place, std::int64_t newSize) const;
+    std::filesystem::path replaceOriginal(const Workplace &place, std::int64_t newSize) const;
+    std::filesystem::path replaceLocally(const Workplace &place, const std::filesystem::path &final) const;
+    std::string finalName() const;
+
+    // Set once.
+    const MediaInfo m_info;
+    const Plan m_plan;
+    const ConversionSettings m_settings;
+    const Tools m_tools;
+    const std::filesystem::path m_root;
+    const double m_expectedBytes;
+
+    // Guarded by m_lock.
+    std::mutex m_lock;
+    std::unique_ptr<FFmpegRunner> m_runner;
+};
+
+} // namespace kestrel

@@ -1,0 +1,76 @@
+#include "encoding/FFmpegRunner.h"
+
+#include <chrono>
+#include <csignal>
+
+namespace kestrel {
+
+namespace {
+constexpr std::chrono::seconds grace{10};
+}
+
+FFmpegRunner::FFmpegRunner(std::filesystem::path executable, std::vector<std::string> arguments,
+                           OnProgress onProgress)
+    : m_executable(std::move(executable)), m_arguments(std::move(arguments)), m_onProgress(std::move(onProgress))
+{
+}
+
+int FFmpegRunner::run(std::stop_token stop)
+{
+    const std::stop_callback onStop(stop, [this] { cancel(); });
+    ChildProcess *process = nullptr;
+    {
+        const std::scoped_lock guard(m_lock);
+        process = &m_process.emplace(m_executable, m_arguments);
+        if (m_cancelled)
+            process->terminate(grace);
+    }
+    return process->communicate(
+        [this](std::string_view bytes) {
+            std::optional<Progress> progress;
+            {
+                const std::scoped_lock guard(m_lock);
+                progress = m_parser.consume(bytes);
+            }
+            if (progress && m_onProgress)
+                m_onProgress(*progress);
+        },
+        [this](std::string_view bytes) {
+            const std::scoped_lock guard(m_lock);
+            m_errors.consume(bytes);
+        });
+}
+
+void FFmpegRunner::suspend()
+{
+    const std::scoped_lock guard(m_lock);
+    if (!m_suspended && !m_cancelled && m_process)
+        m_suspended = m_process->signal(SIGSTOP);
+}
+
+void FFmpegRunner::resume()
+{
+    const std::scoped_lock guard(m_lock);
+    if (m_suspended && m_process->signal(SIGCONT))
+        m_suspended = false;
+}
+
+void FFmpegRunner::cancel()
+{
+    const std::scoped_lock guard(m_lock);
+    m_cancelled = true;
+    if (!m_process)
+        return;
+    if (m_suspended)
+        m_process->signal(SIGCONT); // a frozen process would not act on the request
+    m_suspended = false;
+    m_process->terminate(grace);
+}
+
+std::string FFmpegRunner::errorTail() const
+{
+    const std::scoped_lock guard(m_lock);
+    return m_errors.text();
+}
+
+} // namespace kestrel

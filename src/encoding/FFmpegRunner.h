@@ -1,0 +1,54 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "encoding/ProgressParser.h"
+#include "platform/ChildProcess.h"
+
+namespace kestrel {
+
+// Runs one ffmpeg from start to exit and turns its progress stream into numbers.
+// One runner serves one run. suspend(), resume() and cancel() may be called from any thread at any
+// time; run() blocks the calling thread.
+class FFmpegRunner {
+public:
+    using Progress = EncodeProgress;
+    using OnProgress = std::function<void(const Progress &)>; // called on the thread in run()
+
+    FFmpegRunner(std::filesystem::path executable, std::vector<std::string> arguments, OnProgress onProgress);
+
+    // Returns ffmpeg's exit status; throws std::system_error when it cannot be started. A stop request
+    // is a cancel(): ffmpeg then mostly ends with another status than 0.
+    int run(std::stop_token stop);
+
+    void suspend(); // freezes ffmpeg in place
+    void resume();
+    // Asks ffmpeg to end. One that does not within ten seconds is killed: its output is thrown away
+    // either way.
+    void cancel();
+
+    // The last lines of standard error; empty when there were none.
+    std::string errorTail() const;
+
+private:
+    // Set once.
+    const std::filesystem::path m_executable;
+    const std::vector<std::string> m_arguments;
+    const OnProgress m_onProgress;
+
+    // Guarded by m_lock.
+    mutable std::mutex m_lock;
+    std::optional<ChildProcess> m_process;
+    ProgressParser m_parser;
+    ErrorTail m_errors;
+    bool m_suspended = false;
+    bool m_cancelled = false;
+};
+
+} // namespace kestrel

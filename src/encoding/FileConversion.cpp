@@ -1,0 +1,186 @@
+#include "encoding/FileConversion.h"
+
+#include <algorithm>
+#include <cmath>
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "encoding/Sampler.h"
+#include "media/Log.h"
+#include "media/Prober.h"
+#include "planning/Estimator.h"
+#include "planning/Planner.h"
+#include "platform/Cancelled.h"
+#include "platform/ErrorText.h"
+#include "platform/OnExit.h"
+#include "platform/Paths.h"
+#include "platform/Text.h"
+#include "platform/Uuid.h"
+
+namespace kestrel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string shown(const fs::path &path)
+{
+    return Text::repaired(path.native());
+}
+
+bool isSameDuration(double source, double target)
+{
+    return std::abs(source - target) <= std::max(3.0, source * 0.015);
+}
+
+// The target's picture is what the plan would make of this source.
+bool isVideoAsPlanned(const MediaInfo &source, const MediaInfo &target, const Plan &plan,
+                      const ConversionSettings &settings)
+{
+    if (!plan.hasVideo())
+        return !target.video;
+    if (!target.video || target.video->width != plan.outputWidth || target.video->height != plan.outputHeight)
+        return false;
+    return plan.encodesVideo() ? target.video->codec == outputCodec(settings.codec)
+                               : target.video->codec == source.video->codec;
+}
+
+} // namespace
+
+FileConversion::FileConversion(Request request) : m_request(std::move(request)) {}
+
+FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop_token stop)
+{
+    const auto &[info, settings, tools, root, knownSample] = m_request;
+    if (!Files::exists(info.url))
+        throw ToolError::failed("Datei ist nicht mehr vorhanden.");
+    if (auto outcome = findConverted(stop))
+        return {*outcome, true, std::nullopt, std::nullopt};
+
+    Result result;
+    Plan plan = Planner::plan(info, settings, std::nullopt);
+    const SampleResult *sample = nullptr;
+    if (plan.encodesVideo()) {
+        const bool isSearched = knownSample && knownSample->vmafTarget;
+        if (!isSearched)
+            result.sample = measure(plan, callbacks, stop);
+        sample = isSearched ? &*knownSample : &*result.sample;
+        if (sample->vmafTarget && sample->hardlySaves(info.videoBitrate()))
+            plan = Planner::plan(info, settings, measuredUnchanged);
+        else
+            plan.qualityValue = sample->qualityValue;
+    }
+
+    waitWhilePaused(stop);
+    if (plan.isNoop) {
+        result.outcome = {ConversionOutcome::Kind::noSavings, info.fileSize, info.fileSize, std::nullopt};
+        return result;
+    }
+    result.outcome = convert(plan, plan.encodesVideo() ? sample : nullptr, callbacks, stop);
+    if (result.outcome.kind == ConversionOutcome::Kind::replaced) {
+        try {
+            result.newInfo = Prober::probe(*result.outcome.finalURL, tools.ffprobe, {});
+        } catch (const std::exception &error) {
+            Log::write(fmt::format("Neue Datei nicht analysiert: {} ({})", shown(*result.outcome.finalURL),
+                                   ErrorText::describe(error)));
+        }
+    }
+    return result;
+}
+
+std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_token &stop) const
+{
+    const auto &[info, settings, tools, root, sample] = m_request;
+    const auto attributes = Files::tryAttributes(info.url);
+    if (settings.outputMode != OutputMode::separateFolder || !attributes || attributes->size != info.fileSize)
+        return std::nullopt;
+    const fs::path target = ConversionJob::targetURL(info.url, settings, root);
+    if (!Files::exists(target))
+        return std::nullopt;
+    try {
+        const MediaInfo found = Prober::probe(target, tools.ffprobe, stop);
+        const Plan plan = Planner::plan(info, settings, std::nullopt);
+        if (!isSameDuration(info.duration, found.duration) || !isVideoAsPlanned(info, found, plan, settings))
+            return std::nullopt;
+        Log::write("Bereits konvertiert, übersprungen: " + shown(info.url));
+        return ConversionOutcome{ConversionOutcome::Kind::written, info.fileSize, found.fileSize, target};
+    } catch (const Cancelled &) {
+        throw;
+    } catch (const std::exception &) {
+        return std::nullopt; // not readable: it is made anew
+    }
+}
+
+std::optional<SampleResult> FileConversion::measure(const Plan &plan, const Callbacks &callbacks,
+                                                    const std::stop_token &stop) const
+{
+    callbacks.analyzing(0);
+    const fs::path folder = Paths::temporary() / ("Kestrel-" + freshUuid());
+    const auto tidy = onExit([&] {
+        std::error_code ignored;
+        fs::remove_all(folder, ignored);
+    });
+    try {
+        fs::create_directories(folder);
+        const SampleResult result = Sampler::search(
+            {m_request.info, plan, m_request.settings, m_request.tools, folder}, callbacks.analyzing, stop);
+        const std::string score = result.vmafMean ? fmt::format(", VMAF {:.2f}", *result.vmafMean) : "";
+        Log::write(fmt::format("Qualitätssuche {}: CRF {}{}, {:.2f} Mbit/s", shown(m_request.info.url.filename()),
+                               result.qualityValue, score, result.videoBitrate / 1e6));
+        return result;
+    } catch (const Cancelled &) {
+        throw;
+    } catch (const std::exception &error) {
+        throwIfStopped(stop);
+        throw ToolError::failed("Qualitätssuche fehlgeschlagen: " + ErrorText::describe(error));
+    }
+}
+
+void FileConversion::waitWhilePaused(const std::stop_token &stop)
+{
+    std::unique_lock guard(m_lock);
+    m_resumed.wait(guard, stop, [this] { return !m_isPaused; });
+    throwIfStopped(stop);
+}
+
+ConversionOutcome FileConversion::convert(const Plan &plan, const SampleResult *sample,
+                                          const Callbacks &callbacks, const std::stop_token &stop)
+{
+    const auto &[info, settings, tools, root, knownSample] = m_request;
+    const double expected =
+        Estimator::estimate(info, plan, settings, sample, std::nullopt, std::nullopt).total();
+    ConversionJob *job = nullptr;
+    {
+        const std::scoped_lock guard(m_lock);
+        m_job = std::make_unique<ConversionJob>(info, plan, settings, tools, root, expected);
+        job = m_job.get();
+    }
+    callbacks.running(0, 0);
+    const double duration = info.duration;
+    return job->run({[&](const FFmpegRunner::Progress &progress) {
+                         const double fraction = duration > 0 ? progress.seconds / duration : 0;
+                         callbacks.running(std::clamp(fraction, 0.0, 1.0), progress.fps);
+                     },
+                     callbacks.uploading},
+                    stop);
+}
+
+void FileConversion::suspend()
+{
+    const std::scoped_lock guard(m_lock);
+    m_isPaused = true;
+    if (m_job)
+        m_job->suspend();
+}
+
+void FileConversion::resume()
+{
+    const std::scoped_lock guard(m_lock);
+    m_isPaused = false;
+    if (m_job)
+        m_job->resume();
+    m_resumed.notify_all();
+}
+
+} // namespace kestrel

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <condition_variable>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+
+#include "encoding/ConversionJob.h"
+#include "media/MediaInfo.h"
+#include "media/Tools.h"
+#include "planning/ConversionSettings.h"
+#include "planning/SampleResult.h"
+
+namespace kestrel {
+
+// The whole work on one file of a run: skip it when it is done already, measure it where that is needed,
+// plan it, convert it, and look at what came out. One object serves one file. Values go in, reports come
+// out through callbacks on the thread in run(); bookkeeping stays with the caller. suspend() and
+// resume() may be called from any thread.
+class FileConversion {
+public:
+    struct Request {
+        MediaInfo info;
+        ConversionSettings settings;
+        Tools tools;
+        std::filesystem::path rootURL;      // the opened folder
+        std::optional<SampleResult> sample; // the file's own for settings.videoKey(), if measured before
+    };
+
+    struct Callbacks {
+        std::function<void(double fraction)> analyzing; // the quality search
+        std::function<void(double fraction, double fps)> running;
+        std::function<void()> uploading;
+    };
+
+    struct Result {
+        ConversionOutcome outcome;
+        bool wasConvertedBefore = false;    // skipped, because its target was there already
+        std::optional<SampleResult> sample; // what was measured now
+        std::optional<MediaInfo> newInfo;   // of the file that took the original's place
+    };
+
+    explicit FileConversion(Request request);
+
+    // Blocks. Throws ToolError with a finished German sentence, the file system's errors, or Cancelled.
+    Result run(const Callbacks &callbacks, std::stop_token stop);
+
+    void suspend();
+    void resume();
+
+private:
+    std::optional<ConversionOutcome> findConverted(const std::stop_token &stop) const;
+    std::optional<SampleResult> measure(const Plan &plan, const Callbacks &callbacks,
+                                        const std::stop_token &stop) const;
+    void waitWhilePaused(const std::stop_token &stop);
+    ConversionOutcome convert(const Plan &plan, const SampleResult *sample, const Callbacks &callbacks,
+                              const std::stop_token &stop);
+
+    // Set once.
+    const Request m_request;
+
+    // Guarded by m_lock.
+    std::mutex m_lock;
+    std::condition_variable_any m_resumed;
+    bool m_isPaused = false;
+    std::unique_ptr<ConversionJob> m_job;
+};
+
+} // namespace kestrel

@@ -1,0 +1,93 @@
+#include "encoding/ProgressParser.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <functional>
+
+#include <fmt/ranges.h>
+
+#include "platform/Text.h"
+
+namespace kestrel {
+
+namespace {
+
+constexpr std::size_t keptLines = 60, shownLines = 12;
+constexpr std::size_t longestLine = 65536; // bytes; a longer one is cut there
+
+// Hands on every line that these bytes complete.
+void forEachLine(std::string &rest, std::string_view bytes, const std::function<void(std::string_view)> &use)
+{
+    rest += bytes;
+    std::size_t start = 0;
+    for (std::size_t end = 0; (end = rest.find('\n', start)) != std::string::npos; start = end + 1)
+        use(std::string_view(rest).substr(start, end - start));
+    rest.erase(0, start);
+    if (rest.size() > longestLine) {
+        use(rest);
+        rest.clear();
+    }
+}
+
+double number(std::string_view text)
+{
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() && std::isfinite(value) ? value : 0;
+}
+
+} // namespace
+
+std::optional<EncodeProgress> ProgressParser::consume(std::string_view bytes)
+{
+    std::optional<EncodeProgress> latest;
+    forEachLine(m_rest, bytes, [&](std::string_view line) {
+        const std::size_t equals = line.find('=');
+        if (equals == std::string_view::npos)
+            return;
+        const std::string_view key = line.substr(0, equals);
+        m_fields.insert_or_assign(std::string(key), std::string(Text::trimmed(line.substr(equals + 1))));
+        if (key == "progress")
+            latest = current();
+    });
+    return latest;
+}
+
+EncodeProgress ProgressParser::current() const
+{
+    const auto field = [&](std::string_view key) {
+        const auto found = m_fields.find(key);
+        return found == m_fields.end() ? std::string() : found->second;
+    };
+    std::string speed = field("speed");
+    std::erase(speed, 'x');
+    return {std::max(number(field("out_time_us")) / 1e6, 0.0), number(field("fps")),
+            number(Text::trimmed(speed))};
+}
+
+void ErrorTail::consume(std::string_view bytes)
+{
+    forEachLine(m_rest, bytes, [&](std::string_view line) { keep(line); });
+}
+
+void ErrorTail::keep(std::string_view line)
+{
+    const std::string repaired = Text::repaired(line);
+    const std::string_view text = Text::trimmed(repaired);
+    if (!text.empty())
+        m_lines.emplace_back(text);
+    if (m_lines.size() > keptLines)
+        m_lines.pop_front();
+}
+
+std::string ErrorTail::text() const
+{
+    ErrorTail complete = *this;
+    complete.consume("\n");
+    const auto &lines = complete.m_lines;
+    const auto first = lines.end() - static_cast<std::ptrdiff_t>(std::min(lines.size(), shownLines));
+    return fmt::format("{}", fmt::join(first, lines.end(), "\n"));
+}
+
+} // namespace kestrel

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kestrel {
+
+struct EncodeProgress {
+    double seconds = 0; // position in the output, media time
+    double fps = 0;     // frames encoded per second
+    double speed = 0;   // multiple of real time
+
+    bool operator==(const EncodeProgress &) const = default;
+};
+
+// Reads the key=value stream of ffmpeg's -progress option, in pieces of any size.
+class ProgressParser {
+public:
+    // The state after the last whole block in these bytes; absent when they complete none.
+    std::optional<EncodeProgress> consume(std::string_view bytes);
+
+private:
+    EncodeProgress current() const;
+
+    std::string m_rest; // a line that has not ended yet
+    std::map<std::string, std::string, std::less<>> m_fields;
+};
+
+// Keeps the last lines that a program wrote to standard error.
+class ErrorTail {
+public:
+    void consume(std::string_view bytes);
+    // The last twelve lines, a line that has not ended included.
+    std::string text() const;
+
+private:
+    void keep(std::string_view line);
+
+    std::string m_rest;
+    std::deque<std::string> m_lines; // oldest first
+};
+
+} // namespace kestrel

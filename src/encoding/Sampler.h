@@ -1,0 +1,63 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <stop_token>
+#include <string>
+
+#include "encoding/CommandBuilder.h"
+#include "media/MediaInfo.h"
+#include "media/Tools.h"
+#include "planning/ConversionSettings.h"
+#include "planning/Plan.h"
+#include "planning/SampleResult.h"
+#include "planning/Segment.h"
+
+// Measures one file before it is converted: encodes short segments with the real settings and searches
+// the CRF that reaches the VMAF target. Blocks; throws ToolError or Cancelled. `tempDir` is the caller's
+// to make and to remove. `progress` gets fractions 0 … 1 on the calling thread.
+namespace kestrel::Sampler {
+
+using OnProgress = std::function<void(double)>;
+
+// What is measured, and with what.
+struct Subject {
+    MediaInfo info;
+    Plan plan;
+    ConversionSettings settings;
+    Tools tools;
+    std::filesystem::path tempDir;
+};
+
+// The quality search: at most four trial values. Without the libvmaf filter it is a single measurement
+// at the plan's value.
+SampleResult search(const Subject &subject, const OnProgress &progress, std::stop_token stop);
+
+// A single measurement at the plan's value, scored where libvmaf is there.
+SampleResult measure(const Subject &subject, const OnProgress &progress, std::stop_token stop);
+
+// The CRF to try after these steps (at least one, the last with a score); absent when the search ends.
+// `slope` is the VMAF change for each CRF step that was used last, and is replaced by the one used now.
+struct Proposal {
+    int value = 0;
+    double slope = 0;
+};
+std::optional<Proposal> nextValue(const std::vector<Step> &steps, double slope, VideoCodecChoice codec,
+                                  double target);
+
+// The step that the search settles for: the smallest that reaches the target, else the best.
+const Step &choose(const std::vector<Step> &steps, double target);
+
+// The filter graph that compares an encoded segment (input 0) with its source (input 1), up to the name
+// of the comparing filter.
+std::string comparisonGraph(const MediaInfo &info, const Plan &plan);
+
+// Every how many frames are scored. Odd, because an even step would meet the same level of the encoder's
+// frame pyramid every time.
+inline constexpr int subsamplingStep = 5;
+
+// Scores one encoded segment with libvmaf; mean over the frames.
+double vmaf(const std::filesystem::path &encoded, const Subject &subject, const Segment &segment,
+            int subsampling, std::stop_token stop);
+
+} // namespace kestrel::Sampler

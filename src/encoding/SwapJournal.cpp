@@ -1,0 +1,213 @@
+#include "encoding/SwapJournal.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <mutex>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "media/Log.h"
+#include "platform/FileDescriptor.h"
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "platform/Text.h"
+#include "platform/Volume.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace kestrel::SwapJournal {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+namespace {
+
+// An entry as it stands in the file. The mount point tells an unmounted share, whose empty mount point
+// still exists as a folder, from a share on which the backup is gone.
+struct Record {
+    Entry entry;
+    std::optional<fs::path> mount;
+};
+
+fs::path folder()
+{
+    return Paths::applicationSupport() / "Kestrel";
+}
+
+// Keeps out other threads and other processes while it lives.
+class Guard {
+public:
+    Guard() : m_threads(threads())
+    {
+        std::error_code ignored;
+        fs::create_directories(folder(), ignored);
+        m_folder = FileDescriptor(::open(folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        while (m_folder && ::flock(m_folder.get(), LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+
+private:
+    static std::mutex &threads()
+    {
+        static std::mutex lock;
+        return lock;
+    }
+
+    std::scoped_lock<std::mutex> m_threads;
+    FileDescriptor m_folder;
+};
+
+// JSON holds text only: a path that is no valid UTF-8 is written as {"hex": …}.
+ordered_json encodePath(const fs::path &path)
+{
+    const std::string &bytes = path.native();
+    if (Text::repaired(bytes) == bytes)
+        return bytes;
+    std::string hex;
+    for (const char c : bytes)
+        hex += fmt::format("{:02x}", static_cast<unsigned char>(c));
+    return {{"hex", hex}};
+}
+
+fs::path decodePath(const json &value)
+{
+    if (value.is_string())
+        return value.get<std::string>();
+    const auto hex = value.at("hex").get<std::string>();
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+    return bytes;
+}
+
+std::vector<Record> load()
+{
+    try {
+        const json list = json::parse(Files::readAll(file()));
+        std::vector<Record> records;
+        if (!list.is_array())
+            return {};
+        for (const json &value : list) {
+            Record record{{decodePath(value.at("original")), decodePath(value.at("backup")),
+                           decodePath(value.at("final"))},
+                          std::nullopt};
+            if (value.contains("mount"))
+                record.mount = decodePath(value.at("mount"));
+            records.push_back(std::move(record));
+        }
+        return records;
+    } catch (const std::exception &) {
+        return {};
+    }
+}
+
+void save(const std::vector<Record> &records)
+{
+    try {
+        if (records.empty()) {
+            Files::remove(file());
+            return;
+        }
+        ordered_json list = ordered_json::array();
+        for (const auto &[entry, mount] : records) {
+            list.push_back({{"original", encodePath(entry.original)},
+                            {"backup", encodePath(entry.backup)},
+                            {"final", encodePath(entry.final)}});
+            if (mount)
+                list.back()["mount"] = encodePath(*mount);
+        }
+        Files::writeAtomically(file(), list.dump());
+    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): failures are ignored by design
+    }
+}
+
+bool isShareThere(const Record &record)
+{
+    const fs::path folder = record.entry.backup.parent_path();
+    std::error_code error;
+    return fs::is_directory(folder, error) && (!record.mount || Volume::of(folder).root == record.mount);
+}
+
+template <typename Operation>
+bool succeeds(Operation operation)
+{
+    try {
+        operation();
+        return true;
+    } catch (const fs::filesystem_error &) {
+        return false;
+    }
+}
+
+// Repairs one swap; true when nothing is left to do for it.
+bool repair(const Record &record, std::vector<std::string> &messages)
+{
+    const Entry &entry = record.entry;
+    if (!isShareThere(record))
+        return false;
+    if (!Files::exists(entry.backup))
+        return true;
+    if (!Files::exists(entry.final)) {
+        const bool restored = succeeds([&] { Files::moveToFreeName(entry.backup, entry.original); });
+        if (restored)
+            messages.push_back("Original wiederhergestellt: " + Text::repaired(entry.original.native()));
+        return restored;
+    }
+    const bool removed = succeeds([&] { Files::remove(entry.backup); });
+    messages.push_back("Tausch abgeschlossen: " + Text::repaired(entry.final.native()));
+    return removed;
+}
+
+} // namespace
+
+fs::path file()
+{
+    return folder() / "tauschvorgaenge.json";
+}
+
+void add(const Entry &entry)
+{
+    const Guard guard;
+    std::vector<Record> records = load();
+    records.push_back({entry, Volume::of(entry.backup.parent_path()).root});
+    save(records);
+}
+
+void remove(const Entry &entry)
+{
+    const Guard guard;
+    std::vector<Record> records = load();
+    std::erase_if(records, [&](const Record &record) { return record.entry == entry; });
+    save(records);
+}
+
+std::vector<std::string> recover()
+{
+    const Guard guard;
+    std::vector<Record> kept;
+    std::vector<std::string> messages;
+    for (auto &record : load())
+        if (!repair(record, messages))
+            kept.push_back(std::move(record));
+    save(kept);
+    for (const auto &message : messages)
+        Log::write(message);
+    return messages;
+}
+
+std::vector<Entry> entries()
+{
+    const Guard guard;
+    std::vector<Entry> result;
+    for (const auto &record : load())
+        result.push_back(record.entry);
+    return result;
+}
+
+} // namespace kestrel::SwapJournal

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+// The list of swaps on network shares that have begun and not ended, in a small JSON file; after a
+// crash it tells what is to be repaired. Safe across threads and processes. Nothing here throws, and
+// failures are ignored: an unreadable journal counts as empty.
+namespace kestrel::SwapJournal {
+
+struct Entry {
+    std::filesystem::path original; // the file being replaced
+    std::filesystem::path backup;   // where it waits during the swap
+    std::filesystem::path final;    // where the new file ends up
+
+    bool operator==(const Entry &) const = default;
+};
+
+// On the disk when it returns.
+void add(const Entry &entry);
+// Drops every entry equal to this one.
+void remove(const Entry &entry);
+// Puts originals back or finishes swaps; entries of a share that is not there are kept. Returns what was
+// done, in German; the same lines went to the log.
+std::vector<std::string> recover();
+// The entries now in the journal.
+std::vector<Entry> entries();
+
+// tauschvorgaenge.json in the application-support folder
+std::filesystem::path file();
+
+} // namespace kestrel::SwapJournal

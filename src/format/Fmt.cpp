@@ -1,0 +1,140 @@
+#include "format/Fmt.h"
+
+#include <algorithm>
+#include <cmath>
+#include <ctime>
+#include <memory>
+
+#include <fmt/format.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/timezone.h>
+
+namespace kestrel::Fmt {
+
+namespace {
+
+using std::chrono::system_clock;
+
+constexpr double kibi = 1024, mebi = 1024 * 1024;
+constexpr const char *noValue = "–";
+constexpr double most = 9.2e18; // what still fits into 64 bits
+
+std::int64_t truncated(double value)
+{
+    return std::isfinite(value) ? static_cast<std::int64_t>(std::clamp(value, -most, most)) : 0;
+}
+
+bool isDuration(double seconds)
+{
+    return std::isfinite(seconds) && seconds >= 0;
+}
+
+std::string german(system_clock::time_point time, const char *pattern)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::SimpleDateFormat format(icu::UnicodeString::fromUTF8(pattern), icu::Locale::getGermany(), status);
+    icu::UnicodeString text;
+    const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch());
+    format.format(static_cast<UDate>(sinceEpoch.count()), text);
+    std::string result;
+    text.toUTF8String(result);
+    return result;
+}
+
+// The local date as a count of days; two dates differ by whole days whatever daylight saving does.
+long dayNumber(system_clock::time_point time)
+{
+    const std::time_t seconds = system_clock::to_time_t(time);
+    std::tm local{};
+    ::localtime_r(&seconds, &local);
+    const std::chrono::year_month_day date{std::chrono::year(local.tm_year + 1900),
+                                           std::chrono::month(static_cast<unsigned>(local.tm_mon + 1)),
+                                           std::chrono::day(static_cast<unsigned>(local.tm_mday))};
+    return std::chrono::sys_days(date).time_since_epoch().count();
+}
+
+} // namespace
+
+std::string number(double value, int digits)
+{
+    std::string text = fmt::format("{:.{}f}", value, digits);
+    std::replace(text.begin(), text.end(), '.', ',');
+    return text;
+}
+
+std::string bytes(double value)
+{
+    const double size = std::isfinite(value) ? value : 0;
+    const double megabytes = size / mebi;
+    if (truncated(megabytes) >= 1024)
+        return number(megabytes / 1024, 1) + " GB";
+    if (megabytes >= 0.5)
+        return fmt::format("{} MB", truncated(megabytes));
+    return fmt::format("{} KB", truncated(size / kibi));
+}
+
+std::string bytes(std::int64_t value)
+{
+    return bytes(static_cast<double>(value));
+}
+
+std::string duration(double seconds)
+{
+    if (!isDuration(seconds))
+        return noValue;
+    const std::int64_t whole = truncated(seconds);
+    if (whole < 60)
+        return fmt::format("{} s", whole);
+    if (whole < 3600)
+        return fmt::format("{} min", whole / 60);
+    const std::int64_t rest = whole % 3600;
+    return rest < 60 ? fmt::format("{} h", whole / 3600) : fmt::format("{} h {} min", whole / 3600, rest / 60);
+}
+
+std::string clock(double seconds)
+{
+    if (!isDuration(seconds))
+        return noValue;
+    const std::int64_t whole = truncated(seconds);
+    if (whole < 3600)
+        return fmt::format("{}:{:02}", whole / 60, whole % 60);
+    return fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
+}
+
+std::string dayTime(system_clock::time_point time)
+{
+    return dayTime(time, system_clock::now());
+}
+
+std::string dayTime(system_clock::time_point time, system_clock::time_point now)
+{
+    const std::string clockTime = german(time, "HH:mm");
+    const long days = dayNumber(time) - dayNumber(now);
+    if (days == 0)
+        return "Heute, " + clockTime;
+    if (days == 1)
+        return "Morgen, " + clockTime;
+    return german(time, days > 6 ? "d.M." : "EE") + ", " + clockTime;
+}
+
+std::string percent(double fraction)
+{
+    return fmt::format("{} %", truncated(fraction * 100));
+}
+
+std::string change(double from, double to)
+{
+    if (!(from > 0))
+        return noValue;
+    const double ratio = to / from - 1;
+    return fmt::format("{}{} %", ratio > 0 ? "+" : "−", truncated(std::abs(ratio) * 100));
+}
+
+std::string bitrate(double bitsPerSecond)
+{
+    if (bitsPerSecond >= 1e6)
+        return number(bitsPerSecond / 1e6, 1) + " Mbit/s";
+    return fmt::format("{} kbit/s", truncated(bitsPerSecond / 1000));
+}
+
+} // namespace kestrel::Fmt

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+// How numbers read on every screen: German, with a blank before the unit, "–" for no value and "−" for a
+// decrease. Pure, but for the clock and the time zone in dayTime().
+namespace kestrel::Fmt {
+
+std::string number(double value, int digits);
+// Binary units; megabytes are cut off, not rounded.
+std::string bytes(double value);
+std::string bytes(std::int64_t value);
+std::string duration(double seconds); // "45 s", "12 min", "1 h 5 min"
+std::string clock(double seconds);    // "7:05", "1:02:03"
+std::string dayTime(std::chrono::system_clock::time_point time);
+std::string dayTime(std::chrono::system_clock::time_point time, std::chrono::system_clock::time_point now);
+std::string percent(double fraction);
+std::string change(double from, double to); // "−38 %"; no change reads "−0 %"
+std::string bitrate(double bitsPerSecond);
+
+} // namespace kestrel::Fmt

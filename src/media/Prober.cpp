@@ -1,0 +1,393 @@
+#include "media/Prober.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <map>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "media/Language.h"
+#include "media/Log.h"
+#include "media/ProcessRunner.h"
+#include "media/Tools.h"
+#include "platform/Cancelled.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+
+namespace kestrel::Prober {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+namespace {
+
+constexpr std::array<std::string_view, 18> videoExtensions{"mkv", "mp4", "m4v", "avi",  "mov",  "ts",
+                                                           "m2ts", "mts", "wmv", "mpg",  "mpeg", "webm",
+                                                           "flv", "vob", "divx", "3gp", "ogm",  "asf"};
+
+// Folders that a file manager shows as one document.
+constexpr std::array<std::string_view, 11> packageExtensions{
+    "app",         "bundle",    "framework", "photoslibrary", "photolibrary", "aplibrary",
+    "imovielibrary", "tvlibrary", "fcpbundle", "theater",       "pkg"};
+
+template <std::size_t Size>
+bool hasExtension(const fs::path &name, const std::array<std::string_view, Size> &list)
+{
+    const std::string extension = name.extension().native();
+    if (extension.size() < 2)
+        return false;
+    return std::find(list.begin(), list.end(), Text::lower(std::string_view(extension).substr(1))) != list.end();
+}
+
+bool isHidden(const fs::path &name)
+{
+    return name.native().starts_with('.');
+}
+
+bool isLeftover(const fs::path &name)
+{
+    return isHidden(name) && (name.native().ends_with(".kestrel-upload") ||
+                              name.native().find(".kestrel-tmp.") != std::string::npos);
+}
+
+// Visits everything below a folder, packages aside, and descends where the visitor says so.
+void walk(const fs::path &root, const std::stop_token &stop,
+          const std::function<bool(const fs::directory_entry &)> &visitAndDescend)
+{
+    std::vector<fs::path> folders{root};
+    while (!folders.empty()) {
+        const fs::path folder = std::move(folders.back());
+        folders.pop_back();
+        std::error_code error;
+        for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+            throwIfStopped(stop);
+            std::error_code unreadable;
+            const bool isFolder = entry->symlink_status(unreadable).type() == fs::file_type::directory;
+            if (visitAndDescend(*entry) && isFolder && !hasExtension(entry->path(), packageExtensions))
+                folders.push_back(entry->path());
+        }
+    }
+}
+
+template <typename Number>
+std::optional<Number> parsed(std::string_view text)
+{
+    Number value{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
+std::optional<double> parsedFinite(std::string_view text)
+{
+    const auto value = parsed<double>(text);
+    return value && std::isfinite(*value) ? value : std::nullopt;
+}
+
+const json &at(const json &object, const char *key)
+{
+    static const json missing;
+    if (!object.is_object())
+        return missing;
+    const auto found = object.find(key);
+    return found == object.end() ? missing : *found;
+}
+
+std::optional<double> asDouble(const json &value)
+{
+    if (value.is_number())
+        return value.get<double>();
+    return value.is_string() ? parsedFinite(value.get_ref<const std::string &>()) : std::nullopt;
+}
+
+template <typename Integer>
+std::optional<Integer> asInteger(const json &value)
+{
+    if (value.is_string())
+        return parsed<Integer>(value.get_ref<const std::string &>());
+    if (!value.is_number())
+        return std::nullopt;
+    const double number = value.get<double>();
+    constexpr double limit = static_cast<double>(std::numeric_limits<Integer>::max());
+    if (number != std::trunc(number) || std::abs(number) >= limit)
+        return std::nullopt;
+    return value.is_number_float() ? static_cast<Integer>(number) : value.get<Integer>();
+}
+
+std::optional<std::string> asString(const json &value)
+{
+    return value.is_string() ? std::optional(value.get<std::string>()) : std::nullopt;
+}
+
+std::optional<double> frameRate(const json &value)
+{
+    if (!value.is_string())
+        return std::nullopt;
+    const std::string_view text = value.get_ref<const std::string &>();
+    const std::size_t slash = text.find('/');
+    if (slash == std::string_view::npos)
+        return std::nullopt;
+    const auto numerator = parsedFinite(text.substr(0, slash));
+    const auto denominator = parsedFinite(text.substr(slash + 1));
+    if (!numerator || !denominator || *numerator <= 0 || *denominator <= 0)
+        return std::nullopt;
+    const double rate = *numerator / *denominator;
+    return rate < 200 ? std::optional(rate) : std::nullopt;
+}
+
+// One entry of ffprobe's "streams" with its tags found by lower-case name (Matroska writes BPS-eng).
+class Stream {
+public:
+    explicit Stream(const json &object, int position) : m_object(object), m_position(position)
+    {
+        const json &tags = at(object, "tags");
+        if (tags.is_object())
+            for (const auto &[key, value] : tags.items())
+                m_tags.emplace(Text::lower(key), value);
+    }
+
+    const json &operator[](const char *key) const { return at(m_object, key); }
+    json tag(const char *name) const
+    {
+        const auto found = m_tags.find(name);
+        return found == m_tags.end() ? json() : found->second;
+    }
+
+    std::string kind() const { return asString(at(m_object, "codec_type")).value_or(""); }
+    int index() const { return asInteger<int>(at(m_object, "index")).value_or(m_position); }
+    std::string codec() const { return asString(at(m_object, "codec_name")).value_or("unbekannt"); }
+    std::optional<std::string> title() const { return asString(tag("title")); }
+    std::string language() const { return Language::normalize(asString(tag("language")), title()); }
+    bool has(const char *disposition) const
+    {
+        return asInteger<int>(at(at(m_object, "disposition"), disposition)) == 1;
+    }
+    std::optional<std::int64_t> bitrate() const
+    {
+        if (const auto rate = asInteger<std::int64_t>(at(m_object, "bit_rate")))
+            return rate;
+        return statistic("bps");
+    }
+    std::optional<std::int64_t> statistic(const std::string &name) const
+    {
+        if (const auto value = asInteger<std::int64_t>(tag((name + "-eng").c_str())))
+            return value;
+        return asInteger<std::int64_t>(tag(name.c_str()));
+    }
+
+private:
+    const json &m_object;
+    int m_position;
+    std::map<std::string, json, std::less<>> m_tags;
+};
+
+int bitDepth(const Stream &stream, const std::optional<std::string> &pixFmt)
+{
+    if (const auto bits = asInteger<int>(stream["bits_per_raw_sample"]))
+        return *bits;
+    if (pixFmt && pixFmt->find("10") != std::string::npos)
+        return 10;
+    return pixFmt && pixFmt->find("12") != std::string::npos ? 12 : 8;
+}
+
+bool isDolbyVision(const json &sideData)
+{
+    return sideData.is_array() && std::any_of(sideData.begin(), sideData.end(), [](const json &entry) {
+               return asString(at(entry, "side_data_type")).value_or("").find("DOVI") != std::string::npos;
+           });
+}
+
+VideoStreamInfo parseVideo(const Stream &stream)
+{
+    VideoStreamInfo video;
+    video.index = stream.index();
+    video.codec = stream.codec();
+    video.profile = asString(stream["profile"]);
+    video.width = asInteger<int>(stream["width"]).value_or(0);
+    video.height = asInteger<int>(stream["height"]).value_or(0);
+    video.fps = frameRate(stream["avg_frame_rate"]).value_or(frameRate(stream["r_frame_rate"]).value_or(0));
+    video.pixFmt = asString(stream["pix_fmt"]);
+    video.bitDepth = bitDepth(stream, video.pixFmt);
+    video.fieldOrder = asString(stream["field_order"]);
+    video.colorTransfer = asString(stream["color_transfer"]);
+    video.colorPrimaries = asString(stream["color_primaries"]);
+    video.colorSpace = asString(stream["color_space"]);
+    video.bitrate = stream.bitrate();
+    video.isDolbyVision = isDolbyVision(stream["side_data_list"]);
+    return video;
+}
+
+AudioStreamInfo parseAudio(const Stream &stream)
+{
+    AudioStreamInfo audio;
+    audio.index = stream.index();
+    audio.codec = stream.codec();
+    audio.profile = asString(stream["profile"]);
+    audio.channels = asInteger<int>(stream["channels"]).value_or(0);
+    audio.language = stream.language();
+    audio.title = stream.title();
+    audio.bitrate = stream.bitrate();
+    audio.sampleRate = asInteger<int>(stream["sample_rate"]);
+    audio.isDefault = stream.has("default");
+    audio.isForced = stream.has("forced");
+    audio.isCommentary = stream.has("comment") || stream.has("visual_impaired") ||
+                         Language::looksLikeCommentary(audio.title);
+    return audio;
+}
+
+SubtitleStreamInfo parseSubtitle(const Stream &stream)
+{
+    SubtitleStreamInfo subtitle;
+    subtitle.index = stream.index();
+    subtitle.codec = stream.codec();
+    subtitle.language = stream.language();
+    subtitle.title = stream.title();
+    subtitle.isForced = stream.has("forced") ||
+                        Text::lower(subtitle.title.value_or("")).find("forced") != std::string::npos;
+    subtitle.isDefault = stream.has("default");
+    subtitle.byteSize = stream.statistic("number_of_bytes");
+    return subtitle;
+}
+
+// The container's duration, else the video stream's, else the first that a stream states.
+double parseDuration(const json &format, const json &streams)
+{
+    if (const auto duration = asDouble(at(format, "duration")))
+        return *duration;
+    std::optional<double> first;
+    for (const json &stream : streams) {
+        const auto duration = asDouble(at(stream, "duration"));
+        if (duration && asString(at(stream, "codec_type")) == "video")
+            return *duration;
+        if (!first)
+            first = duration;
+    }
+    return first.value_or(0);
+}
+
+FileTime asTime(const timespec &time)
+{
+    return FileTime(std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
+}
+
+} // namespace
+
+std::vector<fs::path> findVideos(const fs::path &root, std::stop_token stop)
+{
+    struct Found {
+        std::string key;
+        fs::path path;
+    };
+    std::vector<Found> found;
+    walk(root, stop, [&](const fs::directory_entry &entry) {
+        const fs::path name = entry.path().filename();
+        if (isHidden(name))
+            return false;
+        std::error_code unreadable;
+        if (hasExtension(name, videoExtensions) &&
+            entry.symlink_status(unreadable).type() == fs::file_type::regular)
+            found.push_back({Text::naturalSortKey(entry.path().native()), entry.path()});
+        return true;
+    });
+    std::sort(found.begin(), found.end(), [](const Found &a, const Found &b) {
+        return a.key != b.key ? a.key < b.key : a.path.native() < b.path.native();
+    });
+
+    std::vector<fs::path> videos;
+    videos.reserve(found.size());
+    for (auto &entry : found)
+        videos.push_back(std::move(entry.path));
+    return videos;
+}
+
+std::size_t removeLeftovers(const fs::path &root)
+{
+    std::vector<fs::path> leftovers;
+    walk(root, {}, [&](const fs::directory_entry &entry) {
+        const bool isLeft = isLeftover(entry.path().filename());
+        if (isLeft)
+            leftovers.push_back(entry.path());
+        return !isLeft;
+    });
+    std::size_t count = 0;
+    for (const auto &path : leftovers) {
+        std::error_code error;
+        fs::remove_all(path, error);
+        if (error)
+            continue;
+        ++count;
+        Log::write("Rest entfernt: " + Text::repaired(path.native()));
+    }
+    return count;
+}
+
+fs::path relativePath(const fs::path &file, const fs::path &root)
+{
+    const auto resolved = [](const fs::path &path) {
+        std::error_code error;
+        const fs::path real = fs::weakly_canonical(path, error);
+        return Files::standardized(error ? path : real);
+    };
+    const fs::path whole = resolved(file);
+    const fs::path above = resolved(root);
+    const auto [rootRest, fileRest] = std::mismatch(above.begin(), above.end(), whole.begin(), whole.end());
+    if (rootRest != above.end())
+        return whole.filename();
+    fs::path relative;
+    for (auto part = fileRest; part != whole.end(); ++part)
+        relative /= *part;
+    return relative;
+}
+
+MediaInfo probe(const fs::path &file, const fs::path &ffprobe, std::stop_token stop)
+{
+    const ProcessOutput output = ProcessRunner::run(
+        ffprobe, {"-v", "error", "-print_format", "json", "-show_format", "-show_streams", file.native()}, stop);
+    throwIfStopped(stop);
+    if (output.status != 0) {
+        const std::string errors = output.errorText();
+        const std::string_view text = Text::trimmed(errors);
+        throw ToolError::failed(text.empty() ? "Datei konnte nicht gelesen werden" : std::string(text));
+    }
+    const json answer = json::parse(output.standardOutput);
+    if (!answer.is_object())
+        throw ToolError::failed("ffprobe lieferte keine lesbare Antwort");
+    const Files::Attributes attributes = Files::attributes(file);
+    return parse(answer, file, attributes.size, asTime(attributes.modified));
+}
+
+MediaInfo parse(const json &answer, const fs::path &file, std::int64_t fileSize, FileTime modified)
+{
+    static const json none = json::array();
+    const json &format = at(answer, "format");
+    const json &streams = at(answer, "streams").is_array() ? at(answer, "streams") : none;
+
+    MediaInfo info;
+    info.url = file;
+    info.fileSize = fileSize;
+    info.modified = modified;
+    info.duration = parseDuration(format, streams);
+    info.formatName = asString(at(format, "format_name")).value_or("");
+    int position = 0;
+    for (const json &object : streams) {
+        const Stream stream(object, position++);
+        const std::string kind = stream.kind();
+        if (kind == "video" && !info.video && !stream.has("attached_pic"))
+            info.video = parseVideo(stream);
+        else if (kind == "audio")
+            info.audio.push_back(parseAudio(stream));
+        else if (kind == "subtitle")
+            info.subtitles.push_back(parseSubtitle(stream));
+        else if (kind == "attachment")
+            info.attachmentIndexes.push_back(stream.index());
+    }
+    return info;
+}
+
+} // namespace kestrel::Prober

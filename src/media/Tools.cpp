@@ -1,0 +1,83 @@
+#include "media/Tools.h"
+
+#include <array>
+#include <string_view>
+
+#include "media/ProcessRunner.h"
+#include "platform/Text.h"
+
+#include <unistd.h>
+
+namespace kestrel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool isExecutableFile(const fs::path &path)
+{
+    std::error_code error;
+    return fs::is_regular_file(path, error) && ::access(path.c_str(), X_OK) == 0;
+}
+
+fs::path find(const std::string &name, std::span<const fs::path> folders)
+{
+    for (const auto &folder : folders)
+        if (isExecutableFile(folder / name))
+            return folder / name;
+    throw ToolError::notFound(name);
+}
+
+std::string firstLine(std::string_view text)
+{
+    const std::size_t start = text.find_first_not_of('\n');
+    if (start == std::string_view::npos)
+        return {};
+    return std::string(text.substr(start, text.find('\n', start) - start));
+}
+
+} // namespace
+
+ToolError ToolError::notFound(const std::string &tool)
+{
+    return ToolError(tool + " wurde nicht gefunden. Installation im Terminal: brew install ffmpeg");
+}
+
+ToolError ToolError::failed(const std::string &message)
+{
+    return ToolError(message);
+}
+
+std::span<const fs::path> Tools::folders()
+{
+    static const std::array<fs::path, 4> folders{"/opt/homebrew/bin", "/usr/local/bin", "/opt/local/bin",
+                                                 "/usr/bin"};
+    return folders;
+}
+
+Tools Tools::locate(std::stop_token stop)
+{
+    return locate(folders(), std::move(stop));
+}
+
+Tools Tools::locate(std::span<const fs::path> folders, std::stop_token stop)
+{
+    Tools tools;
+    tools.ffmpeg = find("ffmpeg", folders);
+    tools.ffprobe = find("ffprobe", folders);
+    const auto ask = [&](const char *question) {
+        return Text::repaired(
+            ProcessRunner::run(tools.ffmpeg, {"-hide_banner", question}, stop).standardOutput);
+    };
+    const std::string encoders = ask("-encoders");
+    const std::string filters = ask("-filters");
+    tools.version = firstLine(ask("-version"));
+    if (tools.version.empty())
+        tools.version = "ffmpeg";
+    tools.hasX265 = encoders.find("libx265") != std::string::npos;
+    tools.hasSVTAV1 = encoders.find("libsvtav1") != std::string::npos;
+    tools.hasVMAF = filters.find("libvmaf") != std::string::npos;
+    return tools;
+}
+
+} // namespace kestrel

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <filesystem>
+#include <span>
+#include <stdexcept>
+#include <stop_token>
+#include <string>
+
+namespace kestrel {
+
+// An error whose text is a finished German sentence for the person in front of the screen.
+class ToolError : public std::runtime_error {
+public:
+    static ToolError notFound(const std::string &tool);
+    static ToolError failed(const std::string &message);
+
+private:
+    using std::runtime_error::runtime_error;
+};
+
+// The located programs and what this ffmpeg was built with.
+struct Tools {
+    std::filesystem::path ffmpeg, ffprobe; // absolute
+    bool hasX265 = false;                  // encoder "libx265"
+    bool hasSVTAV1 = false;                // encoder "libsvtav1"
+    bool hasVMAF = false;                  // filter "libvmaf"
+    std::string version;                   // first line of ffmpeg -version, for display
+
+    bool operator==(const Tools &) const = default;
+
+    // The folders that are searched, in their order; $PATH is not consulted.
+    static std::span<const std::filesystem::path> folders();
+    // Looks for both programs and asks ffmpeg for its capabilities; blocks for three short runs. Throws
+    // ToolError::notFound, or std::system_error when ffmpeg cannot be started.
+    static Tools locate(std::stop_token stop);
+    static Tools locate(std::span<const std::filesystem::path> folders, std::stop_token stop);
+};
+
+} // namespace kestrel

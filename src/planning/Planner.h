@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "media/MediaInfo.h"
+#include "planning/ConversionSettings.h"
+#include "planning/Plan.h"
+
+// Decides what is done with every stream of a file. Pure.
+namespace kestrel::Planner {
+
+// `videoUnchanged`: why measurements have shown that encoding this video is not worth it; it is then
+// copied unless it must be scaled or deinterlaced.
+Plan plan(const MediaInfo &info, const ConversionSettings &settings,
+          const std::optional<std::string> &videoUnchanged);
+
+// The output frame: the source's, or scaled down into the resolution's limits, even on both sides.
+FrameSize targetSize(const VideoStreamInfo &video, TargetResolution resolution);
+
+} // namespace kestrel::Planner

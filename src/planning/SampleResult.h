@@ -1,0 +1,45 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+namespace kestrel {
+
+namespace Sampler {
+
+// One measurement at one CRF, over all sample segments of a file.
+struct Step {
+    int value = 0;      // the CRF tried
+    double bitrate = 0; // bits per second
+    std::optional<double> vmaf, vmafWorst; // mean and worst segment; absent without libvmaf
+    double megapixelsPerSecond = 0;        // encoding throughput
+    double seconds = 0;                    // media time of the segments
+
+    bool operator==(const Step &) const = default;
+};
+
+} // namespace Sampler
+
+// What the quality search found for one file under one videoKey.
+struct SampleResult {
+    double videoBitrate = 0; // at the chosen CRF, bits per second
+    std::optional<double> vmafMean, vmafWorst;
+    double megapixelsPerSecond = 0;
+    double measuredSeconds = 0;
+    double heuristicBitrate = 0; // what had been guessed for the same file and settings
+    int qualityValue = 0;        // the chosen CRF
+    std::optional<double> vmafTarget; // absent when no search ran
+    std::vector<Sampler::Step> steps; // every CRF tried, in order
+
+    bool operator==(const SampleResult &) const = default;
+
+    // The video would hardly shrink at the quality that was searched for: the measured rate is at least
+    // nine tenths of the source's (bits per second).
+    bool hardlySaves(double sourceBitrate) const { return 0.9 * sourceBitrate <= videoBitrate; }
+};
+
+// The reason that Planner::plan is then given.
+inline constexpr const char *measuredUnchanged =
+    "Messung: bei gleicher Qualität kaum Ersparnis – bleibt unverändert";
+
+} // namespace kestrel

@@ -1,0 +1,220 @@
+#include "platform/ChildProcess.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <system_error>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kestrel {
+
+namespace {
+
+[[noreturn]] void throwErrno(const char *what)
+{
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+struct Pipe {
+    FileDescriptor reading, writing;
+};
+
+Pipe makePipe()
+{
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+        throwErrno("pipe2");
+    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+// What the new process does before it becomes the program. Only async-signal-safe calls: other threads
+// of the parent may hold any lock. Never returns.
+[[noreturn]] void becomeProgram(const char *executable, char *const *arguments, pid_t parent, int output,
+                                int error, int report)
+{
+    ::setpgid(0, 0);
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent)
+        ::_exit(127); // the parent was gone before the request to die with it arrived
+
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGTSTP, SIGCONT, SIGCHLD})
+        std::signal(number, SIG_DFL);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+
+    const int null = ::open("/dev/null", O_RDONLY);
+    if (null >= 0 && ::dup2(null, STDIN_FILENO) >= 0 && ::dup2(output, STDOUT_FILENO) >= 0 &&
+        ::dup2(error, STDERR_FILENO) >= 0)
+        ::execv(executable, arguments);
+
+    const int code = errno;
+    [[maybe_unused]] const auto written = ::write(report, &code, sizeof code);
+    ::_exit(127);
+}
+
+// Hands on what can be read now; true at the end of the stream.
+bool readAvailable(int descriptor, const ChildProcess::OnBytes &onBytes)
+{
+    std::array<char, 65536> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by read
+    for (;;) {
+        const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
+        if (count > 0) {
+            onBytes({buffer.data(), static_cast<std::size_t>(count)});
+            continue;
+        }
+        if (count < 0 && errno == EINTR)
+            continue;
+        return count == 0 || errno != EAGAIN;
+    }
+}
+
+} // namespace
+
+ChildProcess::ChildProcess(const std::filesystem::path &executable, const std::vector<std::string> &arguments)
+{
+    std::vector<std::string> words{executable.native()};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char *> pointers;
+    pointers.reserve(words.size() + 1);
+    for (auto &word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+
+    Pipe output = makePipe();
+    Pipe error = makePipe();
+    Pipe report = makePipe(); // closed by a successful exec; carries errno otherwise
+    m_wake = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!m_wake)
+        throwErrno("eventfd");
+
+    const pid_t parent = ::getpid();
+    m_pid = ::fork();
+    if (m_pid < 0)
+        throwErrno("fork");
+    if (m_pid == 0)
+        becomeProgram(executable.c_str(), pointers.data(), parent, output.writing.get(), error.writing.get(),
+                      report.writing.get());
+
+    ::setpgid(m_pid, m_pid); // here too, so that the group exists whichever side runs first
+    report.writing.reset();
+    int code = 0;
+    ssize_t count = 0;
+    while ((count = ::read(report.reading.get(), &code, sizeof code)) < 0 && errno == EINTR) {
+    }
+    if (count == sizeof code) {
+        reap();
+        throw std::system_error(code, std::generic_category(), executable.native());
+    }
+
+    // glibc 2.36 declares pidfd_open() without C linkage.
+    m_exit = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
+    if (!m_exit) {
+        const int reason = errno;
+        ::kill(-m_pid, SIGKILL);
+        reap();
+        throw std::system_error(reason, std::generic_category(), "pidfd_open");
+    }
+    m_output = std::move(output.reading);
+    m_error = std::move(error.reading);
+    for (const auto *descriptor : {&m_output, &m_error})
+        ::fcntl(descriptor->get(), F_SETFL, O_NONBLOCK);
+}
+
+ChildProcess::~ChildProcess()
+{
+    if (signal(SIGKILL))
+        reap();
+}
+
+int ChildProcess::communicate(const OnBytes &onOutput, const OnBytes &onError)
+{
+    for (;;) {
+        std::array<pollfd, 4> watched{{{m_exit.get(), POLLIN, 0},
+                                       {m_output.get(), POLLIN, 0},
+                                       {m_error.get(), POLLIN, 0},
+                                       {m_wake.get(), POLLIN, 0}}};
+        const int ready = ::poll(watched.data(), watched.size(), pollTimeout());
+        if (ready < 0 && errno != EINTR)
+            throwErrno("poll");
+        if (ready == 0) {
+            signal(SIGKILL);
+            const std::scoped_lock guard(m_lock);
+            m_deadline.reset();
+        }
+        if (ready <= 0)
+            continue;
+
+        if (watched[1].revents != 0 && readAvailable(m_output.get(), onOutput))
+            m_output.reset();
+        if (watched[2].revents != 0 && readAvailable(m_error.get(), onError))
+            m_error.reset();
+        if (watched[3].revents != 0)
+            readAvailable(m_wake.get(), [](std::string_view) {});
+        if (watched[0].revents != 0) {
+            if (m_output)
+                readAvailable(m_output.get(), onOutput);
+            if (m_error)
+                readAvailable(m_error.get(), onError);
+            return reap();
+        }
+    }
+}
+
+bool ChildProcess::signal(int number)
+{
+    const std::scoped_lock guard(m_lock);
+    return m_pid > 0 && ::kill(-m_pid, number) == 0;
+}
+
+void ChildProcess::terminate(std::optional<std::chrono::seconds> grace)
+{
+    signal(SIGTERM);
+    if (!grace)
+        return;
+    {
+        const std::scoped_lock guard(m_lock);
+        if (!m_deadline)
+            m_deadline = std::chrono::steady_clock::now() + *grace;
+    }
+    [[maybe_unused]] const int woken = ::eventfd_write(m_wake.get(), 1);
+}
+
+int ChildProcess::reap()
+{
+    pid_t pid = -1;
+    {
+        const std::scoped_lock guard(m_lock);
+        pid = m_pid;
+    }
+    siginfo_t info{};
+    while (::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+    }
+    const std::scoped_lock guard(m_lock);
+    m_pid = -1;
+    int status = 0;
+    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// In milliseconds, -1 for no limit.
+int ChildProcess::pollTimeout()
+{
+    const std::scoped_lock guard(m_lock);
+    if (!m_deadline)
+        return -1;
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(*m_deadline - std::chrono::steady_clock::now()).count();
+    return static_cast<int>(std::max<decltype(left)>(left, 0));
+}
+
+} // namespace kestrel

@@ -1,0 +1,89 @@
+#include "platform/ErrorText.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <new>
+#include <string_view>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "platform/Text.h"
+
+namespace kestrel::ErrorText {
+
+namespace {
+
+struct Reason {
+    int code;
+    std::string_view text;
+};
+
+constexpr std::array<Reason, 32> reasons{{
+    {EACCES, "Keine Berechtigung"},
+    {EPERM, "Keine Berechtigung"},
+    {ENOSPC, "Kein Speicherplatz mehr frei"},
+    {EDQUOT, "Das Speicherkontingent ist ausgeschöpft"},
+    {EROFS, "Der Datenträger ist schreibgeschützt"},
+    {ENOENT, "Datei oder Ordner ist nicht vorhanden"},
+    {EEXIST, "Unter diesem Namen gibt es schon etwas"},
+    {ENOTEMPTY, "Der Ordner ist nicht leer"},
+    {ENOTDIR, "Kein Ordner"},
+    {EISDIR, "Ein Ordner, keine Datei"},
+    {ENAMETOOLONG, "Der Name ist zu lang"},
+    {EINVAL, "Der Datenträger kann das nicht"},
+    {ENOSYS, "Der Datenträger kann das nicht"},
+    {EOPNOTSUPP, "Der Datenträger kann das nicht"},
+    {EXDEV, "Liegt auf einem anderen Datenträger"},
+    {EFBIG, "Die Datei ist für diesen Datenträger zu groß"},
+    {EIO, "Lese- oder Schreibfehler"},
+    {EBUSY, "Wird gerade benutzt"},
+    {ETXTBSY, "Wird gerade benutzt"},
+    {ELOOP, "Zu viele symbolische Links"},
+    {EMFILE, "Zu viele offene Dateien"},
+    {ENFILE, "Zu viele offene Dateien"},
+    {ENOMEM, "Nicht genügend Arbeitsspeicher"},
+    {EAGAIN, "Zurzeit nicht möglich"},
+    {ENOEXEC, "Kein ausführbares Programm"},
+    {ENODEV, "Der Datenträger ist nicht mehr vorhanden"},
+    {ENXIO, "Der Datenträger ist nicht mehr vorhanden"},
+    {ESTALE, "Die Netzwerkfreigabe ist nicht mehr verbunden"},
+    {ENOTCONN, "Die Netzwerkfreigabe ist nicht mehr verbunden"},
+    {EHOSTDOWN, "Der Server ist nicht erreichbar"},
+    {EHOSTUNREACH, "Der Server ist nicht erreichbar"},
+    {ETIMEDOUT, "Keine Antwort in angemessener Zeit"},
+}};
+
+} // namespace
+
+std::string describe(const std::error_code &code)
+{
+    const auto *found =
+        std::find_if(reasons.begin(), reasons.end(), [&](const Reason &r) { return r.code == code.value(); });
+    if (found != reasons.end())
+        return std::string(found->text);
+    return fmt::format("Systemfehler {} ({})", code.value(), code.message());
+}
+
+std::string describe(const std::exception &error)
+{
+    if (const auto *file = dynamic_cast<const std::filesystem::filesystem_error *>(&error);
+        file != nullptr && !file->path1().empty())
+        return fmt::format("{}: „{}“", describe(file->code()), Text::repaired(file->path1().native()));
+    return reason(error);
+}
+
+std::string reason(const std::exception &error)
+{
+    if (const auto *system = dynamic_cast<const std::system_error *>(&error))
+        return describe(system->code());
+    if (dynamic_cast<const nlohmann::json::exception *>(&error) != nullptr)
+        return "Die Antwort ist nicht lesbar (kein gültiges JSON)";
+    if (dynamic_cast<const std::bad_alloc *>(&error) != nullptr)
+        return "Nicht genügend Arbeitsspeicher";
+    return error.what();
+}
+
+} // namespace kestrel::ErrorText

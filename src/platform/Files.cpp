@@ -1,0 +1,203 @@
+#include "platform/Files.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include "platform/Cancelled.h"
+#include "platform/FileDescriptor.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kestrel::Files {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t copyChunk = 4 << 20;
+
+[[noreturn]] void fail(const char *what, const fs::path &path, int code = errno)
+{
+    throw fs::filesystem_error(what, path, std::error_code(code, std::generic_category()));
+}
+
+FileDescriptor openFor(const fs::path &path, int flags)
+{
+    FileDescriptor descriptor(::open(path.c_str(), flags | O_CLOEXEC, 0666));
+    if (!descriptor)
+        fail("open", path);
+    return descriptor;
+}
+
+// Some file systems, and folders on most network ones, know no such request.
+bool meansUnsupported(int code)
+{
+    return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP;
+}
+
+void syncDescriptor(const FileDescriptor &descriptor, const fs::path &path)
+{
+    while (::fsync(descriptor.get()) != 0) {
+        if (errno == EINTR)
+            continue;
+        if (meansUnsupported(errno))
+            return;
+        fail("fsync", path);
+    }
+}
+
+void closeChecked(FileDescriptor &descriptor, const fs::path &path)
+{
+    if (::close(descriptor.release()) != 0 && errno != EINTR)
+        fail("close", path);
+}
+
+void writeAll(const FileDescriptor &descriptor, std::string_view bytes, const fs::path &path)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(descriptor.get(), bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            fail("write", path);
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+std::size_t readSome(const FileDescriptor &descriptor, std::string &buffer, const fs::path &path)
+{
+    for (;;) {
+        const ssize_t count = ::read(descriptor.get(), buffer.data(), buffer.size());
+        if (count >= 0)
+            return static_cast<std::size_t>(count);
+        if (errno != EINTR)
+            fail("read", path);
+    }
+}
+
+} // namespace
+
+bool Attributes::sameVersion(const Attributes &other) const
+{
+    return size == other.size && device == other.device && inode == other.inode &&
+           modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
+}
+
+Attributes attributes(const fs::path &file)
+{
+    struct stat status{};
+    if (::stat(file.c_str(), &status) != 0)
+        fail("stat", file);
+    return {status.st_size, status.st_mtim, status.st_dev, status.st_ino, S_ISREG(status.st_mode)};
+}
+
+std::optional<Attributes> tryAttributes(const fs::path &file)
+{
+    try {
+        return attributes(file);
+    } catch (const fs::filesystem_error &) {
+        return std::nullopt;
+    }
+}
+
+bool exists(const fs::path &path)
+{
+    struct stat status{};
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
+void sync(const fs::path &fileOrFolder)
+{
+    FileDescriptor descriptor = openFor(fileOrFolder, O_RDONLY);
+    syncDescriptor(descriptor, fileOrFolder);
+    closeChecked(descriptor, fileOrFolder);
+}
+
+void copy(const fs::path &from, const fs::path &to, std::stop_token stop)
+{
+    const FileDescriptor source = openFor(from, O_RDONLY);
+    FileDescriptor target = openFor(to, O_WRONLY | O_CREAT | O_TRUNC);
+    ::posix_fadvise(source.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+
+    std::string buffer(copyChunk, '\0');
+    while (const std::size_t count = readSome(source, buffer, from)) {
+        throwIfStopped(stop);
+        writeAll(target, std::string_view(buffer).substr(0, count), to);
+    }
+    syncDescriptor(target, to);
+    closeChecked(target, to);
+    sync(to.parent_path());
+}
+
+void moveToFreeName(const fs::path &from, const fs::path &to)
+{
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+        return;
+    if (!meansUnsupported(errno))
+        fail("rename", from);
+    // This file system cannot rename so; a look beforehand is the best that is left.
+    if (Files::exists(to))
+        fail("rename", from, EEXIST);
+    moveOver(from, to);
+}
+
+void moveOver(const fs::path &from, const fs::path &to)
+{
+    if (::rename(from.c_str(), to.c_str()) != 0)
+        fail("rename", from);
+}
+
+void remove(const fs::path &file)
+{
+    if (::unlink(file.c_str()) != 0)
+        fail("unlink", file);
+}
+
+void writeAtomically(const fs::path &file, std::string_view content)
+{
+    fs::path fresh = file;
+    fresh += ".new";
+    FileDescriptor descriptor = openFor(fresh, O_WRONLY | O_CREAT | O_TRUNC);
+    writeAll(descriptor, content, fresh);
+    syncDescriptor(descriptor, fresh);
+    closeChecked(descriptor, fresh);
+    moveOver(fresh, file);
+    sync(file.parent_path());
+}
+
+std::string readAll(const fs::path &file)
+{
+    const FileDescriptor descriptor = openFor(file, O_RDONLY);
+    std::string content;
+    std::string buffer(65536, '\0');
+    while (const std::size_t count = readSome(descriptor, buffer, file))
+        content.append(buffer, 0, count);
+    return content;
+}
+
+void setModified(const fs::path &file, const timespec &modified)
+{
+    const timespec times[2] = {{0, UTIME_OMIT}, modified};
+    if (::utimensat(AT_FDCWD, file.c_str(), times, 0) != 0)
+        fail("utimensat", file);
+}
+
+std::size_t longestName(const fs::path &folder)
+{
+    const long limit = ::pathconf(folder.c_str(), _PC_NAME_MAX);
+    return limit > 0 ? static_cast<std::size_t>(limit) : 255;
+}
+
+fs::path standardized(const fs::path &path)
+{
+    std::error_code ignored;
+    const fs::path absolute = path.is_absolute() ? path : fs::absolute(path, ignored);
+    fs::path normal = absolute.lexically_normal();
+    return normal.has_filename() || !normal.has_parent_path() || normal == normal.root_path()
+               ? normal
+               : normal.parent_path();
+}
+
+} // namespace kestrel::Files

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include <time.h>
+
+// File operations beyond the standard library: durable, and never over somebody else's file. Those that
+// fail throw std::filesystem::filesystem_error with the system's reason.
+namespace kestrel::Files {
+
+struct Attributes {
+    std::int64_t size = 0; // bytes
+    timespec modified{};
+    std::uint64_t device = 0, inode = 0;
+    bool isRegular = false;
+
+    // The same file with the same content, as far as the file system tells.
+    bool sameVersion(const Attributes &other) const;
+};
+
+// Follows symbolic links; throws where there is nothing.
+Attributes attributes(const std::filesystem::path &file);
+std::optional<Attributes> tryAttributes(const std::filesystem::path &file);
+
+// Something is there, be it a broken symbolic link.
+bool exists(const std::filesystem::path &path);
+
+// Returns when the file's content, or the folder's list of names, is on the disk. Network file systems
+// report failed writes here. A file system that knows no such request is taken as done.
+void sync(const std::filesystem::path &fileOrFolder);
+
+// Copies the content into a file that is created or replaced, and returns when it is on the disk.
+// Throws Cancelled when asked to stop; what was written so far stays.
+void copy(const std::filesystem::path &from, const std::filesystem::path &to, std::stop_token stop);
+
+// Renames within one file system; fails with "file exists" rather than replace anything.
+void moveToFreeName(const std::filesystem::path &from, const std::filesystem::path &to);
+// Renames within one file system; replaces a file at the target.
+void moveOver(const std::filesystem::path &from, const std::filesystem::path &to);
+void remove(const std::filesystem::path &file);
+
+// Writes a small file so that it is either the old or the new one after a crash.
+void writeAtomically(const std::filesystem::path &file, std::string_view content);
+std::string readAll(const std::filesystem::path &file);
+
+void setModified(const std::filesystem::path &file, const timespec &modified);
+
+// The longest file name in bytes that the file system takes in this folder; 255 where it does not say.
+std::size_t longestName(const std::filesystem::path &folder);
+
+// The same location by spelling: absolute, without "." and "..", no trailing slash.
+std::filesystem::path standardized(const std::filesystem::path &path);
+
+} // namespace kestrel::Files

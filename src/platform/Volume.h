@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace kestrel {
+
+// What the system tells about the volume that holds a path. Whatever it does not tell stays absent.
+struct Volume {
+    // The type by the names that StorageLocation knows: "smbfs", "nfs", "afpfs", "webdav" and "ftp" for
+    // the network file systems, the system's own name for any other, empty when unknown.
+    std::string fileSystemType;
+    std::optional<std::string> name;
+    std::optional<bool> isInternal;
+    std::optional<std::string> remountURL; // address under which a share can be mounted again
+    std::optional<std::filesystem::path> root;
+
+    static Volume of(const std::filesystem::path &path);
+    // Bytes that an ordinary user may still use there; absent when that cannot be told.
+    static std::optional<std::int64_t> freeBytes(const std::filesystem::path &path);
+};
+
+// One line of the kernel's table of mounts.
+struct Mount {
+    std::uint64_t id = 0;
+    std::filesystem::path point;
+    std::string type, source;
+
+    // Reads a line of /proc/self/mountinfo (proc(5)); absent when it has not that form.
+    static std::optional<Mount> parse(std::string_view line);
+};
+
+// What a mount says about a path below it; the part of Volume::of that needs no disk. Exposed for tests.
+Volume describeMount(const Mount &mount, const std::filesystem::path &path);
+
+} // namespace kestrel
