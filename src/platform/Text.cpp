@@ -204,6 +204,10 @@ std::string naturalSortKey(std::string_view text)
 
 std::optional<std::string> germanLanguageName(const std::string &code)
 {
+    // Whatever else stands in a file, ICU would take for a locale's name, or read in another encoding.
+    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    if (code.empty() || !std::all_of(code.begin(), code.end(), isLetter))
+        return std::nullopt;
     const icu::Locale language(code.c_str());
     icu::UnicodeString name;
     language.getDisplayLanguage(icu::Locale::getGermany(), name);
