@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -61,19 +62,30 @@ Pipe makePipe()
     ::_exit(127);
 }
 
-// Hands on what can be read now; true at the end of the stream.
-bool readAvailable(int descriptor, const ChildProcess::OnBytes &onBytes)
+// Hands on one portion and returns its size: 0 at the end of the stream, -1 when there is nothing yet. Only
+// one, because a child that writes faster than it is read must not keep its deadline from being seen.
+ssize_t readPortion(const FileDescriptor &stream, const ChildProcess::OnBytes &onBytes)
 {
     std::array<char, 65536> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by read
-    for (;;) {
-        const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
-        if (count > 0) {
-            onBytes({buffer.data(), static_cast<std::size_t>(count)});
-            continue;
-        }
-        if (count < 0 && errno == EINTR)
-            continue;
-        return count == 0 || errno != EAGAIN;
+    ssize_t count = 0;
+    while ((count = ::read(stream.get(), buffer.data(), buffer.size())) < 0 && errno == EINTR) {
+    }
+    if (count > 0)
+        onBytes({buffer.data(), static_cast<std::size_t>(count)});
+    return count < 0 && errno != EAGAIN ? 0 : count;
+}
+
+// Hands on what the pipe holds by now, and nothing that is written meanwhile.
+void readRest(const FileDescriptor &stream, const ChildProcess::OnBytes &onBytes)
+{
+    int left = 0;
+    if (!stream || ::ioctl(stream.get(), FIONREAD, &left) != 0)
+        return;
+    while (left > 0) {
+        const ssize_t count = readPortion(stream, onBytes);
+        if (count <= 0)
+            return;
+        left -= static_cast<int>(count);
     }
 }
 
@@ -145,25 +157,19 @@ int ChildProcess::communicate(const OnBytes &onOutput, const OnBytes &onError)
         const int ready = ::poll(watched.data(), watched.size(), pollTimeout());
         if (ready < 0 && errno != EINTR)
             throwErrno("poll");
-        if (ready == 0) {
-            signal(SIGKILL);
-            const std::scoped_lock guard(m_lock);
-            m_deadline.reset();
-        }
+        killIfOverdue();
         if (ready <= 0)
             continue;
 
-        if (watched[1].revents != 0 && readAvailable(m_output.get(), onOutput))
+        if (watched[1].revents != 0 && readPortion(m_output, onOutput) == 0)
             m_output.reset();
-        if (watched[2].revents != 0 && readAvailable(m_error.get(), onError))
+        if (watched[2].revents != 0 && readPortion(m_error, onError) == 0)
             m_error.reset();
         if (watched[3].revents != 0)
-            readAvailable(m_wake.get(), [](std::string_view) {});
+            readPortion(m_wake, [](std::string_view) {});
         if (watched[0].revents != 0) {
-            if (m_output)
-                readAvailable(m_output.get(), onOutput);
-            if (m_error)
-                readAvailable(m_error.get(), onError);
+            readRest(m_output, onOutput);
+            readRest(m_error, onError);
             return reap();
         }
     }
@@ -204,6 +210,17 @@ int ChildProcess::reap()
     while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+void ChildProcess::killIfOverdue()
+{
+    {
+        const std::scoped_lock guard(m_lock);
+        if (!m_deadline || std::chrono::steady_clock::now() < *m_deadline)
+            return;
+        m_deadline.reset();
+    }
+    signal(SIGKILL);
 }
 
 // In milliseconds, -1 for no limit.

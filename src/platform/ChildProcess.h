@@ -48,6 +48,7 @@ public:
 
 private:
     int reap();
+    void killIfOverdue();
     int pollTimeout();
 
     // Set once.
