@@ -149,7 +149,7 @@ void tellWhatIsLeftOut(const FolderPlan &plan)
     for (const auto &file : plan.files) {
         const std::string name = Terminal::shown(file.relativePath.native());
         if (file.probeError)
-            Terminal::complain(fmt::format("{}: nicht lesbar: {}", name, Terminal::shown(*file.probeError)));
+            Terminal::complain(fmt::format("{}: nicht lesbar: {}", name, Terminal::shown(file.shortProbeError())));
         else if (file.mayBeIncomplete)
             Terminal::complain(
                 fmt::format("{}: wird evtl. noch kopiert – später neu analysieren", name));

@@ -15,6 +15,7 @@
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
+#include "platform/Text.h"
 
 namespace kestrel {
 
@@ -38,6 +39,15 @@ void probe(PlannedFile &file, const Tools &tools, const std::stop_token &stop)
 }
 
 } // namespace
+
+// Of several lines the last says most; before its reason stands the path, which is shown anyway.
+std::string PlannedFile::shortProbeError() const
+{
+    std::string_view error = Text::trimmed(*probeError);
+    error.remove_prefix(error.rfind('\n') + 1);
+    const std::size_t colon = error.rfind(": ");
+    return std::string(colon == std::string_view::npos ? error : error.substr(colon + 2));
+}
 
 FolderPlan FolderPlan::scan(const fs::path &folder, const Tools &tools, const OnProbed &onProbed,
                             std::stop_token stop)

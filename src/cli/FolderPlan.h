@@ -27,6 +27,8 @@ struct PlannedFile {
     std::optional<Plan> plan;
     std::optional<SizeEstimate> estimate;
 
+    // The part of ffprobe's text that says most, on one line.
+    std::string shortProbeError() const;
     bool isCounted() const { return info && !mayBeIncomplete; }
     bool isActionable() const { return isCounted() && plan && !plan->isNoop; }
 };

@@ -46,7 +46,7 @@ std::string describeVideo(const MediaInfo &info, const Plan &plan, const Convers
 std::string describe(const PlannedFile &file, const ConversionSettings &settings)
 {
     if (file.probeError)
-        return "nicht lesbar: " + Terminal::shown(*file.probeError);
+        return "nicht lesbar: " + Terminal::shown(file.shortProbeError());
     if (file.mayBeIncomplete)
         return "wird evtl. noch kopiert";
     if (file.plan->isNoop)

@@ -107,6 +107,17 @@ void addSubtitles(List &list, const Plan &plan)
     }
 }
 
+std::string escaped(string_view text, string_view special)
+{
+    std::string result;
+    for (const char c : text) {
+        if (special.find(c) != string_view::npos)
+            result += '\\';
+        result += c;
+    }
+    return result;
+}
+
 bool needsQuotes(string_view argument)
 {
     return argument.find_first_of(" '\"()&;[]") != string_view::npos;
@@ -202,6 +213,11 @@ std::vector<std::string> encoderArguments(VideoCodecChoice codec, int qualityVal
 std::string format(double seconds)
 {
     return fmt::format("{:.3f}", seconds);
+}
+
+std::string filterValue(const std::filesystem::path &path)
+{
+    return escaped(escaped(path.native(), "\\':"), "\\'[],;");
 }
 
 std::string displayString(const std::string &executable, const std::vector<std::string> &arguments)

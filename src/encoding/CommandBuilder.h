@@ -30,6 +30,10 @@ std::vector<std::string> encoderArguments(VideoCodecChoice codec, int qualityVal
 // Seconds with three decimals.
 std::string format(double seconds);
 
+// A path as the value of a filter's option: escaped once for the option and once for the graph around it
+// (ffmpeg-filters(1), "Notes on filtergraph escaping").
+std::string filterValue(const std::filesystem::path &path);
+
 // One line that can be pasted into a shell in most cases; for the log.
 std::string displayString(const std::string &executable, const std::vector<std::string> &arguments);
 

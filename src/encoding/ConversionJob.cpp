@@ -198,9 +198,11 @@ void ConversionJob::encode(const Workplace &place, const FFmpegRunner::OnProgres
                            Text::repaired(CommandBuilder::displayString("ffmpeg", arguments))));
     const int status = runner->run(stop);
     throwIfStopped(stop);
-    if (status == 0)
+    if (status == 0 && !runner->leftOutputUnfinished())
         return;
     Log::write(fmt::format("Fehler ({}): {}\n{}", status, shown(m_info.url.filename()), runner->errorTail()));
+    if (status == 0)
+        throw ToolError::failed("ffmpeg konnte die Datei nicht zu Ende schreiben:\n" + runner->errorTail());
     throw ToolError::failed(fmt::format("ffmpeg meldet einen Fehler ({}):\n{}", status, runner->errorTail()));
 }
 

@@ -73,4 +73,10 @@ std::string FFmpegRunner::errorTail() const
     return m_errors.text();
 }
 
+bool FFmpegRunner::leftOutputUnfinished() const
+{
+    const std::scoped_lock guard(m_lock);
+    return m_errors.tellsOfUnfinishedOutput();
+}
+
 } // namespace kestrel

@@ -35,6 +35,8 @@ public:
 
     // The last lines of standard error; empty when there were none.
     std::string errorTail() const;
+    // See ErrorTail; to be asked after an exit with status 0.
+    bool leftOutputUnfinished() const;
 
 private:
     // Set once.

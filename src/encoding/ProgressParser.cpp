@@ -1,6 +1,7 @@
 #include "encoding/ProgressParser.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <functional>
@@ -15,6 +16,9 @@ namespace {
 
 constexpr std::size_t keptLines = 60, shownLines = 12;
 constexpr std::size_t longestLine = 65536; // bytes; a longer one is cut there
+
+constexpr std::array<std::string_view, 3> unfinishedOutput{"Error writing trailer of ", "Error closing file ",
+                                                           "av_interleaved_write_frame(): "};
 
 // Hands on every line that these bytes complete.
 void forEachLine(std::string &rest, std::string_view bytes, const std::function<void(std::string_view)> &use)
@@ -79,6 +83,15 @@ void ErrorTail::keep(std::string_view line)
         m_lines.emplace_back(text);
     if (m_lines.size() > keptLines)
         m_lines.pop_front();
+}
+
+bool ErrorTail::tellsOfUnfinishedOutput() const
+{
+    return std::any_of(m_lines.begin(), m_lines.end(), [](const std::string &line) {
+        return std::any_of(unfinishedOutput.begin(), unfinishedOutput.end(), [&](std::string_view phrase) {
+            return line.find(phrase) != std::string::npos;
+        });
+    });
 }
 
 std::string ErrorTail::text() const

@@ -35,6 +35,9 @@ public:
     void consume(std::string_view bytes);
     // The last twelve lines, a line that has not ended included.
     std::string text() const;
+    // ffmpeg could not write its output to the end. It tells so only in words: with a full disk it still
+    // exits with status 0, and leaves a file that looks whole by its header.
+    bool tellsOfUnfinishedOutput() const;
 
 private:
     void keep(std::string_view line);

@@ -46,21 +46,6 @@ struct Tally {
     std::vector<Score> scores;
 };
 
-// The value of a filter's option: escaped once for the option and once for the graph around it.
-std::string filterValue(const fs::path &path)
-{
-    const auto escaped = [](const std::string &text, std::string_view special) {
-        std::string result;
-        for (const char c : text) {
-            if (special.find(c) != std::string_view::npos)
-                result += '\\';
-            result += c;
-        }
-        return result;
-    };
-    return escaped(escaped(path.native(), "\\':"), "\\'[],;");
-}
-
 unsigned processors()
 {
     return std::max(1U, std::thread::hardware_concurrency());
@@ -79,7 +64,7 @@ double encodeSegment(const Subject &subject, const Segment &segment, const fs::p
     const auto started = std::chrono::steady_clock::now();
     const int status = runner.run(stop);
     throwIfStopped(stop);
-    if (status != 0)
+    if (status != 0 || runner.leftOutputUnfinished())
         throw ToolError::failed("Probekodierung fehlgeschlagen: " + runner.errorTail());
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
 }
@@ -276,7 +261,7 @@ double vmaf(const fs::path &encoded, const Subject &subject, const Segment &segm
     });
     const std::string graph =
         fmt::format("{}libvmaf=log_fmt=json:log_path={}:n_threads={}:n_subsample={}",
-                    comparisonGraph(subject.info, subject.plan), filterValue(log), processors(), subsampling);
+                    comparisonGraph(subject.info, subject.plan), CommandBuilder::filterValue(log), processors(), subsampling);
     const ProcessOutput output = ProcessRunner::run(
         subject.tools.ffmpeg,
         {"-nostdin", "-hide_banner", "-loglevel", "error", "-i", encoded.native(), "-ss",

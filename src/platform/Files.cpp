@@ -179,7 +179,12 @@ std::string readAll(const fs::path &file)
 
 void setModified(const fs::path &file, const timespec &modified)
 {
-    const timespec times[2] = {{0, UTIME_OMIT}, modified};
+    // The access time is written back as it is: some FUSE file systems ignore a request to leave it out,
+    // and the rest of the request with it.
+    struct stat status{};
+    if (::stat(file.c_str(), &status) != 0)
+        fail("stat", file);
+    const timespec times[2] = {status.st_atim, modified};
     if (::utimensat(AT_FDCWD, file.c_str(), times, 0) != 0)
         fail("utimensat", file);
 }

@@ -1,0 +1,179 @@
+#include "encoding/FileConversion.h"
+
+#include <fstream>
+#include <thread>
+
+#include "encoding/JobFixture.h"
+#include "platform/Cancelled.h"
+
+namespace kestrel::test {
+namespace {
+
+class FileConversionTest : public JobTest {
+protected:
+    // A real ffmpeg but for the scoring: VMAF is `at23` at CRF 23 and falls by `slope` for each step
+    // (both in tenths). Asked for CRFs are noted in the toolbox.
+    void scoringFFmpeg(int at23, int slope)
+    {
+        tools.hasVMAF = true;
+        ffmpeg("crf=" + quoted(toolbox / "crf") + "\n" +
+               R"(for word; do
+  case $previous in -crf) echo $word >> $crf;; esac
+  case $word in *libvmaf=*) log=${word#*log_path=}; log=${log%%:*};; esac
+  previous=$word
+done
+[ -n "$log" ] || exec /usr/bin/ffmpeg "$@"
+score=$(( )" + std::to_string(at23) +
+               " - " + std::to_string(slope) + R"( * ($(tail -n 1 $crf) - 23) ))
+echo "{\"pooled_metrics\":{\"vmaf\":{\"mean\":$(( score / 10 )).$(( score % 10 ))}}}" > "$log")");
+    }
+
+    FileConversion::Result run(const MediaInfo &info, std::optional<SampleResult> sample = std::nullopt)
+    {
+        FileConversion conversion({info, settings, tools, folder.path(), std::move(sample)});
+        return conversion.run({[this](double fraction) { analysed = fraction; },
+                               [this](double, double) { ++runningReports; }, [] {}},
+                              {});
+    }
+
+    static std::vector<int> values(const SampleResult &result)
+    {
+        std::vector<int> list;
+        for (const auto &step : result.steps)
+            list.push_back(step.value);
+        return list;
+    }
+
+    double analysed = -1;
+    int runningReports = 0;
+};
+
+TEST_F(FileConversionTest, searchesTheQualityThatReachesTheTargetAndEncodesWithIt)
+{
+    scoringFFmpeg(980, 6); // high aims at 95: reached at 28
+    settings.quality = QualityLevel::high;
+    const fs::path film = folder.put(Clips::film(), "Film.mkv");
+
+    const auto result = run(probe(film));
+
+    ASSERT_TRUE(result.sample);
+    EXPECT_THAT(values(*result.sample), ElementsAre(23, 27, 28));
+    EXPECT_EQ(result.sample->qualityValue, 28);
+    EXPECT_EQ(result.sample->vmafTarget, 95.0);
+    EXPECT_NEAR(*result.sample->vmafMean, 95.0, 1e-9);
+    EXPECT_EQ(readFile(toolbox / "crf"), "23\n27\n28\n28\n");
+    EXPECT_EQ(analysed, 1.0);
+    EXPECT_GE(runningReports, 1);
+    EXPECT_EQ(result.outcome.kind, ConversionOutcome::Kind::replaced);
+    ASSERT_TRUE(result.newInfo);
+    EXPECT_EQ(result.newInfo->video->codec, "hevc");
+    for (const auto &name : names(fs::temp_directory_path()))
+        EXPECT_FALSE(name.starts_with("Kestrel-")) << "a search leaves nothing behind";
+}
+
+TEST_F(FileConversionTest, aKnownSampleIsUsedAndNotMeasuredAgain)
+{
+    scoringFFmpeg(980, 6);
+    SampleResult sample;
+    sample.qualityValue = 31;
+    sample.vmafTarget = 92.5;
+    sample.videoBitrate = 1000;
+    const auto result = run(probe(folder.put(Clips::film(), "Film.mkv")), sample);
+    EXPECT_FALSE(result.sample);
+    EXPECT_EQ(readFile(toolbox / "crf"), "31\n");
+}
+
+TEST_F(FileConversionTest, aFilmThatWouldHardlyShrinkIsLeftAsItIs)
+{
+    SampleResult sample;
+    sample.vmafTarget = 92.5;
+    sample.videoBitrate = 1e12;
+    const fs::path film = folder.put(Clips::film(), "Film.mkv");
+    const MediaInfo info = probe(film);
+
+    const auto result = run(info, sample);
+    EXPECT_EQ(result.outcome.kind, ConversionOutcome::Kind::noSavings);
+    EXPECT_EQ(result.outcome.originalSize, info.fileSize);
+    EXPECT_EQ(readFile(film), readFile(Clips::film()));
+
+    // Where there is something else to do, the picture is copied.
+    const fs::path mov = folder.put(Clips::film(), "Film.mov");
+    settings.outputMode = OutputMode::separateFolder;
+    const fs::path made = ConversionJob::targetURL(mov, settings, folder.path());
+    run(probe(mov), sample);
+    EXPECT_EQ(runningReports > 0, true);
+    EXPECT_FALSE(fs::exists(made)) << "a bare copy saves nothing";
+}
+
+TEST_F(FileConversionTest, whatIsThereAlreadyIsNotConvertedAgain)
+{
+    settings.outputMode = OutputMode::separateFolder;
+    const MediaInfo info = probe(folder.put(Clips::film(), "Film.mkv"));
+    const auto first = run(info);
+    EXPECT_FALSE(first.wasConvertedBefore);
+    const fs::path target = *first.outcome.finalURL;
+
+    const auto second = run(info);
+    EXPECT_TRUE(second.wasConvertedBefore);
+    EXPECT_EQ(second.outcome.kind, ConversionOutcome::Kind::written);
+    EXPECT_EQ(second.outcome.newSize, static_cast<std::int64_t>(fs::file_size(target)));
+    EXPECT_EQ(second.outcome.finalURL, target);
+
+    settings.codec = VideoCodecChoice::av1SVT;
+    EXPECT_FALSE(run(info).wasConvertedBefore) << "another codec is asked for";
+    std::ofstream(target) << "no video";
+    EXPECT_FALSE(run(info).wasConvertedBefore) << "what lies there is not readable";
+    fs::remove_all(target.parent_path());
+}
+
+TEST_F(FileConversionTest, tellsWhyInGerman)
+{
+    const fs::path film = folder.put(Clips::film(), "Film.mkv");
+    MediaInfo info = probe(film);
+    const auto failure = [&] {
+        try {
+            run(info);
+            return std::string();
+        } catch (const ToolError &error) {
+            return std::string(error.what());
+        }
+    };
+    info.duration = 0;
+    EXPECT_EQ(failure(), "Qualitätssuche fehlgeschlagen: Laufzeit unbekannt");
+    info.duration = 2;
+    ffmpeg("echo kaputt >&2; exit 1");
+    EXPECT_EQ(failure(), "Qualitätssuche fehlgeschlagen: Probekodierung fehlgeschlagen: kaputt");
+    tools.hasVMAF = true;
+    ffmpeg("case \"$*\" in *libvmaf*) echo kein Modell >&2; exit 0;; esac; exec /usr/bin/ffmpeg \"$@\"");
+    EXPECT_EQ(failure(), "Qualitätssuche fehlgeschlagen: VMAF-Messung fehlgeschlagen: kein Modell\n");
+    fs::remove(film);
+    EXPECT_EQ(failure(), "Datei ist nicht mehr vorhanden.");
+}
+
+TEST_F(FileConversionTest, aPausedFileWaitsBeforeItsEncodeAndCanBeStopped)
+{
+    SampleResult sample;
+    sample.vmafTarget = 92.5;
+    sample.qualityValue = 30;
+    const fs::path film = folder.put(Clips::film(), "Film.mkv");
+    ffmpeg("touch " + quoted(toolbox / "ran"));
+    FileConversion conversion({probe(film), settings, tools, folder.path(), sample});
+    conversion.suspend();
+    std::stop_source stop;
+    bool wasCancelled = false;
+    std::jthread worker([&] {
+        try {
+            conversion.run({[](double) {}, [](double, double) {}, [] {}}, stop.get_token());
+        } catch (const Cancelled &) {
+            wasCancelled = true;
+        }
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    stop.request_stop();
+    worker.join();
+    EXPECT_TRUE(wasCancelled);
+    EXPECT_FALSE(fs::exists(toolbox / "ran"));
+}
+
+} // namespace
+} // namespace kestrel::test

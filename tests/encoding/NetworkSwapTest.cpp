@@ -1,0 +1,166 @@
+#include "encoding/NetworkSwap.h"
+
+#include "encoding/JobFixture.h"
+#include "encoding/StorageLocation.h"
+#include "encoding/SwapJournal.h"
+#include "platform/Files.h"
+#include "support/KillAt.h"
+#include "support/Mounts.h"
+
+namespace kestrel::test {
+namespace {
+
+// A share is a real mount that the kernel lists as one.
+class ShareTest : public JobTest {
+protected:
+    ShareTest() : share(Mount::share(behind(), folder / "nas")) {}
+
+    fs::path behind()
+    {
+        fs::create_directories(folder / "server");
+        return folder / "server";
+    }
+    static fs::path workRoot() { return home() / ".cache/Kestrel/Arbeit"; }
+
+    Mount share;
+};
+
+TEST_F(ShareTest, aFilmOnAShareIsEncodedLocallyAndSwapped)
+{
+    SKIP_WITHOUT(share);
+    EXPECT_TRUE(StorageLocation::detect(folder / "nas").isNetwork());
+    const fs::path film = folder.put(Clips::film(), "nas/Film.mkv");
+    const auto before = fs::last_write_time(film);
+
+    const ConversionOutcome outcome = convert(film);
+
+    EXPECT_EQ(outcome.kind, ConversionOutcome::Kind::replaced);
+    EXPECT_EQ(uploads, 1);
+    EXPECT_EQ(probe(film).video->codec, "hevc");
+    EXPECT_EQ(fs::last_write_time(film), before);
+    EXPECT_THAT(names(folder / "server"), ElementsAre("Film.mkv"));
+    EXPECT_THAT(names(workRoot()), IsEmpty());
+    EXPECT_FALSE(fs::exists(SwapJournal::file()));
+    EXPECT_THAT(names(trash()), IsEmpty()) << "a share's original is deleted, not trashed";
+}
+
+TEST_F(ShareTest, namesOnASharesLimitsAreSwappedToo)
+{
+    SKIP_WITHOUT(share);
+    for (const std::string &name : {std::string(246, 'l') + ".mkv", std::string("\xff nicht utf8\n.mkv")}) {
+        const fs::path film = folder.put(Clips::film(), "nas/" + name);
+        EXPECT_EQ(convert(film).finalURL, film);
+        EXPECT_THAT(names(folder / "server"), ElementsAre(name));
+        fs::remove(film);
+    }
+}
+
+TEST_F(ShareTest, anUploadThatRunsOutOfSpaceLosesNothing)
+{
+    SKIP_WITHOUT(share);
+    const Mount disk = Mount::tmpfs(folder / "disk", 220'000'000);
+    SKIP_WITHOUT(disk);
+    const Mount small = Mount::share(folder / "disk", folder / "small");
+    SKIP_WITHOUT(small);
+    const fs::path film = folder.put(Clips::film(), "small/Film.mkv");
+    const fs::path hog = folder / "disk/hog";
+    ffmpeg("/usr/bin/ffmpeg \"$@\"; head -c 300000000 /dev/zero > " + quoted(hog) + " 2>/dev/null; exit 0");
+
+    EXPECT_EQ(failure(film), "Hochladen fehlgeschlagen: Kein Speicherplatz mehr frei");
+    EXPECT_THAT(names(folder / "disk"), ElementsAre("Film.mkv", "hog"));
+    EXPECT_EQ(readFile(film), readFile(Clips::film()));
+    EXPECT_THAT(names(workRoot()), IsEmpty());
+    EXPECT_FALSE(fs::exists(SwapJournal::file()));
+}
+
+TEST_F(ShareTest, theShareGoesAwayDuringTheEncode)
+{
+    SKIP_WITHOUT(share);
+    const fs::path film = folder.put(Clips::film(), "nas/Film.mkv");
+    ffmpeg("/usr/bin/ffmpeg \"$@\"; umount -l " + quoted(folder / "nas"));
+    EXPECT_THROW(convert(film), std::exception);
+    EXPECT_EQ(readFile(folder / "server/Film.mkv"), readFile(Clips::film()));
+    EXPECT_THAT(names(workRoot()), IsEmpty());
+}
+
+TEST(NetworkSwap, aFailureRestoresTheOriginal)
+{
+    const Sandbox share;
+    const fs::path source = share.write("Film.avi", "original");
+    const fs::path upload = share.write(".Film.kestrel-upload", "new");
+    const fs::path taken = share.write("Film.mkv", "somebody else's");
+    try {
+        swapOnNetwork(source, upload, taken, 3);
+        FAIL();
+    } catch (const ToolError &error) {
+        EXPECT_STREQ(error.what(), "Neue Datei konnte nicht übernommen werden – Original ist wiederhergestellt: "
+                                   "Unter diesem Namen gibt es schon etwas");
+    }
+    EXPECT_EQ(readFile(source), "original");
+    EXPECT_EQ(readFile(taken), "somebody else's");
+    EXPECT_FALSE(fs::exists(SwapJournal::file()));
+
+    EXPECT_THROW(swapOnNetwork(source, upload, source, 4), ToolError) << "the upload has another size now";
+    EXPECT_EQ(readFile(source), "original");
+}
+
+TEST(NetworkSwap, aVisibleLeftoverOfTheNameIsNotTouched)
+{
+    const Sandbox share;
+    const fs::path source = share.write("Film.mkv", "original");
+    share.write("Film (Original).mkv", "older");
+    swapOnNetwork(source, share.write(".Film.kestrel-upload", "new"), source, 3);
+    EXPECT_EQ(readFile(source), "new");
+    EXPECT_EQ(readFile(share / "Film (Original).mkv"), "older");
+    EXPECT_THAT(names(share.path()), ElementsAre("Film (Original).mkv", "Film.mkv"));
+}
+
+// Killed between any two steps: after the recovery either file is there whole under a name that a
+// person finds, and the journal is empty.
+TEST(NetworkSwap, aCrashAtAnyPointIsRepaired)
+{
+    for (const char *finalName : {"Film.mkv", "Film.mp4"}) {
+        int kills = 0;
+        for (bool wasKilled = true; wasKilled; ++kills) {
+            const Sandbox share;
+            const fs::path source = share.write("Film.mkv", "original");
+            const fs::path upload = share.write(".Film.kestrel-upload", "new");
+            const fs::path final = share / finalName;
+            wasKilled = killedBeforeChange(kills, [&] { swapOnNetwork(source, upload, final, 3); });
+            SwapJournal::recover();
+
+            const bool hasOriginal = readFile(source) == "original";
+            const bool hasNew = readFile(final) == "new";
+            EXPECT_TRUE(hasOriginal || hasNew) << "killed before change " << kills;
+            EXPECT_FALSE(fs::exists(share / ".Film.mkv.kestrel-original")) << kills;
+            EXPECT_FALSE(fs::exists(SwapJournal::file())) << kills;
+            if (!wasKilled) {
+                EXPECT_TRUE(hasNew);
+            }
+        }
+        EXPECT_GT(kills, 8);
+    }
+}
+
+TEST_F(JobTest, aCrashAtAnyPointOfALocalSwapLosesNothing)
+{
+    const fs::path film = folder.put(Clips::film(), "Film.mkv");
+    const std::string original = readFile(film);
+    MediaInfo info = probe(film);
+    info.fileSize *= 2; // a copy of the film counts as a saving
+    ffmpeg("cp " + quoted(Clips::film()) + " \"$last\"; printf x >> \"$last\"");
+    int kills = 0;
+    for (bool wasKilled = true; wasKilled; ++kills) {
+        fs::remove_all(home() / ".local");
+        folder.put(Clips::film(), "Film.mkv");
+        wasKilled = killedBeforeChange(kills, [&] { convert(info); });
+        const bool inTrash = fs::exists(trash() / "Film.mkv") && readFile(trash() / "Film.mkv") == original;
+        const bool inPlace = fs::exists(film) && readFile(film) == original;
+        EXPECT_TRUE(inTrash || inPlace) << "killed before change " << kills;
+    }
+    EXPECT_GT(kills, 5);
+    EXPECT_EQ(readFile(film), original + "x");
+}
+
+} // namespace
+} // namespace kestrel::test

@@ -1,0 +1,89 @@
+#include "encoding/ProgressParser.h"
+
+#include <gtest/gtest.h>
+
+namespace kestrel {
+
+namespace {
+
+std::string block(const std::string &time, const std::string &fps, const std::string &speed)
+{
+    return "frame=1\nfps=" + fps + "\nout_time_us=" + time + "\nspeed=" + speed + "\nprogress=continue\n";
+}
+
+} // namespace
+
+TEST(ProgressParser, readsABlockHoweverItIsCut)
+{
+    const std::string text = block("2500000", "48.5", "1.23x");
+    const EncodeProgress expected{2.5, 48.5, 1.23};
+    EXPECT_EQ(ProgressParser().consume(text), expected);
+    for (std::size_t cut = 1; cut < text.size(); ++cut) {
+        ProgressParser parser;
+        EXPECT_EQ(parser.consume(text.substr(0, cut)), std::nullopt) << cut;
+        EXPECT_EQ(parser.consume(text.substr(cut)), expected) << cut;
+    }
+}
+
+TEST(ProgressParser, reportsTheLastOfSeveralBlocks)
+{
+    ProgressParser parser;
+    EXPECT_EQ(
+        parser.consume(block("1000000", "1", "1x") + block("2000000", "2", "2x") + "out_time_us=9000000\n"),
+        (EncodeProgress{2, 2, 2}));
+    // A field that is not repeated keeps its value; the end counts as well.
+    EXPECT_EQ(parser.consume("progress=end\n"), (EncodeProgress{9, 2, 2}));
+}
+
+TEST(ProgressParser, takesWhatIsNoNumberForNothing)
+{
+    struct Case {
+        const char *time, *fps, *speed;
+        EncodeProgress expected;
+    };
+    const Case cases[] = {
+        {"N/A", "0.0", "N/A", {}},
+        {"-9223372036854775807", "nan", "inf", {}},
+        {"", "", "", {}},
+        {" 1000000 ", " 25", " 1.23x\r", {1, 25, 1.23}},
+        {"1000000us", "25fps", "2 x", {0, 0, 2}},
+    };
+    for (const auto &[time, fps, speed, expected] : cases)
+        EXPECT_EQ(ProgressParser().consume(block(time, fps, speed)), expected)
+            << time << " " << fps << " " << speed;
+}
+
+TEST(ErrorTail, keepsTheLastTwelveLines)
+{
+    ErrorTail tail;
+    EXPECT_EQ(tail.text(), "");
+    std::string expected;
+    for (int line = 1; line <= 100; ++line) {
+        tail.consume("Zeile " + std::to_string(line) + "\n");
+        if (line > 88)
+            expected += (line > 89 ? "\nZeile " : "Zeile ") + std::to_string(line);
+    }
+    EXPECT_EQ(tail.text(), expected);
+}
+
+TEST(ErrorTail, keepsNoEmptyLinesAndRepairsTheOthers)
+{
+    ErrorTail tail;
+    tail.consume("  eins \r\n\n   \n\t\nGr\xfc");
+    tail.consume("n\nohne Ende ");
+    EXPECT_EQ(tail.text(), "eins\nGr\uFFFDn\nohne Ende");
+    tail.consume("!\n");
+    EXPECT_EQ(tail.text(), "eins\nGr\uFFFDn\nohne Ende !");
+}
+
+TEST(ErrorTail, holdsOutAgainstALineWithoutEnd)
+{
+    ErrorTail tail;
+    for (int i = 0; i < 100; ++i)
+        tail.consume(std::string(65536, 'x'));
+    tail.consume("\nFehler\n");
+    EXPECT_LT(tail.text().size(), 2'000'000U);
+    EXPECT_TRUE(tail.text().ends_with("\nFehler"));
+}
+
+} // namespace kestrel

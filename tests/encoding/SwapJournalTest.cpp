@@ -1,0 +1,138 @@
+#include "encoding/SwapJournal.h"
+
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/Sandbox.h"
+
+namespace kestrel::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class SwapJournalTest : public testing::Test {
+protected:
+    SwapJournalTest() { fs::remove(SwapJournal::file()); }
+
+    SwapJournal::Entry entry(const std::string &final = "Film.mkv") const
+    {
+        return {share / "Film.mkv", share / ".Film.mkv.kestrel-original", share / final};
+    }
+    static void writeJournal(const std::string &text)
+    {
+        fs::create_directories(SwapJournal::file().parent_path());
+        std::ofstream(SwapJournal::file()) << text;
+    }
+
+    Sandbox share;
+};
+
+TEST_F(SwapJournalTest, existsOnlyWhileASwapIsUnderWay)
+{
+    SwapJournal::add(entry());
+    SwapJournal::add(entry());
+    SwapJournal::add(entry("Film.mp4"));
+    EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry(), entry(), entry("Film.mp4")));
+    SwapJournal::remove(entry());
+    EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry("Film.mp4")));
+    SwapJournal::remove(entry("Film.mp4"));
+    EXPECT_FALSE(fs::exists(SwapJournal::file()));
+}
+
+TEST_F(SwapJournalTest, putsTheOriginalBackWhereTheNewFileNeverArrived)
+{
+    share.write(".Film.mkv.kestrel-original", "original");
+    SwapJournal::add(entry("Film.mp4"));
+    EXPECT_THAT(SwapJournal::recover(),
+                ElementsAre("Original wiederhergestellt: " + (share / "Film.mkv").native()));
+    EXPECT_EQ(readFile(share / "Film.mkv"), "original");
+    EXPECT_FALSE(fs::exists(SwapJournal::file()));
+}
+
+TEST_F(SwapJournalTest, finishesASwapWhoseNewFileIsThere)
+{
+    share.write(".Film.mkv.kestrel-original", "original");
+    share.write("Film.mkv", "new");
+    SwapJournal::add(entry());
+    EXPECT_THAT(SwapJournal::recover(), ElementsAre("Tausch abgeschlossen: " + (share / "Film.mkv").native()));
+    EXPECT_THAT(names(share.path()), ElementsAre("Film.mkv"));
+    EXPECT_FALSE(fs::exists(SwapJournal::file()));
+}
+
+TEST_F(SwapJournalTest, keepsWhatItCannotRepair)
+{
+    // The original's name is taken by another file, while the new one never arrived.
+    share.write(".Film.mkv.kestrel-original", "original");
+    share.write("Film.mkv", "another");
+    SwapJournal::add(entry("Film.mp4"));
+    EXPECT_THAT(SwapJournal::recover(), IsEmpty());
+    EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry("Film.mp4")));
+    EXPECT_EQ(readFile(share / ".Film.mkv.kestrel-original"), "original");
+
+    // A backup that cannot be deleted is told every time.
+    fs::remove(share / ".Film.mkv.kestrel-original");
+    share.write(".Film.mkv.kestrel-original/blocks", "");
+    share.write("Film.mp4", "new");
+    for (int i = 0; i < 2; ++i)
+        EXPECT_THAT(SwapJournal::recover(),
+                    ElementsAre("Tausch abgeschlossen: " + (share / "Film.mp4").native()));
+    EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry("Film.mp4")));
+}
+
+TEST_F(SwapJournalTest, waitsForAShareThatIsNotMounted)
+{
+    SwapJournal::add({"/nowhere/Film.mkv", "/nowhere/.Film.mkv.kestrel-original", "/nowhere/Film.mkv"});
+    EXPECT_THAT(SwapJournal::recover(), IsEmpty());
+    EXPECT_EQ(SwapJournal::entries().size(), 1U);
+
+    // An empty mount point is there as a folder, but it is not the share.
+    writeJournal(R"([{"original":")" + (share / "Film.mkv").native() + R"(","backup":")" +
+                 (share / ".Film.mkv.kestrel-original").native() + R"(","final":")" +
+                 (share / "Film.mkv").native() + R"(","mount":"/mnt/nas"}])");
+    EXPECT_THAT(SwapJournal::recover(), IsEmpty());
+    EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry()));
+}
+
+TEST_F(SwapJournalTest, anUnreadableJournalCountsAsEmpty)
+{
+    for (const char *text : {"no json", "[]", "{}", "[{\"original\": 1}]", ""}) {
+        writeJournal(text);
+        EXPECT_THAT(SwapJournal::recover(), IsEmpty()) << text;
+        EXPECT_FALSE(fs::exists(SwapJournal::file())) << text;
+    }
+    writeJournal("no json");
+    SwapJournal::add(entry());
+    EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry()));
+}
+
+TEST_F(SwapJournalTest, carriesPathsOfAnyBytes)
+{
+    SwapJournal::Entry strange = entry();
+    strange.original = share / "\xff\xfe\n\"Film\".mkv";
+    SwapJournal::add(strange);
+    EXPECT_THAT(SwapJournal::entries(), ElementsAre(strange));
+}
+
+TEST_F(SwapJournalTest, jobsSideBySideLoseNoEntry)
+{
+    {
+        std::vector<std::jthread> jobs;
+        for (int i = 0; i < 8; ++i)
+            jobs.emplace_back([&, i] {
+                for (int k = 0; k < 10; ++k) {
+                    SwapJournal::add(entry(std::to_string(i)));
+                    SwapJournal::remove(entry(std::to_string(i)));
+                }
+                SwapJournal::add(entry(std::to_string(i)));
+            });
+    }
+    EXPECT_EQ(SwapJournal::entries().size(), 8U);
+}
+
+} // namespace
+} // namespace kestrel::test

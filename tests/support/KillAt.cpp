@@ -1,0 +1,73 @@
+#include "support/KillAt.h"
+
+#include <array>
+#include <algorithm>
+#include <csignal>
+#include <stdexcept>
+
+#include <sys/ptrace.h>
+#include <sys/syscall.h>
+#include <sys/user.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kestrel::test {
+
+namespace {
+
+#ifdef __x86_64__
+constexpr std::array changes{SYS_rename, SYS_renameat, SYS_renameat2, SYS_unlink,   SYS_unlinkat,
+                             SYS_rmdir,  SYS_mkdir,    SYS_mkdirat,   SYS_utimensat, SYS_fsync};
+
+bool isChange(pid_t child)
+{
+    user_regs_struct registers{};
+    ::ptrace(PTRACE_GETREGS, child, nullptr, &registers);
+    return std::find(changes.begin(), changes.end(), static_cast<long>(registers.orig_rax)) != changes.end();
+}
+#else
+// Every system call is one place more to be killed at.
+bool isChange(pid_t)
+{
+    return true;
+}
+#endif
+
+} // namespace
+
+bool killedBeforeChange(int n, const std::function<void()> &action)
+{
+    const pid_t child = ::fork();
+    if (child < 0)
+        throw std::runtime_error("fork");
+    if (child == 0) {
+        ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+        ::raise(SIGSTOP);
+        try {
+            action();
+        } catch (...) {
+            ::_exit(1);
+        }
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+    bool entering = false;
+    for (int seen = 0;;) {
+        ::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+        ::waitpid(child, &status, 0);
+        if (WIFEXITED(status) || WIFSIGNALED(status))
+            return false;
+        if (!WIFSTOPPED(status) || WSTOPSIG(status) != (SIGTRAP | 0x80))
+            continue;
+        entering = !entering;
+        if (entering && isChange(child) && seen++ == n) {
+            ::kill(child, SIGKILL);
+            ::waitpid(child, &status, 0);
+            return true;
+        }
+    }
+}
+
+} // namespace kestrel::test

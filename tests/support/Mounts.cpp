@@ -1,0 +1,41 @@
+#include "support/Mounts.h"
+
+#include <fmt/format.h>
+
+namespace kestrel::test {
+
+Mount::Mount(fs::path point, const std::string &command) : m_point(std::move(point))
+{
+    fs::create_directories(m_point);
+    if (!shell(command + " >/dev/null 2>&1"))
+        m_problem = "this machine allows no such mount: " + command.substr(0, command.find(' '));
+}
+
+Mount Mount::tmpfs(const fs::path &point, long bytes)
+{
+    return {point, fmt::format("mount -t tmpfs -o size={} kestrel-test {}", bytes, quoted(point))};
+}
+
+Mount Mount::share(const fs::path &source, const fs::path &point)
+{
+    return {point, fmt::format("bindfs -o subtype=smbnetfs {} {}", quoted(source), quoted(point))};
+}
+
+Mount::~Mount()
+{
+    if (!m_point.empty() && !m_problem)
+        shell(fmt::format("umount {0} 2>/dev/null || fusermount -u {0} || umount -l {0}", quoted(m_point)));
+}
+
+Mount::Mount(Mount &&other) noexcept
+    : m_point(std::move(other.m_point)), m_problem(std::move(other.m_problem))
+{
+    other.m_point.clear();
+}
+
+bool Mount::makeReadOnly() const
+{
+    return shell("mount -o remount,ro " + quoted(m_point));
+}
+
+} // namespace kestrel::test

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "support/Sandbox.h"
+
+namespace kestrel::test {
+
+// A real mount for one test, unmounted when the object goes. Where the machine allows none, `problem`
+// says why, and the test is to skip itself with it.
+class Mount {
+public:
+    // A file system in memory of so many bytes.
+    static Mount tmpfs(const fs::path &point, long bytes);
+    // A FUSE pass-through to a folder, which the kernel lists as an SMB share.
+    static Mount share(const fs::path &source, const fs::path &point);
+    ~Mount();
+    Mount(Mount &&other) noexcept;
+    Mount(const Mount &) = delete;
+    Mount &operator=(const Mount &) = delete;
+
+    const std::optional<std::string> &problem() const { return m_problem; }
+    bool makeReadOnly() const;
+
+private:
+    Mount(fs::path point, const std::string &command);
+
+    fs::path m_point;
+    std::optional<std::string> m_problem;
+};
+
+} // namespace kestrel::test
+
+#define SKIP_WITHOUT(mount)                                                                                  \
+    if ((mount).problem())                                                                                   \
+    GTEST_SKIP() << *(mount).problem()
