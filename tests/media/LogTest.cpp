@@ -1,0 +1,77 @@
+#include "media/Log.h"
+
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/Sandbox.h"
+
+namespace kestrel {
+
+namespace {
+
+using test::readFile;
+using testing::MatchesRegex;
+
+constexpr const char *stamp = "\\[[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z\\] ";
+
+// The place is chosen once for each process; every test begins without a file there.
+class LogFile : public testing::Test {
+protected:
+    LogFile() { test::fs::remove_all(Log::file()); }
+};
+
+} // namespace
+
+TEST_F(LogFile, growsByOneStampedLineForEachCall)
+{
+    EXPECT_EQ(Log::file(), test::home() / "Library/Logs/Kestrel/Kestrel.log");
+    Log::write("Rest entfernt: /filme/ä");
+    Log::flush();
+    Log::write("zwei\nund drei");
+    Log::flush();
+    EXPECT_THAT(readFile(Log::file()),
+                MatchesRegex(std::string(stamp) + "Rest entfernt: /filme/ä\n" + stamp + "zwei\nund drei\n"));
+}
+
+TEST_F(LogFile, keepsLinesWholeAndInOrderWithinEachThread)
+{
+    constexpr int threads = 4, lines = 50;
+    {
+        std::vector<std::jthread> writers;
+        for (int writer = 0; writer < threads; ++writer)
+            writers.emplace_back([=] {
+                for (int line = 0; line < lines; ++line)
+                    Log::write(std::to_string(writer) + " " + std::to_string(line));
+            });
+    }
+    Log::flush();
+
+    std::istringstream text(readFile(Log::file()));
+    std::vector<int> next(threads);
+    int count = 0;
+    for (std::string line; std::getline(text, line); ++count) {
+        ASSERT_THAT(line, MatchesRegex(std::string(stamp) + "[0-9] [0-9]+"));
+        std::istringstream words(line.substr(line.find(' ')));
+        int writer = 0, number = 0;
+        words >> writer >> number;
+        EXPECT_EQ(number, next.at(static_cast<std::size_t>(writer))++);
+    }
+    EXPECT_EQ(count, threads * lines);
+}
+
+TEST_F(LogFile, losesLinesSilentlyWhileItCannotBeWritten)
+{
+    test::fs::create_directory(Log::file());
+    Log::write("verloren");
+    Log::flush();
+    test::fs::remove(Log::file());
+    Log::write("wieder da");
+    Log::flush();
+    EXPECT_THAT(readFile(Log::file()), MatchesRegex(std::string(stamp) + "wieder da\n"));
+}
+
+} // namespace kestrel

@@ -1,0 +1,288 @@
+#include "media/Prober.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "media/Log.h"
+#include "media/Tools.h"
+#include "platform/Cancelled.h"
+#include "support/Clips.h"
+#include "support/StandIn.h"
+
+namespace kestrel {
+
+namespace {
+
+using nlohmann::json;
+using test::Sandbox;
+using test::standIn;
+using test::fs::path;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+MediaInfo parsed(const json &answer)
+{
+    return Prober::parse(answer, "/filme/Film.mkv", 1000, {});
+}
+
+MediaInfo oneStream(const std::string &fields)
+{
+    return parsed(json::parse("{\"streams\": [{" + fields + "}]}"));
+}
+
+VideoStreamInfo video(const std::string &fields)
+{
+    return oneStream("\"codec_type\": \"video\"" + fields).video.value();
+}
+
+std::vector<std::string> relative(const std::vector<path> &files, const path &root)
+{
+    std::vector<std::string> result;
+    for (const auto &file : files)
+        result.push_back(file.native().substr(root.native().size() + 1));
+    return result;
+}
+
+} // namespace
+
+TEST(Prober, readsEverythingThatFFprobeTellsAboutAFilm)
+{
+    const json answer = json::parse(R"({
+        "format": {"duration": "5400.25", "format_name": "matroska,webm"},
+        "streams": [
+            {"index": 0, "codec_type": "video", "codec_name": "mjpeg", "disposition": {"attached_pic": 1}},
+            {"index": 1, "codec_type": "video", "codec_name": "hevc", "profile": "Main 10", "width": 3840,
+             "height": 1600, "pix_fmt": "yuv420p10le", "field_order": "progressive",
+             "color_transfer": "smpte2084", "color_primaries": "bt2020", "color_space": "bt2020nc",
+             "avg_frame_rate": "0/0", "r_frame_rate": "24000/1001", "tags": {"BPS-eng": "21000000"},
+             "side_data_list": [{"side_data_type": "Mastering display metadata"},
+                                {"side_data_type": "DOVI configuration record"}]},
+            {"index": 2, "codec_type": "video", "codec_name": "h264"},
+            {"index": 3, "codec_type": "data", "codec_name": "bin_data"},
+            {"index": 4, "codec_type": "audio", "codec_name": "dts", "profile": "DTS-HD MA", "channels": 8,
+             "sample_rate": "48000", "bit_rate": "4000000", "disposition": {"default": 1, "forced": 1},
+             "tags": {"language": "ger", "title": "Deutsch", "BPS": "5"}},
+            {"index": 5, "codec_type": "audio", "codec_name": "ac3", "disposition": {"visual_impaired": 1}},
+            {"index": 6, "codec_type": "subtitle", "codec_name": "subrip", "disposition": {"default": 1},
+             "tags": {"language": "eng", "title": "FORCED only", "NUMBER_OF_BYTES": "777"}},
+            {"index": 7, "codec_type": "attachment", "codec_name": "ttf"}
+        ]})");
+    const FileTime modified(std::chrono::seconds(1'700'000'000));
+
+    VideoStreamInfo main;
+    main.index = 1;
+    main.codec = "hevc";
+    main.profile = "Main 10";
+    main.width = 3840;
+    main.height = 1600;
+    main.fps = 24000.0 / 1001;
+    main.pixFmt = "yuv420p10le";
+    main.bitDepth = 10;
+    main.fieldOrder = "progressive";
+    main.colorTransfer = "smpte2084";
+    main.colorPrimaries = "bt2020";
+    main.colorSpace = "bt2020nc";
+    main.bitrate = 21'000'000;
+    main.isDolbyVision = true;
+    const AudioStreamInfo german{4,         "dts",  "DTS-HD MA", 8,    "deu", "Deutsch",
+                                 4'000'000, 48'000, true,        true, false};
+    AudioStreamInfo description;
+    description.index = 5;
+    description.codec = "ac3";
+    description.language = "und";
+    description.isCommentary = true;
+    const SubtitleStreamInfo forced{6, "subrip", "eng", "FORCED only", true, true, 777};
+    const MediaInfo expected{"/filme/Film.mkv",     1000,     modified, 5400.25, "matroska,webm", main,
+                             {german, description}, {forced}, {7}};
+    EXPECT_EQ(Prober::parse(answer, "/filme/Film.mkv", 1000, modified), expected);
+    EXPECT_TRUE(
+        oneStream(R"("codec_type": "audio", "disposition": {"comment": 1})").audio.at(0).isCommentary);
+}
+
+TEST(Prober, takesFrameRatesOnlyWhenTheyMakeSense)
+{
+    struct Case {
+        const char *average, *real;
+        double expected;
+    };
+    const Case cases[] = {
+        {R"("25/1")", R"("50/1")", 25},    {R"("0/0")", R"("30000/1001")", 30000.0 / 1001},
+        {R"("0/0")", R"("0/0")", 0},       {R"("90000/1")", R"("24/1")", 24},
+        {R"("200/1")", R"("199/1")", 199}, {R"("25")", "25", 0},
+        {R"("25/1/1")", R"("/")", 0},      {R"("-25/-1")", R"("nan/1")", 0},
+        {R"("25/0")", R"("inf/inf")", 0},
+    };
+    for (const auto &[average, real, expected] : cases)
+        EXPECT_EQ(video(std::string(", \"avg_frame_rate\": ") + average + ", \"r_frame_rate\": " + real).fps,
+                  expected)
+            << average << " " << real;
+}
+
+TEST(Prober, takesTheBitDepthFromThePixelFormatWhereNothingStatesIt)
+{
+    EXPECT_EQ(video(R"(, "pix_fmt": "yuv420p10le")").bitDepth, 10);
+    EXPECT_EQ(video(R"(, "pix_fmt": "yuv444p12le")").bitDepth, 12);
+    EXPECT_EQ(video(R"(, "pix_fmt": "yuv420p")").bitDepth, 8);
+    EXPECT_EQ(video("").bitDepth, 8);
+    EXPECT_EQ(video(R"(, "pix_fmt": "yuv420p10le", "bits_per_raw_sample": "9")").bitDepth, 9);
+}
+
+TEST(Prober, fallsBackToTheStreamsDurations)
+{
+    const char *streams =
+        R"([{"codec_type": "audio", "duration": "90.5"}, {"codec_type": "audio", "duration": "80"},
+                              {"codec_type": "video", "duration": 91}])";
+    json answer{{"format", {{"duration", 93.5}}}, {"streams", json::parse(streams)}};
+    EXPECT_EQ(parsed(answer).duration, 93.5);
+    answer["format"]["duration"] = "N/A";
+    EXPECT_EQ(parsed(answer).duration, 91);
+    answer["streams"].erase(2);
+    EXPECT_EQ(parsed(answer).duration, 90.5);
+    answer.erase("streams");
+    EXPECT_EQ(parsed(answer).duration, 0);
+}
+
+TEST(Prober, countsWhatItDoesNotUnderstandAsMissing)
+{
+    const MediaInfo nothing = parsed(json::object());
+    for (
+        const char *answer :
+        {R"({"format": [], "streams": {"index": 0}})", R"({"format": null, "streams": "x"})",
+         R"({"format": {"duration": [1], "format_name": 7}, "streams": [1, null, "x", [], {"codec_type": 5}]})",
+         R"({"format": {"duration": "1e999"}, "streams": [[{"codec_type": "video"}]]})"})
+        EXPECT_EQ(parsed(json::parse(answer)), nothing) << answer;
+
+    const VideoStreamInfo strange = video(
+        R"(, "index": "drei", "codec_name": 1, "width": "1920", "height": 1e40, "avg_frame_rate": 25,
+        "profile": {}, "bit_rate": 18446744073709551615, "tags": ["BPS"], "disposition": 7, "pix_fmt": null,
+        "bits_per_raw_sample": "N/A", "side_data_list": {"side_data_type": "DOVI"})");
+    VideoStreamInfo expected;
+    expected.codec = "unbekannt";
+    expected.width = 1920;
+    EXPECT_EQ(strange, expected);
+
+    for (const char *rate :
+         {"\"N/A\"", "\"99999999999999999999\"", "1e300", "-1e300", "\"12 kbit\"", "\"\"", "true"})
+        EXPECT_EQ(video(", \"bit_rate\": " + std::string(rate)).bitrate, std::nullopt) << rate;
+    EXPECT_EQ(video(R"(, "bit_rate": "N/A", "tags": {"bps-ENG": 8000000})").bitrate, 8'000'000);
+}
+
+TEST(Prober, findsVideosInNaturalOrder)
+{
+    const Sandbox sandbox;
+    for (const char *name : {"Serie/Folge 10.mkv", "Serie/Folge 9.mkv", "Serie/folge 2.mkv", "Ärzte.mp4",
+                             "Film.MKV", "Film.mkv.part", "notes.txt", "mkv", ".Film.mkv",
+                             ".verborgen/Film.mkv", "Foto.photoslibrary/a/clip.mov", "Programm.APP/clip.mov",
+                             "Ordner.mkv/Innen.m2ts", "Gr\xfc\xdf\x65.avi"})
+        sandbox.write(name, "");
+    test::fs::create_symlink("Film.MKV", sandbox / "Link.mkv");
+    test::fs::create_directory_symlink("Serie", sandbox / "Verweis");
+
+    EXPECT_THAT(relative(Prober::findVideos(sandbox.path(), {}), sandbox.path()),
+                ElementsAre("Ärzte.mp4", "Film.MKV", "Gr\xfc\xdf\x65.avi", "Ordner.mkv/Innen.m2ts",
+                            "Serie/folge 2.mkv", "Serie/Folge 9.mkv", "Serie/Folge 10.mkv"));
+    EXPECT_THAT(Prober::findVideos(sandbox / "missing", {}), testing::IsEmpty());
+
+    std::stop_source stopped;
+    stopped.request_stop();
+    EXPECT_THROW(Prober::findVideos(sandbox.path(), stopped.get_token()), Cancelled);
+}
+
+TEST(Prober, removesOnlyWhatAnInterruptedRunLeft)
+{
+    const Sandbox sandbox;
+    for (const char *name :
+         {".Film.mkv.kestrel-tmp.x1.mkv", "Serie/.Folge 1.mkv.kestrel-upload", ".verborgen/.a.kestrel-tmp.b",
+          "Film.kestrel-tmp.mkv", "Film.mkv.kestrel-upload", ".Film.mkv.kestrel-original",
+          ".Film.kestrel-upload.mkv", "Foto.photoslibrary/.a.kestrel-upload"})
+        sandbox.write(name, "");
+    sandbox.write("ziel/Film.mkv", "");
+    test::fs::create_directory_symlink("ziel", sandbox / ".ziel.kestrel-upload");
+
+    EXPECT_EQ(Prober::removeLeftovers(sandbox.path()), 4U);
+    EXPECT_THAT(test::names(sandbox.path()),
+                ElementsAre(".Film.kestrel-upload.mkv", ".Film.mkv.kestrel-original", ".verborgen",
+                            "Film.kestrel-tmp.mkv", "Film.mkv.kestrel-upload", "Foto.photoslibrary", "Serie",
+                            "ziel"));
+    EXPECT_THAT(test::names(sandbox / "Serie"), testing::IsEmpty());
+    EXPECT_THAT(test::names(sandbox / ".verborgen"), testing::IsEmpty());
+    EXPECT_THAT(test::names(sandbox / "Foto.photoslibrary"), ElementsAre(".a.kestrel-upload"));
+    EXPECT_THAT(test::names(sandbox / "ziel"), ElementsAre("Film.mkv"));
+
+    Log::flush();
+    EXPECT_THAT(
+        test::readFile(Log::file()),
+        HasSubstr("Rest entfernt: " + (sandbox / "Serie/.Folge 1.mkv.kestrel-upload").native() + "\n"));
+}
+
+TEST(Prober, showsPathsBelowTheOpenedFolder)
+{
+    const Sandbox sandbox;
+    const auto file = sandbox.write("Filme/Serie/Folge 1.mkv", "");
+    const auto stranger = sandbox.write("Filme 2/Gr\xfc\xdf\x65.mkv", "");
+    test::fs::create_directory_symlink("Filme", sandbox / "Link");
+
+    EXPECT_EQ(Prober::relativePath(file, sandbox / "Filme"), "Serie/Folge 1.mkv");
+    EXPECT_EQ(Prober::relativePath(file, sandbox / "Link/"), "Serie/Folge 1.mkv");
+    EXPECT_EQ(Prober::relativePath(sandbox / "Link/Serie/../Serie/Folge 1.mkv", sandbox / "Filme"),
+              "Serie/Folge 1.mkv");
+    EXPECT_EQ(Prober::relativePath(stranger, sandbox / "Filme"), "Gr\xfc\xdf\x65.mkv");
+}
+
+TEST(Prober, probesARealFilm)
+{
+    const Sandbox sandbox;
+    const auto file = sandbox.put(test::Clips::film(), "Gr\xfc\xdf\x65 'n' : % \".mkv");
+    const MediaInfo info = Prober::probe(file, "/usr/bin/ffprobe", {});
+    ASSERT_TRUE(info.video);
+    EXPECT_EQ(info.url.native(), file.native());
+    EXPECT_EQ(info.fileSize, static_cast<std::int64_t>(test::fs::file_size(file)));
+    EXPECT_EQ(info.modified.time_since_epoch(),
+              std::chrono::file_clock::to_sys(test::fs::last_write_time(file)).time_since_epoch());
+    EXPECT_NEAR(info.duration, 2, 0.1);
+    EXPECT_TRUE(info.isMatroska());
+    EXPECT_EQ(info.video->codec, "h264");
+    EXPECT_EQ(info.video->width, 320);
+    EXPECT_EQ(info.video->fps, 25);
+    ASSERT_EQ(info.audio.size(), 1U);
+    EXPECT_EQ(info.audio[0].codec, "ac3");
+    EXPECT_EQ(info.audio[0].language, "deu");
+}
+
+TEST(Prober, takesNoCoverForTheVideo)
+{
+    const std::string cover = "-f lavfi -i sine=d=1 -f lavfi -i color=s=64x64:d=1:r=1 ";
+    const auto song =
+        test::Clips::make("cover.mp3", cover + "-map 0 -map 1 -c:v png -disposition:v attached_pic");
+    EXPECT_FALSE(Prober::probe(song, "/usr/bin/ffprobe", {}).video);
+    const auto film = test::Clips::make(
+        "cover.mp4", cover +
+                         "-f lavfi -i testsrc2=s=64x48:d=1 -map 1 -map 2 -map 0 -c:v:0 png -c:v:1 libx264 "
+                         "-disposition:v:0 attached_pic -c:a aac");
+    EXPECT_EQ(Prober::probe(film, "/usr/bin/ffprobe", {}).video.value().codec, "h264");
+}
+
+TEST(Prober, saysWhyAFileCannotBeRead)
+{
+    const Sandbox sandbox;
+    const auto file = sandbox.write("Text.mkv", "kein Film");
+    const auto failure = [&](const path &ffprobe) -> std::string {
+        try {
+            Prober::probe(file, ffprobe, {});
+        } catch (const ToolError &error) {
+            return error.what();
+        }
+        return {};
+    };
+    EXPECT_THAT(failure("/usr/bin/ffprobe"), HasSubstr("Invalid data found"));
+    EXPECT_EQ(failure(standIn(sandbox, "trimmed", "printf '\\n kaputt \\n\\n' >&2; exit 1")), "kaputt");
+    EXPECT_EQ(failure(standIn(sandbox, "silent", "exit 1")), "Datei konnte nicht gelesen werden");
+    EXPECT_EQ(failure(standIn(sandbox, "array", "echo '[]'")), "ffprobe lieferte keine lesbare Antwort");
+    EXPECT_THROW(Prober::probe(file, standIn(sandbox, "rubbish", "echo '{\"streams\": ['"), {}),
+                 json::exception);
+    EXPECT_THROW(Prober::probe(sandbox / "gone.mkv", standIn(sandbox, "empty", "echo '{}'"), {}),
+                 test::fs::filesystem_error);
+}
+
+} // namespace kestrel

@@ -1,0 +1,78 @@
+#include "media/Tools.h"
+
+#include <gtest/gtest.h>
+
+#include "support/StandIn.h"
+
+namespace kestrel {
+
+namespace {
+
+using test::Sandbox;
+using test::standIn;
+
+// Answers the three questions; "$2" is the question.
+constexpr const char *fullFFmpeg = R"(
+[ "$1" = -hide_banner ] || exit 9
+case "$2" in
+-encoders) echo " V....D libx265"; echo " V....D libsvtav1" ;;
+-filters) echo " .. libvmaf" ;;
+-version) printf '\n\nffmpeg version 7.1\nbuilt with care\n' ;;
+esac)";
+
+class Located : public testing::Test {
+protected:
+    Tools locate() const { return Tools::locate(folders, {}); }
+    std::string failure() const
+    {
+        try {
+            locate();
+        } catch (const ToolError &error) {
+            return error.what();
+        }
+        return {};
+    }
+
+    Sandbox sandbox;
+    std::vector<test::fs::path> folders{sandbox / "missing", sandbox / "a", sandbox / "b"};
+};
+
+} // namespace
+
+TEST_F(Located, asksFFmpegWhatItWasBuiltWith)
+{
+    standIn(sandbox, "b/ffmpeg", fullFFmpeg);
+    standIn(sandbox, "b/ffprobe", "");
+    EXPECT_EQ(locate(),
+              (Tools{sandbox / "b/ffmpeg", sandbox / "b/ffprobe", true, true, true, "ffmpeg version 7.1"}));
+}
+
+TEST_F(Located, knowsNoCapabilitiesOfAnFFmpegThatFails)
+{
+    standIn(sandbox, "a/ffmpeg", "echo libx265 libvmaf >&2; exit 1");
+    standIn(sandbox, "a/ffprobe", "");
+    EXPECT_EQ(locate(), (Tools{sandbox / "a/ffmpeg", sandbox / "a/ffprobe", false, false, false, "ffmpeg"}));
+}
+
+TEST_F(Located, takesTheFirstFolderWithAnExecutableFile)
+{
+    standIn(sandbox, "a/ffmpeg", "");
+    sandbox.write("a/ffprobe", "not executable");
+    standIn(sandbox, "b/ffmpeg", "");
+    standIn(sandbox, "b/ffprobe", "");
+    EXPECT_EQ(locate().ffmpeg, sandbox / "a/ffmpeg");
+    EXPECT_EQ(locate().ffprobe, sandbox / "b/ffprobe");
+
+    test::fs::remove(sandbox / "a/ffmpeg");
+    test::fs::create_directory(sandbox / "a/ffmpeg");
+    EXPECT_EQ(locate().ffmpeg, sandbox / "b/ffmpeg");
+}
+
+TEST_F(Located, saysWhichToolIsMissingAndWhatToInstall)
+{
+    EXPECT_EQ(failure(), "ffmpeg wurde nicht gefunden. Installation im Terminal: brew install ffmpeg");
+    standIn(sandbox, "a/ffmpeg", fullFFmpeg);
+    EXPECT_EQ(failure(), "ffprobe wurde nicht gefunden. Installation im Terminal: brew install ffmpeg");
+}
+
+} // namespace kestrel
