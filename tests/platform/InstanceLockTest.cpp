@@ -1,0 +1,76 @@
+#include "platform/InstanceLock.h"
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "support/Sandbox.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kestrel {
+
+namespace {
+
+// Runs an action in a process of its own; its answer is read once that process has ended.
+class Instance {
+public:
+    explicit Instance(const std::function<bool()> &action) : m_pid(::fork())
+    {
+        if (m_pid == 0)
+            ::_exit(action() ? 1 : 0);
+    }
+    bool answer() const
+    {
+        int status = 0;
+        ::waitpid(m_pid, &status, 0);
+        return WIFEXITED(status) && WEXITSTATUS(status) == 1;
+    }
+
+private:
+    pid_t m_pid;
+};
+
+bool isAlone()
+{
+    return InstanceLock().isAlone();
+}
+
+} // namespace
+
+TEST(InstanceLock, tellsWhetherAnotherInstanceRuns)
+{
+    EXPECT_TRUE(Instance(isAlone).answer());
+    std::optional<InstanceLock> first(std::in_place);
+    EXPECT_TRUE(first->isAlone());
+    first->share();
+    EXPECT_FALSE(Instance(isAlone).answer());
+    first.reset();
+    EXPECT_TRUE(Instance(isAlone).answer());
+}
+
+TEST(InstanceLock, letsALaterInstanceWaitUntilTheFirstHasCleanedUp)
+{
+    const test::Sandbox sandbox;
+    const auto cleaned = sandbox / "cleaned";
+    InstanceLock first;
+    const Instance later([&] { return !isAlone() && test::fs::exists(cleaned); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // time to get ahead, were it not to wait
+    sandbox.write("cleaned", "");
+    first.share();
+    EXPECT_TRUE(later.answer());
+}
+
+TEST(InstanceLock, countsAsAloneWhereNoLockCanBeKept)
+{
+    const test::Sandbox sandbox;
+    ::setenv("XDG_RUNTIME_DIR", sandbox.write("file", "").c_str(), 1);
+    EXPECT_TRUE(isAlone());
+    ::setenv("XDG_RUNTIME_DIR", (test::home() / "run").c_str(), 1);
+}
+
+} // namespace kestrel
