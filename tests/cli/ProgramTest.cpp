@@ -1,0 +1,262 @@
+// The built program from outside: what it prints, what it returns, and what it leaves.
+
+#include "cli/Program.h"
+
+#include <chrono>
+#include <csignal>
+#include <map>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/ChildProcess.h"
+#include "support/Clips.h"
+
+namespace kestrel::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+TEST(Program, saysWhatIsWrongWithACall)
+{
+    const Sandbox sandbox;
+    const fs::path file = sandbox.write("file", "");
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string sentence;
+    };
+    const std::vector<Case> cases{
+        {{}, "Es fehlt ein Befehl"},
+        {{"fress", "x"}, "Den Befehl „fress“ gibt es nicht"},
+        {{"plan"}, "Es fehlt der Ordner"},
+        {{"plan", sandbox.path(), "--schnell"}, "Unbekanntes Argument: --schnell"},
+        {{"plan", sandbox.path(), "zwei"}, "Unbekanntes Argument: zwei"},
+        {{"plan", sandbox.path(), "--codec", "h264"},
+         "--codec kennt den Wert „h264“ nicht. Möglich sind: hevcX265, av1SVT, keepVideo."},
+        {{"plan", sandbox.path(), "--codec"}, "fehlt der Wert"},
+        {{"plan", sandbox.path(), "--languages", "klingonisch"}, "kennt die Sprache „klingonisch“ nicht"},
+        {{"convert", sandbox.path(), "--jobs", "-1"}, "--jobs erwartet eine ganze Zahl"},
+        {{"measure", sandbox.path(), "--count", "0"}, "--count erwartet eine ganze Zahl ab 1"},
+        {{"plan", sandbox / "nichts"}, "kann nicht gelesen werden: Datei oder Ordner ist nicht vorhanden."},
+        {{"convert", file}, "ist kein Ordner."},
+    };
+    for (const auto &[arguments, sentence] : cases) {
+        const auto output = kestrel(arguments);
+        EXPECT_EQ(output.status, 2) << sentence;
+        EXPECT_THAT(output.standardError, HasSubstr(sentence));
+        EXPECT_EQ(output.standardOutput, "");
+    }
+}
+
+TEST(Program, answersEverybodyWhoAsksWhatItIs)
+{
+    EXPECT_THAT(kestrel({"--version"}).standardOutput, StartsWith("kestrel "));
+    const auto help = kestrel({"plan", "--help"});
+    EXPECT_EQ(help.status, 0);
+    for (const char *word : {"plan", "convert", "measure", "doctor", "--codec", "--no-drop-commentary", "--jobs"})
+        EXPECT_THAT(help.standardOutput, HasSubstr(word));
+    const auto doctor = kestrel({"doctor"});
+    EXPECT_EQ(doctor.status, 0);
+    EXPECT_THAT(doctor.standardOutput, HasSubstr("libx265"));
+    EXPECT_THAT(doctor.standardOutput, HasSubstr((home() / "Library/Logs/Kestrel/Kestrel.log").native()));
+}
+
+TEST(Program, anEmptyFolderIsNoError)
+{
+    const Sandbox sandbox;
+    EXPECT_THAT(kestrel({"plan", sandbox.path()}).standardOutput,
+                HasSubstr("In diesem Ordner wurden keine Videodateien gefunden."));
+    const auto convert = kestrel({"convert", sandbox.path()});
+    EXPECT_EQ(convert.status, 0);
+    EXPECT_THAT(convert.standardOutput, HasSubstr("keine Videodateien gefunden"));
+    EXPECT_EQ(kestrel({"convert", sandbox.path(), "--json"}).standardOutput,
+              "{\"event\":\"started\",\"total\":0}\n{\"event\":\"finished\",\"converted\":0,\"noSavings\":0,"
+              "\"failed\":0,\"bytesBefore\":0,\"bytesAfter\":0}\n");
+    EXPECT_EQ(Json::parse(kestrel({"plan", sandbox.path(), "--json"}).standardOutput)["files"], Json::array());
+}
+
+TEST(Program, planTellsEverythingAndChangesNothing)
+{
+    const Sandbox sandbox;
+    sandbox.put(Clips::film(), "Serie/Folge 10.mkv");
+    sandbox.put(Clips::film(), "Serie/Folge 9.mkv");
+    sandbox.write("kaputt.mp4", "x");
+    sandbox.write("b\xff.mkv", "x");
+    const fs::path growing = sandbox.put(Clips::film(), "neu.mkv");
+    fs::last_write_time(growing, fs::file_time_type::clock::now());
+    const fs::path leftover = sandbox.write(".alt.kestrel-tmp.mkv", "rest");
+
+    const auto output = kestrel({"plan", sandbox.path(), "--json", "--quality", "veryHigh", "--languages", "",
+                                 "--no-drop-commentary", "--output", "separateFolder"});
+
+    EXPECT_EQ(output.status, 0);
+    const Json plan = Json::parse(output.standardOutput);
+    EXPECT_THAT(keys(plan), ElementsAre("folder", "storage", "settings", "files", "totals"));
+    EXPECT_EQ(plan["folder"], sandbox.path().native());
+    EXPECT_THAT(keys(plan["storage"]),
+                ElementsAre("kind", "title", "volumeName", "remoteURL", "hasRecycleBin"));
+    EXPECT_EQ(plan["settings"]["quality"], 1);
+    EXPECT_EQ(plan["settings"]["audioLanguages"], Json::array());
+    EXPECT_EQ(plan["settings"]["dropCommentary"], false);
+    std::vector<std::string> order;
+    for (const Json &file : plan["files"])
+        order.push_back(file["relativePath"]);
+    EXPECT_THAT(order, ElementsAre("b\uFFFD.mkv", "kaputt.mp4", "neu.mkv", "Serie/Folge 9.mkv",
+                                   "Serie/Folge 10.mkv"));
+    const Json &film = plan["files"][3];
+    EXPECT_THAT(keys(film), ElementsAre("relativePath", "probeError", "mayBeIncomplete", "info", "plan", "estimate",
+                                        "arguments"));
+    EXPECT_THAT(keys(film["info"]),
+                ElementsAre("url", "fileSize", "modified", "duration", "formatName", "video", "audio", "subtitles",
+                            "attachmentIndexes", "videoBitrate"));
+    EXPECT_THAT(keys(film["plan"]),
+                ElementsAre("video", "outputWidth", "outputHeight", "deinterlace", "audio", "subtitles",
+                            "attachments", "notes", "isNoop", "scales", "qualityValue"));
+    EXPECT_THAT(keys(film["estimate"]), ElementsAre("videoBytes", "audioBytes", "otherBytes", "kind", "vmaf",
+                                                    "encodeSeconds", "total"));
+    EXPECT_EQ(film["plan"]["qualityValue"], 21);
+    EXPECT_EQ(film["arguments"].back(),
+              sandbox.path().native() + " (Kestrel)/Serie/.Folge 9.kestrel-tmp.mkv");
+    EXPECT_TRUE(plan["files"][1]["info"].is_null());
+    EXPECT_THAT(plan["files"][1]["probeError"].get<std::string>(), HasSubstr("Invalid data"));
+    EXPECT_EQ(plan["files"][2]["mayBeIncomplete"], true);
+    const Json &totals = plan["totals"];
+    EXPECT_THAT(keys(totals), ElementsAre("files", "actionable", "sourceBytes", "estimatedBytes", "encodeSeconds",
+                                          "duration", "weakestKind", "incomplete", "errors"));
+    EXPECT_EQ(totals["files"], 2);
+    EXPECT_EQ(totals["incomplete"], 1);
+    EXPECT_EQ(totals["errors"], 2);
+    EXPECT_EQ(totals["weakestKind"], "heuristic");
+    EXPECT_TRUE(fs::exists(leftover));
+    EXPECT_FALSE(fs::exists(sandbox.path().native() + " (Kestrel)"));
+}
+
+TEST(Program, theTableFitsAndSteersNoTerminal)
+{
+    const Sandbox sandbox;
+    sandbox.put(Clips::film(), "zwei\nZeilen \x1b[31mrot.mkv");
+    const auto output = kestrel({"plan", sandbox.path()});
+    EXPECT_EQ(output.standardOutput.find('\x1b'), std::string::npos);
+    EXPECT_THAT(output.standardOutput, HasSubstr("zwei\uFFFDZeilen \uFFFD[31mrot.mkv"));
+    EXPECT_THAT(output.standardOutput, HasSubstr("1 Datei, davon 1 zu konvertieren"));
+}
+
+TEST(Program, convertsTellsAsItGoesAndCountsFailures)
+{
+    const Sandbox sandbox;
+    sandbox.put(Clips::film(), "gut.mkv");
+    const fs::path cut = sandbox.put(Clips::longFilm(), "abgeschnitten.mkv");
+    fs::resize_file(cut, fs::file_size(cut) / 2);
+    fs::last_write_time(cut, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    sandbox.write("kaputt.mp4", "x");
+    sandbox.write(".alt.kestrel-tmp.mkv", "rest of an earlier run");
+
+    const auto output = kestrel({"convert", sandbox.path(), "--json", "--quality", "small"});
+
+    EXPECT_EQ(output.status, 1);
+    EXPECT_THAT(output.standardError, HasSubstr("kaputt.mp4: nicht lesbar: "));
+    const auto events = lines(output.standardOutput);
+    ASSERT_GE(events.size(), 6U);
+    EXPECT_EQ(events.front(), Json({{"event", "started"}, {"total", 2}}));
+    std::map<std::string, std::vector<std::string>> states;
+    Json done, failed;
+    for (const Json &event : events) {
+        if (event["event"] != "file")
+            continue;
+        EXPECT_THAT(keys(event), ElementsAre("event", "relativePath", "status", "fraction", "fps", "old", "new",
+                                             "finalURL", "text"));
+        auto &list = states[event["relativePath"]];
+        if (list.empty() || list.back() != event["status"])
+            list.push_back(event["status"]);
+        if (event["status"] == "done")
+            done = event;
+        if (event["status"] == "failed")
+            failed = event;
+    }
+    EXPECT_THAT(states["gut.mkv"], ElementsAre("analyzing", "running", "done"));
+    EXPECT_THAT(states["abgeschnitten.mkv"].back(), "failed");
+    EXPECT_EQ(done["old"], fs::file_size(Clips::film()));
+    EXPECT_EQ(done["new"], fs::file_size(sandbox / "gut.mkv"));
+    EXPECT_EQ(done["finalURL"], (sandbox / "gut.mkv").native());
+    EXPECT_FALSE(failed["text"].get<std::string>().empty());
+    const Json &end = events.back();
+    EXPECT_THAT(keys(end),
+                ElementsAre("event", "converted", "noSavings", "failed", "bytesBefore", "bytesAfter"));
+    EXPECT_EQ(end["converted"], 1);
+    EXPECT_EQ(end["failed"], 1);
+    EXPECT_THAT(names(sandbox.path()), ElementsAre("abgeschnitten.mkv", "gut.mkv", "kaputt.mp4"));
+
+    const auto again = kestrel({"convert", sandbox.path(), "--output", "separateFolder", "--codec", "keepVideo"});
+    EXPECT_THAT(again.standardOutput, HasSubstr("Es gibt nichts zu konvertieren."));
+}
+
+TEST(Program, measuresAndSaysWhatItChose)
+{
+    const Sandbox sandbox;
+    for (const char *name : {"a.mkv", "b.mkv", "c.mkv"})
+        sandbox.put(Clips::film(), name);
+    const auto output = kestrel({"measure", sandbox.path(), "--json", "--count", "1"});
+    EXPECT_EQ(output.status, 0);
+    const auto results = lines(output.standardOutput);
+    ASSERT_EQ(results.size(), 1U);
+    EXPECT_EQ(results[0]["relativePath"], "b.mkv") << "taken from the middle";
+    EXPECT_THAT(keys(results[0]),
+                ElementsAre("relativePath", "videoBitrate", "vmafMean", "vmafWorst", "megapixelsPerSecond",
+                            "measuredSeconds", "heuristicBitrate", "qualityValue", "vmafTarget", "steps"));
+    EXPECT_THAT(keys(results[0]["steps"][0]),
+                ElementsAre("value", "bitrate", "vmaf", "vmafWorst", "megapixelsPerSecond", "seconds"));
+    EXPECT_THAT(names(sandbox.path()), ElementsAre("a.mkv", "b.mkv", "c.mkv"));
+}
+
+// Runs a conversion and sends it a signal once it encodes; returns its status.
+int interrupted(const fs::path &folder, int signal)
+{
+    ChildProcess program(KESTREL_PROGRAM, {"convert", folder.native(), "--json", "--quality", "small"});
+    std::size_t seen = 0;
+    return program.communicate(
+        [&](std::string_view text) {
+            // Both files are at work: neither waits for the other.
+            for (std::size_t at = text.find("\"running\""); at != std::string_view::npos;
+                 at = text.find("\"running\"", at + 1))
+                if (++seen == 2)
+                    program.signal(signal);
+        },
+        [](std::string_view) {});
+}
+
+bool ffmpegWorksIn(const fs::path &folder)
+{
+    for (const auto &process : fs::directory_iterator("/proc"))
+        if (const std::string command = readFile(process.path() / "cmdline");
+            command.find("ffmpeg") != std::string::npos && command.find(folder.native()) != std::string::npos)
+            return true;
+    return false;
+}
+
+TEST(Program, anInterruptStopsCleanlyAndAKillLosesNothing)
+{
+    const Sandbox sandbox;
+    // Under a minute: a single sample, so that the encode is what takes long.
+    const fs::path heavy = Clips::make("heavy.mkv", "-f lavfi -i testsrc2=s=160x120:r=25:d=59 -c:v libx264 "
+                                                    "-preset ultrafast -crf 1");
+    sandbox.put(heavy, "a.mkv");
+    sandbox.put(heavy, "b.mkv");
+    const std::string original = readFile(heavy);
+    EXPECT_EQ(interrupted(sandbox.path(), SIGINT), 130);
+    EXPECT_THAT(names(sandbox.path()), ElementsAre("a.mkv", "b.mkv"));
+    EXPECT_FALSE(ffmpegWorksIn(sandbox.path()));
+
+    EXPECT_EQ(interrupted(sandbox.path(), SIGKILL), 128 + SIGKILL);
+    for (int i = 0; i < 100 && ffmpegWorksIn(sandbox.path()); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(ffmpegWorksIn(sandbox.path())) << "ffmpeg dies with the program";
+    for (const char *name : {"a.mkv", "b.mkv"})
+        EXPECT_EQ(readFile(sandbox / name), original);
+}
+
+} // namespace
+} // namespace kestrel::test
