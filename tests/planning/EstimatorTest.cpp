@@ -77,8 +77,9 @@ TEST(Estimator, guessesNothingWithoutVideoOrBitrate)
 
 TEST(Estimator, addsUpAnEncodedFilm)
 {
-    const SizeEstimate estimate =
-        estimated(aFilm().audio("ac3", "deu").audio("ac3", "eng").subtitle("subrip"));
+    // The English track and the teletext are dropped.
+    const SizeEstimate estimate = estimated(
+        aFilm().audio("ac3", "deu").audio("ac3", "eng").subtitle("subrip").subtitle("dvb_teletext"));
     EXPECT_EQ(estimate.kind, Kind::heuristic);
     EXPECT_NEAR(estimate.videoBytes, 2'340'000'000, 1);
     EXPECT_NEAR(estimate.audioBytes, 86'400'000, 1);
