@@ -9,7 +9,8 @@ namespace {
 // file it opens, and write its texts into it.
 void openStandardStreams()
 {
-    for (int descriptor = ::open("/dev/null", O_RDWR); descriptor >= 0; descriptor = ::open("/dev/null", O_RDWR))
+    for (int descriptor = ::open("/dev/null", O_RDWR); descriptor >= 0;
+         descriptor = ::open("/dev/null", O_RDWR))
         if (descriptor > STDERR_FILENO) {
             ::close(descriptor);
             return;

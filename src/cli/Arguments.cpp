@@ -73,8 +73,8 @@ void addSettings(CLI::App &command, Arguments &arguments)
     addChoice(command, "--container", settings.container, allContainers());
     addChoice(command, "--output", settings.outputMode, allOutputModes());
     command.add_option("--jobs", settings.parallelJobs)->check([](const std::string &word) {
-        const bool isNumber = !word.empty() && word.size() < 10 &&
-                              word.find_first_not_of("0123456789") == std::string::npos;
+        const bool isNumber =
+            !word.empty() && word.size() < 10 && word.find_first_not_of("0123456789") == std::string::npos;
         return isNumber ? "" : "--jobs erwartet eine ganze Zahl ab 0 (0: alle Dateien zugleich).";
     });
 }
@@ -118,8 +118,7 @@ Arguments parseArguments(int count, const char *const *words)
         if (word == "--")
             break;
         if (word == "--help" || word == "-h" || word == "--version") {
-            arguments.command =
-                word == "--version" ? Arguments::Command::version : Arguments::Command::help;
+            arguments.command = word == "--version" ? Arguments::Command::version : Arguments::Command::help;
             return arguments;
         }
     }

@@ -63,7 +63,9 @@ private:
         FileConversion conversion({*m_files[index]->info, m_prepared.settings, m_prepared.tools,
                                    m_prepared.plan.folder, std::nullopt});
         const FileConversion::Callbacks callbacks{
-            [&](double fraction) { report({.index = index, .status = FileStatus::analyzing, .fraction = fraction}); },
+            [&](double fraction) {
+                report({.index = index, .status = FileStatus::analyzing, .fraction = fraction});
+            },
             [&](double fraction, double fps) {
                 report({.index = index, .status = FileStatus::running, .fraction = fraction, .fps = fps});
             },
@@ -109,7 +111,8 @@ private:
     {
         const std::scoped_lock guard(m_lock);
         auto &[status, time] = m_lastReport[report.index];
-        if (status == report.status && report.status != FileStatus::idle && Clock::now() - time < reportInterval)
+        if (status == report.status && report.status != FileStatus::idle &&
+            Clock::now() - time < reportInterval)
             return;
         status = report.status;
         time = Clock::now();
@@ -149,10 +152,10 @@ void tellWhatIsLeftOut(const FolderPlan &plan)
     for (const auto &file : plan.files) {
         const std::string name = Terminal::shown(file.relativePath.native());
         if (file.probeError)
-            Terminal::complain(fmt::format("{}: nicht lesbar: {}", name, Terminal::shown(file.shortProbeError())));
-        else if (file.mayBeIncomplete)
             Terminal::complain(
-                fmt::format("{}: wird evtl. noch kopiert – später neu analysieren", name));
+                fmt::format("{}: nicht lesbar: {}", name, Terminal::shown(file.shortProbeError())));
+        else if (file.mayBeIncomplete)
+            Terminal::complain(fmt::format("{}: wird evtl. noch kopiert – später neu analysieren", name));
     }
 }
 
@@ -177,8 +180,9 @@ int runConvert(const Arguments &arguments, const Interrupt &interrupt)
         if (file.isActionable())
             files.push_back(&file);
     if (files.empty() && !arguments.json) {
-        fmt::print("{}\n", prepared.plan.files.empty() ? "In diesem Ordner wurden keine Videodateien gefunden."
-                                                       : "Es gibt nichts zu konvertieren.");
+        fmt::print("{}\n", prepared.plan.files.empty()
+                               ? "In diesem Ordner wurden keine Videodateien gefunden."
+                               : "Es gibt nichts zu konvertieren.");
         return ExitStatus::done;
     }
 

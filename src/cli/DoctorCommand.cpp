@@ -28,8 +28,9 @@ constexpr const char *installFFmpeg = "sudo apt install ffmpeg";
 
 void row(const std::string &name, const std::string &value, const std::string &remark = "")
 {
-    fmt::print("  {}{} {}{}\n", name, std::string(static_cast<std::size_t>(std::max(1, 22 - Text::columns(name))), ' '),
-               value, remark.empty() ? "" : "  – " + remark);
+    fmt::print("  {}{} {}{}\n", name,
+               std::string(static_cast<std::size_t>(std::max(1, 22 - Text::columns(name))), ' '), value,
+               remark.empty() ? "" : "  – " + remark);
 }
 
 std::string probeVersion(const fs::path &ffprobe, const std::stop_token &stop)

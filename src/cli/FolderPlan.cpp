@@ -125,8 +125,8 @@ fs::path requireFolder(const fs::path &given)
     if (!error)
         fs::directory_iterator(folder, error);
     if (error)
-        throw UsageError("Der Ordner „" + Terminal::shown(given.native()) + "“ kann nicht gelesen werden: " +
-                         ErrorText::describe(error) + ".");
+        throw UsageError("Der Ordner „" + Terminal::shown(given.native()) +
+                         "“ kann nicht gelesen werden: " + ErrorText::describe(error) + ".");
     return folder;
 }
 

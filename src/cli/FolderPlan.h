@@ -39,8 +39,8 @@ struct PlanTotals {
     std::size_t actionable = 0; // of them, those with something to do
     std::int64_t sourceBytes = 0;
     double estimatedBytes = 0;
-    double encodeSeconds = 0; // with the jobs side by side
-    double duration = 0;      // seconds
+    double encodeSeconds = 0;                      // with the jobs side by side
+    double duration = 0;                           // seconds
     std::optional<SizeEstimate::Kind> weakestKind; // among the actionable
     std::size_t incomplete = 0, errors = 0;        // not counted
 };

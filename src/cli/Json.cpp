@@ -107,12 +107,9 @@ Value value(const VideoAction &action)
 Value value(const AudioDecision &decision)
 {
     return {
-        {"index", decision.stream.index},
-        {"language", decision.stream.language},
-        {"action", name(decision.action)},
-        {"reason", decision.reason},
-        {"targetBitrate", decision.targetBitrate},
-        {"targetChannels", orNull(decision.targetChannels)},
+        {"index", decision.stream.index},          {"language", decision.stream.language},
+        {"action", name(decision.action)},         {"reason", decision.reason},
+        {"targetBitrate", decision.targetBitrate}, {"targetChannels", orNull(decision.targetChannels)},
     };
 }
 
@@ -202,12 +199,9 @@ Value value(const Plan &plan)
 Value value(const SizeEstimate &estimate)
 {
     return {
-        {"videoBytes", estimate.videoBytes},
-        {"audioBytes", estimate.audioBytes},
-        {"otherBytes", estimate.otherBytes},
-        {"kind", id(estimate.kind)},
-        {"vmaf", orNull(estimate.vmaf)},
-        {"encodeSeconds", estimate.encodeSeconds},
+        {"videoBytes", estimate.videoBytes}, {"audioBytes", estimate.audioBytes},
+        {"otherBytes", estimate.otherBytes}, {"kind", id(estimate.kind)},
+        {"vmaf", orNull(estimate.vmaf)},     {"encodeSeconds", estimate.encodeSeconds},
         {"total", estimate.total()},
     };
 }

@@ -50,10 +50,7 @@ struct Running {
 
 class LiveReporter : public RunReporter {
 public:
-    ~LiveReporter() override
-    {
-        stopPainting();
-    }
+    ~LiveReporter() override { stopPainting(); }
 
     void started(const RunFiles &files) override
     {
@@ -108,7 +105,7 @@ private:
     {
         const std::string state = describeState(report);
         const bool isGood = report.status == FileStatus::done;
-        const std::string mark = isGood ? Terminal::green("✓")
+        const std::string mark = isGood                                ? Terminal::green("✓")
                                  : report.status == FileStatus::failed ? Terminal::red("✗")
                                                                        : Terminal::dim("–");
         const std::string file = Terminal::shown(m_files[report.index]->relativePath.native());
@@ -141,8 +138,8 @@ private:
             else if (running.report.status == FileStatus::uploading)
                 done += weight(*m_files[index]) * 0.99;
         const double fraction = m_totalWeight > 0 ? std::min(1.0, done / m_totalWeight) : 0;
-        return fmt::format("  {} von {} Dateien · {} · noch {}", m_ended, m_files.size(), Fmt::percent(fraction),
-                           remaining(fraction, since(m_begun)));
+        return fmt::format("  {} von {} Dateien · {} · noch {}", m_ended, m_files.size(),
+                           Fmt::percent(fraction), remaining(fraction, since(m_begun)));
     }
 
     void repaint(bool withRunning)

@@ -35,12 +35,14 @@ std::string describeVideo(const MediaInfo &info, const Plan &plan, const Convers
 {
     if (!info.video)
         return "kein Bild";
-    const std::string source = fmt::format("{} {}", info.video->codecDisplay(), info.video->resolutionClass());
+    const std::string source =
+        fmt::format("{} {}", info.video->codecDisplay(), info.video->resolutionClass());
     if (!plan.encodesVideo())
         return source + " behalten";
     return fmt::format("{} → {}{}{} {}", source, shortName(settings.codec),
                        plan.scales ? fmt::format(" {}×{}", plan.outputWidth, plan.outputHeight) : "",
-                       plan.deinterlace ? " Vollbilder" : "", qualityLabel(settings.codec, plan.qualityValue));
+                       plan.deinterlace ? " Vollbilder" : "",
+                       qualityLabel(settings.codec, plan.qualityValue));
 }
 
 std::string describe(const PlannedFile &file, const ConversionSettings &settings)
@@ -90,9 +92,9 @@ std::string count(std::size_t number, const char *one, const char *many)
 std::string renderTotals(const PlanTotals &totals)
 {
     const auto source = static_cast<double>(totals.sourceBytes);
-    std::string text = fmt::format("{}, davon {} zu konvertieren · Laufzeit {}\n",
-                                   count(totals.files, "Datei", "Dateien"), totals.actionable,
-                                   Fmt::duration(totals.duration));
+    std::string text =
+        fmt::format("{}, davon {} zu konvertieren · Laufzeit {}\n", count(totals.files, "Datei", "Dateien"),
+                    totals.actionable, Fmt::duration(totals.duration));
     if (totals.actionable > 0)
         text += fmt::format("{} → etwa {} ({}, {}) · Rechenzeit etwa {}\n", Fmt::bytes(source),
                             Fmt::bytes(totals.estimatedBytes), Fmt::change(source, totals.estimatedBytes),
@@ -110,8 +112,9 @@ std::string renderTotals(const PlanTotals &totals)
 // Written file by file, so that a huge library never stands in memory as one document.
 void printJson(const FolderPlan &plan, const ConversionSettings &settings)
 {
-    fmt::print("{{\"folder\":{},\"storage\":{},\"settings\":{},\"files\":[", Json::line(Json::text(plan.folder)),
-               Json::line(Json::value(plan.storage)), Json::line(settings.toJson()));
+    fmt::print("{{\"folder\":{},\"storage\":{},\"settings\":{},\"files\":[",
+               Json::line(Json::text(plan.folder)), Json::line(Json::value(plan.storage)),
+               Json::line(settings.toJson()));
     const char *separator = "\n";
     for (const auto &file : plan.files) {
         fmt::print("{}{}", separator, Json::line(Json::value(file, settings, plan.folder)));

@@ -116,8 +116,8 @@ std::string describeState(const FileReport &report)
 
 std::string_view id(FileStatus status)
 {
-    constexpr std::array<std::string_view, 7> names{"idle",      "analyzing", "running", "uploading",
-                                                    "done",      "noSavings", "failed"};
+    constexpr std::array<std::string_view, 7> names{"idle", "analyzing", "running", "uploading",
+                                                    "done", "noSavings", "failed"};
     return names[static_cast<std::size_t>(status)];
 }
 

@@ -56,7 +56,8 @@ std::string Table::renderRow(const std::vector<std::string> &cells, const std::v
     std::string line;
     for (std::size_t i = 0; i < cells.size(); ++i) {
         const std::string cell = Text::elided(cells[i], widths[i]);
-        const std::string padding(static_cast<std::size_t>(std::max(0, widths[i] - Text::columns(cell))), ' ');
+        const std::string padding(static_cast<std::size_t>(std::max(0, widths[i] - Text::columns(cell))),
+                                  ' ');
         if (i > 0)
             line.append(gap, ' ');
         line += m_columns[i].alignment == Alignment::right ? padding + cell : cell + padding;

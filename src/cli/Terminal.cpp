@@ -64,10 +64,22 @@ std::string shown(std::string_view text)
     return result;
 }
 
-std::string bold(std::string_view text) { return styled("1", text); }
-std::string dim(std::string_view text) { return styled("2", text); }
-std::string red(std::string_view text) { return styled("31", text); }
-std::string green(std::string_view text) { return styled("32", text); }
+std::string bold(std::string_view text)
+{
+    return styled("1", text);
+}
+std::string dim(std::string_view text)
+{
+    return styled("2", text);
+}
+std::string red(std::string_view text)
+{
+    return styled("31", text);
+}
+std::string green(std::string_view text)
+{
+    return styled("32", text);
+}
 
 void complain(std::string_view sentence)
 {

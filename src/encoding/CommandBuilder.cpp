@@ -75,7 +75,8 @@ void addVideo(List &list, const VideoStreamInfo &video, const Plan &plan, const 
     const auto filters = plan.videoFilters();
     if (!filters.empty())
         list.add({"-vf", fmt::format("{}", fmt::join(filters, ","))});
-    list.add(encoderArguments(settings.codec, plan.qualityValue, SpeedLevel::normal, video, settings.container));
+    list.add(
+        encoderArguments(settings.codec, plan.qualityValue, SpeedLevel::normal, video, settings.container));
     list.clearStaleTags("v:0");
 }
 
@@ -191,7 +192,8 @@ std::vector<std::string> encoderArguments(VideoCodecChoice codec, int qualityVal
         break;
     }
     case VideoCodecChoice::av1SVT:
-        list.add({"-c:v", "libsvtav1", "-preset", preset(codec, speed), "-crf", crf, "-pix_fmt", pixelFormat});
+        list.add(
+            {"-c:v", "libsvtav1", "-preset", preset(codec, speed), "-crf", crf, "-pix_fmt", pixelFormat});
         break;
     case VideoCodecChoice::keepVideo:
         list.add(copyVideo);

@@ -30,13 +30,13 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view uploadSuffix = ".kestrel-upload";
-constexpr double mostOfOriginal = 0.95;   // what a re-encode may keep of the original's size
-constexpr double checkedDuration = 30;    // seconds; shorter files are not checked for their duration
-constexpr double durationTolerance = 3;   // seconds, at least
+constexpr double mostOfOriginal = 0.95; // what a re-encode may keep of the original's size
+constexpr double checkedDuration = 30;  // seconds; shorter files are not checked for their duration
+constexpr double durationTolerance = 3; // seconds, at least
 constexpr double durationToleranceShare = 0.015;
 
 struct Space {
-    double factor; // of the expected size
+    double factor;        // of the expected size
     std::int64_t reserve; // bytes
 };
 constexpr Space encodeSpace{1.3, 500'000'000}, uploadSpace{1.1, 200'000'000};
@@ -161,9 +161,9 @@ ConversionJob::Workplace ConversionJob::prepare() const
         fs::create_directories(place.folder);
         place.output = place.folder / finalName();
     } else {
-        place.outputName = std::make_unique<WorkFile>(place.target, m_info.url.stem().native(),
-                                                      temporarySuffix(m_settings),
-                                                      WorkFile::Sharing::everywhere);
+        place.outputName =
+            std::make_unique<WorkFile>(place.target, m_info.url.stem().native(), temporarySuffix(m_settings),
+                                       WorkFile::Sharing::everywhere);
         place.output = place.outputName->path();
     }
     place.ready = place.output;
@@ -358,7 +358,8 @@ fs::path ConversionJob::targetDirectory(const fs::path &file, const ConversionSe
     return relative.empty() ? outputRoot(root) : outputRoot(root) / relative;
 }
 
-fs::path ConversionJob::targetURL(const fs::path &file, const ConversionSettings &settings, const fs::path &root)
+fs::path ConversionJob::targetURL(const fs::path &file, const ConversionSettings &settings,
+                                  const fs::path &root)
 {
     return targetDirectory(file, settings, root) / nameFor(file, "", settings);
 }
@@ -395,7 +396,8 @@ void ConversionJob::requireSpace(const fs::path &folder, std::int64_t bytes)
 void ConversionJob::removeEmptyFolders(const fs::path &from, const fs::path &upTo)
 {
     const std::size_t end = Files::standardized(upTo).native().size();
-    for (fs::path folder = Files::standardized(from); folder.native().size() > end; folder = folder.parent_path()) {
+    for (fs::path folder = Files::standardized(from); folder.native().size() > end;
+         folder = folder.parent_path()) {
         std::error_code error;
         for (const auto &entry : fs::directory_iterator(folder, error))
             if (entry.path().filename() != ".DS_Store")

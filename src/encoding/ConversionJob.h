@@ -83,7 +83,8 @@ private:
 
     Workplace prepare() const;
     void cleanUp(const Workplace &place, bool hasSucceeded) const;
-    void encode(const Workplace &place, const FFmpegRunner::OnProgress &progress, const std::stop_token &stop);
+    void encode(const Workplace &place, const FFmpegRunner::OnProgress &progress,
+                const std::stop_token &stop);
     void verify(const MediaInfo &result) const;
     bool savesEnough(std::int64_t newSize) const;
     void upload(Workplace &place, std::int64_t newSize, const std::function<void()> &onUpload,

@@ -11,7 +11,8 @@ constexpr std::chrono::seconds grace{10};
 
 FFmpegRunner::FFmpegRunner(std::filesystem::path executable, std::vector<std::string> arguments,
                            OnProgress onProgress)
-    : m_executable(std::move(executable)), m_arguments(std::move(arguments)), m_onProgress(std::move(onProgress))
+    : m_executable(std::move(executable)), m_arguments(std::move(arguments)),
+      m_onProgress(std::move(onProgress))
 {
 }
 

@@ -126,8 +126,9 @@ std::optional<SampleResult> FileConversion::measure(const Plan &plan, const Call
         const SampleResult result = Sampler::search(
             {m_request.info, plan, m_request.settings, m_request.tools, folder}, callbacks.analyzing, stop);
         const std::string score = result.vmafMean ? fmt::format(", VMAF {:.2f}", *result.vmafMean) : "";
-        Log::write(fmt::format("Qualitätssuche {}: CRF {}{}, {:.2f} Mbit/s", shown(m_request.info.url.filename()),
-                               result.qualityValue, score, result.videoBitrate / 1e6));
+        Log::write(fmt::format("Qualitätssuche {}: CRF {}{}, {:.2f} Mbit/s",
+                               shown(m_request.info.url.filename()), result.qualityValue, score,
+                               result.videoBitrate / 1e6));
         return result;
     } catch (const Cancelled &) {
         throw;

@@ -88,8 +88,9 @@ void swapOnNetwork(const fs::path &source, const fs::path &replacement, const fs
         // Where even this fails, the entry stays, so that the next start puts the original back.
         if (tryMove(entry.backup, source))
             SwapJournal::remove(entry);
-        throw ToolError::failed("Neue Datei konnte nicht übernommen werden – Original ist wiederhergestellt: " +
-                                ErrorText::reason(error));
+        throw ToolError::failed(
+            "Neue Datei konnte nicht übernommen werden – Original ist wiederhergestellt: " +
+            ErrorText::reason(error));
     }
     disposeOfBackup(entry);
 }

@@ -88,9 +88,8 @@ void ErrorTail::keep(std::string_view line)
 bool ErrorTail::tellsOfUnfinishedOutput() const
 {
     return std::any_of(m_lines.begin(), m_lines.end(), [](const std::string &line) {
-        return std::any_of(unfinishedOutput.begin(), unfinishedOutput.end(), [&](std::string_view phrase) {
-            return line.find(phrase) != std::string::npos;
-        });
+        return std::any_of(unfinishedOutput.begin(), unfinishedOutput.end(),
+                           [&](std::string_view phrase) { return line.find(phrase) != std::string::npos; });
     });
 }
 

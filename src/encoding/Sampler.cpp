@@ -13,8 +13,8 @@
 #include <nlohmann/json.hpp>
 
 #include "encoding/FFmpegRunner.h"
-#include "media/ProcessRunner.h"
 #include "media/Prober.h"
+#include "media/ProcessRunner.h"
 #include "planning/Estimator.h"
 #include "platform/Cancelled.h"
 #include "platform/Files.h"
@@ -56,8 +56,8 @@ double encodeSegment(const Subject &subject, const Segment &segment, const fs::p
                      const OnProgress &progress, const std::stop_token &stop)
 {
     FFmpegRunner runner(subject.tools.ffmpeg,
-                        CommandBuilder::arguments(subject.info, subject.plan, subject.settings, output, segment,
-                                                  CommandBuilder::Streams::videoOnly),
+                        CommandBuilder::arguments(subject.info, subject.plan, subject.settings, output,
+                                                  segment, CommandBuilder::Streams::videoOnly),
                         [&](const FFmpegRunner::Progress &state) {
                             progress(std::min(state.seconds / segment.length, 1.0));
                         });
@@ -106,13 +106,14 @@ Step summarise(const Tally &tally, const Subject &subject)
     if (weights > 0)
         step.vmaf = sum / weights;
     const double fps = subject.info.video ? subject.info.video->effectiveFps() : 25.0;
-    step.megapixelsPerSecond = fps * tally.mediaSeconds * subject.plan.outputWidth * subject.plan.outputHeight /
-                               1e6 / std::max(tally.encodeSeconds, leastSeconds);
+    step.megapixelsPerSecond = fps * tally.mediaSeconds * subject.plan.outputWidth *
+                               subject.plan.outputHeight / 1e6 / std::max(tally.encodeSeconds, leastSeconds);
     step.seconds = tally.mediaSeconds;
     return step;
 }
 
-Step measureOnce(const Subject &subject, Scoring scoring, const OnProgress &progress, const std::stop_token &stop)
+Step measureOnce(const Subject &subject, Scoring scoring, const OnProgress &progress,
+                 const std::stop_token &stop)
 {
     if (!subject.plan.encodesVideo())
         throw ToolError::failed("Für diese Datei wird kein Video kodiert.");
@@ -196,7 +197,8 @@ const Step &choose(const std::vector<Step> &steps, double target)
 {
     const Step *best = nullptr;
     for (const Step &step : steps)
-        if (step.vmaf && *step.vmaf >= target - choiceTolerance && (best == nullptr || step.bitrate < best->bitrate))
+        if (step.vmaf && *step.vmaf >= target - choiceTolerance &&
+            (best == nullptr || step.bitrate < best->bitrate))
             best = &step;
     if (best != nullptr)
         return *best;
@@ -259,9 +261,9 @@ double vmaf(const fs::path &encoded, const Subject &subject, const Segment &segm
         std::error_code ignored;
         fs::remove(log, ignored);
     });
-    const std::string graph =
-        fmt::format("{}libvmaf=log_fmt=json:log_path={}:n_threads={}:n_subsample={}",
-                    comparisonGraph(subject.info, subject.plan), CommandBuilder::filterValue(log), processors(), subsampling);
+    const std::string graph = fmt::format("{}libvmaf=log_fmt=json:log_path={}:n_threads={}:n_subsample={}",
+                                          comparisonGraph(subject.info, subject.plan),
+                                          CommandBuilder::filterValue(log), processors(), subsampling);
     const ProcessOutput output = ProcessRunner::run(
         subject.tools.ffmpeg,
         {"-nostdin", "-hide_banner", "-loglevel", "error", "-i", encoded.native(), "-ss",
@@ -271,7 +273,11 @@ double vmaf(const fs::path &encoded, const Subject &subject, const Segment &segm
     throwIfStopped(stop);
     try {
         if (output.status == 0)
-            return nlohmann::json::parse(Files::readAll(log)).at("pooled_metrics").at("vmaf").at("mean").get<double>();
+            return nlohmann::json::parse(Files::readAll(log))
+                .at("pooled_metrics")
+                .at("vmaf")
+                .at("mean")
+                .get<double>();
     } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): no usable log, told below
     }
     throw ToolError::failed("VMAF-Messung fehlgeschlagen: " + output.errorText());

@@ -58,9 +58,9 @@ StorageLocation StorageLocation::classify(const Volume &volume, const fs::path &
     StorageLocation location;
     location.volumeName = volume.name.value_or(Text::repaired(folder.filename().native()));
     location.remoteURL = volume.remountURL;
-    const auto *network =
-        std::find_if(networkTypes.begin(), networkTypes.end(),
-                     [&](const NetworkType &row) { return row.type == volume.fileSystemType; });
+    const auto *network = std::find_if(networkTypes.begin(), networkTypes.end(), [&](const NetworkType &row) {
+        return row.type == volume.fileSystemType;
+    });
     if (network == networkTypes.end()) {
         location.kind = volume.isInternal == false ? Kind::external : Kind::local;
         return location;

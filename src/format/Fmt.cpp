@@ -32,7 +32,8 @@ bool isDuration(double seconds)
 std::string german(system_clock::time_point time, const char *pattern)
 {
     UErrorCode status = U_ZERO_ERROR;
-    const icu::SimpleDateFormat format(icu::UnicodeString::fromUTF8(pattern), icu::Locale::getGermany(), status);
+    const icu::SimpleDateFormat format(icu::UnicodeString::fromUTF8(pattern), icu::Locale::getGermany(),
+                                       status);
     icu::UnicodeString text;
     const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch());
     format.format(static_cast<UDate>(sinceEpoch.count()), text);
@@ -88,7 +89,8 @@ std::string duration(double seconds)
     if (whole < 3600)
         return fmt::format("{} min", whole / 60);
     const std::int64_t rest = whole % 3600;
-    return rest < 60 ? fmt::format("{} h", whole / 3600) : fmt::format("{} h {} min", whole / 3600, rest / 60);
+    return rest < 60 ? fmt::format("{} h", whole / 3600)
+                     : fmt::format("{} h {} min", whole / 3600, rest / 60);
 }
 
 std::string clock(double seconds)

@@ -14,6 +14,9 @@ struct Alias {
     std::string_view tag, code;
 };
 
+// One canonical code a line: clang-format would run them together.
+// clang-format off
+
 // Two-letter tags are deliberately missing from "ron" on.
 constexpr std::array<Alias, 71> aliases{{
     {"ger", "deu"},     {"deu", "deu"}, {"de", "deu"},  {"german", "deu"}, {"deutsch", "deu"},
@@ -64,6 +67,8 @@ constexpr std::array<Alias, 34> names{{
     {"nor", "Norwegisch"},  {"ind", "Indonesisch"},
     {"fin", "Finnisch"},    {"und", "Unbekannt"},
 }};
+
+// clang-format on
 
 constexpr std::array<std::string_view, 7> commentaryWords{
     "kommentar", "commentary", "audiodeskription", "hörfilm", "hoerfilm", "audio description", "descriptive"};

@@ -99,7 +99,7 @@ constexpr double pictureSubtitleRate = 25'000; // bits per second
 constexpr double payloadShare = 0.99;          // of a file; the rest is container
 constexpr double leastVideoShare = 0.2;        // of the total rate, however much audio is guessed
 
-constexpr std::array<string_view, 7> textSubtitles{"subrip", "srt",    "ass", "ssa",
+constexpr std::array<string_view, 7> textSubtitles{"subrip",   "srt",    "ass", "ssa",
                                                    "mov_text", "webvtt", "text"};
 constexpr std::array<string_view, 4> losslessAudio{"truehd", "mlp", "flac", "alac"};
 constexpr std::array<string_view, 4> interlacedOrders{"tt", "bb", "tb", "bt"};

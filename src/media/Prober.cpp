@@ -26,13 +26,13 @@ using nlohmann::json;
 
 namespace {
 
-constexpr std::array<std::string_view, 18> videoExtensions{"mkv", "mp4", "m4v", "avi",  "mov",  "ts",
-                                                           "m2ts", "mts", "wmv", "mpg",  "mpeg", "webm",
-                                                           "flv", "vob", "divx", "3gp", "ogm",  "asf"};
+constexpr std::array<std::string_view, 18> videoExtensions{"mkv",  "mp4", "m4v",  "avi", "mov",  "ts",
+                                                           "m2ts", "mts", "wmv",  "mpg", "mpeg", "webm",
+                                                           "flv",  "vob", "divx", "3gp", "ogm",  "asf"};
 
 // Folders that a file manager shows as one document.
 constexpr std::array<std::string_view, 11> packageExtensions{
-    "app",         "bundle",    "framework", "photoslibrary", "photolibrary", "aplibrary",
+    "app",           "bundle",    "framework", "photoslibrary", "photolibrary", "aplibrary",
     "imovielibrary", "tvlibrary", "fcpbundle", "theater",       "pkg"};
 
 template <std::size_t Size>
@@ -41,7 +41,8 @@ bool hasExtension(const fs::path &name, const std::array<std::string_view, Size>
     const std::string extension = name.extension().native();
     if (extension.size() < 2)
         return false;
-    return std::find(list.begin(), list.end(), Text::lower(std::string_view(extension).substr(1))) != list.end();
+    return std::find(list.begin(), list.end(), Text::lower(std::string_view(extension).substr(1))) !=
+           list.end();
 }
 
 bool isHidden(const fs::path &name)
@@ -64,7 +65,8 @@ void walk(const fs::path &root, const std::stop_token &stop,
         const fs::path folder = std::move(folders.back());
         folders.pop_back();
         std::error_code error;
-        for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+             entry.increment(error)) {
             throwIfStopped(stop);
             std::error_code unreadable;
             const bool isFolder = entry->symlink_status(unreadable).type() == fs::file_type::directory;
@@ -236,8 +238,8 @@ AudioStreamInfo parseAudio(const Stream &stream)
     audio.sampleRate = asInteger<int>(stream["sample_rate"]);
     audio.isDefault = stream.has("default");
     audio.isForced = stream.has("forced");
-    audio.isCommentary = stream.has("comment") || stream.has("visual_impaired") ||
-                         Language::looksLikeCommentary(audio.title);
+    audio.isCommentary =
+        stream.has("comment") || stream.has("visual_impaired") || Language::looksLikeCommentary(audio.title);
     return audio;
 }
 
@@ -248,8 +250,8 @@ SubtitleStreamInfo parseSubtitle(const Stream &stream)
     subtitle.codec = stream.codec();
     subtitle.language = stream.language();
     subtitle.title = stream.title();
-    subtitle.isForced = stream.has("forced") ||
-                        Text::lower(subtitle.title.value_or("")).find("forced") != std::string::npos;
+    subtitle.isForced =
+        stream.has("forced") || Text::lower(subtitle.title.value_or("")).find("forced") != std::string::npos;
     subtitle.isDefault = stream.has("default");
     subtitle.byteSize = stream.statistic("number_of_bytes");
     return subtitle;
@@ -348,7 +350,8 @@ fs::path relativePath(const fs::path &file, const fs::path &root)
 MediaInfo probe(const fs::path &file, const fs::path &ffprobe, std::stop_token stop)
 {
     const ProcessOutput output = ProcessRunner::run(
-        ffprobe, {"-v", "error", "-print_format", "json", "-show_format", "-show_streams", file.native()}, stop);
+        ffprobe, {"-v", "error", "-print_format", "json", "-show_format", "-show_streams", file.native()},
+        stop);
     throwIfStopped(stop);
     if (output.status != 0) {
         const std::string errors = output.errorText();

@@ -25,7 +25,8 @@ std::filesystem::path relativePath(const std::filesystem::path &file, const std:
 
 // Runs ffprobe on one file; blocks. Throws ToolError, the JSON parser's or the file system's error, or
 // Cancelled.
-MediaInfo probe(const std::filesystem::path &file, const std::filesystem::path &ffprobe, std::stop_token stop);
+MediaInfo probe(const std::filesystem::path &file, const std::filesystem::path &ffprobe,
+                std::stop_token stop);
 
 // The mapping from ffprobe's JSON object to the record. Never throws on strange content: what is not
 // understood counts as missing.

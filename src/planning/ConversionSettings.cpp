@@ -19,12 +19,13 @@ struct CodecTraits {
     std::array<int, 5> crf; // by QualityLevel
     QualityRange crfRange;
     double vmafSlope;
-    std::array<string_view, 2> preset;   // by SpeedLevel, as the following
-    std::array<double, 2> efficiency;    // size factor
-    std::array<double, 2> throughput;    // megapixels per second
-    std::array<double, 4> parallelGain;  // by the number of jobs, from 1
+    std::array<string_view, 2> preset;  // by SpeedLevel, as the following
+    std::array<double, 2> efficiency;   // size factor
+    std::array<double, 2> throughput;   // megapixels per second
+    std::array<double, 4> parallelGain; // by the number of jobs, from 1
 };
 
+// clang-format off
 constexpr std::array<CodecTraits, 3> codecTraits{{
     {VideoCodecChoice::hevcX265, "hevcX265", "HEVC / H.265", "HEVC",
      "Etwa halb so groß wie H.264 bei gleicher Qualität", "hevc",
@@ -39,6 +40,7 @@ constexpr std::array<CodecTraits, 3> codecTraits{{
      {0, 0, 0, 0, 0}, {0, 0}, 0.0,
      {"", ""}, {1.0, 1.0}, {10000, 10000}, {1.0, 1.3, 1.4, 1.4}},
 }};
+// clang-format on
 
 struct QualityTraits {
     QualityLevel quality;
@@ -128,8 +130,7 @@ void read(const json &value, bool &field)
 
 void read(const json &value, std::int64_t &field)
 {
-    if (value.is_number_integer() &&
-        !(value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX))
+    if (value.is_number_integer() && !(value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX))
         field = value.get<std::int64_t>();
 }
 
@@ -150,7 +151,7 @@ void read(const json &value, QualityLevel &field)
 }
 
 template <typename Enumeration>
-    requires std::is_enum_v<Enumeration>
+requires std::is_enum_v<Enumeration>
 void read(const json &value, Enumeration &field, std::span<const Enumeration> cases)
 {
     for (const Enumeration candidate : cases)
@@ -160,6 +161,7 @@ void read(const json &value, Enumeration &field, std::span<const Enumeration> ca
 
 } // namespace
 
+// clang-format off
 string_view id(VideoCodecChoice codec) { return row(codecTraits, codec).id; }
 string_view id(QualityLevel quality) { return row(qualityTraits, quality).id; }
 string_view id(TargetResolution resolution) { return row(resolutionTraits, resolution).id; }
@@ -184,6 +186,7 @@ string_view title(UnknownAudioPolicy policy) { return row(policyLabels, policy).
 string_view shortName(VideoCodecChoice codec) { return row(codecTraits, codec).shortName; }
 string_view summary(VideoCodecChoice codec) { return row(codecTraits, codec).summary; }
 string_view explanation(QualityLevel quality) { return row(qualityTraits, quality).explanation; }
+// clang-format on
 
 std::string qualityLabel(VideoCodecChoice codec, QualityLevel quality)
 {
@@ -219,8 +222,14 @@ int qualityValue(VideoCodecChoice codec, QualityLevel quality)
     return row(row(codecTraits, codec).crf, quality);
 }
 
-QualityRange qualityRange(VideoCodecChoice codec) { return row(codecTraits, codec).crfRange; }
-double vmafSlope(VideoCodecChoice codec) { return row(codecTraits, codec).vmafSlope; }
+QualityRange qualityRange(VideoCodecChoice codec)
+{
+    return row(codecTraits, codec).crfRange;
+}
+double vmafSlope(VideoCodecChoice codec)
+{
+    return row(codecTraits, codec).vmafSlope;
+}
 
 string_view preset(VideoCodecChoice codec, SpeedLevel speed)
 {
@@ -256,9 +265,18 @@ bool supports(const Tools &tools, VideoCodecChoice codec)
     return true;
 }
 
-double vmafTarget(QualityLevel quality) { return row(qualityTraits, quality).vmafTarget; }
-double referenceRatio(QualityLevel quality) { return row(qualityTraits, quality).referenceRatio; }
-int rawValue(QualityLevel quality) { return static_cast<int>(quality); }
+double vmafTarget(QualityLevel quality)
+{
+    return row(qualityTraits, quality).vmafTarget;
+}
+double referenceRatio(QualityLevel quality)
+{
+    return row(qualityTraits, quality).referenceRatio;
+}
+int rawValue(QualityLevel quality)
+{
+    return static_cast<int>(quality);
+}
 
 std::optional<FrameSize> maxSize(TargetResolution resolution)
 {
@@ -266,7 +284,10 @@ std::optional<FrameSize> maxSize(TargetResolution resolution)
     return size.width == 0 ? std::nullopt : std::optional(size);
 }
 
-string_view fileExtension(OutputContainer container) { return id(container); }
+string_view fileExtension(OutputContainer container)
+{
+    return id(container);
+}
 
 std::string ConversionSettings::videoKey() const
 {

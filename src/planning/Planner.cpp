@@ -91,8 +91,8 @@ void planVideo(Plan &plan, const MediaInfo &info, const ConversionSettings &sett
     plan.outputHeight = target.height;
     plan.deinterlace = video.isInterlaced();
     if (plan.deinterlace)
-        plan.notes.emplace_back(
-            "Video ist im Zeilensprungverfahren (interlaced) und wird dabei sauber in Vollbilder umgewandelt.");
+        plan.notes.emplace_back("Video ist im Zeilensprungverfahren (interlaced) und wird dabei sauber in "
+                                "Vollbilder umgewandelt.");
     if (video.isDolbyVision)
         plan.notes.emplace_back("Dolby Vision geht beim Neukodieren verloren (HDR10 bleibt).");
 }
@@ -162,8 +162,9 @@ AudioDecision decideKept(const AudioStreamInfo &stream, const ConversionSettings
         })->bitrate;
     if (stream.channels > mostChannels)
         decision.targetChannels = mostChannels;
-    decision.reason = incompatible ? std::string(impossibleInMp4)
-                                   : fmt::format("verlustfrei → E-AC3 {} kbit/s", decision.targetBitrate / 1000);
+    decision.reason = incompatible
+                          ? std::string(impossibleInMp4)
+                          : fmt::format("verlustfrei → E-AC3 {} kbit/s", decision.targetBitrate / 1000);
     return decision;
 }
 
@@ -192,7 +193,8 @@ SubtitleDecision decideSubtitle(const SubtitleStreamInfo &stream, OutputContaine
         return keep();
     if (stream.codec == "mov_text")
         return {stream, StreamAction::convert, "→ SRT", "srt"};
-    return {stream, StreamAction::drop, fmt::format("Format {} in MKV nicht möglich", stream.codecDisplay()), {}};
+    return {
+        stream, StreamAction::drop, fmt::format("Format {} in MKV nicht möglich", stream.codecDisplay()), {}};
 }
 
 // Fonts are of use only to styled subtitles.
@@ -210,7 +212,8 @@ void planAttachments(Plan &plan, const MediaInfo &info, const ConversionSettings
 bool matchesContainer(const MediaInfo &info, OutputContainer container)
 {
     const std::string extension = Text::lower(info.url.extension().native());
-    return container == OutputContainer::mkv ? extension == ".mkv" : extension == ".mp4" || extension == ".m4v";
+    return container == OutputContainer::mkv ? extension == ".mkv"
+                                             : extension == ".mp4" || extension == ".m4v";
 }
 
 bool changesNothing(const Plan &plan, const MediaInfo &info, const ConversionSettings &settings)
@@ -242,7 +245,8 @@ FrameSize targetSize(const VideoStreamInfo &video, TargetResolution resolution)
 {
     const FrameSize source{video.width, video.height};
     const auto limit = maxSize(resolution);
-    if (!limit || (source.width <= limit->width + sizeTolerance && source.height <= limit->height + sizeTolerance))
+    if (!limit ||
+        (source.width <= limit->width + sizeTolerance && source.height <= limit->height + sizeTolerance))
         return source;
     const double factor = std::min(static_cast<double>(limit->width) / source.width,
                                    static_cast<double>(limit->height) / source.height);

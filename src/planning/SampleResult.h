@@ -9,8 +9,8 @@ namespace Sampler {
 
 // One measurement at one CRF, over all sample segments of a file.
 struct Step {
-    int value = 0;      // the CRF tried
-    double bitrate = 0; // bits per second
+    int value = 0;                         // the CRF tried
+    double bitrate = 0;                    // bits per second
     std::optional<double> vmaf, vmafWorst; // mean and worst segment; absent without libvmaf
     double megapixelsPerSecond = 0;        // encoding throughput
     double seconds = 0;                    // media time of the segments
@@ -26,8 +26,8 @@ struct SampleResult {
     std::optional<double> vmafMean, vmafWorst;
     double megapixelsPerSecond = 0;
     double measuredSeconds = 0;
-    double heuristicBitrate = 0; // what had been guessed for the same file and settings
-    int qualityValue = 0;        // the chosen CRF
+    double heuristicBitrate = 0;      // what had been guessed for the same file and settings
+    int qualityValue = 0;             // the chosen CRF
     std::optional<double> vmafTarget; // absent when no search ran
     std::vector<Sampler::Step> steps; // every CRF tried, in order
 

@@ -23,8 +23,9 @@ std::vector<Segment> Sampler::segments(double duration)
     std::vector<Segment> result;
     if (!(duration > 0))
         return result;
-    const int count =
-        std::find_if(counts.begin(), counts.end(), [&](const Count &c) { return duration >= c.duration; })->segments;
+    const int count = std::find_if(counts.begin(), counts.end(), [&](const Count &c) {
+                          return duration >= c.duration;
+                      })->segments;
     const double length = std::min(duration / (count + 1), longestSegment);
     for (int i = 0; i < count; ++i) {
         const double middle = duration * (firstShare + sampledShare * (i + 0.5) / count);

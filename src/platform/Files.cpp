@@ -87,7 +87,7 @@ bool Attributes::sameVersion(const Attributes &other) const
 
 Attributes attributes(const fs::path &file)
 {
-    struct stat status{};
+    struct stat status {};
     if (::stat(file.c_str(), &status) != 0)
         fail("stat", file);
     return {status.st_size, status.st_mtim, status.st_dev, status.st_ino, S_ISREG(status.st_mode)};
@@ -104,7 +104,7 @@ std::optional<Attributes> tryAttributes(const fs::path &file)
 
 bool exists(const fs::path &path)
 {
-    struct stat status{};
+    struct stat status {};
     return ::lstat(path.c_str(), &status) == 0;
 }
 
@@ -181,7 +181,7 @@ void setModified(const fs::path &file, const timespec &modified)
 {
     // The access time is written back as it is: some FUSE file systems ignore a request to leave it out,
     // and the rest of the request with it.
-    struct stat status{};
+    struct stat status {};
     if (::stat(file.c_str(), &status) != 0)
         fail("stat", file);
     const timespec times[2] = {status.st_atim, modified};

@@ -57,14 +57,15 @@ std::string note(const Can &can, const fs::path &file)
 
 bool isOwnFolder(const fs::path &folder)
 {
-    struct stat status{};
+    struct stat status {};
     return ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::getuid();
 }
 
 bool isSharedTrash(const fs::path &folder)
 {
-    struct stat status{};
-    return ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+    struct stat status {};
+    return ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           (status.st_mode & S_ISVTX) != 0;
 }
 
 // The topmost folder above the file that is on the file's device.
@@ -112,7 +113,8 @@ std::string reserveName(const Can &can, const fs::path &file)
 {
     const fs::path info = can.folder / "info";
     const std::size_t room = Files::longestName(info) - infoExtension.size() - 8;
-    const std::string stem(Text::prefix(file.stem().native(), room - std::min(room, file.extension().native().size())));
+    const std::string stem(
+        Text::prefix(file.stem().native(), room - std::min(room, file.extension().native().size())));
     for (int number = 1;; ++number) {
         const std::string name =
             (number == 1 ? stem : fmt::format("{} {}", stem, number)) + file.extension().native();
@@ -156,7 +158,7 @@ fs::path putInto(const Can &can, const fs::path &file)
 // reason that matters.
 void requireMovable(const fs::path &file)
 {
-    struct stat status{};
+    struct stat status {};
     if (::lstat(file.c_str(), &status) != 0)
         throw fs::filesystem_error("trash", file, std::error_code(errno, std::generic_category()));
     if (::faccessat(AT_FDCWD, file.parent_path().c_str(), W_OK | X_OK, AT_EACCESS) != 0)

@@ -103,7 +103,7 @@ std::vector<Mount> readMounts()
 std::optional<Mount> mountOf(const fs::path &path)
 {
     std::vector<Mount> mounts = readMounts();
-    struct statx status{};
+    struct statx status {};
     if (::statx(AT_FDCWD, path.c_str(), 0, STATX_MNT_ID, &status) == 0 &&
         (status.stx_mask & STATX_MNT_ID) != 0)
         for (auto &mount : mounts)
@@ -147,7 +147,7 @@ bool isRemovableDevice(const fs::path &device, int depth = 0)
 
 std::optional<fs::path> blockDevice(const Mount &mount)
 {
-    struct stat status{};
+    struct stat status {};
     if (::stat(mount.source.c_str(), &status) != 0 || !S_ISBLK(status.st_mode))
         return std::nullopt;
     return fs::path("/sys/dev/block") /
@@ -213,8 +213,10 @@ void describeGvfs(Volume &volume, const Mount &mount, const fs::path &path)
     if (!type)
         return;
     const std::string_view fields = std::string_view(folder).substr(std::min(colon + 1, folder.size()));
-    const std::string server = value(fields, "server").empty() ? value(fields, "host") : value(fields, "server");
-    const std::string share = value(fields, "share").empty() ? value(fields, "volume") : value(fields, "share");
+    const std::string server =
+        value(fields, "server").empty() ? value(fields, "host") : value(fields, "server");
+    const std::string share =
+        value(fields, "share").empty() ? value(fields, "volume") : value(fields, "share");
     volume.fileSystemType = *type;
     volume.root = mount.point / folder;
     volume.name = share.empty() ? folder : share;
@@ -283,8 +285,7 @@ Volume describeMount(const Mount &mount, const fs::path &path)
         if (*type == "smbfs" && mount.source.starts_with("//"))
             volume.remountURL = "smb:" + mount.source;
         else if (const auto colon = mount.source.find(":/"); *type == "nfs" && colon != std::string::npos)
-            volume.remountURL =
-                "nfs://" + mount.source.substr(0, colon) + mount.source.substr(colon + 1);
+            volume.remountURL = "nfs://" + mount.source.substr(0, colon) + mount.source.substr(colon + 1);
         else if (mount.source.find("://") != std::string::npos)
             volume.remountURL = mount.source;
     } else if (mount.type == "fuse" &&
@@ -318,7 +319,7 @@ Volume Volume::of(const fs::path &path)
 
 std::optional<std::int64_t> Volume::freeBytes(const fs::path &path)
 {
-    struct statvfs status{};
+    struct statvfs status {};
     if (::statvfs(path.c_str(), &status) != 0)
         return std::nullopt;
     return static_cast<std::int64_t>(status.f_bavail) * static_cast<std::int64_t>(status.f_frsize);

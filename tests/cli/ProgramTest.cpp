@@ -57,7 +57,8 @@ TEST(Program, answersEverybodyWhoAsksWhatItIs)
     EXPECT_THAT(kestrel({"--version"}).standardOutput, StartsWith("kestrel "));
     const auto help = kestrel({"plan", "--help"});
     EXPECT_EQ(help.status, 0);
-    for (const char *word : {"plan", "convert", "measure", "doctor", "--codec", "--no-drop-commentary", "--jobs"})
+    for (const char *word :
+         {"plan", "convert", "measure", "doctor", "--codec", "--no-drop-commentary", "--jobs"})
         EXPECT_THAT(help.standardOutput, HasSubstr(word));
     const auto doctor = kestrel({"doctor"});
     EXPECT_EQ(doctor.status, 0);
@@ -76,7 +77,8 @@ TEST(Program, anEmptyFolderIsNoError)
     EXPECT_EQ(kestrel({"convert", sandbox.path(), "--json"}).standardOutput,
               "{\"event\":\"started\",\"total\":0}\n{\"event\":\"finished\",\"converted\":0,\"noSavings\":0,"
               "\"failed\":0,\"bytesBefore\":0,\"bytesAfter\":0}\n");
-    EXPECT_EQ(Json::parse(kestrel({"plan", sandbox.path(), "--json"}).standardOutput)["files"], Json::array());
+    EXPECT_EQ(Json::parse(kestrel({"plan", sandbox.path(), "--json"}).standardOutput)["files"],
+              Json::array());
 }
 
 TEST(Program, planTellsEverythingAndChangesNothing)
@@ -108,11 +110,11 @@ TEST(Program, planTellsEverythingAndChangesNothing)
     EXPECT_THAT(order, ElementsAre("b\uFFFD.mkv", "kaputt.mp4", "neu.mkv", "Serie/Folge 9.mkv",
                                    "Serie/Folge 10.mkv"));
     const Json &film = plan["files"][3];
-    EXPECT_THAT(keys(film), ElementsAre("relativePath", "probeError", "mayBeIncomplete", "info", "plan", "estimate",
-                                        "arguments"));
+    EXPECT_THAT(keys(film), ElementsAre("relativePath", "probeError", "mayBeIncomplete", "info", "plan",
+                                        "estimate", "arguments"));
     EXPECT_THAT(keys(film["info"]),
-                ElementsAre("url", "fileSize", "modified", "duration", "formatName", "video", "audio", "subtitles",
-                            "attachmentIndexes", "videoBitrate"));
+                ElementsAre("url", "fileSize", "modified", "duration", "formatName", "video", "audio",
+                            "subtitles", "attachmentIndexes", "videoBitrate"));
     EXPECT_THAT(keys(film["plan"]),
                 ElementsAre("video", "outputWidth", "outputHeight", "deinterlace", "audio", "subtitles",
                             "attachments", "notes", "isNoop", "scales", "qualityValue"));
@@ -125,8 +127,9 @@ TEST(Program, planTellsEverythingAndChangesNothing)
     EXPECT_THAT(plan["files"][1]["probeError"].get<std::string>(), HasSubstr("Invalid data"));
     EXPECT_EQ(plan["files"][2]["mayBeIncomplete"], true);
     const Json &totals = plan["totals"];
-    EXPECT_THAT(keys(totals), ElementsAre("files", "actionable", "sourceBytes", "estimatedBytes", "encodeSeconds",
-                                          "duration", "weakestKind", "incomplete", "errors"));
+    EXPECT_THAT(keys(totals),
+                ElementsAre("files", "actionable", "sourceBytes", "estimatedBytes", "encodeSeconds",
+                            "duration", "weakestKind", "incomplete", "errors"));
     EXPECT_EQ(totals["files"], 2);
     EXPECT_EQ(totals["incomplete"], 1);
     EXPECT_EQ(totals["errors"], 2);
@@ -167,8 +170,8 @@ TEST(Program, convertsTellsAsItGoesAndCountsFailures)
     for (const Json &event : events) {
         if (event["event"] != "file")
             continue;
-        EXPECT_THAT(keys(event), ElementsAre("event", "relativePath", "status", "fraction", "fps", "old", "new",
-                                             "finalURL", "text"));
+        EXPECT_THAT(keys(event), ElementsAre("event", "relativePath", "status", "fraction", "fps", "old",
+                                             "new", "finalURL", "text"));
         auto &list = states[event["relativePath"]];
         if (list.empty() || list.back() != event["status"])
             list.push_back(event["status"]);
@@ -190,7 +193,8 @@ TEST(Program, convertsTellsAsItGoesAndCountsFailures)
     EXPECT_EQ(end["failed"], 1);
     EXPECT_THAT(names(sandbox.path()), ElementsAre("abgeschnitten.mkv", "gut.mkv", "kaputt.mp4"));
 
-    const auto again = kestrel({"convert", sandbox.path(), "--output", "separateFolder", "--codec", "keepVideo"});
+    const auto again =
+        kestrel({"convert", sandbox.path(), "--output", "separateFolder", "--codec", "keepVideo"});
     EXPECT_THAT(again.standardOutput, HasSubstr("Es gibt nichts zu konvertieren."));
 }
 
@@ -241,8 +245,8 @@ TEST(Program, anInterruptStopsCleanlyAndAKillLosesNothing)
 {
     const Sandbox sandbox;
     // Under a minute: a single sample, so that the encode is what takes long.
-    const fs::path heavy = Clips::make("heavy.mkv", "-f lavfi -i testsrc2=s=160x120:r=25:d=59 -c:v libx264 "
-                                                    "-preset ultrafast -crf 1");
+    const fs::path heavy = Clips::make("slow.mkv", "-f lavfi -i testsrc2=s=320x240:r=5:d=59 -c:v libx264 "
+                                                   "-preset ultrafast -crf 1");
     sandbox.put(heavy, "a.mkv");
     sandbox.put(heavy, "b.mkv");
     const std::string original = readFile(heavy);

@@ -25,8 +25,9 @@ protected:
     // One value that ffprobe tells about the first video stream.
     static std::string ask(const MediaInfo &info, const std::string &entries)
     {
-        return ProcessRunner::run("/usr/bin/ffprobe",
-                                  {"-v", "error", "-show_entries", entries, "-of", "csv=p=0", info.url.native()}, {})
+        return ProcessRunner::run(
+                   "/usr/bin/ffprobe",
+                   {"-v", "error", "-show_entries", entries, "-of", "csv=p=0", info.url.native()}, {})
             .standardOutput;
     }
 };
@@ -34,9 +35,10 @@ protected:
 TEST_F(AwkwardFiles, coverArtIsNoVideo)
 {
     const fs::path cover = Clips::make("cover.png", "-f lavfi -i color=red:s=64x64 -frames:v 1");
-    const fs::path clip = Clips::make("cover.mp4", "-i " + quoted(cover) + " " + picture + sound +
-                                                       "-map 0 -map 1 -map 2 -disposition:v:0 attached_pic -c:v:0 png "
-                                                       "-c:v:1 libx264 -preset ultrafast -crf 1 -c:a aac");
+    const fs::path clip =
+        Clips::make("cover.mp4", "-i " + quoted(cover) + " " + picture + sound +
+                                     "-map 0 -map 1 -map 2 -disposition:v:0 attached_pic -c:v:0 png "
+                                     "-c:v:1 libx264 -preset ultrafast -crf 1 -c:a aac");
     const MediaInfo source = probe(clip);
     ASSERT_TRUE(source.video);
     EXPECT_EQ(source.video->codec, "h264");
@@ -55,9 +57,9 @@ TEST_F(AwkwardFiles, ofSeveralVideoStreamsTheFirstIsTaken)
 
 TEST_F(AwkwardFiles, interlacedPicturesBecomeWholeFrames)
 {
-    const fs::path clip = Clips::make("interlaced.mpg", std::string(picture) +
-                                                            "-c:v mpeg2video -qscale:v 1 -flags +ildct+ilme "
-                                                            "-vf setfield=tff -top 1 -f mpeg");
+    const fs::path clip =
+        Clips::make("interlaced.mpg", std::string(picture) + "-c:v mpeg2video -qscale:v 1 -flags +ildct+ilme "
+                                                             "-vf setfield=tff -top 1 -f mpeg");
     EXPECT_TRUE(probe(clip).video->isInterlaced());
     const MediaInfo result = converted(clip);
     EXPECT_FALSE(result.video->isInterlaced());
@@ -66,12 +68,12 @@ TEST_F(AwkwardFiles, interlacedPicturesBecomeWholeFrames)
 
 TEST_F(AwkwardFiles, hdr10StaysHdr10)
 {
-    const fs::path clip =
-        Clips::make("hdr.mkv", std::string(picture) +
-                                   "-pix_fmt yuv420p10le -c:v libx265 -preset ultrafast -crf 1 -x265-params "
-                                   "log-level=error:hdr10=1:colorprim=bt2020:transfer=smpte2084:colormatrix=bt2020nc:"
-                                   "'master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(10000000,"
-                                   "1):max-cll=1000,400'");
+    const fs::path clip = Clips::make(
+        "hdr.mkv", std::string(picture) +
+                       "-pix_fmt yuv420p10le -c:v libx265 -preset ultrafast -crf 1 -x265-params "
+                       "log-level=error:hdr10=1:colorprim=bt2020:transfer=smpte2084:colormatrix=bt2020nc:"
+                       "'master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(10000000,"
+                       "1):max-cll=1000,400'");
     ASSERT_TRUE(probe(clip).video->isHDR());
     settings.codec = VideoCodecChoice::hevcX265;
     const MediaInfo result = converted(clip);
@@ -84,16 +86,17 @@ TEST_F(AwkwardFiles, hdr10StaysHdr10)
 TEST_F(AwkwardFiles, fontsAndChaptersGoAlongWithStyledSubtitles)
 {
     const fs::path ass = toolbox.write(
-        "s.ass", "[Script Info]\nScriptType: v4.00+\n\n[V4+ Styles]\nFormat: Name, Fontname, Fontsize\nStyle: "
-                 "Default,Arial,20\n\n[Events]\nFormat: Layer, Start, End, Style, Text\nDialogue: "
-                 "0,0:00:00.00,0:00:01.00,Default,Hallo\n");
+        "s.ass",
+        "[Script Info]\nScriptType: v4.00+\n\n[V4+ Styles]\nFormat: Name, Fontname, Fontsize\nStyle: "
+        "Default,Arial,20\n\n[Events]\nFormat: Layer, Start, End, Style, Text\nDialogue: "
+        "0,0:00:00.00,0:00:01.00,Default,Hallo\n");
     const fs::path font = toolbox.write("font.ttf", "not really a font");
     const fs::path chapters = toolbox.write(
         "c.txt", ";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=500\ntitle=Anfang\n[CHAPTER]\n"
                  "TIMEBASE=1/1000\nSTART=500\nEND=1000\ntitle=Ende\n");
     const fs::path clip = Clips::make(
-        "attachments.mkv", picture + ("-i " + quoted(ass)) + " -i " + quoted(chapters) + " -map 0 -map 1 -map_metadata 2 " +
-                               rich + "-c:s ass -attach " + quoted(font) +
+        "attachments.mkv", picture + ("-i " + quoted(ass)) + " -i " + quoted(chapters) +
+                               " -map 0 -map 1 -map_metadata 2 " + rich + "-c:s ass -attach " + quoted(font) +
                                " -metadata:s:t mimetype=application/x-truetype-font");
     ASSERT_EQ(probe(clip).attachmentIndexes.size(), 1U);
     const MediaInfo result = converted(clip);
@@ -107,8 +110,8 @@ TEST_F(AwkwardFiles, dataStreamsAndMovTextSurviveTheChangeOfContainer)
 {
     const fs::path srt = toolbox.write("s.srt", "1\n00:00:00,000 --> 00:00:01,000\nHallo\n");
     const fs::path clip = Clips::make("timecode.mov", picture + std::string(sound) + "-i " + quoted(srt) +
-                                                          " -map 0 -map 1 -map 2 -timecode 01:00:00:00 " + rich +
-                                                          "-c:a pcm_s16le -c:s mov_text");
+                                                          " -map 0 -map 1 -map 2 -timecode 01:00:00:00 " +
+                                                          rich + "-c:a pcm_s16le -c:s mov_text");
     EXPECT_THAT(ask(probe(clip), "stream=codec_type"), HasSubstr("data"));
     for (const auto container : {OutputContainer::mkv, OutputContainer::mp4}) {
         settings.container = container;
@@ -124,8 +127,9 @@ TEST_F(AwkwardFiles, dataStreamsAndMovTextSurviveTheChangeOfContainer)
 TEST_F(AwkwardFiles, aVariableFrameRateKeepsItsDuration)
 {
     const MediaInfo result = converted(Clips::make(
-        "vfr.mkv", "-f lavfi -i testsrc2=s=320x240:r=30:d=3 -vf select='lt(t\\,1)+not(mod(n\\,5))' -vsync vfr " +
-                       std::string(rich)));
+        "vfr.mkv",
+        "-f lavfi -i testsrc2=s=320x240:r=30:d=3 -vf select='lt(t\\,1)+not(mod(n\\,5))' -vsync vfr " +
+            std::string(rich)));
     EXPECT_NEAR(result.duration, 3, 0.2);
 }
 
@@ -142,10 +146,10 @@ TEST_F(AwkwardFiles, soundWithoutPictureIsConverted)
 
 TEST_F(AwkwardFiles, staleStatisticsAreGone)
 {
-    const MediaInfo result = converted(
-        Clips::make("statistics.mkv", std::string(picture) + rich +
-                                          "-metadata:s:v BPS=99999999 -metadata:s:v BPS-eng=99999999 "
-                                          "-metadata:s:v NUMBER_OF_BYTES=5 -metadata:s:v _STATISTICS_TAGS=BPS"));
+    const MediaInfo result = converted(Clips::make(
+        "statistics.mkv", std::string(picture) + rich +
+                              "-metadata:s:v BPS=99999999 -metadata:s:v BPS-eng=99999999 "
+                              "-metadata:s:v NUMBER_OF_BYTES=5 -metadata:s:v _STATISTICS_TAGS=BPS"));
     EXPECT_FALSE(result.video->bitrate);
     EXPECT_EQ(ask(result, "stream_tags=BPS,BPS-eng,NUMBER_OF_BYTES,_STATISTICS_TAGS"), "\n");
 }

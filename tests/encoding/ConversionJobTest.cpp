@@ -74,8 +74,9 @@ TEST_F(JobTest, twoSourcesOfOneNameAreConvertedSideBySide)
 TEST_F(JobTest, acceptsOnlyWhatSavesEnough)
 {
     const fs::path film = folder.put(Clips::film(), "Film.mkv");
-    const fs::path made = Clips::make("hevc.mkv", "-f lavfi -i testsrc2=s=320x240:r=25:d=2 -f lavfi -i sine=d=2 "
-                                                  "-c:v libx265 -preset ultrafast -x265-params log-level=error -c:a ac3");
+    const fs::path made =
+        Clips::make("hevc.mkv", "-f lavfi -i testsrc2=s=320x240:r=25:d=2 -f lavfi -i sine=d=2 "
+                                "-c:v libx265 -preset ultrafast -x265-params log-level=error -c:a ac3");
     ffmpeg("cp " + quoted(made) + " \"$last\"");
     const auto size = static_cast<std::int64_t>(fs::file_size(made));
     settings.outputMode = OutputMode::separateFolder;
@@ -107,7 +108,8 @@ TEST_F(JobTest, rejectsAResultThatIsNotWhole)
     EXPECT_EQ(resultOf("no-audio.mkv", video + "-c:v mpeg4"), "Prüfung fehlgeschlagen: 0 statt 1 Tonspuren.");
     EXPECT_EQ(resultOf("short.mkv", video + sound + "-c:v mpeg4 -c:a ac3 -t 36"),
               "Prüfung fehlgeschlagen: Laufzeit 36 s statt 40 s.");
-    EXPECT_EQ(resultOf("nearly.mkv", video + sound + "-c:v mpeg4 -c:a ac3 -t 37.5"), "") << "within three seconds";
+    EXPECT_EQ(resultOf("nearly.mkv", video + sound + "-c:v mpeg4 -c:a ac3 -t 37.5"), "")
+        << "within three seconds";
 }
 
 TEST_F(JobTest, aShortFilmIsNotCheckedForItsDuration)
@@ -177,8 +179,8 @@ TEST_F(JobTest, aHangingFfmpegIsCancelledWithItsHelpers)
 TEST_F(JobTest, aSourceThatChangesMeanwhileIsLeftAlone)
 {
     const fs::path film = folder.put(Clips::film(), "Film.mkv");
-    ffmpeg("cp " + quoted(Clips::film()) + " \"$last\"; truncate -s 100 \"$last.x\"; rm \"$last.x\"; echo mehr >> " +
-           quoted(film));
+    ffmpeg("cp " + quoted(Clips::film()) +
+           " \"$last\"; truncate -s 100 \"$last.x\"; rm \"$last.x\"; echo mehr >> " + quoted(film));
     MediaInfo info = probe(film);
     info.fileSize *= 2; // so that the copy counts as a saving
     EXPECT_THAT(failure(info), HasSubstr("während der Umwandlung verändert"));
@@ -190,8 +192,9 @@ TEST_F(JobTest, convertsFilesOfAnyName)
 {
     const std::string longName(246, 'l');
     for (const std::string &base :
-         {std::string("mit Leer zeichen & Umlaut äöü"), std::string("'\"[%03d](x)"), std::string("zwei\nZeilen"),
-          std::string("-bindestrich"), std::string("kein utf8 \xff\xfe"), longName, std::string("100% \\ :;*?")}) {
+         {std::string("mit Leer zeichen & Umlaut äöü"), std::string("'\"[%03d](x)"),
+          std::string("zwei\nZeilen"), std::string("-bindestrich"), std::string("kein utf8 \xff\xfe"),
+          longName, std::string("100% \\ :;*?")}) {
         const fs::path film = folder.put(Clips::film(), base + ".mkv");
         EXPECT_EQ(convert(film).finalURL, film) << base;
         EXPECT_THAT(names(folder.path()), ElementsAre(base + ".mkv"));
@@ -210,8 +213,9 @@ TEST_F(JobTest, keepsBothFilesWhereTheTrashTakesNothing)
         GTEST_SKIP() << "chattr +i needs root and a file system that knows it";
     const std::string text = failure(film);
     shell("chattr -i " + quoted(film));
-    EXPECT_EQ(text, "Original konnte nicht in den Papierkorb gelegt werden (Keine Berechtigung). Neue Datei: Film "
-                    "(Kestrel).mkv");
+    EXPECT_EQ(text,
+              "Original konnte nicht in den Papierkorb gelegt werden (Keine Berechtigung). Neue Datei: Film "
+              "(Kestrel).mkv");
     EXPECT_THAT(names(folder.path()), ElementsAre("Film (Kestrel).mkv", "Film.mkv"));
     EXPECT_EQ(readFile(film), readFile(Clips::film()));
 }
@@ -233,7 +237,8 @@ TEST_F(JobTest, tooLittleSpaceIsToldBeforeAnyWork)
     const Mount disk = Mount::tmpfs(folder / "disk", 50'000'000);
     SKIP_WITHOUT(disk);
     const fs::path film = folder.put(Clips::film(), "disk/Film.mkv");
-    EXPECT_THAT(failure(film), StartsWith("Zu wenig freier Speicher auf „" + (folder / "disk").native() + "“ ("));
+    EXPECT_THAT(failure(film),
+                StartsWith("Zu wenig freier Speicher auf „" + (folder / "disk").native() + "“ ("));
     EXPECT_THAT(failure(film), HasSubstr(" frei, etwa 500 MB nötig)."));
     EXPECT_THAT(names(folder / "disk"), ElementsAre("Film.mkv"));
 }

@@ -41,10 +41,11 @@ TEST(FFmpegRunner, turnsTheProgressStreamIntoNumbers)
 {
     const Sandbox sandbox;
     std::vector<FFmpegRunner::Progress> seen;
-    FFmpegRunner runner(standIn(sandbox, "ffmpeg",
-                                "printf 'out_time_us=1500000\\nfps=24.5\\nspeed= 1.23x\\nprogress=continue\\n'\n"
-                                "echo '  Fehler am Ende ' >&2; printf letzte >&2; exit 7"),
-                        {}, [&](const auto &progress) { seen.push_back(progress); });
+    FFmpegRunner runner(
+        standIn(sandbox, "ffmpeg",
+                "printf 'out_time_us=1500000\\nfps=24.5\\nspeed= 1.23x\\nprogress=continue\\n'\n"
+                "echo '  Fehler am Ende ' >&2; printf letzte >&2; exit 7"),
+        {}, [&](const auto &progress) { seen.push_back(progress); });
     EXPECT_EQ(runner.run({}), 7);
     EXPECT_THAT(seen, testing::ElementsAre(FFmpegRunner::Progress{1.5, 24.5, 1.23}));
     EXPECT_EQ(runner.errorTail(), "Fehler am Ende\nletzte");
@@ -54,8 +55,8 @@ TEST(FFmpegRunner, isFrozenResumedAndCancelledFromAnotherThread)
 {
     const Sandbox sandbox;
     const fs::path pid = sandbox / "pid";
-    FFmpegRunner runner(standIn(sandbox, "ffmpeg", "echo $$ > " + quoted(pid) + "; while :; do sleep 0.05; done"), {},
-                        {});
+    FFmpegRunner runner(
+        standIn(sandbox, "ffmpeg", "echo $$ > " + quoted(pid) + "; while :; do sleep 0.05; done"), {}, {});
     runner.suspend(); // before it runs: nothing happens
     std::atomic<int> status = 0;
     std::jthread worker([&] { status = runner.run({}); });

@@ -93,8 +93,9 @@ TEST(NetworkSwap, aFailureRestoresTheOriginal)
         swapOnNetwork(source, upload, taken, 3);
         FAIL();
     } catch (const ToolError &error) {
-        EXPECT_STREQ(error.what(), "Neue Datei konnte nicht übernommen werden – Original ist wiederhergestellt: "
-                                   "Unter diesem Namen gibt es schon etwas");
+        EXPECT_STREQ(error.what(),
+                     "Neue Datei konnte nicht übernommen werden – Original ist wiederhergestellt: "
+                     "Unter diesem Namen gibt es schon etwas");
     }
     EXPECT_EQ(readFile(source), "original");
     EXPECT_EQ(readFile(taken), "somebody else's");

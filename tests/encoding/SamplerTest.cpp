@@ -7,8 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "media/ProcessRunner.h"
 #include "media/Prober.h"
+#include "media/ProcessRunner.h"
 #include "planning/Planner.h"
 #include "support/Clips.h"
 #include "support/Sandbox.h"
@@ -29,7 +29,8 @@ const Source sources[] = {
     {"pair-2997.mp4", "r=30000/1001:d=6 -c:v libx264 -preset fast -x264-params open-gop=1:keyint=24 -crf 5"},
     {"pair-5994.mkv", "r=60000/1001:d=6 -c:v libx264 -preset ultrafast -crf 5"},
     {"pair-offset.ts", "r=25:d=6 -c:v libx264 -preset ultrafast -g 12 -crf 5 -output_ts_offset 100"},
-    {"pair-vfr.mkv", "r=30:d=6 -vf select='not(eq(mod(n\\,7)\\,3))' -vsync vfr -c:v libx264 -preset ultrafast -crf 5"},
+    {"pair-vfr.mkv",
+     "r=30:d=6 -vf select='not(eq(mod(n\\,7)\\,3))' -vsync vfr -c:v libx264 -preset ultrafast -crf 5"},
 };
 
 // The worst of all pairs, with Debian's ffmpeg: ssim pairs frames just as libvmaf does.
@@ -37,11 +38,12 @@ double worstPair(const fs::path &encoded, const MediaInfo &info, const Plan &pla
                  const fs::path &log)
 {
     const std::string graph = Sampler::comparisonGraph(info, plan) + "ssim=stats_file=" + log.native();
-    const auto output = ProcessRunner::run(
-        realTools().ffmpeg,
-        {"-nostdin", "-v", "error", "-i", encoded.native(), "-ss", CommandBuilder::format(segment.start), "-t",
-         CommandBuilder::format(segment.length), "-i", info.url.native(), "-lavfi", graph, "-f", "null", "-"},
-        {});
+    const auto output = ProcessRunner::run(realTools().ffmpeg,
+                                           {"-nostdin", "-v", "error", "-i", encoded.native(), "-ss",
+                                            CommandBuilder::format(segment.start), "-t",
+                                            CommandBuilder::format(segment.length), "-i", info.url.native(),
+                                            "-lavfi", graph, "-f", "null", "-"},
+                                           {});
     EXPECT_EQ(output.status, 0) << output.errorText();
     std::ifstream stream(log);
     double worst = 1;
@@ -69,10 +71,11 @@ TEST(Sampler, comparesEveryFrameWithItsOwnSource)
             plan.video = EncodeVideo{};
             const Segment segment{2.123, 2};
             const fs::path encoded = sandbox / "probe.mkv";
-            const auto encode = ProcessRunner::run(
-                realTools().ffmpeg,
-                CommandBuilder::arguments(info, plan, settings, encoded, segment, CommandBuilder::Streams::videoOnly),
-                {});
+            const auto encode =
+                ProcessRunner::run(realTools().ffmpeg,
+                                   CommandBuilder::arguments(info, plan, settings, encoded, segment,
+                                                             CommandBuilder::Streams::videoOnly),
+                                   {});
             ASSERT_EQ(encode.status, 0) << encode.errorText();
             EXPECT_GT(worstPair(encoded, info, plan, segment, sandbox / "log"), 0.9)
                 << name << " into " << title(container);
@@ -85,13 +88,12 @@ TEST(Sampler, aFilterWritesItsLogIntoAFolderOfAnyName)
     for (const char *name : {"plain", "it's, [a] folder: \\ äö; %d=", "\xff"}) {
         const fs::path log = sandbox / name / "log";
         fs::create_directories(log.parent_path());
-        const auto output = ProcessRunner::run(realTools().ffmpeg,
-                                               {"-v", "error", "-f", "lavfi", "-i", "color=d=0.1", "-f", "lavfi",
-                                                "-i", "color=d=0.1", "-lavfi",
-                                                "[0:v][1:v]ssim=stats_file=" + CommandBuilder::filterValue(log) +
-                                                    ":shortest=1",
-                                                "-f", "null", "-"},
-                                               {});
+        const auto output = ProcessRunner::run(
+            realTools().ffmpeg,
+            {"-v", "error", "-f", "lavfi", "-i", "color=d=0.1", "-f", "lavfi", "-i", "color=d=0.1", "-lavfi",
+             "[0:v][1:v]ssim=stats_file=" + CommandBuilder::filterValue(log) + ":shortest=1", "-f", "null",
+             "-"},
+            {});
         EXPECT_TRUE(fs::exists(log)) << name << ": " << output.errorText();
     }
 }
@@ -103,9 +105,8 @@ TEST(Sampler, measuresSizeAndTempoWithoutTheFilter)
     ConversionSettings settings;
     const Plan plan = Planner::plan(info, settings, std::nullopt);
     std::vector<double> progress;
-    const SampleResult result =
-        Sampler::search({info, plan, settings, realTools(), sandbox.path()},
-                        [&](double fraction) { progress.push_back(fraction); }, {});
+    const SampleResult result = Sampler::search({info, plan, settings, realTools(), sandbox.path()},
+                                                [&](double fraction) { progress.push_back(fraction); }, {});
     ASSERT_EQ(result.steps.size(), 1U);
     EXPECT_FALSE(result.vmafTarget || result.vmafMean || result.vmafWorst);
     EXPECT_EQ(result.qualityValue, 23);
@@ -126,7 +127,8 @@ TEST(Sampler, scoresWithTheRealFilter)
     const MediaInfo info = Prober::probe(Clips::film(), tools.ffprobe, {});
     ConversionSettings settings;
     const Plan plan = Planner::plan(info, settings, std::nullopt);
-    const SampleResult result = Sampler::search({info, plan, settings, tools, sandbox.path()}, [](double) {}, {});
+    const SampleResult result =
+        Sampler::search({info, plan, settings, tools, sandbox.path()}, [](double) {}, {});
     ASSERT_TRUE(result.vmafMean);
     EXPECT_GT(*result.vmafMean, 80);
     EXPECT_LE(*result.vmafMean, 100);

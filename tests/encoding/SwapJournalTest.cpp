@@ -59,7 +59,8 @@ TEST_F(SwapJournalTest, finishesASwapWhoseNewFileIsThere)
     share.write(".Film.mkv.kestrel-original", "original");
     share.write("Film.mkv", "new");
     SwapJournal::add(entry());
-    EXPECT_THAT(SwapJournal::recover(), ElementsAre("Tausch abgeschlossen: " + (share / "Film.mkv").native()));
+    EXPECT_THAT(SwapJournal::recover(),
+                ElementsAre("Tausch abgeschlossen: " + (share / "Film.mkv").native()));
     EXPECT_THAT(names(share.path()), ElementsAre("Film.mkv"));
     EXPECT_FALSE(fs::exists(SwapJournal::file()));
 }

@@ -29,8 +29,9 @@ fs::path film()
 
 fs::path longFilm()
 {
-    return make("long-film.mkv", "-f lavfi -i testsrc2=s=160x120:r=10:d=40 -f lavfi -i sine=d=40 "
-                                 "-c:v libx264 -preset ultrafast -crf 1 -c:a ac3 -metadata:s:a:0 language=ger");
+    return make("long-film.mkv",
+                "-f lavfi -i testsrc2=s=160x120:r=10:d=40 -f lavfi -i sine=d=40 "
+                "-c:v libx264 -preset ultrafast -crf 1 -c:a ac3 -metadata:s:a:0 language=ger");
 }
 
 } // namespace kestrel::test::Clips

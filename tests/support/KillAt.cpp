@@ -1,7 +1,7 @@
 #include "support/KillAt.h"
 
-#include <array>
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <stdexcept>
 
@@ -16,7 +16,7 @@ namespace kestrel::test {
 namespace {
 
 #ifdef __x86_64__
-constexpr std::array changes{SYS_rename, SYS_renameat, SYS_renameat2, SYS_unlink,   SYS_unlinkat,
+constexpr std::array changes{SYS_rename, SYS_renameat, SYS_renameat2, SYS_unlink,    SYS_unlinkat,
                              SYS_rmdir,  SYS_mkdir,    SYS_mkdirat,   SYS_utimensat, SYS_fsync};
 
 bool isChange(pid_t child)
