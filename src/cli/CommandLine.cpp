@@ -1,5 +1,6 @@
-#include <cstdio>
+#include <cerrno>
 #include <exception>
+#include <system_error>
 
 #include <fmt/format.h>
 
@@ -19,10 +20,10 @@ int dispatch(const Arguments &arguments)
     using Command = Arguments::Command;
     switch (arguments.command) {
     case Command::help:
-        fmt::print("{}", helpText());
+        Terminal::print("{}", helpText());
         return ExitStatus::done;
     case Command::version:
-        fmt::print("kestrel {}\n", KESTREL_VERSION);
+        Terminal::print("kestrel {}\n", KESTREL_VERSION);
         return ExitStatus::done;
     default:
         break;
@@ -58,8 +59,12 @@ int runCommandLine(int count, const char *const *words)
     } catch (const std::exception &error) {
         Terminal::complain(ErrorText::describe(error));
     }
-    std::fflush(stdout);
-    return status;
+    const int problem = Terminal::flush();
+    if (problem == 0 || problem == EPIPE) // a reader that had enough is none
+        return status;
+    Terminal::complain("Die Ausgabe konnte nicht geschrieben werden: " +
+                       ErrorText::describe(std::error_code(problem, std::generic_category())));
+    return ExitStatus::unusable;
 }
 
 Prepared prepare(const Arguments &arguments, std::stop_token stop)
@@ -87,11 +92,11 @@ Prepared prepare(const Arguments &arguments, std::stop_token stop)
         folder, prepared.tools,
         [&](std::size_t done, std::size_t total) {
             if (showsProgress)
-                fmt::print(stderr, "\rAnalysiere {}/{} …\x1b[K", done, total);
+                Terminal::writeError(fmt::format("\rAnalysiere {}/{} …\x1b[K", done, total));
         },
         stop);
     if (showsProgress)
-        fmt::print(stderr, "\r\x1b[K");
+        Terminal::writeError(fmt::format("\r\x1b[K"));
     prepared.plan.planAll(prepared.settings);
     return prepared;
 }

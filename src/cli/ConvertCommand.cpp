@@ -180,9 +180,9 @@ int runConvert(const Arguments &arguments, const Interrupt &interrupt)
         if (file.isActionable())
             files.push_back(&file);
     if (files.empty() && !arguments.json) {
-        fmt::print("{}\n", prepared.plan.files.empty()
-                               ? "In diesem Ordner wurden keine Videodateien gefunden."
-                               : "Es gibt nichts zu konvertieren.");
+        Terminal::print("{}\n", prepared.plan.files.empty()
+                                    ? "In diesem Ordner wurden keine Videodateien gefunden."
+                                    : "Es gibt nichts zu konvertieren.");
         return ExitStatus::done;
     }
 

@@ -28,9 +28,9 @@ constexpr const char *installFFmpeg = "sudo apt install ffmpeg";
 
 void row(const std::string &name, const std::string &value, const std::string &remark = "")
 {
-    fmt::print("  {}{} {}{}\n", name,
-               std::string(static_cast<std::size_t>(std::max(1, 22 - Text::columns(name))), ' '), value,
-               remark.empty() ? "" : "  – " + remark);
+    Terminal::print("  {}{} {}{}\n", name,
+                    std::string(static_cast<std::size_t>(std::max(1, 22 - Text::columns(name))), ' '), value,
+                    remark.empty() ? "" : "  – " + remark);
 }
 
 std::string probeVersion(const fs::path &ffprobe, const std::stop_token &stop)
@@ -80,11 +80,11 @@ void place(const char *name, const fs::path &path)
 int runDoctor(const Interrupt &interrupt)
 {
     int status = ExitStatus::done;
-    fmt::print("{}\n", Terminal::bold("Werkzeuge"));
+    Terminal::print("{}\n", Terminal::bold("Werkzeuge"));
     try {
         tellTools(Tools::locate(interrupt.token()), interrupt.token());
     } catch (const ToolError &error) {
-        fmt::print("  {}\n", Terminal::red(error.what()));
+        Terminal::print("  {}\n", Terminal::red(error.what()));
         row("Unter Debian", installFFmpeg);
         status = ExitStatus::unusable;
     }
@@ -93,7 +93,7 @@ int runDoctor(const Interrupt &interrupt)
         folders += (folders.empty() ? "" : ", ") + folder.native();
     row("gesucht in", folders);
 
-    fmt::print("\n{}\n", Terminal::bold("Ordner und Dateien"));
+    Terminal::print("\n{}\n", Terminal::bold("Ordner und Dateien"));
     place("Protokoll", Paths::home() / "Library/Logs/Kestrel/Kestrel.log");
     place("Tauschvorgänge", SwapJournal::file());
     place("Arbeitsordner", Paths::caches() / "Kestrel/Arbeit");

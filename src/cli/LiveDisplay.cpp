@@ -21,6 +21,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds repaintInterval{250};
 constexpr int barWidth = 20;
+constexpr int stateWidth = 51;         // of the longest state, so that all names end in one column
 constexpr double leastFraction = 0.01; // before that no remaining time is told
 
 double since(Clock::time_point start)
@@ -83,9 +84,9 @@ public:
     void finished(const RunSummary &summary) override
     {
         stopPainting();
-        fmt::print("\n{}\n", Terminal::bold(summary.finishedText()));
+        Terminal::print("\n{}\n", Terminal::bold(summary.finishedText()));
         if (const auto text = summary.soFarText())
-            fmt::print("{}\n", *text);
+            Terminal::print("{}\n", *text);
     }
 
 private:
@@ -125,7 +126,7 @@ private:
             state = fmt::format("{} {:>5} {:>6} fps  noch {:>7}", bar(fraction), Fmt::percent(fraction),
                                 Fmt::number(report.fps.value_or(0), 1),
                                 remaining(fraction, since(running.since)));
-        const int room = std::max(8, width - Text::columns(state) - 3);
+        const int room = std::max(8, width - stateWidth - 3);
         return "  " + name(report.index, std::min(room, 40)) + " " + state;
     }
 
@@ -157,8 +158,8 @@ private:
             text += Text::elided(totalLine(), width) + "\n";
             ++m_paintedLines;
         }
-        std::fwrite(text.data(), 1, text.size(), stdout);
-        std::fflush(stdout);
+        Terminal::write(text);
+        Terminal::flush();
     }
 
     void paint(const std::stop_token &stop)

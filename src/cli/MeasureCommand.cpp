@@ -53,27 +53,28 @@ SampleResult measure(const PlannedFile &file, const Prepared &prepared, const st
     const std::string name = Terminal::shown(file.relativePath.filename().native());
     const auto clear = onExit([&] {
         if (showsProgress)
-            fmt::print(stderr, "\r\x1b[K");
+            Terminal::writeError(fmt::format("\r\x1b[K"));
     });
     return Sampler::search(
         {*file.info, *file.plan, prepared.settings, prepared.tools, folder},
         [&](double fraction) {
             if (showsProgress)
-                fmt::print(stderr, "\rQualitätssuche {}: {}\x1b[K", name, Fmt::percent(fraction));
+                Terminal::writeError(
+                    fmt::format("\rQualitätssuche {}: {}\x1b[K", name, Fmt::percent(fraction)));
         },
         stop);
 }
 
 void printResult(const PlannedFile &file, const SampleResult &result, const ConversionSettings &settings)
 {
-    fmt::print("{}\n", Terminal::bold(Terminal::shown(file.relativePath.native())));
+    Terminal::print("{}\n", Terminal::bold(Terminal::shown(file.relativePath.native())));
     for (const auto &step : result.steps) {
         const std::string score =
             step.vmaf ? fmt::format("VMAF {} (schlechteste Stelle {})", Fmt::number(*step.vmaf, 2),
                                     Fmt::number(*step.vmafWorst, 2))
                       : "ohne VMAF";
-        fmt::print("  CRF {:2}  {:>12}  {}{}\n", step.value, Fmt::bitrate(step.bitrate), score,
-                   step.value == result.qualityValue ? "  ← gewählt" : "");
+        Terminal::print("  CRF {:2}  {:>12}  {}{}\n", step.value, Fmt::bitrate(step.bitrate), score,
+                        step.value == result.qualityValue ? "  ← gewählt" : "");
     }
     Plan plan = *file.plan;
     plan.qualityValue = result.qualityValue;
@@ -81,12 +82,12 @@ void printResult(const PlannedFile &file, const SampleResult &result, const Conv
         Estimator::estimate(*file.info, plan, settings, &result, std::nullopt, std::nullopt);
     const auto source = static_cast<double>(file.info->fileSize);
     if (result.hardlySaves(file.info->videoBitrate()))
-        fmt::print("  {}\n", measuredUnchanged);
+        Terminal::print("  {}\n", measuredUnchanged);
     else
-        fmt::print("  {} → etwa {} ({}, {}) · Rechenzeit etwa {}\n", Fmt::bytes(source),
-                   Fmt::bytes(estimate.total()), Fmt::change(source, estimate.total()), label(estimate.kind),
-                   Fmt::duration(estimate.encodeSeconds));
-    std::fflush(stdout);
+        Terminal::print("  {} → etwa {} ({}, {}) · Rechenzeit etwa {}\n", Fmt::bytes(source),
+                        Fmt::bytes(estimate.total()), Fmt::change(source, estimate.total()),
+                        label(estimate.kind), Fmt::duration(estimate.encodeSeconds));
+    Terminal::flush();
 }
 
 } // namespace
@@ -112,8 +113,8 @@ int runMeasure(const Arguments &arguments, const Interrupt &interrupt)
             }
             Json::Value object{{"relativePath", Json::text(file->relativePath)}};
             object.update(Json::value(result));
-            fmt::print("{}\n", Json::line(object));
-            std::fflush(stdout);
+            Terminal::print("{}\n", Json::line(object));
+            Terminal::flush();
         } catch (const Cancelled &) {
             throw;
         } catch (const std::exception &error) {

@@ -112,15 +112,15 @@ std::string renderTotals(const PlanTotals &totals)
 // Written file by file, so that a huge library never stands in memory as one document.
 void printJson(const FolderPlan &plan, const ConversionSettings &settings)
 {
-    fmt::print("{{\"folder\":{},\"storage\":{},\"settings\":{},\"files\":[",
-               Json::line(Json::text(plan.folder)), Json::line(Json::value(plan.storage)),
-               Json::line(settings.toJson()));
+    Terminal::print("{{\"folder\":{},\"storage\":{},\"settings\":{},\"files\":[",
+                    Json::line(Json::text(plan.folder)), Json::line(Json::value(plan.storage)),
+                    Json::line(settings.toJson()));
     const char *separator = "\n";
     for (const auto &file : plan.files) {
-        fmt::print("{}{}", separator, Json::line(Json::value(file, settings, plan.folder)));
+        Terminal::print("{}{}", separator, Json::line(Json::value(file, settings, plan.folder)));
         separator = ",\n";
     }
-    fmt::print("\n],\"totals\":{}}}\n", Json::line(Json::value(plan.totals(settings))));
+    Terminal::print("\n],\"totals\":{}}}\n", Json::line(Json::value(plan.totals(settings))));
 }
 
 } // namespace
@@ -132,14 +132,14 @@ int runPlan(const Arguments &arguments, const Interrupt &interrupt)
         printJson(plan, settings);
         return ExitStatus::done;
     }
-    fmt::print("{} ({})\n", Terminal::bold(Terminal::shown(plan.folder.native())), plan.storage.title());
+    Terminal::print("{} ({})\n", Terminal::bold(Terminal::shown(plan.folder.native())), plan.storage.title());
     if (plan.files.empty()) {
-        fmt::print("In diesem Ordner wurden keine Videodateien gefunden.\n");
+        Terminal::print("In diesem Ordner wurden keine Videodateien gefunden.\n");
         return ExitStatus::done;
     }
-    fmt::print("{} · {} · {} · {}\n\n{}\n{}", title(settings.codec), title(settings.quality),
-               title(settings.container), title(settings.outputMode), renderTable(plan, settings),
-               renderTotals(plan.totals(settings)));
+    Terminal::print("{} · {} · {} · {}\n\n{}\n{}", title(settings.codec), title(settings.quality),
+                    title(settings.container), title(settings.outputMode), renderTable(plan, settings),
+                    renderTotals(plan.totals(settings)));
     return ExitStatus::done;
 }
 

@@ -15,8 +15,8 @@ namespace {
 
 void printLine(const std::string &line)
 {
-    fmt::print("{}\n", line);
-    std::fflush(stdout); // whoever reads along wants it now
+    Terminal::print("{}\n", line);
+    Terminal::flush(); // whoever reads along wants it now
 }
 
 class JsonReporter : public RunReporter {

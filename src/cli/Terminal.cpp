@@ -1,5 +1,7 @@
 #include "cli/Terminal.h"
 
+#include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
@@ -14,6 +16,8 @@
 namespace kestrel::Terminal {
 
 namespace {
+
+std::atomic<int> outputErrno = 0;
 
 std::string styled(const char *code, std::string_view text)
 {
@@ -81,9 +85,27 @@ std::string green(std::string_view text)
     return styled("32", text);
 }
 
+void write(std::string_view text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() && outputErrno == 0)
+        outputErrno = errno;
+}
+
+void writeError(std::string_view text)
+{
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+int flush()
+{
+    if (std::fflush(stdout) != 0 && outputErrno == 0)
+        outputErrno = errno;
+    return outputErrno;
+}
+
 void complain(std::string_view sentence)
 {
-    fmt::print(stderr, "{}\n", sentence);
+    writeError(fmt::format("{}\n", sentence));
 }
 
 } // namespace kestrel::Terminal

@@ -2,6 +2,9 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include <fmt/format.h>
 
 // What the program knows about the terminals at its standard streams.
 namespace kestrel::Terminal {
@@ -20,6 +23,19 @@ std::string bold(std::string_view text);
 std::string dim(std::string_view text);
 std::string red(std::string_view text);
 std::string green(std::string_view text);
+
+// Writing never throws: a reader that goes away, or a full disk behind a redirection, must not end a
+// conversion. What went wrong is kept for outputError().
+void write(std::string_view text);
+void writeError(std::string_view text);
+template <typename... Values>
+void print(fmt::format_string<Values...> format, Values &&...values)
+{
+    write(fmt::format(format, std::forward<Values>(values)...));
+}
+// Hands everything on to whoever reads; returns the errno of the first failure on standard output, 0 if
+// there was none.
+int flush();
 
 // A sentence on standard error.
 void complain(std::string_view sentence);

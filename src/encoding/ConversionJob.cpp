@@ -121,7 +121,13 @@ ConversionOutcome ConversionJob::run(const Callbacks &callbacks, std::stop_token
 {
     bool hasSucceeded = false;
     Workplace place;
-    const auto tidy = onExit([&] { cleanUp(place, hasSucceeded); });
+    const auto tidy = onExit([&] {
+        try {
+            cleanUp(place, hasSucceeded);
+        } catch (const std::exception &error) {
+            Log::write("Nicht aufgeräumt: " + ErrorText::describe(error));
+        }
+    });
     place = prepare();
 
     encode(place, callbacks.progress, stop);
@@ -399,10 +405,9 @@ void ConversionJob::removeEmptyFolders(const fs::path &from, const fs::path &upT
     for (fs::path folder = Files::standardized(from); folder.native().size() > end;
          folder = folder.parent_path()) {
         std::error_code error;
-        for (const auto &entry : fs::directory_iterator(folder, error))
-            if (entry.path().filename() != ".DS_Store")
-                return;
-        if (error)
+        const auto content = Files::list(folder, error);
+        const auto isClutter = [](const fs::path &path) { return path.filename() == ".DS_Store"; };
+        if (error || !std::all_of(content.begin(), content.end(), isClutter))
             return;
         fs::remove(folder / ".DS_Store", error);
         if (!fs::remove(folder, error))

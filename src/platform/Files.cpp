@@ -108,6 +108,14 @@ bool exists(const fs::path &path)
     return ::lstat(path.c_str(), &status) == 0;
 }
 
+std::vector<fs::path> list(const fs::path &folder, std::error_code &error)
+{
+    std::vector<fs::path> paths;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        paths.push_back(entry->path());
+    return paths;
+}
+
 void sync(const fs::path &fileOrFolder)
 {
     FileDescriptor descriptor = openFor(fileOrFolder, O_RDONLY);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <time.h>
@@ -29,6 +30,9 @@ std::optional<Attributes> tryAttributes(const std::filesystem::path &file);
 
 // Something is there, be it a broken symbolic link.
 bool exists(const std::filesystem::path &path);
+
+// What lies directly in a folder, in no order; what could be read before an error.
+std::vector<std::filesystem::path> list(const std::filesystem::path &folder, std::error_code &error);
 
 // Returns when the file's content, or the folder's list of names, is on the disk. Network file systems
 // report failed writes here. A file system that knows no such request is taken as done.

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Files.h"
 #include "platform/Text.h"
 
 #include <fcntl.h>
@@ -139,8 +140,8 @@ bool isRemovableDevice(const fs::path &device, int depth = 0)
             return true;
     if (readsOne(real / "removable") || readsOne(real.parent_path() / "removable"))
         return true;
-    for (const auto &below : fs::directory_iterator(real / "slaves", error))
-        if (isRemovableDevice(below.path(), depth + 1))
+    for (const auto &below : Files::list(real / "slaves", error))
+        if (isRemovableDevice(below, depth + 1))
             return true;
     return false;
 }
@@ -161,11 +162,11 @@ std::optional<std::string> diskLabel(const Mount &mount)
     const fs::path device = fs::canonical(mount.source, error);
     if (error)
         return std::nullopt;
-    for (const auto &link : fs::directory_iterator("/dev/disk/by-label", error)) {
+    for (const auto &link : Files::list("/dev/disk/by-label", error)) {
         std::error_code unreadable;
-        if (fs::canonical(link.path(), unreadable) != device)
+        if (fs::canonical(link, unreadable) != device)
             continue;
-        const std::string raw = link.path().filename().native();
+        const std::string raw = link.filename().native();
         std::string label;
         for (std::size_t i = 0; i < raw.size(); ++i) {
             unsigned code = 0;
