@@ -1,0 +1,101 @@
+#include "Records.h"
+
+#include <array>
+#include <chrono>
+#include <string>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "media/Prober.h"
+
+namespace kestrel::bench {
+
+namespace {
+
+using nlohmann::json;
+
+struct Kind {
+    const char *videoCodec;
+    int width, height;
+    const char *frameRate, *fieldOrder;
+    double megabitsPerSecond, minutes;
+    const char *audioCodec;
+    int channels;
+    const char *subtitleCodec;
+};
+
+constexpr std::array<Kind, 5> kinds{{
+    {"h264", 1920, 1080, "24000/1001", "progressive", 12, 115, "dts", 6, "hdmv_pgs_subtitle"},
+    {"hevc", 3840, 2160, "24000/1001", "progressive", 38, 128, "truehd", 8, "hdmv_pgs_subtitle"},
+    {"h264", 1280, 720, "25/1", "progressive", 4, 44, "aac", 2, "subrip"},
+    {"mpeg2video", 720, 576, "25/1", "tt", 6, 95, "ac3", 6, "dvd_subtitle"},
+    {"hevc", 1920, 1080, "30000/1001", "progressive", 2, 24, "eac3", 6, "ass"},
+}};
+
+json stream(int index, const char *type, const char *codec)
+{
+    return {{"index", index}, {"codec_type", type}, {"codec_name", codec}};
+}
+
+json tagged(json stream, const char *language, const char *title)
+{
+    stream["tags"] = {{"language", language}, {"title", title}};
+    return stream;
+}
+
+json audio(int index, const Kind &kind, int kilobitsPerSecond)
+{
+    json track = stream(index, "audio", kind.audioCodec);
+    track["channels"] = kind.channels;
+    track["sample_rate"] = "48000";
+    track["bit_rate"] = std::to_string(kilobitsPerSecond * 1000);
+    return track;
+}
+
+// What ffprobe would say of such a file.
+json answer(const Kind &kind)
+{
+    json video = stream(0, "video", kind.videoCodec);
+    video["profile"] = "High";
+    video["width"] = kind.width;
+    video["height"] = kind.height;
+    video["avg_frame_rate"] = kind.frameRate;
+    video["pix_fmt"] = "yuv420p";
+    video["field_order"] = kind.fieldOrder;
+    video["color_transfer"] = video["color_primaries"] = video["color_space"] = "bt709";
+    video["tags"] = {{"BPS-eng", fmt::format("{:.0f}", kind.megabitsPerSecond * 1e6)}};
+    return {{"format", {{"format_name", "matroska,webm"}, {"duration", std::to_string(kind.minutes * 60)}}},
+            {"streams",
+             {video, tagged(audio(1, kind, 768), "ger", "Deutsch (Originalfassung)"),
+              tagged(audio(2, kind, 192), "eng", "English commentary by the director"),
+              tagged(stream(3, "subtitle", kind.subtitleCodec), "ger", "Deutsch (erzwungen, forced)"),
+              tagged(stream(4, "subtitle", kind.subtitleCodec), "eng", "English for the hard of hearing")}}};
+}
+
+} // namespace
+
+FolderPlan probedLibrary(std::size_t count)
+{
+    std::array<json, kinds.size()> answers;
+    for (std::size_t i = 0; i < kinds.size(); ++i)
+        answers[i] = answer(kinds[i]);
+
+    FolderPlan library;
+    library.folder = "/media/sammlung/Videos";
+    for (std::size_t i = 0; i < count; ++i) {
+        const Kind &kind = kinds[i % kinds.size()];
+        const auto bytes = static_cast<std::int64_t>(kind.megabitsPerSecond * 1.1e6 / 8 * kind.minutes * 60);
+        PlannedFile file;
+        file.relativePath =
+            fmt::format("Serien/Eine lange Reihe {:04}/Staffel {:02}/Folge {:03} – Der Titel.mkv", i / 100,
+                        i / 10 % 10, i % 10);
+        file.url = library.folder / file.relativePath;
+        file.info = Prober::parse(answers[i % kinds.size()], file.url, bytes + static_cast<std::int64_t>(i),
+                                  FileTime(std::chrono::hours(400'000)));
+        library.files.push_back(std::move(file));
+    }
+    return library;
+}
+
+} // namespace kestrel::bench

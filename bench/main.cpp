@@ -1,0 +1,240 @@
+// Measures one thing for each call and prints the numbers as one JSON object. Nothing is judged here.
+
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <span>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Records.h"
+#include "cli/FolderPlan.h"
+#include "encoding/CommandBuilder.h"
+#include "encoding/ConversionJob.h"
+#include "encoding/FFmpegRunner.h"
+#include "encoding/Sampler.h"
+#include "media/Prober.h"
+#include "planning/Estimator.h"
+#include "planning/Planner.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace kestrel;
+using nlohmann::ordered_json;
+using Command = std::vector<std::string>;
+
+// Time since it was made.
+class Stopwatch {
+public:
+    double wall() const
+    {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_started).count();
+    }
+    double cpu() const { return cpuNow() - m_cpu; } // of this process and the children it waited for
+
+private:
+    static double cpuNow()
+    {
+        double seconds = 0;
+        for (const auto who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+            rusage usage{};
+            getrusage(who, &usage);
+            for (const timeval &part : {usage.ru_utime, usage.ru_stime})
+                seconds += static_cast<double>(part.tv_sec) + static_cast<double>(part.tv_usec) / 1e6;
+        }
+        return seconds;
+    }
+
+    std::chrono::steady_clock::time_point m_started = std::chrono::steady_clock::now();
+    double m_cpu = cpuNow();
+};
+
+double residentMegabytes()
+{
+    std::ifstream status("/proc/self/statm");
+    double all = 0, resident = 0;
+    status >> all >> resident;
+    return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
+}
+
+Command command(const fs::path &program, Command arguments)
+{
+    arguments.insert(arguments.begin(), program.native());
+    return arguments;
+}
+
+// A file, ready to be converted or sampled with the default settings.
+Sampler::Subject subject(const fs::path &file, const fs::path &work)
+{
+    Sampler::Subject result;
+    result.tools = Tools::locate({});
+    result.info = Prober::probe(file, result.tools.ffprobe, {});
+    result.settings.outputMode = OutputMode::separateFolder;
+    result.plan = Planner::plan(result.info, result.settings, std::nullopt);
+    result.tempDir = work;
+    return result;
+}
+
+Command encodingOf(const Sampler::Subject &subject, const Segment &segment, const fs::path &output)
+{
+    return CommandBuilder::arguments(subject.info, subject.plan, subject.settings, output, segment,
+                                     CommandBuilder::Streams::videoOnly);
+}
+
+Command scoringOf(const Sampler::Subject &subject, const Segment &segment, const fs::path &encoded)
+{
+    const std::string graph = fmt::format("{}libvmaf=log_fmt=json:log_path={}:n_threads={}:n_subsample={}",
+                                          Sampler::comparisonGraph(subject.info, subject.plan),
+                                          (subject.tempDir / "hand.json").native(),
+                                          std::thread::hardware_concurrency(), Sampler::subsamplingStep);
+    return {"-nostdin",  "-hide_banner",
+            "-loglevel", "error",
+            "-i",        encoded.native(),
+            "-ss",       CommandBuilder::format(segment.start),
+            "-t",        CommandBuilder::format(segment.length),
+            "-i",        subject.info.url.native(),
+            "-lavfi",    graph,
+            "-f",        "null",
+            "-"};
+}
+
+ordered_json tools()
+{
+    const Tools found = Tools::locate({});
+    return {{"ffmpeg", found.ffmpeg.native()},
+            {"ffprobe", found.ffprobe.native()},
+            {"vmaf", found.hasVMAF},
+            {"version", found.version}};
+}
+
+ordered_json scan(const fs::path &folder)
+{
+    const Tools found = Tools::locate({});
+    const Stopwatch watch;
+    FolderPlan plan = FolderPlan::scan(folder, found, [](std::size_t, std::size_t) {}, {});
+    plan.planAll({});
+    const double wall = watch.wall(), cpu = watch.cpu();
+    return {{"wall", wall}, {"cpu", cpu}, {"files", plan.files.size()}, {"errors", plan.totals({}).errors}};
+}
+
+ordered_json plan(std::size_t count)
+{
+    const double before = residentMegabytes();
+    FolderPlan library = bench::probedLibrary(count);
+    const Stopwatch watch;
+    library.planAll({});
+    const double cpu = watch.cpu();
+    const double megabytes = residentMegabytes() - before;
+    return {{"cpu", cpu}, {"megabytes", megabytes}, {"actionable", library.totals({}).actionable}};
+}
+
+// Converts the file into the folder beside its own. "byHand" is what does the same without the program.
+ordered_json convert(const fs::path &file, const fs::path &work)
+{
+    const auto [info, plan, settings, tools, folder] = subject(file, work);
+    const double expected =
+        Estimator::estimate(info, plan, settings, nullptr, std::nullopt, std::nullopt).total();
+    const Stopwatch watch;
+    ConversionJob job(info, plan, settings, tools, file.parent_path(), expected);
+    const ConversionOutcome outcome = job.run({}, {});
+    const double wall = watch.wall(), cpu = watch.cpu();
+    Command byHand =
+        command(tools.ffmpeg, CommandBuilder::arguments(info, plan, settings, folder / "hand.mkv",
+                                                        std::nullopt, CommandBuilder::Streams::all));
+    return {{"wall", wall},
+            {"cpu", cpu},
+            {"written", outcome.kind == ConversionOutcome::Kind::written},
+            {"byHand", std::vector<Command>{std::move(byHand)}}};
+}
+
+// The quality search. "byHand" encodes and scores the same segments with the same values.
+ordered_json search(const fs::path &file, const fs::path &work)
+{
+    Sampler::Subject trial = subject(file, work);
+    const Stopwatch watch;
+    const SampleResult result = Sampler::search(trial, [](double) {}, {});
+    ordered_json answer{{"wall", watch.wall()}, {"cpu", watch.cpu()}};
+    for (const auto &step : result.steps) {
+        answer["values"].push_back(step.value);
+        trial.plan.qualityValue = step.value;
+        for (const Segment &segment : Sampler::segments(trial.info.duration)) {
+            const fs::path output = work / "hand.mkv";
+            answer["byHand"].push_back(command(trial.tools.ffmpeg, encodingOf(trial, segment, output)));
+            answer["byHand"].push_back(command(trial.tools.ffmpeg, scoringOf(trial, segment, output)));
+        }
+    }
+    return answer;
+}
+
+// The scores of a file's samples with each subsampling, as the mean over the segments.
+ordered_json accuracy(const fs::path &file, const fs::path &work, std::span<const std::string_view> codec)
+{
+    Sampler::Subject trial = subject(file, work);
+    if (!codec.empty() && codec.front() == id(VideoCodecChoice::av1SVT)) {
+        trial.settings.codec = VideoCodecChoice::av1SVT;
+        trial.plan = Planner::plan(trial.info, trial.settings, std::nullopt);
+    }
+    const auto parts = Sampler::segments(trial.info.duration);
+    ordered_json scores, seconds;
+    const auto add = [](ordered_json &sums, int step, double value) {
+        ordered_json &sum = sums[std::to_string(step)];
+        sum = sum.is_null() ? value : sum.get<double>() + value;
+    };
+    for (const Segment &segment : parts) {
+        const fs::path encoded = work / "sample.mkv";
+        FFmpegRunner runner(trial.tools.ffmpeg, encodingOf(trial, segment, encoded), {});
+        if (runner.run({}) != 0)
+            throw ToolError::failed(runner.errorTail());
+        for (const int step : {1, 3, 5, 7}) {
+            const Stopwatch watch;
+            add(scores, step,
+                Sampler::vmaf(encoded, trial, segment, step, {}) / static_cast<double>(parts.size()));
+            add(seconds, step, watch.cpu());
+        }
+    }
+    return {{"step", Sampler::subsamplingStep}, {"scores", scores}, {"cpu", seconds}};
+}
+
+ordered_json run(std::span<const std::string_view> words)
+{
+    const std::string_view what = words.empty() ? "" : words[0];
+    if (what == "tools")
+        return tools();
+    if (what == "scan" && words.size() == 2)
+        return scan(words[1]);
+    if (what == "plan" && words.size() == 2)
+        return plan(std::stoul(std::string(words[1])));
+    if (what == "convert" && words.size() == 3)
+        return convert(words[1], words[2]);
+    if (what == "search" && words.size() == 3)
+        return search(words[1], words[2]);
+    if (what == "accuracy" && words.size() >= 3)
+        return accuracy(words[1], words[2], words.subspan(3));
+    throw std::invalid_argument("tools | scan FOLDER | plan COUNT | convert FILE WORK | search FILE WORK | "
+                                "accuracy FILE WORK [CODEC]");
+}
+
+} // namespace
+
+int main(int count, char **words)
+{
+    try {
+        const std::vector<std::string_view> arguments(words + 1, words + count);
+        fmt::print("{}\n", run(arguments).dump());
+        return 0;
+    } catch (const std::exception &error) {
+        fmt::print(stderr, "{}\n", error.what());
+        return 1;
+    }
+}
