@@ -4,6 +4,7 @@
 #include <span>
 #include <stdexcept>
 #include <string_view>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -139,8 +140,18 @@ Arguments parseArguments(int count, const char *const *words)
     });
     CLI::App *doctor = app.add_subcommand("doctor");
     doctor->set_help_flag("");
+    // CLI11 takes the word after "--languages=" for its value.
+    std::vector<std::string> spread(given.begin(), given.end());
+    for (auto word = spread.begin(); word != spread.end(); ++word)
+        if (*word == "--languages=") {
+            *word = "--languages";
+            word = spread.insert(word + 1, "");
+        }
+    std::vector<const char *> parsed;
+    for (const auto &word : spread)
+        parsed.push_back(word.c_str());
     try {
-        app.parse(count, words);
+        app.parse(static_cast<int>(parsed.size()), parsed.data());
     } catch (const CLI::RequiredError &) {
         if (app.get_subcommands().empty())
             throw UsageError(fmt::format("Den Befehl „{}“ gibt es nicht. Möglich sind: plan, convert, "
@@ -179,8 +190,9 @@ Einstellungen (für plan, convert und measure; zuerst steht, was ohne Angabe gil
   --drop-commentary, --no-drop-commentary       Kommentare und Audiodeskription weglassen
   --no-convert-lossless, --convert-lossless     verlustfreien Ton in E-AC3 umwandeln
   --container mkv|mp4                           Dateiformat
-  --output replaceOriginal|separateFolder       Original ersetzen (es kommt in den Papierkorb), oder
-                                                daneben in „ORDNER (Kestrel)“ schreiben
+  --output replaceOriginal|separateFolder       Original ersetzen (es kommt in den Papierkorb; auf einer
+                                                Netzwerkfreigabe in deren Papierkorb, wenn sie einen hat),
+                                                oder daneben in „ORDNER (Kestrel)“ schreiben
   --jobs 2                                      so viele Dateien zugleich; 0: alle
 
 Strg-C hört sauber auf: Was nicht fertig ist, bleibt, wie es war.

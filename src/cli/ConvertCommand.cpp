@@ -136,14 +136,15 @@ private:
 };
 
 // What an earlier run left behind, unless it is another one's work in progress.
-void clearUp(InstanceLock &lock, const std::filesystem::path &folder)
+void clearUp(InstanceLock &lock, const std::filesystem::path &folder, const std::stop_token &stop)
 {
     if (!lock.isAlone())
         return;
     ConversionJob::cleanLocalWork();
     for (const auto &message : SwapJournal::recover())
         Terminal::complain(Terminal::shown(message));
-    Prober::removeLeftovers(folder);
+    for (const auto &place : {folder, ConversionJob::outputRoot(folder)})
+        Prober::removeLeftovers(place, stop);
     lock.share();
 }
 
@@ -171,9 +172,11 @@ std::unique_ptr<RunReporter> makeReporter(const Arguments &arguments)
 int runConvert(const Arguments &arguments, const Interrupt &interrupt)
 {
     InstanceLock lock;
-    clearUp(lock, requireFolder(arguments.folder));
+    clearUp(lock, requireFolder(arguments.folder), interrupt.token());
     const Prepared prepared = prepare(arguments, interrupt.token());
     tellWhatIsLeftOut(prepared.plan);
+    if (const auto text = warning(prepared.plan.storage, prepared.settings))
+        Terminal::complain(*text);
 
     RunFiles files;
     for (const auto &file : prepared.plan.files)

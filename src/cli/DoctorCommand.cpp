@@ -97,7 +97,7 @@ int runDoctor(const Interrupt &interrupt)
     place("Protokoll", Paths::home() / "Library/Logs/Kestrel/Kestrel.log");
     place("Tauschvorgänge", SwapJournal::file());
     place("Arbeitsordner", Paths::caches() / "Kestrel/Arbeit");
-    place("Sperrdatei", Paths::runtime() / "Kestrel/instanz.lock");
+    place("Sperrdatei", Paths::applicationSupport() / "Kestrel/instanz.lock");
     place("Temporäres", Paths::temporary());
     place("Papierkorb", Paths::applicationSupport() / "Trash");
     row("neben den Videos", ".*.kestrel-tmp.*, .*.kestrel-upload, .*.kestrel-original",

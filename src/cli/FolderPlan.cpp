@@ -1,6 +1,7 @@
 #include "cli/FolderPlan.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -26,6 +27,19 @@ namespace {
 constexpr std::size_t probesAtOnce = 8;
 constexpr std::chrono::seconds growingAge{90};
 
+struct ProbeReason {
+    std::string_view text, german;
+};
+
+// What ffprobe says about most files that it cannot read.
+constexpr std::array<ProbeReason, 5> probeReasons{{
+    {"Invalid data found when processing input", "kein Video, oder unvollständig"},
+    {"End of file", "bricht gleich am Anfang ab"},
+    {"Permission denied", "keine Berechtigung"},
+    {"Input/output error", "Lesefehler"},
+    {"No such file or directory", "nicht mehr vorhanden"},
+}};
+
 void probe(PlannedFile &file, const Tools &tools, const std::stop_token &stop)
 {
     try {
@@ -46,7 +60,10 @@ std::string PlannedFile::shortProbeError() const
     std::string_view error = Text::trimmed(*probeError);
     error.remove_prefix(error.rfind('\n') + 1);
     const std::size_t colon = error.rfind(": ");
-    return std::string(colon == std::string_view::npos ? error : error.substr(colon + 2));
+    const std::string_view reason = colon == std::string_view::npos ? error : error.substr(colon + 2);
+    const auto *known = std::find_if(probeReasons.begin(), probeReasons.end(),
+                                     [&](const ProbeReason &row) { return row.text == reason; });
+    return std::string(known == probeReasons.end() ? reason : known->german);
 }
 
 FolderPlan FolderPlan::scan(const fs::path &folder, const Tools &tools, const OnProbed &onProbed,
@@ -112,6 +129,14 @@ PlanTotals FolderPlan::totals(const ConversionSettings &settings) const
     }
     totals.encodeSeconds /= parallelGain(settings.codec, settings.parallelJobs);
     return totals;
+}
+
+std::optional<std::string> warning(const StorageLocation &storage, const ConversionSettings &settings)
+{
+    if (!storage.isNetwork() || storage.hasRecycleBin || settings.outputMode != OutputMode::replaceOriginal)
+        return std::nullopt;
+    return "Achtung: Das Netzlaufwerk hat keinen Papierkorb – das Original wird nach erfolgreicher Prüfung "
+           "endgültig gelöscht.";
 }
 
 fs::path requireFolder(const fs::path &given)

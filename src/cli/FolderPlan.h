@@ -61,6 +61,9 @@ struct FolderPlan {
     PlanTotals totals(const ConversionSettings &settings) const;
 };
 
+// What the user is to know before originals are replaced there; absent where they go to a trash.
+std::optional<std::string> warning(const StorageLocation &storage, const ConversionSettings &settings);
+
 // The folder as an absolute path. Throws UsageError when it cannot be opened.
 std::filesystem::path requireFolder(const std::filesystem::path &given);
 

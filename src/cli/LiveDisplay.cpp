@@ -21,6 +21,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds repaintInterval{250};
 constexpr int barWidth = 20;
+constexpr int widthForBar = 80;        // a narrower terminal gets no bar
 constexpr int stateWidth = 51;         // of the longest state, so that all names end in one column
 constexpr double leastFraction = 0.01; // before that no remaining time is told
 
@@ -123,10 +124,12 @@ private:
         else if (report.status == FileStatus::analyzing)
             state = fmt::format("Qualitätssuche {:>5}", Fmt::percent(fraction));
         else
-            state = fmt::format("{} {:>5} {:>6} fps  noch {:>7}", bar(fraction), Fmt::percent(fraction),
+            state = fmt::format("{}{:>5} {:>6} fps  noch {:>7}",
+                                width + 1 < widthForBar ? "" : bar(fraction) + " ", Fmt::percent(fraction),
                                 Fmt::number(report.fps.value_or(0), 1),
                                 remaining(fraction, since(running.since)));
-        const int room = std::max(8, width - stateWidth - 3);
+        const int taken = width + 1 < widthForBar ? stateWidth - barWidth - 1 : stateWidth;
+        const int room = std::max(8, width - taken - 3);
         return "  " + name(report.index, std::min(room, 40)) + " " + state;
     }
 
@@ -152,6 +155,8 @@ private:
         m_paintedLines = 0;
         if (withRunning) {
             for (const auto &[index, running] : m_running) {
+                if (m_paintedLines + 3 > Terminal::height()) // the cursor cannot climb above the first row
+                    break;
                 text += Text::elided(runningLine(running, width), width) + "\n";
                 ++m_paintedLines;
             }

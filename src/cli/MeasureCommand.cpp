@@ -11,6 +11,7 @@
 #include "cli/Terminal.h"
 #include "encoding/Sampler.h"
 #include "format/Fmt.h"
+#include "planning/Planner.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/OnExit.h"
@@ -76,12 +77,11 @@ void printResult(const PlannedFile &file, const SampleResult &result, const Conv
         Terminal::print("  CRF {:2}  {:>12}  {}{}\n", step.value, Fmt::bitrate(step.bitrate), score,
                         step.value == result.qualityValue ? "  ← gewählt" : "");
     }
-    Plan plan = *file.plan;
-    plan.qualityValue = result.qualityValue;
+    const Plan plan = Planner::planMeasured(*file.info, settings, result);
     const auto estimate =
         Estimator::estimate(*file.info, plan, settings, &result, std::nullopt, std::nullopt);
     const auto source = static_cast<double>(file.info->fileSize);
-    if (result.hardlySaves(file.info->videoBitrate()))
+    if (!plan.encodesVideo())
         Terminal::print("  {}\n", measuredUnchanged);
     else
         Terminal::print("  {} → etwa {} ({}, {}) · Rechenzeit etwa {}\n", Fmt::bytes(source),

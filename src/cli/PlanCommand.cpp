@@ -1,4 +1,4 @@
-#include <cstdio>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -89,6 +89,20 @@ std::string count(std::size_t number, const char *one, const char *many)
     return fmt::format("{} {}", number, number == 1 ? one : many);
 }
 
+// Every remark once, with the number of files that it is about.
+std::string renderNotes(const FolderPlan &plan)
+{
+    std::map<std::string, std::size_t> notes;
+    for (const auto &file : plan.files)
+        if (file.isActionable())
+            for (const auto &note : file.plan->notes)
+                ++notes[note];
+    std::string text;
+    for (const auto &[note, files] : notes)
+        text += fmt::format("{}: {}\n", count(files, "Datei", "Dateien"), note);
+    return text.empty() ? text : text + "\n";
+}
+
 std::string renderTotals(const PlanTotals &totals)
 {
     const auto source = static_cast<double>(totals.sourceBytes);
@@ -137,9 +151,11 @@ int runPlan(const Arguments &arguments, const Interrupt &interrupt)
         Terminal::print("In diesem Ordner wurden keine Videodateien gefunden.\n");
         return ExitStatus::done;
     }
-    Terminal::print("{} · {} · {} · {}\n\n{}\n{}", title(settings.codec), title(settings.quality),
+    Terminal::print("{} · {} · {} · {}\n\n{}\n{}{}", title(settings.codec), title(settings.quality),
                     title(settings.container), title(settings.outputMode), renderTable(plan, settings),
-                    renderTotals(plan.totals(settings)));
+                    renderNotes(plan), renderTotals(plan.totals(settings)));
+    if (const auto text = warning(plan.storage, settings))
+        Terminal::print("{}\n", *text);
     return ExitStatus::done;
 }
 

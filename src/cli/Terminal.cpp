@@ -44,6 +44,14 @@ int width()
     return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
 }
 
+int height()
+{
+    winsize size{};
+    if (!isOutputTerminal())
+        return std::numeric_limits<int>::max();
+    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 ? size.ws_row : 24;
+}
+
 bool hasColours()
 {
     const char *off = std::getenv("NO_COLOR");

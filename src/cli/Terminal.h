@@ -13,6 +13,7 @@ bool isOutputTerminal();
 bool isErrorTerminal();
 // Columns of the terminal at standard output; a very large number where there is none.
 int width();
+int height();      // rows, likewise
 bool hasColours(); // a terminal at standard output, and NO_COLOR is not set
 
 // Text that may come from a file name, fit to be shown: broken bytes and control characters, which could

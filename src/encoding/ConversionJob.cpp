@@ -10,6 +10,7 @@
 #include "encoding/CommandBuilder.h"
 #include "encoding/NetworkSwap.h"
 #include "encoding/StorageLocation.h"
+#include "encoding/TargetName.h"
 #include "encoding/WorkFile.h"
 #include "media/ByteFormat.h"
 #include "media/Log.h"
@@ -46,11 +47,6 @@ std::string temporarySuffix(const ConversionSettings &settings)
     return fmt::format(".kestrel-tmp.{}", fileExtension(settings.container));
 }
 
-std::string nameFor(const fs::path &file, std::string_view addition, const ConversionSettings &settings)
-{
-    return fmt::format("{}{}.{}", file.stem().native(), addition, fileExtension(settings.container));
-}
-
 std::int64_t needed(double expectedBytes, const Space &space)
 {
     const double bytes = std::trunc(expectedBytes * space.factor);
@@ -78,22 +74,6 @@ bool isSameFile(const fs::path &a, const fs::path &b)
         return false;
     const auto first = Files::tryAttributes(a), second = Files::tryAttributes(b);
     return first && second && first->device == second->device && first->inode == second->inode;
-}
-
-// "Film (Kestrel).mkv", or numbered where that is taken too.
-fs::path freeName(const fs::path &folder, const fs::path &file, const ConversionSettings &settings)
-{
-    for (int number = 1;; ++number) {
-        const std::string mark = number == 1 ? " (Kestrel)" : fmt::format(" (Kestrel {})", number);
-        fs::path path = folder / nameFor(file, mark, settings);
-        if (path.filename().native().size() > Files::longestName(folder)) {
-            const std::size_t tail = mark.size() + fileExtension(settings.container).size() + 1;
-            const std::string stem(Text::prefix(file.stem().native(), Files::longestName(folder) - tail));
-            path = folder / fmt::format("{}{}.{}", stem, mark, fileExtension(settings.container));
-        }
-        if (!Files::exists(path))
-            return path;
-    }
 }
 
 } // namespace
@@ -204,11 +184,11 @@ void ConversionJob::encode(const Workplace &place, const FFmpegRunner::OnProgres
                            Text::repaired(CommandBuilder::displayString("ffmpeg", arguments))));
     const int status = runner->run(stop);
     throwIfStopped(stop);
-    if (status == 0 && !runner->leftOutputUnfinished())
+    if (status == 0 && !runner->lostSomething())
         return;
     Log::write(fmt::format("Fehler ({}): {}\n{}", status, shown(m_info.url.filename()), runner->errorTail()));
     if (status == 0)
-        throw ToolError::failed("ffmpeg konnte die Datei nicht zu Ende schreiben:\n" + runner->errorTail());
+        throw ToolError::failed("ffmpeg konnte nicht alles lesen oder schreiben:\n" + runner->errorTail());
     throw ToolError::failed(fmt::format("ffmpeg meldet einen Fehler ({}):\n{}", status, runner->errorTail()));
 }
 
@@ -277,8 +257,9 @@ fs::path ConversionJob::putInPlace(const Workplace &place, std::int64_t newSize)
     requireUnchangedSource(place);
     fs::path final = place.target / finalName();
     if (m_settings.outputMode == OutputMode::separateFolder) {
+        final = TargetName::claim(place.target, m_info.url, m_settings);
         Files::moveOver(place.ready, final);
-        Files::sync(place.target);
+        Files::trySync(place.target);
     } else {
         final = replaceOriginal(place, newSize);
     }
@@ -294,7 +275,7 @@ fs::path ConversionJob::replaceOriginal(const Workplace &place, std::int64_t new
 {
     fs::path final = place.target / finalName();
     if (!isSameFile(final, m_info.url) && Files::exists(final))
-        final = freeName(place.target, m_info.url, m_settings);
+        final = TargetName::freeName(place.target, m_info.url, m_settings);
     if (!place.isNetwork)
         return replaceLocally(place, final);
     swapOnNetwork(m_info.url, place.ready, final, newSize);
@@ -306,7 +287,7 @@ fs::path ConversionJob::replaceLocally(const Workplace &place, const fs::path &f
     try {
         Trash::put(m_info.url);
     } catch (const fs::filesystem_error &error) {
-        const fs::path kept = freeName(place.target, m_info.url, m_settings);
+        const fs::path kept = TargetName::freeName(place.target, m_info.url, m_settings);
         try {
             Files::moveToFreeName(place.ready, kept);
         } catch (const fs::filesystem_error &moving) {
@@ -323,16 +304,16 @@ fs::path ConversionJob::replaceLocally(const Workplace &place, const fs::path &f
         // Somebody put another file there just now.
         if (error.code() != std::errc::file_exists)
             throw;
-        free = freeName(place.target, m_info.url, m_settings);
+        free = TargetName::freeName(place.target, m_info.url, m_settings);
         Files::moveToFreeName(place.ready, free);
     }
-    Files::sync(place.target);
+    Files::trySync(place.target);
     return free;
 }
 
 std::string ConversionJob::finalName() const
 {
-    return nameFor(m_info.url, "", m_settings);
+    return TargetName::nameFor(m_info.url, "", m_settings);
 }
 
 void ConversionJob::suspend()
@@ -367,7 +348,7 @@ fs::path ConversionJob::targetDirectory(const fs::path &file, const ConversionSe
 fs::path ConversionJob::targetURL(const fs::path &file, const ConversionSettings &settings,
                                   const fs::path &root)
 {
-    return targetDirectory(file, settings, root) / nameFor(file, "", settings);
+    return targetDirectory(file, settings, root) / TargetName::nameFor(file, "", settings);
 }
 
 fs::path ConversionJob::temporaryURL(const fs::path &file, const ConversionSettings &settings,

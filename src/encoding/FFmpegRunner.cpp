@@ -7,12 +7,22 @@ namespace kestrel {
 
 namespace {
 constexpr std::chrono::seconds grace{10};
+
+std::vector<std::string> inputsOf(const std::vector<std::string> &arguments)
+{
+    std::vector<std::string> inputs;
+    for (std::size_t i = 0; i + 1 < arguments.size(); ++i)
+        if (arguments[i] == "-i")
+            inputs.push_back(arguments[i + 1]);
+    return inputs;
 }
+
+} // namespace
 
 FFmpegRunner::FFmpegRunner(std::filesystem::path executable, std::vector<std::string> arguments,
                            OnProgress onProgress)
     : m_executable(std::move(executable)), m_arguments(std::move(arguments)),
-      m_onProgress(std::move(onProgress))
+      m_onProgress(std::move(onProgress)), m_errors(inputsOf(m_arguments))
 {
 }
 
@@ -74,10 +84,10 @@ std::string FFmpegRunner::errorTail() const
     return m_errors.text();
 }
 
-bool FFmpegRunner::leftOutputUnfinished() const
+bool FFmpegRunner::lostSomething() const
 {
     const std::scoped_lock guard(m_lock);
-    return m_errors.tellsOfUnfinishedOutput();
+    return m_errors.tellsOfLoss();
 }
 
 } // namespace kestrel

@@ -36,7 +36,7 @@ public:
     // The last lines of standard error; empty when there were none.
     std::string errorTail() const;
     // See ErrorTail; to be asked after an exit with status 0.
-    bool leftOutputUnfinished() const;
+    bool lostSomething() const;
 
 private:
     // Set once.

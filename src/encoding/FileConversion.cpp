@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "encoding/Sampler.h"
+#include "encoding/TargetName.h"
 #include "media/Log.h"
 #include "media/Prober.h"
 #include "planning/Estimator.h"
@@ -52,9 +53,11 @@ FileConversion::FileConversion(Request request) : m_request(std::move(request)) 
 
 FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop_token stop)
 {
-    const auto &[info, settings, tools, root, knownSample] = m_request;
-    if (!Files::exists(info.url))
+    if (!Files::exists(m_request.info.url))
         throw ToolError::failed("Datei ist nicht mehr vorhanden.");
+    refresh(stop);
+    const auto &[info, settings, tools, root, knownSample] = m_request;
+    const Files::Attributes source = Files::attributes(info.url);
     if (auto outcome = findConverted(stop))
         return {*outcome, true, std::nullopt, std::nullopt};
 
@@ -66,10 +69,7 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
         if (!isSearched)
             result.sample = measure(plan, callbacks, stop);
         sample = isSearched ? &*knownSample : &*result.sample;
-        if (sample->vmafTarget && sample->hardlySaves(info.videoBitrate()))
-            plan = Planner::plan(info, settings, measuredUnchanged);
-        else
-            plan.qualityValue = sample->qualityValue;
+        plan = Planner::planMeasured(info, settings, *sample);
     }
 
     waitWhilePaused(stop);
@@ -77,6 +77,8 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
         result.outcome = {ConversionOutcome::Kind::noSavings, info.fileSize, info.fileSize, std::nullopt};
         return result;
     }
+    if (!Files::attributes(info.url).sameVersion(source))
+        throw ToolError::failed("Die Datei wurde während der Messung verändert – bitte neu analysieren.");
     result.outcome = convert(plan, plan.encodesVideo() ? sample : nullptr, callbacks, stop);
     if (result.outcome.kind == ConversionOutcome::Kind::replaced) {
         try {
@@ -89,13 +91,25 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
     return result;
 }
 
+// Hours may have gone by since the file was probed: another one may stand in its place.
+void FileConversion::refresh(const std::stop_token &stop)
+{
+    MediaInfo &info = m_request.info;
+    const Files::Attributes now = Files::attributes(info.url);
+    if (now.size == info.fileSize && Prober::asTime(now.modified) == info.modified)
+        return;
+    info = Prober::probe(info.url, m_request.tools.ffprobe, stop);
+    m_request.sample.reset();
+}
+
 std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_token &stop) const
 {
     const auto &[info, settings, tools, root, sample] = m_request;
     const auto attributes = Files::tryAttributes(info.url);
     if (settings.outputMode != OutputMode::separateFolder || !attributes || attributes->size != info.fileSize)
         return std::nullopt;
-    const fs::path target = ConversionJob::targetURL(info.url, settings, root);
+    const fs::path target =
+        TargetName::claim(ConversionJob::targetDirectory(info.url, settings, root), info.url, settings);
     if (!Files::exists(target))
         return std::nullopt;
     try {

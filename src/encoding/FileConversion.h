@@ -52,6 +52,7 @@ public:
     void resume();
 
 private:
+    void refresh(const std::stop_token &stop);
     std::optional<ConversionOutcome> findConverted(const std::stop_token &stop) const;
     std::optional<SampleResult> measure(const Plan &plan, const Callbacks &callbacks,
                                         const std::stop_token &stop) const;
@@ -59,8 +60,8 @@ private:
     ConversionOutcome convert(const Plan &plan, const SampleResult *sample, const Callbacks &callbacks,
                               const std::stop_token &stop);
 
-    // Set once.
-    const Request m_request;
+    // Touched by run() alone.
+    Request m_request;
 
     // Guarded by m_lock.
     std::mutex m_lock;

@@ -1,10 +1,13 @@
 #include "encoding/NetworkSwap.h"
 
+#include <fmt/format.h>
+
 #include "encoding/SwapJournal.h"
 #include "encoding/WorkFile.h"
 #include "media/Tools.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
+#include "platform/Text.h"
 
 namespace kestrel {
 
@@ -73,8 +76,9 @@ void swapOnNetwork(const fs::path &source, const fs::path &replacement, const fs
 {
     const SwapJournal::Entry entry{
         source, WorkFile::firstName(source.parent_path(), source.filename().native(), backupSuffix), final};
+    if (!SwapJournal::add(entry, newSize))
+        throw ToolError::failed("Der Tausch konnte nicht vermerkt werden – das Original bleibt, wie es ist.");
     tryRemove(entry.backup);
-    SwapJournal::add(entry);
 
     try {
         Files::moveToFreeName(source, entry.backup);
@@ -85,9 +89,11 @@ void swapOnNetwork(const fs::path &source, const fs::path &replacement, const fs
     try {
         arrive(replacement, final, newSize);
     } catch (const fs::filesystem_error &error) {
-        // Where even this fails, the entry stays, so that the next start puts the original back.
-        if (tryMove(entry.backup, source))
-            SwapJournal::remove(entry);
+        if (!tryMove(entry.backup, source)) // the entry stays, and the next start puts the original back
+            throw ToolError::failed(
+                fmt::format("Neue Datei konnte nicht übernommen werden: {}. Das Original liegt noch unter {}",
+                            ErrorText::reason(error), Text::repaired(entry.backup.native())));
+        SwapJournal::remove(entry);
         throw ToolError::failed(
             "Neue Datei konnte nicht übernommen werden – Original ist wiederhergestellt: " +
             ErrorText::reason(error));

@@ -17,8 +17,17 @@ namespace {
 constexpr std::size_t keptLines = 60, shownLines = 12;
 constexpr std::size_t longestLine = 65536; // bytes; a longer one is cut there
 
-constexpr std::array<std::string_view, 3> unfinishedOutput{"Error writing trailer of ", "Error closing file ",
-                                                           "av_interleaved_write_frame(): "};
+constexpr std::array<std::string_view, 5> lossPhrases{"Error writing trailer of ", "Error closing file ",
+                                                      "av_interleaved_write_frame(): ", "Read error",
+                                                      "Input/output error"};
+
+// ffmpeg names the input and a reason where it stops reading before the end. Of a name with line ends
+// only the last line stands before the reason.
+bool namesInput(std::string_view line, const std::string &input)
+{
+    const std::string name = Text::repaired(std::string_view(input).substr(input.rfind('\n') + 1));
+    return line.starts_with(name + ": ");
+}
 
 // Hands on every line that these bytes complete.
 void forEachLine(std::string &rest, std::string_view bytes, const std::function<void(std::string_view)> &use)
@@ -79,18 +88,15 @@ void ErrorTail::keep(std::string_view line)
 {
     const std::string repaired = Text::repaired(line);
     const std::string_view text = Text::trimmed(repaired);
+    m_hasLost = m_hasLost ||
+                std::any_of(lossPhrases.begin(), lossPhrases.end(),
+                            [&](std::string_view phrase) { return text.find(phrase) != text.npos; }) ||
+                std::any_of(m_inputs.begin(), m_inputs.end(),
+                            [&](const std::string &input) { return namesInput(text, input); });
     if (!text.empty())
         m_lines.emplace_back(text);
     if (m_lines.size() > keptLines)
         m_lines.pop_front();
-}
-
-bool ErrorTail::tellsOfUnfinishedOutput() const
-{
-    return std::any_of(m_lines.begin(), m_lines.end(), [](const std::string &line) {
-        return std::any_of(unfinishedOutput.begin(), unfinishedOutput.end(),
-                           [&](std::string_view phrase) { return line.find(phrase) != std::string::npos; });
-    });
 }
 
 std::string ErrorTail::text() const

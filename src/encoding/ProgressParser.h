@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace kestrel {
 
@@ -29,21 +31,27 @@ private:
     std::map<std::string, std::string, std::less<>> m_fields;
 };
 
-// Keeps the last lines that a program wrote to standard error.
+// Keeps the last lines that ffmpeg wrote to standard error.
 class ErrorTail {
 public:
+    // `inputs`: the files it reads, as they stand in its arguments.
+    explicit ErrorTail(std::vector<std::string> inputs = {}) : m_inputs(std::move(inputs)) {}
+
     void consume(std::string_view bytes);
     // The last twelve lines, a line that has not ended included.
     std::string text() const;
-    // ffmpeg could not write its output to the end. It tells so only in words: with a full disk it still
-    // exits with status 0, and leaves a file that looks whole by its header.
-    bool tellsOfUnfinishedOutput() const;
+    // ffmpeg lost a part of the film and told so only in words: when reading fails it takes that for the
+    // end of the input, when the disk is full it ends where it is. Both times it exits with status 0 and
+    // leaves a file that looks whole by its header.
+    bool tellsOfLoss() const { return m_hasLost; }
 
 private:
     void keep(std::string_view line);
 
+    std::vector<std::string> m_inputs;
     std::string m_rest;
     std::deque<std::string> m_lines; // oldest first
+    bool m_hasLost = false;
 };
 
 } // namespace kestrel

@@ -64,7 +64,7 @@ double encodeSegment(const Subject &subject, const Segment &segment, const fs::p
     const auto started = std::chrono::steady_clock::now();
     const int status = runner.run(stop);
     throwIfStopped(stop);
-    if (status != 0 || runner.leftOutputUnfinished())
+    if (status != 0 || runner.lostSomething())
         throw ToolError::failed("Probekodierung fehlgeschlagen: " + runner.errorTail());
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
 }

@@ -33,6 +33,7 @@ namespace {
 struct Record {
     Entry entry;
     std::optional<fs::path> mount;
+    std::optional<std::int64_t> newSize;
 };
 
 fs::path folder()
@@ -96,9 +97,12 @@ std::vector<Record> load()
         for (const json &value : list) {
             Record record{{decodePath(value.at("original")), decodePath(value.at("backup")),
                            decodePath(value.at("final"))},
+                          std::nullopt,
                           std::nullopt};
             if (value.contains("mount"))
                 record.mount = decodePath(value.at("mount"));
+            if (value.contains("newSize"))
+                record.newSize = value.at("newSize").get<std::int64_t>();
             records.push_back(std::move(record));
         }
         return records;
@@ -107,23 +111,28 @@ std::vector<Record> load()
     }
 }
 
-void save(const std::vector<Record> &records)
+// False when it could not be written.
+bool save(const std::vector<Record> &records)
 {
     try {
         if (records.empty()) {
             Files::remove(file());
-            return;
+            return true;
         }
         ordered_json list = ordered_json::array();
-        for (const auto &[entry, mount] : records) {
+        for (const auto &[entry, mount, newSize] : records) {
             list.push_back({{"original", encodePath(entry.original)},
                             {"backup", encodePath(entry.backup)},
                             {"final", encodePath(entry.final)}});
             if (mount)
                 list.back()["mount"] = encodePath(*mount);
+            if (newSize)
+                list.back()["newSize"] = *newSize;
         }
         Files::writeAtomically(file(), list.dump());
-    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): failures are ignored by design
+        return true;
+    } catch (const std::exception &) {
+        return false;
     }
 }
 
@@ -145,6 +154,21 @@ bool succeeds(Operation operation)
     }
 }
 
+// What lies at the final name is not the file that was to get there: the original becomes visible beside
+// it, and a person decides.
+bool showBackup(const Entry &entry, std::vector<std::string> &messages)
+{
+    const fs::path &original = entry.original;
+    const fs::path beside =
+        original.parent_path() / (original.stem().native() + " (Original)" + original.extension().native());
+    for (const fs::path &visible : {original, beside})
+        if (succeeds([&] { Files::moveToFreeName(entry.backup, visible); })) {
+            messages.push_back("Original wiederhergestellt: " + Text::repaired(visible.native()));
+            return true;
+        }
+    return false;
+}
+
 // Repairs one swap; true when nothing is left to do for it.
 bool repair(const Record &record, std::vector<std::string> &messages)
 {
@@ -159,6 +183,9 @@ bool repair(const Record &record, std::vector<std::string> &messages)
             messages.push_back("Original wiederhergestellt: " + Text::repaired(entry.original.native()));
         return restored;
     }
+    const auto attributes = Files::tryAttributes(entry.final);
+    if (record.newSize && attributes && attributes->size != *record.newSize)
+        return showBackup(entry, messages);
     const bool removed = succeeds([&] { Files::remove(entry.backup); });
     messages.push_back("Tausch abgeschlossen: " + Text::repaired(entry.final.native()));
     return removed;
@@ -171,12 +198,12 @@ fs::path file()
     return folder() / "tauschvorgaenge.json";
 }
 
-void add(const Entry &entry)
+bool add(const Entry &entry, std::optional<std::int64_t> newSize)
 {
     const Guard guard;
     std::vector<Record> records = load();
-    records.push_back({entry, Volume::of(entry.backup.parent_path()).root});
-    save(records);
+    records.push_back({entry, Volume::of(entry.backup.parent_path()).root, newSize});
+    return save(records);
 }
 
 void remove(const Entry &entry)

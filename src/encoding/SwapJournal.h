@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,8 +19,9 @@ struct Entry {
     bool operator==(const Entry &) const = default;
 };
 
-// On the disk when it returns.
-void add(const Entry &entry);
+// `newSize` is that of the new file in bytes: a recovery deletes the backup only for a final file of that
+// size. On the disk when it returns; false when that failed, and then nothing may be swapped.
+bool add(const Entry &entry, std::optional<std::int64_t> newSize = std::nullopt);
 // Drops every entry equal to this one.
 void remove(const Entry &entry);
 // Puts originals back or finishes swaps; entries of a share that is not there are kept. Returns what was

@@ -273,11 +273,6 @@ double parseDuration(const json &format, const json &streams)
     return first.value_or(0);
 }
 
-FileTime asTime(const timespec &time)
-{
-    return FileTime(std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
-}
-
 } // namespace
 
 std::vector<fs::path> findVideos(const fs::path &root, std::stop_token stop)
@@ -308,10 +303,10 @@ std::vector<fs::path> findVideos(const fs::path &root, std::stop_token stop)
     return videos;
 }
 
-std::size_t removeLeftovers(const fs::path &root)
+std::size_t removeLeftovers(const fs::path &root, std::stop_token stop)
 {
     std::vector<fs::path> leftovers;
-    walk(root, {}, [&](const fs::directory_entry &entry) {
+    walk(root, stop, [&](const fs::directory_entry &entry) {
         const bool isLeft = isLeftover(entry.path().filename());
         if (isLeft)
             leftovers.push_back(entry.path());
@@ -319,6 +314,8 @@ std::size_t removeLeftovers(const fs::path &root)
     });
     std::size_t count = 0;
     for (const auto &path : leftovers) {
+        if (Files::isLockedByOthers(path))
+            continue;
         std::error_code error;
         fs::remove_all(path, error);
         if (error)
@@ -363,6 +360,11 @@ MediaInfo probe(const fs::path &file, const fs::path &ffprobe, std::stop_token s
         throw ToolError::failed("ffprobe lieferte keine lesbare Antwort");
     const Files::Attributes attributes = Files::attributes(file);
     return parse(answer, file, attributes.size, asTime(attributes.modified));
+}
+
+FileTime asTime(const timespec &time)
+{
+    return FileTime(std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
 }
 
 MediaInfo parse(const json &answer, const fs::path &file, std::int64_t fileSize, FileTime modified)

@@ -10,6 +10,8 @@
 
 #include "media/MediaInfo.h"
 
+#include <time.h>
+
 // From a folder to media records. No shared state: everything may run on any thread.
 namespace kestrel::Prober {
 
@@ -17,8 +19,9 @@ namespace kestrel::Prober {
 // contents of packages, follows no links; what cannot be listed is passed over.
 std::vector<std::filesystem::path> findVideos(const std::filesystem::path &root, std::stop_token stop);
 
-// Deletes the hidden files that an interrupted run left beside the originals; returns how many.
-std::size_t removeLeftovers(const std::filesystem::path &root);
+// Deletes the hidden files that an interrupted run left beside the originals; returns how many. One that
+// a running process has locked is left. Throws Cancelled.
+std::size_t removeLeftovers(const std::filesystem::path &root, std::stop_token stop);
 
 // Where the file lies below the root, for display; its bare name where it does not lie there.
 std::filesystem::path relativePath(const std::filesystem::path &file, const std::filesystem::path &root);
@@ -32,5 +35,7 @@ MediaInfo probe(const std::filesystem::path &file, const std::filesystem::path &
 // understood counts as missing.
 MediaInfo parse(const nlohmann::json &answer, const std::filesystem::path &file, std::int64_t fileSize,
                 FileTime modified);
+
+FileTime asTime(const timespec &time);
 
 } // namespace kestrel::Prober

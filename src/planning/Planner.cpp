@@ -241,6 +241,16 @@ Plan plan(const MediaInfo &info, const ConversionSettings &settings,
     return plan;
 }
 
+Plan planMeasured(const MediaInfo &info, const ConversionSettings &settings, const SampleResult &sample)
+{
+    const bool hardlySaves = sample.vmafTarget && sample.hardlySaves(info.videoBitrate());
+    Plan result =
+        plan(info, settings, hardlySaves ? std::optional<std::string>(measuredUnchanged) : std::nullopt);
+    if (result.encodesVideo()) // also where it must be scaled or deinterlaced whatever it saves
+        result.qualityValue = sample.qualityValue;
+    return result;
+}
+
 FrameSize targetSize(const VideoStreamInfo &video, TargetResolution resolution)
 {
     const FrameSize source{video.width, video.height};

@@ -6,6 +6,7 @@
 #include "media/MediaInfo.h"
 #include "planning/ConversionSettings.h"
 #include "planning/Plan.h"
+#include "planning/SampleResult.h"
 
 // Decides what is done with every stream of a file. Pure.
 namespace kestrel::Planner {
@@ -14,6 +15,10 @@ namespace kestrel::Planner {
 // copied unless it must be scaled or deinterlaced.
 Plan plan(const MediaInfo &info, const ConversionSettings &settings,
           const std::optional<std::string> &videoUnchanged);
+
+// The plan once the file's samples are known: encoded at the CRF that they found, or copied where the
+// quality that was searched for would hardly save anything.
+Plan planMeasured(const MediaInfo &info, const ConversionSettings &settings, const SampleResult &sample);
 
 // The output frame: the source's, or scaled down into the resolution's limits, even on both sides.
 FrameSize targetSize(const VideoStreamInfo &video, TargetResolution resolution);

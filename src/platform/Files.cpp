@@ -7,6 +7,7 @@
 #include "platform/FileDescriptor.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -102,6 +103,12 @@ std::optional<Attributes> tryAttributes(const fs::path &file)
     }
 }
 
+bool isLockedByOthers(const fs::path &file)
+{
+    const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    return descriptor && ::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
 bool exists(const fs::path &path)
 {
     struct stat status {};
@@ -121,6 +128,16 @@ void sync(const fs::path &fileOrFolder)
     FileDescriptor descriptor = openFor(fileOrFolder, O_RDONLY);
     syncDescriptor(descriptor, fileOrFolder);
     closeChecked(descriptor, fileOrFolder);
+}
+
+bool trySync(const fs::path &fileOrFolder)
+{
+    try {
+        sync(fileOrFolder);
+        return true;
+    } catch (const fs::filesystem_error &) {
+        return false;
+    }
 }
 
 void copy(const fs::path &from, const fs::path &to, std::stop_token stop)

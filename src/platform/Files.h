@@ -28,6 +28,9 @@ struct Attributes {
 Attributes attributes(const std::filesystem::path &file);
 std::optional<Attributes> tryAttributes(const std::filesystem::path &file);
 
+// A running process holds a lock (flock) on the file.
+bool isLockedByOthers(const std::filesystem::path &file);
+
 // Something is there, be it a broken symbolic link.
 bool exists(const std::filesystem::path &path);
 
@@ -37,6 +40,9 @@ std::vector<std::filesystem::path> list(const std::filesystem::path &folder, std
 // Returns when the file's content, or the folder's list of names, is on the disk. Network file systems
 // report failed writes here. A file system that knows no such request is taken as done.
 void sync(const std::filesystem::path &fileOrFolder);
+
+// The same where a failure changes nothing any more; returns whether it succeeded.
+bool trySync(const std::filesystem::path &fileOrFolder);
 
 // Copies the content into a file that is created or replaced, and returns when it is on the disk.
 // Throws Cancelled when asked to stop; what was written so far stays.

@@ -13,7 +13,7 @@ namespace kestrel {
 
 InstanceLock::InstanceLock()
 {
-    const std::filesystem::path folder = Paths::runtime() / "Kestrel";
+    const std::filesystem::path folder = Paths::applicationSupport() / "Kestrel";
     std::error_code ignored;
     std::filesystem::create_directories(folder, ignored);
     m_file = FileDescriptor(::open((folder / "instanz.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));

@@ -4,7 +4,9 @@
 
 namespace kestrel {
 
-// Tells whether this process is the only one that converts, by a lock file in the runtime folder. While
+// Tells whether this process is the only one that converts, by a lock file in the
+// application-support folder (not the runtime folder, which differs between a desktop session and cron
+// or sudo). While
 // the object lives, every later instance learns that it is not alone.
 class InstanceLock {
 public:

@@ -50,11 +50,6 @@ fs::path applicationSupport()
     return fromEnvironment("XDG_DATA_HOME", home() / ".local/share");
 }
 
-fs::path runtime()
-{
-    return fromEnvironment("XDG_RUNTIME_DIR", caches());
-}
-
 fs::path temporary()
 {
     return fromEnvironment("TMPDIR", "/tmp");

@@ -11,8 +11,6 @@ std::filesystem::path home();
 std::filesystem::path caches();
 // $XDG_DATA_HOME or ~/.local/share
 std::filesystem::path applicationSupport();
-// $XDG_RUNTIME_DIR, or the caches folder where there is none
-std::filesystem::path runtime();
 // The system's temporary folder: $TMPDIR or /tmp
 std::filesystem::path temporary();
 

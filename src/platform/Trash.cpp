@@ -149,8 +149,8 @@ fs::path putInto(const Can &can, const fs::path &file)
         ::unlink((can.folder / "info" / (name + std::string(infoExtension))).c_str());
         throw;
     }
-    Files::sync(can.folder / "info");
-    Files::sync(can.folder / "files");
+    Files::trySync(can.folder / "info");
+    Files::trySync(can.folder / "files");
     return target;
 }
 

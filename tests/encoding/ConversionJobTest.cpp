@@ -256,7 +256,7 @@ TEST_F(JobTest, aDiskThatFillsUpWhileEncodingLosesNothing)
                            "/usr/bin/ffmpeg \"$@\"",
                            quoted(hog), left));
         const std::string text = failure(film);
-        EXPECT_THAT(text, StartsWith("ffmpeg konnte die Datei nicht zu Ende schreiben:\n"));
+        EXPECT_THAT(text, StartsWith("ffmpeg konnte nicht alles lesen oder schreiben:\n"));
         EXPECT_THAT(text, HasSubstr("No space left on device"));
         EXPECT_THAT(names(folder / "disk"), ElementsAre("Film.mkv", "hog"));
         EXPECT_EQ(readFile(film), readFile(Clips::film()));

@@ -69,7 +69,7 @@ TEST(Sampler, comparesEveryFrameWithItsOwnSource)
             settings.container = container;
             Plan plan = Planner::plan(info, settings, std::nullopt);
             plan.video = EncodeVideo{};
-            const Segment segment{2.123, 2};
+            const Segment segment{2.123, 1};
             const fs::path encoded = sandbox / "probe.mkv";
             const auto encode =
                 ProcessRunner::run(realTools().ffmpeg,

@@ -200,7 +200,7 @@ TEST(Prober, removesOnlyWhatAnInterruptedRunLeft)
     sandbox.write("ziel/Film.mkv", "");
     test::fs::create_directory_symlink("ziel", sandbox / ".ziel.kestrel-upload");
 
-    EXPECT_EQ(Prober::removeLeftovers(sandbox.path()), 4U);
+    EXPECT_EQ(Prober::removeLeftovers(sandbox.path(), {}), 4U);
     EXPECT_THAT(test::names(sandbox.path()),
                 ElementsAre(".Film.kestrel-upload.mkv", ".Film.mkv.kestrel-original", ".verborgen",
                             "Film.kestrel-tmp.mkv", "Film.mkv.kestrel-upload", "Foto.photoslibrary", "Serie",

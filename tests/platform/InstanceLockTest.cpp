@@ -68,9 +68,9 @@ TEST(InstanceLock, letsALaterInstanceWaitUntilTheFirstHasCleanedUp)
 TEST(InstanceLock, countsAsAloneWhereNoLockCanBeKept)
 {
     const test::Sandbox sandbox;
-    ::setenv("XDG_RUNTIME_DIR", sandbox.write("file", "").c_str(), 1);
+    ::setenv("XDG_DATA_HOME", sandbox.write("file", "").c_str(), 1);
     EXPECT_TRUE(isAlone());
-    ::setenv("XDG_RUNTIME_DIR", (test::home() / "run").c_str(), 1);
+    ::unsetenv("XDG_DATA_HOME");
 }
 
 } // namespace kestrel

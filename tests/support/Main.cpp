@@ -4,12 +4,13 @@
 
 #include "support/Sandbox.h"
 
-// Every test process has a home folder of its own, so that no test sees or touches the user's.
+// Every test process has a home folder and a temporary folder of its own, so that no test sees or touches the user's.
 int main(int count, char **words)
 {
     const auto &home = kestrel::test::home();
     ::setenv("HOME", home.c_str(), 1);
-    ::setenv("XDG_RUNTIME_DIR", (home / "run").c_str(), 1);
+    std::filesystem::create_directories(home / "tmp");
+    ::setenv("TMPDIR", (home / "tmp").c_str(), 1);
     ::unsetenv("XDG_CACHE_HOME");
     ::unsetenv("XDG_DATA_HOME");
     ::testing::InitGoogleTest(&count, words);

@@ -1,0 +1,69 @@
+#include "encoding/TargetName.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+
+#include <fmt/format.h>
+
+#include "platform/Files.h"
+#include "platform/Text.h"
+
+namespace kestrel::TargetName {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Claims {
+    std::mutex lock;
+    std::map<fs::path, fs::path> sources; // by target; guarded by lock
+};
+
+Claims &claims()
+{
+    static Claims instance;
+    return instance;
+}
+
+// "", " (Kestrel)", " (Kestrel 2)" …
+std::string mark(int number)
+{
+    if (number == 0)
+        return {};
+    return number == 1 ? " (Kestrel)" : fmt::format(" (Kestrel {})", number);
+}
+
+} // namespace
+
+std::string nameFor(const fs::path &source, std::string_view mark, const ConversionSettings &settings)
+{
+    return fmt::format("{}{}.{}", source.stem().native(), mark, fileExtension(settings.container));
+}
+
+fs::path freeName(const fs::path &folder, const fs::path &source, const ConversionSettings &settings)
+{
+    const std::size_t longest = Files::longestName(folder);
+    for (int number = 1;; ++number) {
+        std::string name = nameFor(source, mark(number), settings);
+        if (name.size() > longest) {
+            const std::string stem = source.stem().native();
+            const std::size_t tail = name.size() - stem.size();
+            name = std::string(Text::prefix(stem, longest - tail)) + name.substr(stem.size());
+        }
+        if (!Files::exists(folder / name))
+            return folder / name;
+    }
+}
+
+fs::path claim(const fs::path &folder, const fs::path &source, const ConversionSettings &settings)
+{
+    const std::scoped_lock guard(claims().lock);
+    for (int number = 0;; ++number) {
+        const fs::path target = folder / nameFor(source, mark(number), settings);
+        if (claims().sources.emplace(target, source).first->second == source)
+            return target;
+    }
+}
+
+} // namespace kestrel::TargetName

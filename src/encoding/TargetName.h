@@ -1,0 +1,26 @@
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+#include "planning/ConversionSettings.h"
+
+// The names that finished files get.
+namespace kestrel::TargetName {
+
+// The source's name with the container's extension; `mark` stands between the two.
+std::string nameFor(const std::filesystem::path &source, std::string_view mark,
+                    const ConversionSettings &settings);
+
+// "Film (Kestrel).mkv" in this folder, or numbered where that is taken too; shortened where it would be
+// too long for the file system.
+std::filesystem::path freeName(const std::filesystem::path &folder, const std::filesystem::path &source,
+                               const ConversionSettings &settings);
+
+// The target of a source in an output folder that other sources write to as well: "Film.mkv", but
+// "Film (Kestrel).mkv" where another source of this process has that name already (two sources that
+// differ only in their extension). A source keeps its target for the life of the process. Any thread.
+std::filesystem::path claim(const std::filesystem::path &folder, const std::filesystem::path &source,
+                            const ConversionSettings &settings);
+
+} // namespace kestrel::TargetName
