@@ -149,6 +149,15 @@ TEST_F(JobTest, faultsOfFfmpegLoseNothing)
     }
 }
 
+// A source that cannot be read to its end is, for ffmpeg, a shorter film and no error.
+TEST_F(JobTest, aReadErrorIsNotTheEndOfTheFilm)
+{
+    const fs::path film = folder.put(Clips::film(), "Zwei\nZeilen.mkv");
+    ffmpeg("/usr/bin/ffmpeg \"$@\" -t 1; echo \"Zeilen.mkv: Input/output error\" >&2; exit 0");
+    EXPECT_THAT(failure(film), StartsWith("ffmpeg konnte nicht alles lesen oder schreiben:"));
+    EXPECT_EQ(readFile(film), readFile(Clips::film()));
+}
+
 TEST_F(JobTest, rubbishFromFfprobeLosesNothing)
 {
     const fs::path film = folder.put(Clips::film(), "Film.mkv");

@@ -126,6 +126,31 @@ TEST_F(FileConversionTest, whatIsThereAlreadyIsNotConvertedAgain)
     fs::remove_all(target.parent_path());
 }
 
+TEST_F(FileConversionTest, twoSourcesOfOneNameGetTwoTargets)
+{
+    settings.outputMode = OutputMode::separateFolder;
+    const MediaInfo one = probe(folder.put(Clips::film(), "film.mov"));
+    const MediaInfo two = probe(folder.put(Clips::film(), "film.m4v"));
+    const fs::path output = ConversionJob::outputRoot(folder.path());
+    EXPECT_EQ(run(one).outcome.finalURL, output / "film.mkv");
+    EXPECT_EQ(run(two).outcome.finalURL, output / "film (Kestrel).mkv");
+    EXPECT_TRUE(run(one).wasConvertedBefore);
+    EXPECT_TRUE(run(two).wasConvertedBefore);
+    fs::remove_all(output);
+}
+
+TEST_F(FileConversionTest, aFileReplacedBeforeItsTurnIsLookedAtAgain)
+{
+    const fs::path film = folder.put(Clips::film(), "Film.mkv");
+    const MediaInfo before = probe(film);
+    folder.put(Clips::make("two-tracks.mkv", "-i " + quoted(Clips::film()) +
+                                                 " -map 0 -map 0:a -c copy -metadata:s:a:1 language=ger"),
+               "Film.mkv");
+    const auto result = run(before);
+    ASSERT_TRUE(result.newInfo);
+    EXPECT_EQ(result.newInfo->audio.size(), 2U);
+}
+
 TEST_F(FileConversionTest, tellsWhyInGerman)
 {
     const fs::path film = folder.put(Clips::film(), "Film.mkv");

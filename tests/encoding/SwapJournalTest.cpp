@@ -65,6 +65,27 @@ TEST_F(SwapJournalTest, finishesASwapWhoseNewFileIsThere)
     EXPECT_FALSE(fs::exists(SwapJournal::file()));
 }
 
+TEST_F(SwapJournalTest, neverDeletesABackupForAnotherFileThanTheNewOne)
+{
+    share.write(".Film.mkv.kestrel-original", "original");
+    share.write("Film.mkv", "half");
+    EXPECT_TRUE(SwapJournal::add(entry(), 1000));
+    EXPECT_THAT(SwapJournal::recover(),
+                ElementsAre("Original wiederhergestellt: " + (share / "Film (Original).mkv").native()));
+    EXPECT_EQ(readFile(share / "Film (Original).mkv"), "original");
+    EXPECT_EQ(readFile(share / "Film.mkv"), "half");
+    EXPECT_FALSE(fs::exists(SwapJournal::file()));
+}
+
+TEST_F(SwapJournalTest, saysWhenASwapCannotBeNoted)
+{
+    const fs::path folder = SwapJournal::file().parent_path();
+    fs::remove_all(folder);
+    std::ofstream(folder) << "in the way";
+    EXPECT_FALSE(SwapJournal::add(entry()));
+    fs::remove(folder);
+}
+
 TEST_F(SwapJournalTest, keepsWhatItCannotRepair)
 {
     // The original's name is taken by another file, while the new one never arrived.

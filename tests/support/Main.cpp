@@ -4,7 +4,8 @@
 
 #include "support/Sandbox.h"
 
-// Every test process has a home folder and a temporary folder of its own, so that no test sees or touches the user's.
+// Every test process has a home folder and a temporary folder of its own, so that no test sees or touches
+// the user's.
 int main(int count, char **words)
 {
     const auto &home = kestrel::test::home();
