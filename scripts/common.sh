@@ -3,7 +3,7 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 run_packages=(cmake ninja-build g++ ffmpeg nlohmann-json3-dev libfmt-dev libicu-dev libcli11-dev)
-test_packages=("${run_packages[@]}" libgtest-dev libgmock-dev bindfs fuse3)
+test_packages=("${run_packages[@]}" libgtest-dev libgmock-dev bindfs)
 
 as_root() {
     if [[ $(id -u) -eq 0 ]]; then "$@"; else sudo "$@"; fi
