@@ -55,8 +55,7 @@ TEST(FFmpegRunner, isFrozenResumedAndCancelledFromAnotherThread)
 {
     const Sandbox sandbox;
     const fs::path pid = sandbox / "pid";
-    FFmpegRunner runner(
-        standIn(sandbox, "ffmpeg", "echo $$ > " + quoted(pid) + "; while :; do sleep 0.05; done"), {}, {});
+    FFmpegRunner runner(standIn(sandbox, "ffmpeg", "echo $$ > " + quoted(pid) + "; exec sleep 1000"), {}, {});
     runner.suspend(); // before it runs: nothing happens
     std::atomic<int> status = 0;
     std::jthread worker([&] { status = runner.run({}); });
