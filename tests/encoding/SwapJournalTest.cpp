@@ -81,6 +81,7 @@ TEST_F(SwapJournalTest, saysWhenASwapCannotBeNoted)
 {
     const fs::path folder = SwapJournal::file().parent_path();
     fs::remove_all(folder);
+    fs::create_directories(folder.parent_path());
     std::ofstream(folder) << "in the way";
     EXPECT_FALSE(SwapJournal::add(entry()));
     fs::remove(folder);
