@@ -16,7 +16,7 @@ namespace {
 using test::readFile;
 using testing::MatchesRegex;
 
-constexpr const char *stamp = "\\[[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z\\] ";
+const std::string stamp = "\\[[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z\\] ";
 
 // The place is chosen once for each process; every test begins without a file there.
 class LogFile : public testing::Test {
@@ -34,7 +34,7 @@ TEST_F(LogFile, growsByOneStampedLineForEachCall)
     Log::write("zwei\nund drei");
     Log::flush();
     EXPECT_THAT(readFile(Log::file()),
-                MatchesRegex(std::string(stamp) + "Rest entfernt: /filme/ä\n" + stamp + "zwei\nund drei\n"));
+                MatchesRegex(stamp + "Rest entfernt: /filme/ä\n" + stamp + "zwei\nund drei\n"));
 }
 
 TEST_F(LogFile, keepsLinesWholeAndInOrderWithinEachThread)
@@ -54,7 +54,7 @@ TEST_F(LogFile, keepsLinesWholeAndInOrderWithinEachThread)
     std::vector<int> next(threads);
     int count = 0;
     for (std::string line; std::getline(text, line); ++count) {
-        ASSERT_THAT(line, MatchesRegex(std::string(stamp) + "[0-9] [0-9]+"));
+        ASSERT_THAT(line, MatchesRegex(stamp + "[0-9] [0-9]+"));
         std::istringstream words(line.substr(line.find(' ')));
         int writer = 0, number = 0;
         words >> writer >> number;
@@ -71,7 +71,7 @@ TEST_F(LogFile, losesLinesSilentlyWhileItCannotBeWritten)
     test::fs::remove(Log::file());
     Log::write("wieder da");
     Log::flush();
-    EXPECT_THAT(readFile(Log::file()), MatchesRegex(std::string(stamp) + "wieder da\n"));
+    EXPECT_THAT(readFile(Log::file()), MatchesRegex(stamp + "wieder da\n"));
 }
 
 } // namespace kestrel
