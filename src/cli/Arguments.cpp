@@ -1,5 +1,6 @@
 #include "cli/Arguments.h"
 
+#include <algorithm>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -94,18 +95,14 @@ std::string inGerman(const CLI::ParseError &error)
 {
     if (dynamic_cast<const CLI::RequiredError *>(&error) != nullptr)
         return "Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos";
-    if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr)
-        return "Zu einer Option fehlt der Wert, oder sie hat einen zu viel.";
     const std::string_view what = error.what();
+    if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr) // "OPTION: what is missing"
+        return fmt::format("{}: Dazu fehlt der Wert, oder es ist einer zu viel.",
+                           Text::repaired(what.substr(0, what.find(':'))));
     // A check of ours comes as "OPTION: sentence".
     if (dynamic_cast<const CLI::ValidationError *>(&error) != nullptr)
         if (const auto colon = what.find(": "); colon != std::string_view::npos)
             return std::string(what.substr(colon + 2));
-    if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr) {
-        const auto colon = what.find(": ");
-        return "Unbekanntes Argument: " +
-               Text::repaired(colon == std::string_view::npos ? what : what.substr(colon + 2));
-    }
     return "Der Aufruf ist nicht verständlich.";
 }
 
@@ -158,6 +155,12 @@ Arguments parseArguments(int count, const char *const *words)
                                          "measure, doctor.",
                                          Text::repaired(given[1])));
         throw UsageError("Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos");
+    } catch (const CLI::ExtrasError &) {
+        const auto rest = app.remaining(true);
+        const auto option = std::find_if(rest.begin(), rest.end(),
+                                         [](const std::string &word) { return word.starts_with('-'); });
+        throw UsageError("Unbekanntes Argument: " +
+                         Text::repaired(option != rest.end() ? *option : rest.at(0)));
     } catch (const CLI::ParseError &error) {
         throw UsageError(inGerman(error));
     }

@@ -19,6 +19,7 @@
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/InstanceLock.h"
+#include "platform/TemporaryFolder.h"
 #include "platform/Text.h"
 
 namespace kestrel {
@@ -141,6 +142,7 @@ void clearUp(InstanceLock &lock, const std::filesystem::path &folder, const std:
     if (!lock.isAlone())
         return;
     ConversionJob::cleanLocalWork();
+    TemporaryFolder::removeAbandoned();
     for (const auto &message : SwapJournal::recover())
         Terminal::complain(Terminal::shown(message));
     for (const auto &place : {folder, ConversionJob::outputRoot(folder)})

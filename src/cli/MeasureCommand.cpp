@@ -1,7 +1,5 @@
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
-#include <system_error>
 #include <vector>
 
 #include <fmt/format.h>
@@ -15,12 +13,9 @@
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/OnExit.h"
-#include "platform/Paths.h"
-#include "platform/Uuid.h"
+#include "platform/TemporaryFolder.h"
 
 namespace kestrel {
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -44,12 +39,7 @@ std::vector<const PlannedFile *> choose(const FolderPlan &plan, std::size_t coun
 
 SampleResult measure(const PlannedFile &file, const Prepared &prepared, const std::stop_token &stop)
 {
-    const fs::path folder = Paths::temporary() / ("Kestrel-" + freshUuid());
-    const auto tidy = onExit([&] {
-        std::error_code ignored;
-        fs::remove_all(folder, ignored);
-    });
-    fs::create_directories(folder);
+    const TemporaryFolder folder;
     const bool showsProgress = Terminal::isErrorTerminal();
     const std::string name = Terminal::shown(file.relativePath.filename().native());
     const auto clear = onExit([&] {
@@ -57,7 +47,7 @@ SampleResult measure(const PlannedFile &file, const Prepared &prepared, const st
             Terminal::writeError(fmt::format("\r\x1b[K"));
     });
     return Sampler::search(
-        {*file.info, *file.plan, prepared.settings, prepared.tools, folder},
+        {*file.info, *file.plan, prepared.settings, prepared.tools, folder.path()},
         [&](double fraction) {
             if (showsProgress)
                 Terminal::writeError(

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <set>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -76,11 +77,36 @@ bool isSameFile(const fs::path &a, const fs::path &b)
     return first && second && first->device == second->device && first->inode == second->inode;
 }
 
+std::mutex folderLock;
+std::multiset<fs::path> foldersInUse; // by jobs of this process; guarded by folderLock
+
+// Makes a target folder, and keeps it from a neighbour who tidies up.
+class FolderUse {
+public:
+    explicit FolderUse(const fs::path &folder) : m_folder(Files::standardized(folder))
+    {
+        const std::scoped_lock guard(folderLock);
+        fs::create_directories(folder);
+        foldersInUse.insert(m_folder);
+    }
+    FolderUse(const FolderUse &) = delete;
+    FolderUse &operator=(const FolderUse &) = delete;
+    ~FolderUse()
+    {
+        const std::scoped_lock guard(folderLock);
+        foldersInUse.erase(foldersInUse.find(m_folder));
+    }
+
+private:
+    fs::path m_folder;
+};
+
 } // namespace
 
 // Where one run works: what is made here is removed by cleanUp().
 struct ConversionJob::Workplace {
     fs::path target; // folder of the finished file
+    std::unique_ptr<FolderUse> targetUse;
     bool isNetwork = false;
     fs::path folder;                      // of the encode for a share; removed as a whole
     fs::path output;                      // the encode
@@ -88,6 +114,7 @@ struct ConversionJob::Workplace {
     std::unique_ptr<WorkFile> uploadName; // of the copy on a share
     fs::path ready;                       // the finished file: the encode or its upload
     Files::Attributes source;             // of the original when the run began
+    fs::perms permissions{};              // likewise
 };
 
 ConversionJob::ConversionJob(MediaInfo info, Plan plan, ConversionSettings settings, Tools tools,
@@ -134,8 +161,9 @@ ConversionJob::Workplace ConversionJob::prepare() const
 {
     Workplace place;
     place.source = Files::attributes(m_info.url);
+    place.permissions = fs::status(m_info.url).permissions() & fs::perms::all;
     place.target = targetDirectory(m_info.url, m_settings, m_root);
-    fs::create_directories(place.target);
+    place.targetUse = std::make_unique<FolderUse>(place.target);
     if (finalName().size() > Files::longestName(place.target))
         throw ToolError::failed("Der Name der neuen Datei wäre zu lang für diesen Ordner: " + finalName());
 
@@ -156,8 +184,9 @@ ConversionJob::Workplace ConversionJob::prepare() const
     return place;
 }
 
-void ConversionJob::cleanUp(const Workplace &place, bool hasSucceeded) const
+void ConversionJob::cleanUp(Workplace &place, bool hasSucceeded) const
 {
+    place.targetUse.reset();
     if (place.uploadName)
         removeQuietly(place.uploadName->path());
     if (place.isNetwork)
@@ -202,8 +231,7 @@ void ConversionJob::verify(const MediaInfo &result) const
             fmt::format("Prüfung fehlgeschlagen: {} statt {} Tonspuren.", result.audio.size(), planned));
     if (m_info.duration <= checkedDuration)
         return;
-    const double tolerance = std::max(m_info.duration * durationToleranceShare, durationTolerance);
-    if (std::abs(result.duration - m_info.duration) > tolerance)
+    if (!isSameDuration(m_info.duration, result.duration))
         throw ToolError::failed(fmt::format("Prüfung fehlgeschlagen: Laufzeit {:.0f} s statt {:.0f} s.",
                                             std::trunc(result.duration), std::trunc(m_info.duration)));
 }
@@ -250,6 +278,8 @@ void ConversionJob::requireUnchangedSource(const Workplace &place) const
 
 fs::path ConversionJob::putInPlace(const Workplace &place, std::int64_t newSize) const
 {
+    std::error_code ignored; // a share may know no permissions
+    fs::permissions(place.ready, place.permissions, ignored);
     if (!place.isNetwork) { // an upload is on the disk already
         Files::sync(place.ready);
         Files::sync(place.target);
@@ -330,6 +360,11 @@ void ConversionJob::resume()
         m_runner->resume();
 }
 
+bool ConversionJob::isSameDuration(double source, double result)
+{
+    return std::abs(source - result) <= std::max(source * durationToleranceShare, durationTolerance);
+}
+
 fs::path ConversionJob::outputRoot(const fs::path &root)
 {
     const fs::path folder = Files::standardized(root);
@@ -382,9 +417,12 @@ void ConversionJob::requireSpace(const fs::path &folder, std::int64_t bytes)
 
 void ConversionJob::removeEmptyFolders(const fs::path &from, const fs::path &upTo)
 {
+    const std::scoped_lock guard(folderLock);
     const std::size_t end = Files::standardized(upTo).native().size();
     for (fs::path folder = Files::standardized(from); folder.native().size() > end;
          folder = folder.parent_path()) {
+        if (foldersInUse.contains(folder))
+            return;
         std::error_code error;
         const auto content = Files::list(folder, error);
         const auto isClutter = [](const fs::path &path) { return path.filename() == ".DS_Store"; };

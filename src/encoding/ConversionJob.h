@@ -54,6 +54,9 @@ public:
     void suspend();
     void resume();
 
+    // Within the larger of three seconds and 1.5 % of the source's duration; in seconds.
+    static bool isSameDuration(double source, double result);
+
     // The separate output folder beside the opened one.
     static std::filesystem::path outputRoot(const std::filesystem::path &root);
     static std::filesystem::path targetDirectory(const std::filesystem::path &file,
@@ -75,14 +78,14 @@ public:
     // Throws ToolError when the volume has less than this much space; one that says 0, or nothing,
     // passes.
     static void requireSpace(const std::filesystem::path &folder, std::int64_t bytes);
-    // Removes empty folders from the first upwards to below the second.
+    // Removes empty folders from the first upwards to below the second, but none that a job works in.
     static void removeEmptyFolders(const std::filesystem::path &from, const std::filesystem::path &upTo);
 
 private:
     struct Workplace;
 
     Workplace prepare() const;
-    void cleanUp(const Workplace &place, bool hasSucceeded) const;
+    void cleanUp(Workplace &place, bool hasSucceeded) const;
     void encode(const Workplace &place, const FFmpegRunner::OnProgress &progress,
                 const std::stop_token &stop);
     void verify(const MediaInfo &result) const;

@@ -1,8 +1,6 @@
 #include "encoding/FileConversion.h"
 
 #include <algorithm>
-#include <cmath>
-#include <system_error>
 
 #include <fmt/format.h>
 
@@ -14,10 +12,8 @@
 #include "planning/Planner.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
-#include "platform/OnExit.h"
-#include "platform/Paths.h"
+#include "platform/TemporaryFolder.h"
 #include "platform/Text.h"
-#include "platform/Uuid.h"
 
 namespace kestrel {
 
@@ -28,11 +24,6 @@ namespace {
 std::string shown(const fs::path &path)
 {
     return Text::repaired(path.native());
-}
-
-bool isSameDuration(double source, double target)
-{
-    return std::abs(source - target) <= std::max(3.0, source * 0.015);
 }
 
 // The target's picture is what the plan would make of this source.
@@ -115,7 +106,8 @@ std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_t
     try {
         const MediaInfo found = Prober::probe(target, tools.ffprobe, stop);
         const Plan plan = Planner::plan(info, settings, std::nullopt);
-        if (!isSameDuration(info.duration, found.duration) || !isVideoAsPlanned(info, found, plan, settings))
+        if (!ConversionJob::isSameDuration(info.duration, found.duration) ||
+            !isVideoAsPlanned(info, found, plan, settings))
             return std::nullopt;
         Log::write("Bereits konvertiert, übersprungen: " + shown(info.url));
         return ConversionOutcome{ConversionOutcome::Kind::written, info.fileSize, found.fileSize, target};
@@ -130,15 +122,11 @@ std::optional<SampleResult> FileConversion::measure(const Plan &plan, const Call
                                                     const std::stop_token &stop) const
 {
     callbacks.analyzing(0);
-    const fs::path folder = Paths::temporary() / ("Kestrel-" + freshUuid());
-    const auto tidy = onExit([&] {
-        std::error_code ignored;
-        fs::remove_all(folder, ignored);
-    });
     try {
-        fs::create_directories(folder);
-        const SampleResult result = Sampler::search(
-            {m_request.info, plan, m_request.settings, m_request.tools, folder}, callbacks.analyzing, stop);
+        const TemporaryFolder folder;
+        const SampleResult result =
+            Sampler::search({m_request.info, plan, m_request.settings, m_request.tools, folder.path()},
+                            callbacks.analyzing, stop);
         const std::string score = result.vmafMean ? fmt::format(", VMAF {:.2f}", *result.vmafMean) : "";
         Log::write(fmt::format("Qualitätssuche {}: CRF {}{}, {:.2f} Mbit/s",
                                shown(m_request.info.url.filename()), result.qualityValue, score,

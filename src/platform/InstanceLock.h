@@ -4,10 +4,9 @@
 
 namespace kestrel {
 
-// Tells whether this process is the only one that converts, by a lock file in the
-// application-support folder (not the runtime folder, which differs between a desktop session and cron
-// or sudo). While
-// the object lives, every later instance learns that it is not alone.
+// Tells whether this process is the only one that converts, by a lock file in the application-support
+// folder (not the runtime folder, which differs between a desktop session and cron or sudo). While the
+// object lives, every later instance learns that it is not alone.
 class InstanceLock {
 public:
     // What may only be done while nobody else works (emptying the work folder, repairing swaps) is done

@@ -37,8 +37,8 @@ TEST_F(AwkwardFiles, coverArtIsNoVideo)
     const fs::path cover = Clips::make("cover.png", "-f lavfi -i color=red:s=64x64 -frames:v 1");
     const fs::path clip =
         Clips::make("cover-and-film.mp4", "-i " + quoted(cover) + " " + picture + sound +
-                                     "-map 0 -map 1 -map 2 -disposition:v:0 attached_pic -c:v:0 png "
-                                     "-c:v:1 libx264 -preset ultrafast -crf 1 -c:a aac");
+                                              "-map 0 -map 1 -map 2 -disposition:v:0 attached_pic -c:v:0 png "
+                                              "-c:v:1 libx264 -preset ultrafast -crf 1 -c:a aac");
     const MediaInfo source = probe(clip);
     ASSERT_TRUE(source.video);
     EXPECT_EQ(source.video->codec, "h264");

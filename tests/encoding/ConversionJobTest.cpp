@@ -14,6 +14,7 @@ TEST_F(JobTest, replacesTheOriginalAndKeepsItInTheTrash)
 {
     const fs::path film = folder.put(Clips::film(), "Film.mkv");
     const auto before = fs::last_write_time(film);
+    fs::permissions(film, fs::perms(0440));
     const std::string original = readFile(film);
 
     const ConversionOutcome outcome = convert(film);
@@ -23,6 +24,7 @@ TEST_F(JobTest, replacesTheOriginalAndKeepsItInTheTrash)
     EXPECT_EQ(outcome.newSize, static_cast<std::int64_t>(fs::file_size(film)));
     EXPECT_EQ(probe(film).video->codec, "hevc");
     EXPECT_EQ(fs::last_write_time(film), before);
+    EXPECT_EQ(fs::status(film).permissions(), fs::perms(0440));
     EXPECT_THAT(names(folder.path()), ElementsAre("Film.mkv"));
     EXPECT_EQ(readFile(trash() / "Film.mkv"), original);
 }

@@ -1,0 +1,63 @@
+#include "platform/TemporaryFolder.h"
+
+#include <cerrno>
+#include <string_view>
+#include <system_error>
+
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "platform/Uuid.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace kestrel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view prefix = "Kestrel-";
+
+// Absent where somebody else holds the lock, or the folder cannot be opened.
+FileDescriptor locked(const fs::path &folder)
+{
+    FileDescriptor file(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!file || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
+        return {};
+    return file;
+}
+
+} // namespace
+
+TemporaryFolder::TemporaryFolder()
+{
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        m_path = Paths::temporary() / (std::string(prefix) + freshUuid());
+        fs::create_directories(m_path.parent_path());
+        fs::create_directory(m_path);
+        fs::permissions(m_path, fs::perms::owner_all);
+        m_lock = locked(m_path);
+        // Until it was locked, another process may have taken it for abandoned.
+        if (Files::exists(m_path))
+            return;
+    }
+    throw fs::filesystem_error("create", m_path, std::make_error_code(std::errc::no_such_file_or_directory));
+}
+
+TemporaryFolder::~TemporaryFolder()
+{
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+}
+
+void TemporaryFolder::removeAbandoned()
+{
+    std::error_code ignored;
+    for (const auto &folder : Files::list(Paths::temporary(), ignored))
+        if (folder.filename().native().starts_with(prefix))
+            if (const FileDescriptor lock = locked(folder); lock)
+                fs::remove_all(folder, ignored);
+}
+
+} // namespace kestrel

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+
+#include "platform/FileDescriptor.h"
+
+namespace kestrel {
+
+// A folder of its own in the system's temporary folder, removed with its content at the end. A lock tells
+// it from those that a killed process left behind.
+class TemporaryFolder {
+public:
+    // Throws std::filesystem::filesystem_error.
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder &) = delete;
+    TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+
+    const std::filesystem::path &path() const { return m_path; }
+
+    // Removes those that nobody works in any more.
+    static void removeAbandoned();
+
+private:
+    std::filesystem::path m_path;
+    FileDescriptor m_lock;
+};
+
+} // namespace kestrel
