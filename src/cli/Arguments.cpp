@@ -145,6 +145,7 @@ Arguments parseArguments(int count, const char *const *words)
             word = spread.insert(word + 1, "");
         }
     std::vector<const char *> parsed;
+    parsed.reserve(spread.size());
     for (const auto &word : spread)
         parsed.push_back(word.c_str());
     try {
