@@ -87,10 +87,11 @@ FolderPlan probedLibrary(std::size_t count)
         const Kind &kind = kinds[i % kinds.size()];
         const auto bytes = static_cast<std::int64_t>(kind.megabitsPerSecond * 1.1e6 / 8 * kind.minutes * 60);
         PlannedFile file;
-        file.relativePath =
+        const std::filesystem::path relativePath =
             fmt::format("Serien/Eine lange Reihe {:04}/Staffel {:02}/Folge {:03} – Der Titel.mkv", i / 100,
                         i / 10 % 10, i % 10);
-        file.url = library.folder / file.relativePath;
+        file.relativePath = relativePath;
+        file.url = library.folder / relativePath;
         file.info = Prober::parse(answers[i % kinds.size()], file.url, bytes + static_cast<std::int64_t>(i),
                                   FileTime(std::chrono::hours(400'000)));
         library.files.push_back(std::move(file));

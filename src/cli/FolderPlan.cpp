@@ -72,10 +72,10 @@ FolderPlan FolderPlan::scan(const fs::path &folder, const Tools &tools, const On
     FolderPlan result;
     result.folder = folder;
     result.storage = StorageLocation::detect(folder);
-    for (auto &path : Prober::findVideos(folder, stop)) {
+    for (const auto &path : Prober::findVideos(folder, stop)) {
         PlannedFile file;
         file.relativePath = Prober::relativePath(path, folder);
-        file.url = std::move(path);
+        file.url = path;
         result.files.push_back(std::move(file));
     }
 

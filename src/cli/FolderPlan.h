@@ -14,13 +14,14 @@
 #include "planning/ConversionSettings.h"
 #include "planning/Estimator.h"
 #include "planning/Plan.h"
+#include "platform/FilePath.h"
 
 namespace kestrel {
 
 // One video file of a folder: what it is, what would be done with it, and what that would bring.
 struct PlannedFile {
-    std::filesystem::path url;
-    std::filesystem::path relativePath; // below the opened folder
+    FilePath url;
+    FilePath relativePath; // below the opened folder
     std::optional<MediaInfo> info;
     std::optional<std::string> probeError; // why there is no info
     bool mayBeIncomplete = false;          // changed so recently that it may still be growing

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <compare>
+#include <filesystem>
+#include <string>
+
+namespace kestrel {
+
+// A path as it is kept in great numbers: its bytes alone. std::filesystem::path keeps every component as
+// well, which for a usual path takes half a kilobyte more.
+class FilePath {
+public:
+    FilePath() = default;
+    FilePath(const std::filesystem::path &path)
+        : m_native(path.native()) {} // NOLINT(google-explicit-constructor)
+
+    operator std::filesystem::path() const { return m_native; } // NOLINT(google-explicit-constructor)
+    const std::string &native() const { return m_native; }
+    std::filesystem::path filename() const { return std::filesystem::path(m_native).filename(); }
+
+    auto operator<=>(const FilePath &) const = default;
+
+private:
+    std::string m_native;
+};
+
+} // namespace kestrel
