@@ -1,6 +1,7 @@
 #include "encoding/ConversionJob.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <limits>
 #include <set>
@@ -24,6 +25,8 @@
 #include "platform/Trash.h"
 #include "platform/Uuid.h"
 #include "platform/Volume.h"
+
+#include <unistd.h>
 
 namespace kestrel {
 
@@ -113,6 +116,7 @@ struct ConversionJob::Workplace {
     std::unique_ptr<WorkFile> outputName; // holds the name of a local encode
     std::unique_ptr<WorkFile> uploadName; // of the copy on a share
     fs::path ready;                       // the finished file: the encode or its upload
+    bool isMoved = false;                 // it has left its work name, which may be another's by now
     Files::Attributes source;             // of the original when the run began
     fs::perms permissions{};              // likewise
 };
@@ -187,11 +191,11 @@ ConversionJob::Workplace ConversionJob::prepare() const
 void ConversionJob::cleanUp(Workplace &place, bool hasSucceeded) const
 {
     place.targetUse.reset();
-    if (place.uploadName)
+    if (place.uploadName && !place.isMoved)
         removeQuietly(place.uploadName->path());
     if (place.isNetwork)
         removeQuietly(place.folder);
-    else if (place.outputName)
+    else if (place.outputName && !place.isMoved)
         removeQuietly(place.output);
     if (!hasSucceeded && m_settings.outputMode == OutputMode::separateFolder)
         removeEmptyFolders(targetDirectory(m_info.url, m_settings, m_root), outputRoot(m_root));
@@ -276,69 +280,88 @@ void ConversionJob::requireUnchangedSource(const Workplace &place) const
             "Die Datei wurde während der Umwandlung verändert – sie bleibt, wie sie ist.");
 }
 
-fs::path ConversionJob::putInPlace(const Workplace &place, std::int64_t newSize) const
+fs::path ConversionJob::putInPlace(Workplace &place, std::int64_t newSize) const
 {
-    std::error_code ignored; // a share may know no permissions
-    fs::permissions(place.ready, place.permissions, ignored);
+    takeOver(place);
     if (!place.isNetwork) { // an upload is on the disk already
         Files::sync(place.ready);
         Files::sync(place.target);
     }
     requireUnchangedSource(place);
-    fs::path final = place.target / finalName();
-    if (m_settings.outputMode == OutputMode::separateFolder) {
-        final = TargetName::claim(place.target, m_info.url, m_settings);
-        Files::moveOver(place.ready, final);
-        Files::trySync(place.target);
-    } else {
-        final = replaceOriginal(place, newSize);
-    }
+    if (m_settings.outputMode == OutputMode::replaceOriginal)
+        return replaceOriginal(place, newSize);
+    const fs::path final = TargetName::claim(place.target, m_info.url, place.source.modified, m_settings);
+    Files::moveOver(place.ready, final);
+    place.isMoved = true;
+    Files::trySync(place.target);
+    return final;
+}
+
+// The result carries its source's time and rights before it gets its name.
+void ConversionJob::takeOver(const Workplace &place)
+{
+    std::error_code ignored; // a share may know no permissions
+    fs::permissions(place.ready, place.permissions, ignored);
     try {
-        Files::setModified(final, place.source.modified);
+        Files::setModified(place.ready, place.source.modified);
     } catch (const fs::filesystem_error &error) {
         Log::write("Änderungsdatum nicht übernommen: " + ErrorText::describe(error));
     }
-    return final;
 }
 
-fs::path ConversionJob::replaceOriginal(const Workplace &place, std::int64_t newSize) const
+fs::path ConversionJob::replaceOriginal(Workplace &place, std::int64_t newSize) const
 {
     fs::path final = place.target / finalName();
-    if (!isSameFile(final, m_info.url) && Files::exists(final))
-        final = TargetName::freeName(place.target, m_info.url, m_settings);
+    const bool isTaken = !isSameFile(final, m_info.url) && Files::exists(final);
     if (!place.isNetwork)
-        return replaceLocally(place, final);
-    swapOnNetwork(m_info.url, place.ready, final, newSize);
+        return replaceLocally(place, isTaken ? fs::path() : final);
+    if (isTaken)
+        final = TargetName::freeName(place.target, m_info.url, m_settings);
+    swapOnNetwork(m_info.url, place.source, place.ready, final, newSize);
+    place.isMoved = true;
     return final;
 }
 
-fs::path ConversionJob::replaceLocally(const Workplace &place, const fs::path &final) const
+// Gives the finished file a visible name that nobody else has.
+fs::path ConversionJob::show(Workplace &place) const
 {
+    for (;;) {
+        const fs::path name = TargetName::freeName(place.target, m_info.url, m_settings);
+        try {
+            Files::moveToFreeName(place.ready, name);
+            place.isMoved = true;
+            return name;
+        } catch (const fs::filesystem_error &error) {
+            if (error.code() != std::errc::file_exists) // else somebody was quicker
+                throw;
+        }
+    }
+}
+
+// At every moment both films have a name that a person finds: the new one becomes visible beside the
+// original, the original goes to the trash, and only then the new one takes its name. An empty `final`
+// leaves it under the first name.
+fs::path ConversionJob::replaceLocally(Workplace &place, const fs::path &final) const
+{
+    const fs::path beside = show(place);
     try {
         Trash::put(m_info.url);
     } catch (const fs::filesystem_error &error) {
-        const fs::path kept = TargetName::freeName(place.target, m_info.url, m_settings);
-        try {
-            Files::moveToFreeName(place.ready, kept);
-        } catch (const fs::filesystem_error &moving) {
-            Log::write("Neue Datei konnte nicht behalten werden: " + ErrorText::describe(moving));
-        }
         throw ToolError::failed(
             fmt::format("Original konnte nicht in den Papierkorb gelegt werden ({}). Neue Datei: {}",
-                        ErrorText::reason(error), shown(kept.filename())));
+                        ErrorText::reason(error), shown(beside.filename())));
     }
-    fs::path free = final;
+    fs::path result = beside;
     try {
-        Files::moveToFreeName(place.ready, free);
+        if (!final.empty()) {
+            Files::moveToFreeName(beside, final);
+            result = final;
+        }
     } catch (const fs::filesystem_error &error) {
-        // Somebody put another file there just now.
-        if (error.code() != std::errc::file_exists)
-            throw;
-        free = TargetName::freeName(place.target, m_info.url, m_settings);
-        Files::moveToFreeName(place.ready, free);
+        Log::write("Neue Datei behält ihren Namen: " + ErrorText::describe(error));
     }
     Files::trySync(place.target);
-    return free;
+    return result;
 }
 
 std::string ConversionJob::finalName() const
@@ -404,6 +427,16 @@ fs::path ConversionJob::localWorkRoot()
 void ConversionJob::cleanLocalWork()
 {
     removeQuietly(Paths::caches() / "Kestrel/Arbeit");
+}
+
+void ConversionJob::requireWritableTarget(const fs::path &file, const ConversionSettings &settings,
+                                          const fs::path &root)
+{
+    fs::path folder = targetDirectory(file, settings, root);
+    while (folder.has_relative_path() && Files::presence(folder) == Files::Presence::absent)
+        folder = folder.parent_path(); // it will be made
+    if (::access(folder.c_str(), W_OK) != 0)
+        throw fs::filesystem_error("access", folder, std::error_code(errno, std::generic_category()));
 }
 
 void ConversionJob::requireSpace(const fs::path &folder, std::int64_t bytes)

@@ -75,6 +75,9 @@ public:
     // Empties it. Never while jobs run, of this or another process.
     static void cleanLocalWork();
 
+    // Throws the file system's error when nothing can be written where the finished file is to go.
+    static void requireWritableTarget(const std::filesystem::path &file, const ConversionSettings &settings,
+                                      const std::filesystem::path &root);
     // Throws ToolError when the volume has less than this much space; one that says 0, or nothing,
     // passes.
     static void requireSpace(const std::filesystem::path &folder, std::int64_t bytes);
@@ -93,9 +96,11 @@ private:
     void upload(Workplace &place, std::int64_t newSize, const std::function<void()> &onUpload,
                 const std::stop_token &stop) const;
     void requireUnchangedSource(const Workplace &place) const;
-    std::filesystem::path putInPlace(const Workplace &place, std::int64_t newSize) const;
-    std::filesystem::path replaceOriginal(const Workplace &place, std::int64_t newSize) const;
-    std::filesystem::path replaceLocally(const Workplace &place, const std::filesystem::path &final) const;
+    std::filesystem::path putInPlace(Workplace &place, std::int64_t newSize) const;
+    std::filesystem::path replaceOriginal(Workplace &place, std::int64_t newSize) const;
+    std::filesystem::path replaceLocally(Workplace &place, const std::filesystem::path &final) const;
+    static void takeOver(const Workplace &place);
+    std::filesystem::path show(Workplace &place) const;
     std::string finalName() const;
 
     // Set once.

@@ -56,6 +56,7 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
     Plan plan = Planner::plan(info, settings, std::nullopt);
     const SampleResult *sample = nullptr;
     if (plan.encodesVideo()) {
+        ConversionJob::requireWritableTarget(info.url, settings, root); // before the long search
         const bool isSearched = knownSample && knownSample->vmafTarget;
         if (!isSearched)
             result.sample = measure(plan, callbacks, stop);
@@ -99,8 +100,8 @@ std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_t
     const auto attributes = Files::tryAttributes(info.url);
     if (settings.outputMode != OutputMode::separateFolder || !attributes || attributes->size != info.fileSize)
         return std::nullopt;
-    const fs::path target =
-        TargetName::claim(ConversionJob::targetDirectory(info.url, settings, root), info.url, settings);
+    const fs::path target = TargetName::claim(ConversionJob::targetDirectory(info.url, settings, root),
+                                              info.url, attributes->modified, settings);
     if (!Files::exists(target))
         return std::nullopt;
     try {

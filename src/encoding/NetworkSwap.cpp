@@ -1,9 +1,13 @@
 #include "encoding/NetworkSwap.h"
 
+#include <optional>
+#include <string>
+
 #include <fmt/format.h>
 
 #include "encoding/SwapJournal.h"
 #include "encoding/WorkFile.h"
+#include "media/Log.h"
 #include "media/Tools.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
@@ -57,35 +61,77 @@ void arrive(const fs::path &replacement, const fs::path &final, std::int64_t new
     }
 }
 
-// A visible name makes it recognisable in the share's recycle bin.
-void disposeOfBackup(const SwapJournal::Entry &entry)
+bool hasContent(const fs::path &file, const Files::Attributes &expected)
+{
+    const auto attributes = Files::tryAttributes(file);
+    return attributes && attributes->sameContent(expected);
+}
+
+// "Film (Original).avi", "Film (Original 2).avi" … beside the source; absent when none can be taken.
+std::optional<fs::path> makeVisible(const fs::path &backup, const fs::path &source)
+{
+    constexpr int most = 99;
+    for (int number = 1; number <= most; ++number) {
+        const fs::path visible = SwapJournal::visibleName(source, number);
+        if (Files::presence(visible) == Files::Presence::absent && tryMove(backup, visible))
+            return visible;
+    }
+    return std::nullopt;
+}
+
+void clearBackupName(const SwapJournal::Entry &entry)
+{
+    if (Files::presence(entry.backup) == Files::Presence::absent)
+        return;
+    const auto visible = makeVisible(entry.backup, entry.original);
+    if (!visible)
+        throw ToolError::failed("Von einem früheren Tausch liegt hier noch ein Original unter " +
+                                Text::repaired(entry.backup.native()) + " – bitte zuerst umbenennen.");
+    Log::write("Original eines früheren Tauschs: " + Text::repaired(visible->native()));
+}
+
+// Moves the original under the backup's name; afterwards either it is there or the entry is gone.
+void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected)
 {
     const fs::path &source = entry.original;
-    const fs::path visible =
-        source.parent_path() / (source.stem().native() + " (Original)" + source.extension().native());
-    const bool isVisible = tryMove(entry.backup, visible);
-    const bool isGone = tryRemove(isVisible ? visible : entry.backup);
-    if (isGone || isVisible)
+    std::string reason;
+    try {
+        Files::moveToFreeName(source, entry.backup);
+        if (hasContent(entry.backup, expected))
+            return;
+        reason = "Die Datei wurde während der Umwandlung verändert – sie bleibt, wie sie ist.";
+    } catch (const fs::filesystem_error &error) {
+        // Also where the share has renamed it all the same.
+        reason = "Original konnte nicht umbenannt werden: " + ErrorText::reason(error);
+    }
+    tryMove(entry.backup, source);
+    if (Files::presence(entry.backup) == Files::Presence::absent)
+        SwapJournal::remove(entry);
+    throw ToolError::failed(reason);
+}
+
+// A visible name makes it recognisable in the share's recycle bin. One that somebody has changed by now
+// stays.
+void disposeOfBackup(const SwapJournal::Entry &entry, const Files::Attributes &expected)
+{
+    const auto visible = makeVisible(entry.backup, entry.original);
+    const fs::path file = visible.value_or(entry.backup);
+    const bool isGone = hasContent(file, expected) && tryRemove(file);
+    if (isGone || visible)
         SwapJournal::remove(entry);
 }
 
 } // namespace
 
-void swapOnNetwork(const fs::path &source, const fs::path &replacement, const fs::path &final,
-                   std::int64_t newSize)
+void swapOnNetwork(const fs::path &source, const Files::Attributes &expected, const fs::path &replacement,
+                   const fs::path &final, std::int64_t newSize)
 {
     const SwapJournal::Entry entry{
         source, WorkFile::firstName(source.parent_path(), source.filename().native(), backupSuffix), final};
+    clearBackupName(entry);
     if (!SwapJournal::add(entry, newSize))
         throw ToolError::failed("Der Tausch konnte nicht vermerkt werden – das Original bleibt, wie es ist.");
-    tryRemove(entry.backup);
-
-    try {
-        Files::moveToFreeName(source, entry.backup);
-    } catch (const fs::filesystem_error &error) {
-        SwapJournal::remove(entry);
-        throw ToolError::failed("Original konnte nicht umbenannt werden: " + ErrorText::reason(error));
-    }
+    setAside(entry, expected);
     try {
         arrive(replacement, final, newSize);
     } catch (const fs::filesystem_error &error) {
@@ -98,7 +144,7 @@ void swapOnNetwork(const fs::path &source, const fs::path &replacement, const fs
             "Neue Datei konnte nicht übernommen werden – Original ist wiederhergestellt: " +
             ErrorText::reason(error));
     }
-    disposeOfBackup(entry);
+    disposeOfBackup(entry, expected);
 }
 
 } // namespace kestrel

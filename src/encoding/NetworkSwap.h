@@ -3,13 +3,18 @@
 #include <cstdint>
 #include <filesystem>
 
+#include "platform/Files.h"
+
 namespace kestrel {
 
 // Puts a finished file in the place of an original on a network share, under the swap journal, so that a
 // crash at any point can be repaired. `replacement` lies in the same folder and is on the disk already;
-// `newSize` is its size in bytes. Afterwards the original is deleted, which moves it into the share's
-// recycle bin where there is one. Throws ToolError with the original in its old place.
-void swapOnNetwork(const std::filesystem::path &source, const std::filesystem::path &replacement,
-                   const std::filesystem::path &final, std::int64_t newSize);
+// `newSize` is its size in bytes; `expected` is what was converted: a source that is another one now is
+// left alone. Afterwards the original is deleted, which moves it into the share's recycle bin where there is
+// one. What lies under the backup's hidden name already is an original from a swap that nobody could repair;
+// it gets a visible name. Throws ToolError with the original in its old place.
+void swapOnNetwork(const std::filesystem::path &source, const Files::Attributes &expected,
+                   const std::filesystem::path &replacement, const std::filesystem::path &final,
+                   std::int64_t newSize);
 
 } // namespace kestrel

@@ -158,10 +158,10 @@ bool succeeds(Operation operation)
 // it, and a person decides.
 bool showBackup(const Entry &entry, std::vector<std::string> &messages)
 {
-    const fs::path &original = entry.original;
-    const fs::path beside =
-        original.parent_path() / (original.stem().native() + " (Original)" + original.extension().native());
-    for (const fs::path &visible : {original, beside})
+    std::vector<fs::path> names{entry.original};
+    for (int number = 1; number < 10; ++number)
+        names.push_back(visibleName(entry.original, number));
+    for (const fs::path &visible : names)
         if (succeeds([&] { Files::moveToFreeName(entry.backup, visible); })) {
             messages.push_back("Original wiederhergestellt: " + Text::repaired(visible.native()));
             return true;
@@ -169,22 +169,27 @@ bool showBackup(const Entry &entry, std::vector<std::string> &messages)
     return false;
 }
 
-// Repairs one swap; true when nothing is left to do for it.
+// Repairs one swap; true when nothing is left to do for it. What cannot be looked at now is left for
+// another time.
 bool repair(const Record &record, std::vector<std::string> &messages)
 {
+    using Files::Presence;
     const Entry &entry = record.entry;
     if (!isShareThere(record))
         return false;
-    if (!Files::exists(entry.backup))
-        return true;
-    if (!Files::exists(entry.final)) {
+    const Presence backup = Files::presence(entry.backup), final = Files::presence(entry.final);
+    if (backup != Presence::there)
+        return backup == Presence::absent;
+    if (final == Presence::absent) {
         const bool restored = succeeds([&] { Files::moveToFreeName(entry.backup, entry.original); });
         if (restored)
             messages.push_back("Original wiederhergestellt: " + Text::repaired(entry.original.native()));
         return restored;
     }
     const auto attributes = Files::tryAttributes(entry.final);
-    if (record.newSize && attributes && attributes->size != *record.newSize)
+    if (!attributes || !attributes->isRegular)
+        return false;
+    if (record.newSize && attributes->size != *record.newSize)
         return showBackup(entry, messages);
     const bool removed = succeeds([&] { Files::remove(entry.backup); });
     messages.push_back("Tausch abgeschlossen: " + Text::repaired(entry.final.native()));
@@ -196,6 +201,12 @@ bool repair(const Record &record, std::vector<std::string> &messages)
 fs::path file()
 {
     return folder() / "tauschvorgaenge.json";
+}
+
+fs::path visibleName(const fs::path &original, int number)
+{
+    const std::string mark = number == 1 ? " (Original)" : " (Original " + std::to_string(number) + ")";
+    return original.parent_path() / (original.stem().native() + mark + original.extension().native());
 }
 
 bool add(const Entry &entry, std::optional<std::int64_t> newSize)

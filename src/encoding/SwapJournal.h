@@ -30,6 +30,9 @@ std::vector<std::string> recover();
 // The entries now in the journal.
 std::vector<Entry> entries();
 
+// "Film (Original).avi", "Film (Original 2).avi" …: how an original is shown beside the new file.
+std::filesystem::path visibleName(const std::filesystem::path &original, int number);
+
 // tauschvorgaenge.json in the application-support folder
 std::filesystem::path file();
 

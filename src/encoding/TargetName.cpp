@@ -1,5 +1,6 @@
 #include "encoding/TargetName.h"
 
+#include <cmath>
 #include <map>
 #include <mutex>
 #include <string>
@@ -34,6 +35,18 @@ std::string mark(int number)
     return number == 1 ? " (Kestrel)" : fmt::format(" (Kestrel {})", number);
 }
 
+// A result carries its source's time. Another one belongs to a film whose source may be gone by now.
+bool isAnothersResult(const fs::path &target, const timespec &modified)
+{
+    const auto found = Files::tryAttributes(target);
+    if (!found)
+        return Files::exists(target);
+    const double apart = static_cast<double>(found->modified.tv_sec - modified.tv_sec) +
+                         static_cast<double>(found->modified.tv_nsec - modified.tv_nsec) / 1e9;
+    const bool isCoarse = found->modified.tv_nsec == 0; // a file system that counts in seconds, or two
+    return std::abs(apart) > (isCoarse ? 2 : 0.001);
+}
+
 } // namespace
 
 std::string nameFor(const fs::path &source, std::string_view mark, const ConversionSettings &settings)
@@ -56,11 +69,14 @@ fs::path freeName(const fs::path &folder, const fs::path &source, const Conversi
     }
 }
 
-fs::path claim(const fs::path &folder, const fs::path &source, const ConversionSettings &settings)
+fs::path claim(const fs::path &folder, const fs::path &source, const timespec &modified,
+               const ConversionSettings &settings)
 {
     const std::scoped_lock guard(claims().lock);
     for (int number = 0;; ++number) {
         const fs::path target = folder / nameFor(source, mark(number), settings);
+        if (isAnothersResult(target, modified))
+            continue;
         if (claims().sources.emplace(target, source).first->second == source)
             return target;
     }

@@ -5,6 +5,8 @@
 
 #include "planning/ConversionSettings.h"
 
+#include <time.h>
+
 // The names that finished files get.
 namespace kestrel::TargetName {
 
@@ -19,8 +21,9 @@ std::filesystem::path freeName(const std::filesystem::path &folder, const std::f
 
 // The target of a source in an output folder that other sources write to as well: "Film.mkv", but
 // "Film (Kestrel).mkv" where another source of this process has that name already (two sources that
-// differ only in their extension). A source keeps its target for the life of the process. Any thread.
+// differ only in their extension), or where a file lies there that does not carry this source's time of
+// modification: the result of another film, whose source may be gone. Any thread.
 std::filesystem::path claim(const std::filesystem::path &folder, const std::filesystem::path &source,
-                            const ConversionSettings &settings);
+                            const timespec &modified, const ConversionSettings &settings);
 
 } // namespace kestrel::TargetName

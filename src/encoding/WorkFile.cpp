@@ -14,6 +14,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 namespace kestrel {
 
@@ -61,12 +62,22 @@ fs::path numberedName(const fs::path &folder, std::string_view base, std::string
 // Absent when another process holds the lock.
 FileDescriptor createLocked(const fs::path &path)
 {
-    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
-    if (!file)
-        throw fs::filesystem_error("open", path, std::error_code(errno, std::generic_category()));
-    if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
-        return {};
-    return file;
+    constexpr int most = 20;
+    for (int attempt = 1;; ++attempt) {
+        FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+        if (!file)
+            throw fs::filesystem_error("open", path, std::error_code(errno, std::generic_category()));
+        if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+            return {};
+        // Another process may have moved its finished file away from here in between.
+        struct stat opened {
+        }, named{};
+        if (::fstat(file.get(), &opened) == 0 && ::stat(path.c_str(), &named) == 0 &&
+            opened.st_dev == named.st_dev && opened.st_ino == named.st_ino)
+            return file;
+        if (attempt == most) // a file system whose numbers do not hold
+            return file;
+    }
 }
 
 } // namespace

@@ -82,8 +82,13 @@ std::size_t readSome(const FileDescriptor &descriptor, std::string &buffer, cons
 
 bool Attributes::sameVersion(const Attributes &other) const
 {
-    return size == other.size && device == other.device && inode == other.inode &&
-           modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
+    return device == other.device && inode == other.inode && sameContent(other);
+}
+
+bool Attributes::sameContent(const Attributes &other) const
+{
+    return size == other.size && modified.tv_sec == other.modified.tv_sec &&
+           modified.tv_nsec == other.modified.tv_nsec;
 }
 
 Attributes attributes(const fs::path &file)
@@ -109,10 +114,17 @@ bool isLockedByOthers(const fs::path &file)
     return descriptor && ::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
-bool exists(const fs::path &path)
+Presence presence(const fs::path &path)
 {
     struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0;
+    if (::lstat(path.c_str(), &status) == 0)
+        return Presence::there;
+    return errno == ENOENT || errno == ENOTDIR ? Presence::absent : Presence::unknown;
+}
+
+bool exists(const fs::path &path)
+{
+    return presence(path) == Presence::there;
 }
 
 std::vector<fs::path> list(const fs::path &folder, std::error_code &error)

@@ -22,6 +22,8 @@ struct Attributes {
 
     // The same file with the same content, as far as the file system tells.
     bool sameVersion(const Attributes &other) const;
+    // The same content wherever it lies now; some shares number their files anew on a rename.
+    bool sameContent(const Attributes &other) const;
 };
 
 // Follows symbolic links; throws where there is nothing.
@@ -31,8 +33,10 @@ std::optional<Attributes> tryAttributes(const std::filesystem::path &file);
 // A running process holds a lock (flock) on the file.
 bool isLockedByOthers(const std::filesystem::path &file);
 
-// Something is there, be it a broken symbolic link.
-bool exists(const std::filesystem::path &path);
+// Something is there, be it a broken symbolic link; `unknown` where the system cannot say.
+enum class Presence { there, absent, unknown };
+Presence presence(const std::filesystem::path &path);
+bool exists(const std::filesystem::path &path); // is certainly there
 
 // What lies directly in a folder, in no order; what could be read before an error.
 std::vector<std::filesystem::path> list(const std::filesystem::path &folder, std::error_code &error);

@@ -126,6 +126,27 @@ TEST_F(FileConversionTest, whatIsThereAlreadyIsNotConvertedAgain)
     fs::remove_all(target.parent_path());
 }
 
+// The source of the old result may be gone: the result is all that is left of that film.
+TEST_F(FileConversionTest, anotherFilmsResultIsNeitherOverwrittenNorTakenForThisOne)
+{
+    settings.outputMode = OutputMode::separateFolder;
+    const fs::path beside = folder.path().native() + " (Kestrel)";
+    const fs::path result = Clips::make(
+        "earlier-result.mkv", "-f lavfi -i testsrc2=s=320x240:r=25:d=2 -f lavfi -i sine=d=2 -c:v libx265 "
+                              "-preset ultrafast -x265-params log-level=error -c:a ac3");
+    fs::create_directories(beside);
+    fs::copy_file(result, beside / "Film.mkv");
+    fs::last_write_time(beside / "Film.mkv", fs::file_time_type::clock::now() - std::chrono::hours(50));
+
+    const fs::path film = folder.put(Clips::film(), "Film.avi");
+    const auto first = run(probe(film));
+    EXPECT_FALSE(first.wasConvertedBefore);
+    EXPECT_EQ(first.outcome.finalURL, beside / "Film (Kestrel).mkv");
+    EXPECT_EQ(readFile(beside / "Film.mkv"), readFile(result));
+    EXPECT_TRUE(run(probe(film)).wasConvertedBefore);
+    fs::remove_all(beside);
+}
+
 TEST_F(FileConversionTest, twoSourcesOfOneNameGetTwoTargets)
 {
     settings.outputMode = OutputMode::separateFolder;

@@ -90,7 +90,7 @@ TEST(NetworkSwap, aFailureRestoresTheOriginal)
     const fs::path upload = share.write(".Film.kestrel-upload", "new");
     const fs::path taken = share.write("Film.mkv", "somebody else's");
     try {
-        swapOnNetwork(source, upload, taken, 3);
+        swapOnNetwork(source, Files::attributes(source), upload, taken, 3);
         FAIL();
     } catch (const ToolError &error) {
         EXPECT_STREQ(error.what(),
@@ -101,7 +101,8 @@ TEST(NetworkSwap, aFailureRestoresTheOriginal)
     EXPECT_EQ(readFile(taken), "somebody else's");
     EXPECT_FALSE(fs::exists(SwapJournal::file()));
 
-    EXPECT_THROW(swapOnNetwork(source, upload, source, 4), ToolError) << "the upload has another size now";
+    EXPECT_THROW(swapOnNetwork(source, Files::attributes(source), upload, source, 4), ToolError)
+        << "the upload has another size now";
     EXPECT_EQ(readFile(source), "original");
 }
 
@@ -110,10 +111,35 @@ TEST(NetworkSwap, aVisibleLeftoverOfTheNameIsNotTouched)
     const Sandbox share;
     const fs::path source = share.write("Film.mkv", "original");
     share.write("Film (Original).mkv", "older");
-    swapOnNetwork(source, share.write(".Film.kestrel-upload", "new"), source, 3);
+    swapOnNetwork(source, Files::attributes(source), share.write(".Film.kestrel-upload", "new"), source, 3);
     EXPECT_EQ(readFile(source), "new");
     EXPECT_EQ(readFile(share / "Film (Original).mkv"), "older");
     EXPECT_THAT(names(share.path()), ElementsAre("Film (Original).mkv", "Film.mkv"));
+}
+
+TEST(NetworkSwap, anOriginalThatNobodyCouldPutBackIsNotLostToTheNextSwap)
+{
+    const Sandbox share;
+    share.write(".Film.avi.kestrel-original", "first");
+    share.write("Film (Original).avi", "older");
+    const fs::path source = share.write("Film.avi", "second");
+    const fs::path upload = share.write(".Film.kestrel-upload", "new");
+    swapOnNetwork(source, Files::attributes(source), upload, share / "Film.mkv", 3);
+    EXPECT_EQ(readFile(share / "Film (Original 2).avi"), "first");
+    EXPECT_THAT(names(share.path()), ElementsAre("Film (Original 2).avi", "Film (Original).avi", "Film.mkv"));
+}
+
+TEST(NetworkSwap, aSourceThatChangedAtTheLastMomentStays)
+{
+    const Sandbox share;
+    const fs::path source = share.write("Film.avi", "original");
+    const Files::Attributes converted = Files::attributes(source);
+    share.write("Film.avi", "original and more");
+    const fs::path upload = share.write(".Film.kestrel-upload", "new");
+    EXPECT_THROW(swapOnNetwork(source, converted, upload, share / "Film.mkv", 3), ToolError);
+    EXPECT_EQ(readFile(source), "original and more");
+    EXPECT_FALSE(fs::exists(share / "Film.mkv"));
+    EXPECT_FALSE(fs::exists(SwapJournal::file()));
 }
 
 // Killed between any two steps: after the recovery either file is there whole under a name that a
@@ -127,7 +153,8 @@ TEST(NetworkSwap, aCrashAtAnyPointIsRepaired)
             const fs::path source = share.write("Film.mkv", "original");
             const fs::path upload = share.write(".Film.kestrel-upload", "new");
             const fs::path final = share / finalName;
-            wasKilled = killedBeforeChange(kills, [&] { swapOnNetwork(source, upload, final, 3); });
+            wasKilled = killedBeforeChange(
+                kills, [&] { swapOnNetwork(source, Files::attributes(source), upload, final, 3); });
             SwapJournal::recover();
 
             const bool hasOriginal = readFile(source) == "original";
@@ -158,8 +185,14 @@ TEST_F(JobTest, aCrashAtAnyPointOfALocalSwapLosesNothing)
         const bool inTrash = fs::exists(trash() / "Film.mkv") && readFile(trash() / "Film.mkv") == original;
         const bool inPlace = fs::exists(film) && readFile(film) == original;
         EXPECT_TRUE(inTrash || inPlace) << "killed before change " << kills;
+        const bool isVisible =
+            readFile(film) == original + "x" || readFile(folder / "Film (Kestrel).mkv") == original + "x";
+        EXPECT_TRUE(inPlace || isVisible) << "killed before change " << kills;
+        fs::remove(folder / "Film (Kestrel).mkv");
     }
     EXPECT_GT(kills, 5);
+    folder.put(Clips::film(), "Film.mkv");
+    convert(info);
     EXPECT_EQ(readFile(film), original + "x");
 }
 

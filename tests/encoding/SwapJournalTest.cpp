@@ -107,6 +107,28 @@ TEST_F(SwapJournalTest, keepsWhatItCannotRepair)
     EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry("Film.mp4")));
 }
 
+TEST_F(SwapJournalTest, keepsTheBackupWhileTheNewFileCannotBeLookedAt)
+{
+    share.write(".Film.mkv.kestrel-original", "original");
+    fs::create_symlink("nowhere", share / "Film.mp4");
+    SwapJournal::add(entry("Film.mp4"), 3);
+    EXPECT_THAT(SwapJournal::recover(), IsEmpty());
+    EXPECT_EQ(readFile(share / ".Film.mkv.kestrel-original"), "original");
+    EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry("Film.mp4")));
+    fs::remove(share / "Film.mp4");
+
+    // A link in a circle stands for whatever else the system cannot answer.
+    fs::create_symlink("circle", share / "circle");
+    SwapJournal::Entry unknown = entry("Film.mp4");
+    SwapJournal::remove(unknown);
+    unknown.final = share / "circle/Film.mp4";
+    SwapJournal::add(unknown, 3);
+    EXPECT_THAT(SwapJournal::recover(), IsEmpty());
+    EXPECT_THAT(SwapJournal::entries(), ElementsAre(unknown));
+    EXPECT_EQ(readFile(share / ".Film.mkv.kestrel-original"), "original");
+    SwapJournal::remove(unknown);
+}
+
 TEST_F(SwapJournalTest, waitsForAShareThatIsNotMounted)
 {
     SwapJournal::add({"/nowhere/Film.mkv", "/nowhere/.Film.mkv.kestrel-original", "/nowhere/Film.mkv"});
