@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include "encoding/CommandBuilder.h"
+#include "encoding/LocalSwap.h"
 #include "encoding/NetworkSwap.h"
 #include "encoding/StorageLocation.h"
 #include "encoding/TargetName.h"
@@ -22,7 +23,6 @@
 #include "platform/OnExit.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
-#include "platform/Trash.h"
 #include "platform/Uuid.h"
 #include "platform/Volume.h"
 
@@ -313,55 +313,16 @@ fs::path ConversionJob::replaceOriginal(Workplace &place, std::int64_t newSize) 
 {
     fs::path final = place.target / finalName();
     const bool isTaken = !isSameFile(final, m_info.url) && Files::exists(final);
-    if (!place.isNetwork)
-        return replaceLocally(place, isTaken ? fs::path() : final);
+    if (!place.isNetwork) {
+        const fs::path visible = LocalSwap::showBeside(place.ready, m_info.url, m_settings);
+        place.isMoved = true;
+        return LocalSwap::takePlace(visible, m_info.url, isTaken ? fs::path() : final);
+    }
     if (isTaken)
         final = TargetName::freeName(place.target, m_info.url, m_settings);
     swapOnNetwork(m_info.url, place.source, place.ready, final, newSize);
     place.isMoved = true;
     return final;
-}
-
-// Gives the finished file a visible name that nobody else has.
-fs::path ConversionJob::show(Workplace &place) const
-{
-    for (;;) {
-        const fs::path name = TargetName::freeName(place.target, m_info.url, m_settings);
-        try {
-            Files::moveToFreeName(place.ready, name);
-            place.isMoved = true;
-            return name;
-        } catch (const fs::filesystem_error &error) {
-            if (error.code() != std::errc::file_exists) // else somebody was quicker
-                throw;
-        }
-    }
-}
-
-// At every moment both films have a name that a person finds: the new one becomes visible beside the
-// original, the original goes to the trash, and only then the new one takes its name. An empty `final`
-// leaves it under the first name.
-fs::path ConversionJob::replaceLocally(Workplace &place, const fs::path &final) const
-{
-    const fs::path beside = show(place);
-    try {
-        Trash::put(m_info.url);
-    } catch (const fs::filesystem_error &error) {
-        throw ToolError::failed(
-            fmt::format("Original konnte nicht in den Papierkorb gelegt werden ({}). Neue Datei: {}",
-                        ErrorText::reason(error), shown(beside.filename())));
-    }
-    fs::path result = beside;
-    try {
-        if (!final.empty()) {
-            Files::moveToFreeName(beside, final);
-            result = final;
-        }
-    } catch (const fs::filesystem_error &error) {
-        Log::write("Neue Datei behält ihren Namen: " + ErrorText::describe(error));
-    }
-    Files::trySync(place.target);
-    return result;
 }
 
 std::string ConversionJob::finalName() const

@@ -98,9 +98,7 @@ private:
     void requireUnchangedSource(const Workplace &place) const;
     std::filesystem::path putInPlace(Workplace &place, std::int64_t newSize) const;
     std::filesystem::path replaceOriginal(Workplace &place, std::int64_t newSize) const;
-    std::filesystem::path replaceLocally(Workplace &place, const std::filesystem::path &final) const;
     static void takeOver(const Workplace &place);
-    std::filesystem::path show(Workplace &place) const;
     std::string finalName() const;
 
     // Set once.
