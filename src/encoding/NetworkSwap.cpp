@@ -90,7 +90,8 @@ void clearBackupName(const SwapJournal::Entry &entry)
     Log::write("Original eines früheren Tauschs: " + Text::repaired(visible->native()));
 }
 
-// Moves the original under the backup's name; afterwards either it is there or the entry is gone.
+// Moves the original under the backup's name. Where that fails it goes back, and the entry stays only while
+// something lies there, or nobody can say.
 void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected)
 {
     const fs::path &source = entry.original;
