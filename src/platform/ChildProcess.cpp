@@ -36,8 +36,9 @@ Pipe makePipe()
     return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-// What the new process does before it becomes the program. Only async-signal-safe calls: other threads
-// of the parent may hold any lock. Never returns.
+// What the new process does before it becomes the program. It still shares the parent's memory, whose calling
+// thread waits meanwhile: only async-signal-safe calls, and nothing is changed that others see. Never
+// returns.
 [[noreturn]] void becomeProgram(const char *executable, char *const *arguments, pid_t parent, int output,
                                 int error, int report)
 {
@@ -109,9 +110,17 @@ ChildProcess::ChildProcess(const std::filesystem::path &executable, const std::v
         throwErrno("eventfd");
 
     const pid_t parent = ::getpid();
-    m_pid = ::fork();
+    // Not fork(): it would make every page of this process copy itself at its next change, and a main thread
+    // with a large library stands still for half a second. No signal may run a handler in the shared memory.
+    sigset_t all, before;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    m_pid = ::vfork(); // NOLINT(clang-analyzer-security.insecureAPI.vfork): see above
+    const int failure = errno;
+    if (m_pid != 0)
+        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (m_pid < 0)
-        throwErrno("fork");
+        throw std::system_error(failure, std::generic_category(), "vfork");
     if (m_pid == 0)
         becomeProgram(executable.c_str(), pointers.data(), parent, output.writing.get(), error.writing.get(),
                       report.writing.get());
