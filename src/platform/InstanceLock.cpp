@@ -1,33 +1,57 @@
 #include "platform/InstanceLock.h"
 
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <filesystem>
+#include <mutex>
 #include <system_error>
 
+#include "platform/Cancelled.h"
 #include "platform/Paths.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 
 namespace kestrel {
 
-InstanceLock::InstanceLock()
+InstanceLock::InstanceLock(const std::stop_token &stop)
 {
     const std::filesystem::path folder = Paths::applicationSupport() / "Kestrel";
     std::error_code ignored;
     std::filesystem::create_directories(folder, ignored);
     m_file = FileDescriptor(::open((folder / "instanz.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (!m_file)
+    if (becomeAlone())
         return;
-    m_isAlone = ::flock(m_file.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
-    if (!m_isAlone)
-        share();
+    // The system's own wait for a lock cannot be given up.
+    std::mutex unused;
+    std::condition_variable_any stopped;
+    std::unique_lock guard(unused);
+    while (!take(F_RDLCK)) {
+        stopped.wait_for(guard, stop, std::chrono::milliseconds(50), [] { return false; });
+        throwIfStopped(stop);
+    }
+}
+
+bool InstanceLock::becomeAlone()
+{
+    return m_isAlone = take(F_WRLCK);
 }
 
 void InstanceLock::share()
 {
-    while (m_file && ::flock(m_file.get(), LOCK_SH) != 0 && errno == EINTR) {
-    }
+    take(F_RDLCK);
+}
+
+// False when somebody else is in the way; what was held before is then still held. An open file's lock,
+// not flock(): its change from one kind to the other leaves no gap for others.
+bool InstanceLock::take(short kind)
+{
+    struct flock lock {};
+    lock.l_type = kind;
+    lock.l_whence = SEEK_SET;
+    const bool isInTheWay =
+        m_file && ::fcntl(m_file.get(), F_OFD_SETLK, &lock) != 0 && (errno == EAGAIN || errno == EACCES);
+    return !isInTheWay;
 }
 
 } // namespace kestrel

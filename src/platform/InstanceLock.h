@@ -1,5 +1,8 @@
 #pragma once
 
+#include <atomic>
+#include <stop_token>
+
 #include "platform/FileDescriptor.h"
 
 namespace kestrel {
@@ -10,16 +13,22 @@ namespace kestrel {
 class InstanceLock {
 public:
     // What may only be done while nobody else works (emptying the work folder, repairing swaps) is done
-    // between the construction and share(): until then a later instance waits in its constructor.
-    InstanceLock();
+    // between the construction and share(): until then a later instance waits in its constructor, which
+    // throws Cancelled when it is to wait no longer.
+    explicit InstanceLock(const std::stop_token &stop = {});
 
-    // No other instance was there at construction. Also true where no lock file can be kept at all.
+    // No other instance was there when it was last asked. Also true where no lock file can be kept at all.
     bool isAlone() const { return m_isAlone; }
+    // Lets later instances come in; never waits.
     void share();
+    // Asks again: true when there is no other instance now. Then later ones wait until share(), as above.
+    bool becomeAlone();
 
 private:
+    bool take(short kind);
+
     FileDescriptor m_file;
-    bool m_isAlone = true;
+    std::atomic<bool> m_isAlone = true;
 };
 
 } // namespace kestrel

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/Cancelled.h"
 #include "support/Sandbox.h"
 
 #include <sys/wait.h>
@@ -63,6 +64,24 @@ TEST(InstanceLock, letsALaterInstanceWaitUntilTheFirstHasCleanedUp)
     sandbox.write("cleaned", "");
     first.share();
     EXPECT_TRUE(later.answer());
+}
+
+TEST(InstanceLock, neitherWaitsForEverNorLosesWhatItHas)
+{
+    InstanceLock first;
+    std::stop_source stop;
+    std::jthread later([&] { EXPECT_THROW(InstanceLock(stop.get_token()), Cancelled); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    stop.request_stop();
+    later.join();
+
+    first.share();
+    std::optional<InstanceLock> second(std::in_place);
+    EXPECT_FALSE(second->isAlone());
+    EXPECT_FALSE(first.becomeAlone());
+    second.reset();
+    EXPECT_FALSE(Instance(isAlone).answer()) << "the attempt has not cost the first one its place";
+    EXPECT_TRUE(first.becomeAlone());
 }
 
 TEST(InstanceLock, countsAsAloneWhereNoLockCanBeKept)
