@@ -2,7 +2,9 @@
 
 #include <array>
 #include <chrono>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -75,28 +77,43 @@ json answer(const Kind &kind)
 
 } // namespace
 
-FolderPlan probedLibrary(std::size_t count)
+namespace {
+
+const std::filesystem::path root = "/media/sammlung/Videos";
+
+std::filesystem::path nameOf(std::size_t i)
+{
+    return root / fmt::format("Serien/Eine lange Reihe {:04}/Staffel {:02}/Folge {:03} – Der Titel.mkv",
+                              i / 100, i / 10 % 10, i % 10);
+}
+
+std::array<json, kinds.size()> makeAnswers()
 {
     std::array<json, kinds.size()> answers;
     for (std::size_t i = 0; i < kinds.size(); ++i)
         answers[i] = answer(kinds[i]);
+    return answers;
+}
 
-    FolderPlan library;
-    library.folder = "/media/sammlung/Videos";
-    for (std::size_t i = 0; i < count; ++i) {
-        const Kind &kind = kinds[i % kinds.size()];
-        const auto bytes = static_cast<std::int64_t>(kind.megabitsPerSecond * 1.1e6 / 8 * kind.minutes * 60);
-        PlannedFile file;
-        const std::filesystem::path relativePath =
-            fmt::format("Serien/Eine lange Reihe {:04}/Staffel {:02}/Folge {:03} – Der Titel.mkv", i / 100,
-                        i / 10 % 10, i % 10);
-        file.relativePath = relativePath;
-        file.url = library.folder / relativePath;
-        file.info = Prober::parse(answers[i % kinds.size()], file.url, bytes + static_cast<std::int64_t>(i),
-                                  FileTime(std::chrono::hours(400'000)));
-        library.files.push_back(std::move(file));
-    }
-    return library;
+} // namespace
+
+MediaInfo record(std::size_t i)
+{
+    static const auto answers = makeAnswers();
+    const Kind &kind = kinds[i % kinds.size()];
+    const auto bytes = static_cast<std::int64_t>(kind.megabitsPerSecond * 1.1e6 / 8 * kind.minutes * 60);
+    return Prober::parse(answers[i % kinds.size()], nameOf(i), bytes + static_cast<std::int64_t>(i),
+                         FileTime(std::chrono::hours(400'000)));
+}
+
+void fill(Library &library, std::size_t count)
+{
+    std::vector<std::filesystem::path> files;
+    for (std::size_t i = 0; i < count; ++i)
+        files.push_back(nameOf(i));
+    library.fill({files, root});
+    for (std::size_t i = 0; i < count; ++i)
+        library.setInfo(*library.items()[i], record(i));
 }
 
 } // namespace kestrel::bench

@@ -1,10 +1,16 @@
 // Measures one thing for each call and prints the numbers as one JSON object. Nothing is judged here.
 
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+#include <algorithm>
 #include <chrono>
+#include <clocale>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,12 +21,12 @@
 #include <nlohmann/json.hpp>
 
 #include "Records.h"
-#include "cli/FolderPlan.h"
 #include "encoding/CommandBuilder.h"
 #include "encoding/ConversionJob.h"
 #include "encoding/FFmpegRunner.h"
 #include "encoding/Sampler.h"
 #include "media/Prober.h"
+#include "model/AppModel.h"
 #include "planning/Estimator.h"
 #include "planning/Planner.h"
 
@@ -118,31 +124,146 @@ ordered_json tools()
             {"version", found.version}};
 }
 
-ordered_json scan(const fs::path &folder)
+// The longest time that the event loop was held up, by a timer that ticks every millisecond.
+class StallMeter {
+public:
+    StallMeter()
+    {
+        m_tick.setTimerType(Qt::PreciseTimer);
+        m_tick.setInterval(1);
+        QObject::connect(&m_tick, &QTimer::timeout, &m_tick, [this] { look(); });
+        m_tick.start();
+    }
+    double seconds()
+    {
+        look();
+        return m_longest;
+    }
+
+private:
+    void look()
+    {
+        m_longest = std::max(m_longest, m_since.wall());
+        m_since = Stopwatch();
+    }
+
+    QTimer m_tick;
+    double m_longest = 0;
+    Stopwatch m_since;
+};
+
+// Runs the event loop until the model is idle, from the action that starts its work.
+void waitUntilIdle(AppModel &model, const std::function<void()> &action = {})
 {
-    const Tools found = Tools::locate({});
-    const Stopwatch watch;
-    FolderPlan plan = FolderPlan::scan(folder, found, [](std::size_t, std::size_t) {}, {});
-    plan.planAll({});
-    const double wall = watch.wall(), cpu = watch.cpu();
-    return {{"wall", wall}, {"cpu", cpu}, {"files", plan.files.size()}, {"errors", plan.totals({}).errors}};
+    QEventLoop loop;
+    const auto look = [&] {
+        if (model.tools() && !model.isBusy())
+            loop.quit();
+    };
+    QObject::connect(&model, &AppModel::activityChanged, &loop, look);
+    QObject::connect(&model, &AppModel::toolsChanged, &loop, look);
+    if (action)
+        QTimer::singleShot(5, &loop, [&] {
+            action();
+            look(); // it may have found nothing to do
+        });
+    if (action || !model.tools() || model.isBusy())
+        loop.exec();
 }
+
+AppModel::Options modelOptions(bool asksAnew)
+{
+    AppModel::Options options;
+    options.settings = ConversionSettings();
+    options.settings->outputMode = OutputMode::separateFolder;
+    options.settings->parallelJobs = 4;
+    options.persists = false;
+    options.asksAnew = asksAnew;
+    return options;
+}
+
+// Opens the folder and scans it, as a start of the program does; the tools are located before.
+ordered_json scan(const fs::path &folder, bool asksAnew)
+{
+    AppModel model(modelOptions(asksAnew));
+    waitUntilIdle(model);
+    const Stopwatch watch;
+    waitUntilIdle(model, [&] { model.open(folder); });
+    const double wall = watch.wall(), cpu = watch.cpu();
+    return {{"wall", wall},
+            {"cpu", cpu},
+            {"files", model.library().items().size()},
+            {"errors", model.totals().errors}};
+}
+
+// What is kept of each file: the record, its plan and its estimate.
+struct Planned {
+    MediaInfo info;
+    Plan plan;
+    SizeEstimate estimate;
+};
 
 ordered_json plan(std::size_t count)
 {
     const double before = residentMegabytes();
-    FolderPlan library = bench::probedLibrary(count);
+    std::vector<Planned> records(count);
+    for (std::size_t i = 0; i < count; ++i)
+        records[i].info = bench::record(i);
     const Stopwatch watch;
-    library.planAll({});
+    const ConversionSettings settings;
+    for (Planned &record : records) {
+        record.plan = Planner::plan(record.info, settings, std::nullopt);
+        record.estimate =
+            Estimator::estimate(record.info, record.plan, settings, nullptr, std::nullopt, std::nullopt);
+    }
     const double cpu = watch.cpu();
+    return {{"cpu", cpu}, {"megabytes", residentMegabytes() - before}};
+}
+
+// A library of so many items, planned twice with different settings.
+ordered_json recompute(std::size_t count)
+{
+    const double before = residentMegabytes();
+    Library library;
+    bench::fill(library, count);
+    library.recompute({});
     const double megabytes = residentMegabytes() - before;
-    return {{"cpu", cpu}, {"megabytes", megabytes}, {"actionable", library.totals({}).actionable}};
+    ConversionSettings other;
+    other.quality = QualityLevel::medium;
+    const Stopwatch watch;
+    library.recompute(other);
+    return {
+        {"wall", watch.wall()}, {"megabytes", megabytes}, {"actionable", library.totals(other).actionable}};
+}
+
+// Four jobs of these stand-in tools report progress while all files of the folder are listed.
+ordered_json stall(const fs::path &folder, const fs::path &toolFolder)
+{
+    AppModel::Options options = modelOptions(true);
+    options.toolFolders = {toolFolder};
+    AppModel model(std::move(options));
+    waitUntilIdle(model);
+    const auto stallOf = [&](const std::function<void()> &action) {
+        StallMeter meter;
+        waitUntilIdle(model, action);
+        return meter.seconds();
+    };
+    const double scanning = stallOf([&] { model.open(folder); });
+    std::size_t painted = 0;
+    QObject::connect(&model.library(), &Library::itemChanged, [&](const FileItem &) { ++painted; });
+    QTimer::singleShot(10'000, &model, [&] { model.stop(); });
+    const double converting = stallOf([&] { model.startConversion(); });
+    return {{"files", model.library().items().size()},
+            {"converted", model.run().value().converted},
+            {"scanning", scanning},
+            {"converting", converting},
+            {"changes", painted}};
 }
 
 // Converts the file into the folder beside its own. "byHand" is what does the same without the program.
 ordered_json convert(const fs::path &file, const fs::path &work)
 {
-    const auto [info, plan, settings, tools, folder] = subject(file, work);
+    const auto [info, plan, settings, tools, folder, current] = subject(file, work);
     const double expected =
         Estimator::estimate(info, plan, settings, nullptr, std::nullopt, std::nullopt).total();
     const Stopwatch watch;
@@ -211,24 +332,31 @@ ordered_json run(std::span<const std::string_view> words)
     const std::string_view what = words.empty() ? "" : words[0];
     if (what == "tools")
         return tools();
-    if (what == "scan" && words.size() == 2)
-        return scan(words[1]);
+    if ((what == "scan" || what == "rescan") && words.size() == 2)
+        return scan(words[1], what == "scan");
+    if (what == "stall" && words.size() == 3)
+        return stall(words[1], words[2]);
     if (what == "plan" && words.size() == 2)
         return plan(std::stoul(std::string(words[1])));
+    if (what == "recompute" && words.size() == 2)
+        return recompute(std::stoul(std::string(words[1])));
     if (what == "convert" && words.size() == 3)
         return convert(words[1], words[2]);
     if (what == "search" && words.size() == 3)
         return search(words[1], words[2]);
     if (what == "accuracy" && words.size() >= 3)
         return accuracy(words[1], words[2], words.subspan(3));
-    throw std::invalid_argument("tools | scan FOLDER | plan COUNT | convert FILE WORK | search FILE WORK | "
-                                "accuracy FILE WORK [CODEC]");
+    throw std::invalid_argument(
+        "tools | scan FOLDER | rescan FOLDER | plan COUNT | recompute COUNT | stall FOLDER TOOLS | "
+        "convert FILE WORK | search FILE WORK | accuracy FILE WORK [CODEC]");
 }
 
 } // namespace
 
 int main(int count, char **words)
 {
+    const QCoreApplication application(count, words);
+    std::setlocale(LC_NUMERIC, "C");
     try {
         const std::vector<std::string_view> arguments(words + 1, words + count);
         fmt::print("{}\n", run(arguments).dump());

@@ -50,35 +50,62 @@ std::set<std::string> parseLanguages(const std::string &list)
     return languages;
 }
 
-template <typename Enumeration>
-void addChoice(CLI::App &command, const std::string &option, Enumeration &field,
-               std::span<const Enumeration> cases)
+// An option whose value changes the settings once they are loaded; a wrong value is told at once.
+template <typename Value, typename Parse>
+void addSetting(CLI::App &command, Arguments &arguments, const std::string &option,
+                Value ConversionSettings::*field, Parse parse)
 {
-    command.add_option_function<std::string>(
-        option, [&field, option, cases](const std::string &word) { field = parseCase(option, word, cases); });
+    command.add_option_function<std::string>(option, [&arguments, field, parse](const std::string &word) {
+        arguments.overrides.emplace_back(
+            [field, value = parse(word)](ConversionSettings &settings) { settings.*field = value; });
+    });
+}
+
+template <typename Enumeration>
+void addChoice(CLI::App &command, Arguments &arguments, const std::string &option,
+               Enumeration ConversionSettings::*field, std::span<const Enumeration> cases)
+{
+    addSetting(command, arguments, option, field,
+               [option, cases](const std::string &word) { return parseCase(option, word, cases); });
+}
+
+void addSwitch(CLI::App &command, Arguments &arguments, const std::string &name,
+               bool ConversionSettings::*field)
+{
+    for (const bool value : {true, false})
+        command.add_flag_callback((value ? "--" : "--no-") + name, [&arguments, field, value] {
+            arguments.overrides.emplace_back(
+                [field, value](ConversionSettings &settings) { settings.*field = value; });
+        });
+}
+
+std::int64_t parseJobs(const std::string &word)
+{
+    const bool isNumber =
+        !word.empty() && word.size() < 10 && word.find_first_not_of("0123456789") == std::string::npos;
+    if (!isNumber)
+        throw UsageError("--jobs erwartet eine ganze Zahl ab 0 (0: alle Dateien zugleich).");
+    return std::stoll(word);
 }
 
 void addSettings(CLI::App &command, Arguments &arguments)
 {
-    ConversionSettings &settings = arguments.settings;
-    command.add_option_function<std::string>("--codec", [&](const std::string &word) {
-        settings.codec = parseCase("--codec", word, allCodecs());
+    using Settings = ConversionSettings;
+    addSetting(command, arguments, "--codec", &Settings::codec, [&arguments](const std::string &word) {
         arguments.isCodecChosen = true;
+        return parseCase("--codec", word, allCodecs());
     });
-    addChoice(command, "--quality", settings.quality, allQualities());
-    addChoice(command, "--resolution", settings.resolution, allResolutions());
-    command.add_option_function<std::string>(
-        "--languages", [&](const std::string &list) { settings.audioLanguages = parseLanguages(list); });
-    addChoice(command, "--unknown-audio", settings.unknownAudio, allUnknownAudioPolicies());
-    command.add_flag("--drop-commentary,!--no-drop-commentary", settings.dropCommentary);
-    command.add_flag("--convert-lossless,!--no-convert-lossless", settings.convertLosslessAudio);
-    addChoice(command, "--container", settings.container, allContainers());
-    addChoice(command, "--output", settings.outputMode, allOutputModes());
-    command.add_option("--jobs", settings.parallelJobs)->check([](const std::string &word) {
-        const bool isNumber =
-            !word.empty() && word.size() < 10 && word.find_first_not_of("0123456789") == std::string::npos;
-        return isNumber ? "" : "--jobs erwartet eine ganze Zahl ab 0 (0: alle Dateien zugleich).";
-    });
+    addChoice(command, arguments, "--quality", &Settings::quality, allQualities());
+    addChoice(command, arguments, "--resolution", &Settings::resolution, allResolutions());
+    addSetting(command, arguments, "--languages", &Settings::audioLanguages, parseLanguages);
+    addChoice(command, arguments, "--unknown-audio", &Settings::unknownAudio, allUnknownAudioPolicies());
+    addSwitch(command, arguments, "drop-commentary", &Settings::dropCommentary);
+    addSwitch(command, arguments, "convert-lossless", &Settings::convertLosslessAudio);
+    addChoice(command, arguments, "--container", &Settings::container, allContainers());
+    addChoice(command, arguments, "--output", &Settings::outputMode, allOutputModes());
+    addSetting(command, arguments, "--jobs", &Settings::parallelJobs, parseJobs);
+    command.add_flag("--defaults", arguments.startsFromDefaults);
+    command.add_flag("--fresh", arguments.asksAnew);
 }
 
 CLI::App *addFolderCommand(CLI::App &app, const char *name, Arguments &arguments)
@@ -87,6 +114,7 @@ CLI::App *addFolderCommand(CLI::App &app, const char *name, Arguments &arguments
     command->set_help_flag("");
     command->add_option("FOLDER", arguments.folder)->required();
     command->add_flag("--json", arguments.json);
+    command->add_option("--only", arguments.only)->allow_extra_args(false);
     addSettings(*command, arguments);
     return command;
 }
@@ -108,6 +136,13 @@ std::string inGerman(const CLI::ParseError &error)
 
 } // namespace
 
+ConversionSettings Arguments::applied(ConversionSettings settings) const
+{
+    for (const auto &change : overrides)
+        change(settings);
+    return settings;
+}
+
 Arguments parseArguments(int count, const char *const *words)
 {
     Arguments arguments;
@@ -120,8 +155,16 @@ Arguments parseArguments(int count, const char *const *words)
             return arguments;
         }
     }
+    // Opens the folder as the window would, apart from the user's own settings.
+    if (given.size() == 3 &&
+        (given[1] == std::string_view("-openFolder") || given[1] == std::string_view("--openFolder"))) {
+        arguments.command = Arguments::Command::plan;
+        arguments.folder = given[2];
+        arguments.usesTestSuite = true;
+        return arguments;
+    }
     if (given.size() < 2)
-        throw UsageError("Es fehlt ein Befehl: plan, convert, measure oder doctor.");
+        throw UsageError("Es fehlt ein Befehl: plan, convert, measure, clip oder doctor.");
 
     CLI::App app;
     app.set_help_flag("");
@@ -135,6 +178,10 @@ Arguments parseArguments(int count, const char *const *words)
                               word.find_first_not_of('0') != std::string::npos;
         return isNumber ? "" : "--count erwartet eine ganze Zahl ab 1.";
     });
+    CLI::App *clip = app.add_subcommand("clip");
+    clip->set_help_flag("");
+    clip->add_option("FILE", arguments.folder)->required();
+    addSettings(*clip, arguments);
     CLI::App *doctor = app.add_subcommand("doctor");
     doctor->set_help_flag("");
     // CLI11 takes the word after "--languages=" for its value.
@@ -153,9 +200,10 @@ Arguments parseArguments(int count, const char *const *words)
     } catch (const CLI::RequiredError &) {
         if (app.get_subcommands().empty())
             throw UsageError(fmt::format("Den Befehl „{}“ gibt es nicht. Möglich sind: plan, convert, "
-                                         "measure, doctor.",
+                                         "measure, clip, doctor.",
                                          Text::repaired(given[1])));
-        throw UsageError("Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos");
+        throw UsageError(clip->parsed() ? "Es fehlt die Datei, zum Beispiel: kestrel clip ~/Videos/Film.mkv"
+                                        : "Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos");
     } catch (const CLI::ExtrasError &) {
         const auto rest = app.remaining(true);
         const auto option = std::find_if(rest.begin(), rest.end(),
@@ -169,6 +217,7 @@ Arguments parseArguments(int count, const char *const *words)
     arguments.command = plan->parsed()      ? Command::plan
                         : convert->parsed() ? Command::convert
                         : measure->parsed() ? Command::measure
+                        : clip->parsed()    ? Command::clip
                                             : Command::doctor;
     return arguments;
 }
@@ -181,10 +230,17 @@ Aufruf:
   kestrel plan ORDNER [--json]                  zeigt, was geschähe, und ändert nichts
   kestrel convert ORDNER [--json]               konvertiert alles, was zu tun ist
   kestrel measure ORDNER [--count N] [--json]   misst Stichproben (6, wenn nichts gesagt ist)
+  kestrel clip DATEI                            macht einen Probeclip von einer Minute
   kestrel doctor                                zeigt Werkzeuge, Ordner und was fehlt
   kestrel --help | --version
 
-Einstellungen (für plan, convert und measure; zuerst steht, was ohne Angabe gilt):
+Auswahl (für plan, convert und measure):
+  --only PFAD                                   nur diese Datei, vom Ordner aus gesehen; beliebig oft
+  --only -                                      die Dateien, die zeilenweise auf der Standardeingabe stehen
+  --fresh                                       fragt ffprobe auch nach Dateien, die unverändert sind
+
+Einstellungen (für plan, convert, measure und clip; zuerst steht, was ohne Angabe gilt):
+  --defaults                                    von diesen Vorgaben ausgehen, nicht von den gespeicherten
   --codec hevcX265|av1SVT|keepVideo             Zielcodec, oder das Bild behalten
   --quality high|maximal|veryHigh|medium|small  Qualitätsstufe
   --resolution original|p2160|p1440|p1080|p720|p576
@@ -199,7 +255,8 @@ Einstellungen (für plan, convert und measure; zuerst steht, was ohne Angabe gil
                                                 oder daneben in „ORDNER (Kestrel)“ schreiben
   --jobs 2                                      so viele Dateien zugleich; 0: alle
 
-Strg-C hört sauber auf: Was nicht fertig ist, bleibt, wie es war.
+Strg-C hört sauber auf: Was nicht fertig ist, bleibt, wie es war. Strg-Z hält an, auch ffmpeg; mit fg
+geht es weiter.
 
 Rückgabe: 0 fertig oder nichts zu tun, 1 eine Datei ist gescheitert, 2 falscher Aufruf, Werkzeug
 fehlt oder Ordner nicht lesbar, 130 abgebrochen.

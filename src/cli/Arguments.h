@@ -2,8 +2,11 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "planning/ConversionSettings.h"
 
@@ -11,14 +14,21 @@ namespace kestrel {
 
 // What the user asked for on the command line.
 struct Arguments {
-    enum class Command { plan, convert, measure, doctor, help, version };
+    enum class Command { plan, convert, measure, clip, doctor, help, version };
 
     Command command = Command::help;
-    std::filesystem::path folder; // as given
+    std::filesystem::path folder; // as given; of clip the file
     bool json = false;
     std::optional<std::size_t> count; // measure: how many files
-    ConversionSettings settings;
-    bool isCodecChosen = false; // by an option, not by default
+    bool startsFromDefaults = false;  // instead of the stored settings
+    bool usesTestSuite = false;       // of the stored settings
+    bool asksAnew = false;            // ffprobe, also for files that it has answered for
+    std::vector<std::string> only;    // relative paths; "-": those on standard input, a line each
+    bool isCodecChosen = false;       // by an option, not by default
+
+    // Each option changes its part of the settings, in their order.
+    std::vector<std::function<void(ConversionSettings &)>> overrides;
+    ConversionSettings applied(ConversionSettings settings) const;
 };
 
 // Thrown for wrong usage, with a German sentence.

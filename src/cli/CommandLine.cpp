@@ -1,5 +1,8 @@
+#include <QCoreApplication>
 #include <cerrno>
+#include <clocale>
 #include <exception>
+#include <string>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -7,7 +10,6 @@
 #include "cli/Commands.h"
 #include "cli/Terminal.h"
 #include "media/Log.h"
-#include "media/Tools.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 
@@ -29,7 +31,12 @@ int dispatch(const Arguments &arguments)
         break;
     }
 
-    const Interrupt interrupt;
+    Interrupt interrupt;
+    int count = 1;
+    std::string name = "kestrel";
+    char *words = name.data();
+    const QCoreApplication application(count, &words);
+    std::setlocale(LC_NUMERIC, "C"); // Qt has taken the user's; numbers for ffmpeg have a point
     try {
         switch (arguments.command) {
         case Command::plan:
@@ -38,6 +45,8 @@ int dispatch(const Arguments &arguments)
             return runConvert(arguments, interrupt);
         case Command::measure:
             return runMeasure(arguments, interrupt);
+        case Command::clip:
+            return runClip(arguments, interrupt);
         default:
             return runDoctor(interrupt);
         }
@@ -65,40 +74,6 @@ int runCommandLine(int count, const char *const *words)
     Terminal::complain("Die Ausgabe konnte nicht geschrieben werden: " +
                        ErrorText::describe(std::error_code(problem, std::generic_category())));
     return ExitStatus::unusable;
-}
-
-Prepared prepare(const Arguments &arguments, std::stop_token stop)
-{
-    const auto folder = requireFolder(arguments.folder);
-    Prepared prepared;
-    try {
-        prepared.tools = Tools::locate(stop);
-    } catch (const ToolError &error) {
-        throw ToolError::failed(fmt::format("{}\nUnter Debian: sudo apt install ffmpeg", error.what()));
-    }
-    throwIfStopped(stop);
-    prepared.settings = arguments.settings;
-    if (!supports(prepared.tools, prepared.settings.codec)) {
-        const auto sentence = fmt::format("{} kann {} nicht kodieren", prepared.tools.ffmpeg.native(),
-                                          title(prepared.settings.codec));
-        if (arguments.isCodecChosen)
-            throw UsageError(sentence + ".");
-        Terminal::complain(sentence + " – das Bild bleibt unverändert.");
-        prepared.settings.codec = VideoCodecChoice::keepVideo;
-    }
-
-    const bool showsProgress = Terminal::isErrorTerminal();
-    prepared.plan = FolderPlan::scan(
-        folder, prepared.tools,
-        [&](std::size_t done, std::size_t total) {
-            if (showsProgress)
-                Terminal::writeError(fmt::format("\rAnalysiere {}/{} …\x1b[K", done, total));
-        },
-        stop);
-    if (showsProgress)
-        Terminal::writeError(fmt::format("\r\x1b[K"));
-    prepared.plan.planAll(prepared.settings);
-    return prepared;
 }
 
 } // namespace kestrel

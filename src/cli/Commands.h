@@ -1,7 +1,6 @@
 #pragma once
 
 #include "cli/Arguments.h"
-#include "cli/FolderPlan.h"
 #include "cli/Interrupt.h"
 
 namespace kestrel {
@@ -10,18 +9,9 @@ namespace kestrel {
 int runCommandLine(int count, const char *const *words);
 
 // Each returns an exit status. Sentences for people that are no result go to standard error.
-int runPlan(const Arguments &arguments, const Interrupt &interrupt);
-int runConvert(const Arguments &arguments, const Interrupt &interrupt);
-int runMeasure(const Arguments &arguments, const Interrupt &interrupt);
+int runPlan(const Arguments &arguments, Interrupt &interrupt);
+int runConvert(const Arguments &arguments, Interrupt &interrupt);
+int runMeasure(const Arguments &arguments, Interrupt &interrupt);
+int runClip(const Arguments &arguments, Interrupt &interrupt);
 int runDoctor(const Interrupt &interrupt);
-
-// Locates the tools, checks the settings against them, searches the folder and plans it. Throws
-// UsageError, ToolError or Cancelled.
-struct Prepared {
-    Tools tools;
-    ConversionSettings settings;
-    FolderPlan plan;
-};
-Prepared prepare(const Arguments &arguments, std::stop_token stop);
-
 } // namespace kestrel

@@ -9,8 +9,11 @@
 #include "encoding/SwapJournal.h"
 #include "media/ByteFormat.h"
 #include "media/Log.h"
+#include "media/ProbeStore.h"
 #include "media/ProcessRunner.h"
 #include "media/Tools.h"
+#include "model/ProbeClip.h"
+#include "model/UserDefaults.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -95,6 +98,9 @@ int runDoctor(const Interrupt &interrupt)
 
     Terminal::print("\n{}\n", Terminal::bold("Ordner und Dateien"));
     place("Protokoll", Paths::home() / "Library/Logs/Kestrel/Kestrel.log");
+    place("Einstellungen", UserDefaults::standard().file());
+    place("Analysen", ProbeStore::usualFile());
+    place("Probeclips", ProbeClip::folder());
     place("Tauschvorgänge", SwapJournal::file());
     place("Arbeitsordner", Paths::caches() / "Kestrel/Arbeit");
     place("Sperrdatei", Paths::applicationSupport() / "Kestrel/instanz.lock");

@@ -221,7 +221,7 @@ Value value(const SampleResult &result)
     };
 }
 
-Value value(const PlanTotals &totals)
+Value value(const Totals &totals)
 {
     return {
         {"files", totals.files},
@@ -236,7 +236,7 @@ Value value(const PlanTotals &totals)
     };
 }
 
-Value value(const PlannedFile &file, const ConversionSettings &settings, const std::filesystem::path &root)
+Value value(const FileItem &file, const ConversionSettings &settings, const std::filesystem::path &root)
 {
     Value arguments;
     if (file.plan && !file.plan->isNoop) {

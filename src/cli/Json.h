@@ -5,9 +5,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "cli/FolderPlan.h"
 #include "encoding/StorageLocation.h"
 #include "media/MediaInfo.h"
+#include "model/FileItem.h"
+#include "model/Totals.h"
 #include "planning/Estimator.h"
 #include "planning/Plan.h"
 #include "planning/SampleResult.h"
@@ -23,8 +24,8 @@ Value value(const MediaInfo &info);
 Value value(const Plan &plan);
 Value value(const SizeEstimate &estimate);
 Value value(const SampleResult &result);
-Value value(const PlanTotals &totals);
-Value value(const PlannedFile &file, const ConversionSettings &settings, const std::filesystem::path &root);
+Value value(const Totals &totals);
+Value value(const FileItem &file, const ConversionSettings &settings, const std::filesystem::path &root);
 
 // On one line, whatever bytes are in it.
 std::string line(const Value &value);

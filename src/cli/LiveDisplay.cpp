@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include <fmt/format.h>
@@ -54,67 +54,75 @@ class LiveReporter : public RunReporter {
 public:
     ~LiveReporter() override { stopPainting(); }
 
-    void started(const RunFiles &files) override
+    void started(const RunStats &run) override
     {
-        m_files = files;
-        for (const PlannedFile *file : files)
-            m_totalWeight += weight(*file);
+        m_total = run.total;
         m_painter = std::jthread([this](const std::stop_token &stop) { paint(stop); });
     }
 
     void changed(const FileReport &report) override
     {
         const std::scoped_lock guard(m_lock);
-        const auto found = m_running.find(report.index);
+        const auto found = m_running.find(report.item);
         const bool isNew = found == m_running.end() || found->second.report.status != report.status;
         switch (report.status) {
         case FileStatus::analyzing:
         case FileStatus::running:
         case FileStatus::uploading:
-            m_running.insert_or_assign(report.index,
+            m_running.insert_or_assign(report.item,
                                        Running{report, isNew ? Clock::now() : found->second.since});
             return;
         default:
-            m_running.erase(report.index);
-            m_doneWeight += weight(*m_files[report.index]);
+            m_running.erase(report.item);
             ++m_ended;
             m_newLines += finalLine(report) + "\n";
         }
     }
 
-    void finished(const RunSummary &summary) override
+    void progressed(const AppModel &model) override
+    {
+        const std::scoped_lock guard(m_lock);
+        m_fraction = model.runProgress();
+        m_remaining = model.runRemaining();
+        if (model.isPaused() && !m_pausedSince) {
+            m_pausedSince = Clock::now();
+            repaint(true);
+            m_paintedLines = 0; // what the shell writes meanwhile is not ours to replace
+        }
+        if (model.isPaused() || !m_pausedSince)
+            return;
+        for (auto &[item, running] : m_running) // a pause is no work
+            running.since += Clock::now() - *m_pausedSince;
+        m_pausedSince.reset();
+    }
+
+    void finished(const RunStats &run) override
     {
         stopPainting();
-        Terminal::print("\n{}\n", Terminal::bold(summary.finishedText()));
-        if (const auto text = summary.soFarText())
+        Terminal::print("\n{}\n", Terminal::bold(run.finishedText()));
+        if (const auto text = run.soFarText())
             Terminal::print("{}\n", *text);
     }
 
 private:
-    static double weight(const PlannedFile &file)
+    static std::string name(const FileItem &item, int columns)
     {
-        return std::max(1.0, file.estimate ? file.estimate->encodeSeconds : 1.0);
-    }
-
-    std::string name(std::size_t index, int columns) const
-    {
-        const std::string text =
-            Text::elided(Terminal::shown(m_files[index]->relativePath.native()), columns);
+        const std::string text = Text::elided(Terminal::shown(item.relativePath.native()), columns);
         return text + std::string(static_cast<std::size_t>(std::max(0, columns - Text::columns(text))), ' ');
     }
 
-    std::string finalLine(const FileReport &report) const
+    static std::string finalLine(const FileReport &report)
     {
         const std::string state = describeState(report);
         const bool isGood = report.status == FileStatus::done;
         const std::string mark = isGood                                ? Terminal::green("✓")
                                  : report.status == FileStatus::failed ? Terminal::red("✗")
                                                                        : Terminal::dim("–");
-        const std::string file = Terminal::shown(m_files[report.index]->relativePath.native());
+        const std::string file = Terminal::shown(report.item->relativePath.native());
         return fmt::format("{} {}: {}", mark, file, state);
     }
 
-    std::string runningLine(const Running &running, int width) const
+    static std::string runningLine(const Running &running, int width)
     {
         const FileReport &report = running.report;
         const double fraction = report.fraction.value_or(0);
@@ -130,20 +138,14 @@ private:
                                 remaining(fraction, since(running.since)));
         const int taken = width + 1 < widthForBar ? stateWidth - barWidth - 1 : stateWidth;
         const int room = std::max(8, width - taken - 3);
-        return "  " + name(report.index, std::min(room, 40)) + " " + state;
+        return "  " + name(*report.item, std::min(room, 40)) + " " + state;
     }
 
     std::string totalLine() const
     {
-        double done = m_doneWeight;
-        for (const auto &[index, running] : m_running)
-            if (running.report.status == FileStatus::running)
-                done += weight(*m_files[index]) * running.report.fraction.value_or(0);
-            else if (running.report.status == FileStatus::uploading)
-                done += weight(*m_files[index]) * 0.99;
-        const double fraction = m_totalWeight > 0 ? std::min(1.0, done / m_totalWeight) : 0;
-        return fmt::format("  {} von {} Dateien · {} · noch {}", m_ended, m_files.size(),
-                           Fmt::percent(fraction), remaining(fraction, since(m_begun)));
+        return fmt::format("  {} von {} Dateien · {} · {}", m_ended, m_total, Fmt::percent(m_fraction),
+                           m_pausedSince ? "angehalten"
+                                         : "noch " + (m_remaining ? Fmt::clock(*m_remaining) : "–"));
     }
 
     void repaint(bool withRunning)
@@ -171,7 +173,8 @@ private:
     {
         std::unique_lock guard(m_lock);
         while (!stop.stop_requested()) {
-            repaint(true);
+            if (!m_pausedSince)
+                repaint(true);
             m_wake.wait_for(guard, stop, repaintInterval, [] { return false; });
         }
     }
@@ -186,17 +189,16 @@ private:
         repaint(false);
     }
 
-    // Set by started().
-    RunFiles m_files;
-    double m_totalWeight = 0;
-    const Clock::time_point m_begun = Clock::now();
+    std::size_t m_total = 0; // set by started()
 
     // Guarded by m_lock.
     std::mutex m_lock;
     std::condition_variable_any m_wake;
-    std::map<std::size_t, Running> m_running;
-    double m_doneWeight = 0;
+    std::map<const FileItem *, Running> m_running;
     std::size_t m_ended = 0;
+    double m_fraction = 0;
+    std::optional<double> m_remaining; // seconds
+    std::optional<Clock::time_point> m_pausedSince;
     std::string m_newLines; // ended files that are not on the screen yet
     int m_paintedLines = 0; // that the next repaint replaces
 

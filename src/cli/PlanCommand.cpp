@@ -7,6 +7,7 @@
 
 #include "cli/Commands.h"
 #include "cli/Json.h"
+#include "cli/Session.h"
 #include "cli/Table.h"
 #include "cli/Terminal.h"
 #include "format/Fmt.h"
@@ -45,7 +46,7 @@ std::string describeVideo(const MediaInfo &info, const Plan &plan, const Convers
                        qualityLabel(settings.codec, plan.qualityValue));
 }
 
-std::string describe(const PlannedFile &file, const ConversionSettings &settings)
+std::string describe(const FileItem &file, const ConversionSettings &settings)
 {
     if (file.probeError)
         return "nicht lesbar: " + Terminal::shown(file.shortProbeError());
@@ -59,7 +60,7 @@ std::string describe(const PlannedFile &file, const ConversionSettings &settings
     return Terminal::shown(fmt::format("{}", fmt::join(parts, " · ")));
 }
 
-std::string renderTable(const FolderPlan &plan, const ConversionSettings &settings)
+std::string renderTable(const Library &library, const ConversionSettings &settings)
 {
     using Alignment = Table::Alignment;
     Table table({{"Datei", Alignment::left, true},
@@ -67,7 +68,8 @@ std::string renderTable(const FolderPlan &plan, const ConversionSettings &settin
                  {"danach", Alignment::right},
                  {"", Alignment::right},
                  {"was geschieht", Alignment::left, true}});
-    for (const auto &file : plan.files) {
+    for (const auto &item : library.items()) {
+        const FileItem &file = *item;
         std::vector<std::string> cells{Terminal::shown(file.relativePath.native()), "–", "–", "",
                                        describe(file, settings)};
         if (file.info)
@@ -90,12 +92,12 @@ std::string count(std::size_t number, const char *one, const char *many)
 }
 
 // Every remark once, with the number of files that it is about.
-std::string renderNotes(const FolderPlan &plan)
+std::string renderNotes(const Library &library)
 {
     std::map<std::string, std::size_t> notes;
-    for (const auto &file : plan.files)
-        if (file.isActionable())
-            for (const auto &note : file.plan->notes)
+    for (const auto &file : library.items())
+        if (file->isActionable())
+            for (const auto &note : file->plan->notes)
                 ++notes[note];
     std::string text;
     for (const auto &[note, files] : notes)
@@ -103,7 +105,7 @@ std::string renderNotes(const FolderPlan &plan)
     return text.empty() ? text : text + "\n";
 }
 
-std::string renderTotals(const PlanTotals &totals)
+std::string renderTotals(const Totals &totals)
 {
     const auto source = static_cast<double>(totals.sourceBytes);
     std::string text =
@@ -124,39 +126,46 @@ std::string renderTotals(const PlanTotals &totals)
 }
 
 // Written file by file, so that a huge library never stands in memory as one document.
-void printJson(const FolderPlan &plan, const ConversionSettings &settings)
+void printJson(const AppModel &model)
 {
+    const auto &root = *model.rootURL();
     Terminal::print("{{\"folder\":{},\"storage\":{},\"settings\":{},\"files\":[",
-                    Json::line(Json::text(plan.folder)), Json::line(Json::value(plan.storage)),
-                    Json::line(settings.toJson()));
+                    Json::line(Json::text(root)), Json::line(Json::value(*model.storage())),
+                    Json::line(model.settings().toJson()));
     const char *separator = "\n";
-    for (const auto &file : plan.files) {
-        Terminal::print("{}{}", separator, Json::line(Json::value(file, settings, plan.folder)));
+    for (const auto &file : model.library().items()) {
+        Terminal::print("{}{}", separator, Json::line(Json::value(*file, model.settings(), root)));
         separator = ",\n";
     }
-    Terminal::print("\n],\"totals\":{}}}\n", Json::line(Json::value(plan.totals(settings))));
+    Terminal::print("\n],\"totals\":{}}}\n", Json::line(Json::value(model.totals())));
 }
 
 } // namespace
 
-int runPlan(const Arguments &arguments, const Interrupt &interrupt)
+int runPlan(const Arguments &arguments, Interrupt &interrupt)
 {
-    const auto [tools, settings, plan] = prepare(arguments, interrupt.token());
+    const auto folder = requireFolder(arguments.folder);
+    Session session(arguments, interrupt, Session::Access::readOnly);
+    session.open(folder);
+    const AppModel &model = session.model();
+    const auto &settings = model.settings();
+    const int status = session.missing() > 0 ? ExitStatus::fileFailed : ExitStatus::done;
     if (arguments.json) {
-        printJson(plan, settings);
-        return ExitStatus::done;
+        printJson(model);
+        return status;
     }
-    Terminal::print("{} ({})\n", Terminal::bold(Terminal::shown(plan.folder.native())), plan.storage.title());
-    if (plan.files.empty()) {
-        Terminal::print("In diesem Ordner wurden keine Videodateien gefunden.\n");
-        return ExitStatus::done;
+    Terminal::print("{} ({})\n", Terminal::bold(Terminal::shown(folder.native())), model.storage()->title());
+    if (session.library().items().empty()) {
+        Terminal::print("{}\n", session.nothingFound());
+        return status;
     }
     Terminal::print("{} · {} · {} · {}\n\n{}\n{}{}", title(settings.codec), title(settings.quality),
-                    title(settings.container), title(settings.outputMode), renderTable(plan, settings),
-                    renderNotes(plan), renderTotals(plan.totals(settings)));
-    if (const auto text = warning(plan.storage, settings))
+                    title(settings.container), title(settings.outputMode),
+                    renderTable(session.library(), settings), renderNotes(session.library()),
+                    renderTotals(model.totals()));
+    if (const auto text = warning(model))
         Terminal::print("{}\n", *text);
-    return ExitStatus::done;
+    return status;
 }
 
 } // namespace kestrel

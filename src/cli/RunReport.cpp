@@ -1,7 +1,9 @@
 #include "cli/RunReport.h"
 
 #include <array>
-#include <cstdio>
+#include <chrono>
+#include <map>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -21,18 +23,23 @@ void printLine(const std::string &line)
 
 class JsonReporter : public RunReporter {
 public:
-    void started(const RunFiles &files) override
+    void started(const RunStats &run) override
     {
-        m_files = files;
-        printLine(Json::line({{"event", "started"}, {"total", files.size()}}));
+        printLine(Json::line({{"event", "started"}, {"total", run.total}}));
     }
 
+    // Every change of state, but progress within a state only now and then.
     void changed(const FileReport &report) override
     {
+        auto &[status, time] = m_last[report.item];
+        if (time && status == report.status && Clock::now() - *time < interval)
+            return;
+        status = report.status;
+        time = Clock::now();
         const auto orNull = [](const auto &value) { return value ? Json::Value(*value) : Json::Value(); };
         printLine(Json::line({
             {"event", "file"},
-            {"relativePath", Json::text(m_files[report.index]->relativePath)},
+            {"relativePath", Json::text(report.item->relativePath)},
             {"status", id(report.status)},
             {"fraction", orNull(report.fraction)},
             {"fps", orNull(report.fps)},
@@ -43,49 +50,50 @@ public:
         }));
     }
 
-    void finished(const RunSummary &summary) override
+    void finished(const RunStats &run) override
     {
         printLine(Json::line({
             {"event", "finished"},
-            {"converted", summary.converted},
-            {"noSavings", summary.noSavings},
-            {"failed", summary.failed},
-            {"bytesBefore", summary.bytesBefore},
-            {"bytesAfter", summary.bytesAfter},
+            {"converted", run.converted},
+            {"noSavings", run.noSavings},
+            {"failed", run.failed},
+            {"bytesBefore", run.bytesBefore},
+            {"bytesAfter", run.bytesAfter},
         }));
     }
 
 private:
-    RunFiles m_files;
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::chrono::milliseconds interval{500};
+    struct Last {
+        FileStatus status = FileStatus::idle;
+        std::optional<Clock::time_point> time;
+    };
+    std::map<const FileItem *, Last> m_last;
 };
 
 class LineReporter : public RunReporter {
 public:
-    void started(const RunFiles &files) override
-    {
-        m_files = files;
-        m_last.assign(files.size(), FileStatus::idle);
-    }
+    void started(const RunStats &) override {}
 
     void changed(const FileReport &report) override
     {
-        if (m_last[report.index] == report.status && report.status != FileStatus::idle)
+        const auto [last, isFirst] = m_last.emplace(report.item, report.status);
+        if (!isFirst && std::exchange(last->second, report.status) == report.status)
             return;
-        m_last[report.index] = report.status;
-        printLine(fmt::format("{}: {}", Terminal::shown(m_files[report.index]->relativePath.native()),
+        printLine(fmt::format("{}: {}", Terminal::shown(report.item->relativePath.native()),
                               describeState(report)));
     }
 
-    void finished(const RunSummary &summary) override
+    void finished(const RunStats &run) override
     {
-        printLine(summary.finishedText());
-        if (const auto text = summary.soFarText())
+        printLine(run.finishedText());
+        if (const auto text = run.soFarText())
             printLine(*text);
     }
 
 private:
-    RunFiles m_files;
-    std::vector<FileStatus> m_last;
+    std::map<const FileItem *, FileStatus> m_last;
 };
 
 } // namespace
@@ -121,25 +129,34 @@ std::string_view id(FileStatus status)
     return names[static_cast<std::size_t>(status)];
 }
 
-std::string RunSummary::finishedText() const
+std::optional<FileReport> FileReport::of(const FileItem &item)
 {
-    std::string text = fmt::format("Fertig: {} konvertiert", converted);
-    if (noSavings > 0)
-        text += fmt::format(" · {} ohne Ersparnis übersprungen", noSavings);
-    if (failed > 0)
-        text += fmt::format(" · {} mit Fehler", failed);
-    if (processed() < total)
-        text += fmt::format(" · {} abgebrochen", total - processed());
-    return text + " – Dauer " + Fmt::duration(seconds);
-}
-
-std::optional<std::string> RunSummary::soFarText() const
-{
-    if (converted < 1)
+    FileReport report{.item = &item};
+    if (const auto *analyzing = std::get_if<Status::Analyzing>(&item.status)) {
+        report.status = FileStatus::analyzing;
+        report.fraction = analyzing->fraction;
+    } else if (const auto *running = std::get_if<Status::Running>(&item.status)) {
+        report.status = FileStatus::running;
+        report.fraction = running->fraction;
+        report.fps = item.fps;
+    } else if (is<Status::Uploading>(item.status)) {
+        report.status = FileStatus::uploading;
+    } else if (const auto *done = std::get_if<Status::Done>(&item.status)) {
+        report.status = FileStatus::done;
+        report.oldSize = done->before;
+        report.newSize = done->after;
+        report.finalURL = item.resultURL;
+    } else if (const auto *kept = std::get_if<Status::NoSavings>(&item.status)) {
+        report.status = FileStatus::noSavings;
+        report.oldSize = item.sizeValue();
+        report.newSize = kept->size;
+    } else if (const auto *failed = std::get_if<Status::Failed>(&item.status)) {
+        report.status = FileStatus::failed;
+        report.text = failed->text;
+    } else if (is<Status::Queued>(item.status)) {
         return std::nullopt;
-    return fmt::format("Bisher: {} → {}, {} gespart ({})", Fmt::bytes(bytesBefore), Fmt::bytes(bytesAfter),
-                       Fmt::bytes(bytesBefore - bytesAfter),
-                       Fmt::change(static_cast<double>(bytesBefore), static_cast<double>(bytesAfter)));
+    }
+    return report;
 }
 
 std::unique_ptr<RunReporter> makeJsonReporter()

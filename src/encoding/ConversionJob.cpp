@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cmath>
 #include <limits>
+#include <mutex>
 #include <set>
 #include <system_error>
 
@@ -206,23 +207,18 @@ void ConversionJob::encode(const Workplace &place, const FFmpegRunner::OnProgres
 {
     const auto arguments = CommandBuilder::arguments(m_info, m_plan, m_settings, place.output, std::nullopt,
                                                      CommandBuilder::Streams::all);
-    FFmpegRunner *runner = nullptr;
-    {
-        const std::scoped_lock guard(m_lock);
-        m_runner = std::make_unique<FFmpegRunner>(m_tools.ffmpeg, arguments, progress);
-        runner = m_runner.get();
-    }
+    FFmpegRunner runner(m_tools.ffmpeg, arguments, progress);
     Log::write(fmt::format("Start: {}{}\n  {}", shown(m_info.url),
                            place.isNetwork ? " (Netzlaufwerk, lokal kodiert)" : "",
                            Text::repaired(CommandBuilder::displayString("ffmpeg", arguments))));
-    const int status = runner->run(stop);
+    const int status = m_ffmpeg.run(runner, stop);
     throwIfStopped(stop);
-    if (status == 0 && !runner->lostSomething())
+    if (status == 0 && !runner.lostSomething())
         return;
-    Log::write(fmt::format("Fehler ({}): {}\n{}", status, shown(m_info.url.filename()), runner->errorTail()));
+    Log::write(fmt::format("Fehler ({}): {}\n{}", status, shown(m_info.url.filename()), runner.errorTail()));
     if (status == 0)
-        throw ToolError::failed("ffmpeg konnte nicht alles lesen oder schreiben:\n" + runner->errorTail());
-    throw ToolError::failed(fmt::format("ffmpeg meldet einen Fehler ({}):\n{}", status, runner->errorTail()));
+        throw ToolError::failed("ffmpeg konnte nicht alles lesen oder schreiben:\n" + runner.errorTail());
+    throw ToolError::failed(fmt::format("ffmpeg meldet einen Fehler ({}):\n{}", status, runner.errorTail()));
 }
 
 void ConversionJob::verify(const MediaInfo &result) const
@@ -328,20 +324,6 @@ fs::path ConversionJob::replaceOriginal(Workplace &place, std::int64_t newSize) 
 std::string ConversionJob::finalName() const
 {
     return TargetName::nameFor(m_info.url, "", m_settings);
-}
-
-void ConversionJob::suspend()
-{
-    const std::scoped_lock guard(m_lock);
-    if (m_runner)
-        m_runner->suspend();
-}
-
-void ConversionJob::resume()
-{
-    const std::scoped_lock guard(m_lock);
-    if (m_runner)
-        m_runner->resume();
 }
 
 bool ConversionJob::isSameDuration(double source, double result)

@@ -4,12 +4,11 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <stop_token>
 #include <string>
 
-#include "encoding/FFmpegRunner.h"
+#include "encoding/CurrentRunner.h"
 #include "media/MediaInfo.h"
 #include "media/Tools.h"
 #include "planning/ConversionSettings.h"
@@ -51,8 +50,9 @@ public:
     // Blocks. Throws ToolError, the file system's errors, or Cancelled.
     ConversionOutcome run(const Callbacks &callbacks, std::stop_token stop);
 
-    void suspend();
-    void resume();
+    // May be called from any thread; a job that is suspended before its encode starts it frozen.
+    void suspend() { m_ffmpeg.suspend(); }
+    void resume() { m_ffmpeg.resume(); }
 
     // Within the larger of three seconds and 1.5 % of the source's duration; in seconds.
     static bool isSameDuration(double source, double result);
@@ -109,9 +109,7 @@ private:
     const std::filesystem::path m_root;
     const double m_expectedBytes;
 
-    // Guarded by m_lock.
-    std::mutex m_lock;
-    std::unique_ptr<FFmpegRunner> m_runner;
+    CurrentRunner m_ffmpeg;
 };
 
 } // namespace kestrel

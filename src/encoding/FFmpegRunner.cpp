@@ -26,7 +26,7 @@ FFmpegRunner::FFmpegRunner(std::filesystem::path executable, std::vector<std::st
 {
 }
 
-int FFmpegRunner::run(std::stop_token stop)
+int FFmpegRunner::run(std::stop_token stop, const std::function<void()> &onStarted)
 {
     const std::stop_callback onStop(stop, [this] { cancel(); });
     ChildProcess *process = nullptr;
@@ -36,6 +36,8 @@ int FFmpegRunner::run(std::stop_token stop)
         if (m_cancelled)
             process->terminate(grace);
     }
+    if (onStarted)
+        onStarted();
     return process->communicate(
         [this](std::string_view bytes) {
             std::optional<Progress> progress;

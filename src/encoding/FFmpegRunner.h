@@ -24,8 +24,9 @@ public:
     FFmpegRunner(std::filesystem::path executable, std::vector<std::string> arguments, OnProgress onProgress);
 
     // Returns ffmpeg's exit status; throws std::system_error when it cannot be started. A stop request
-    // is a cancel(): ffmpeg then mostly ends with another status than 0.
-    int run(std::stop_token stop);
+    // is a cancel(): ffmpeg then mostly ends with another status than 0. `onStarted` is called on the
+    // calling thread once suspend() has something to freeze.
+    int run(std::stop_token stop, const std::function<void()> &onStarted = {});
 
     void suspend(); // freezes ffmpeg in place
     void resume();

@@ -47,20 +47,17 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
     if (!Files::exists(m_request.info.url))
         throw ToolError::failed("Datei ist nicht mehr vorhanden.");
     refresh(stop);
-    const auto &[info, settings, tools, root, knownSample] = m_request;
+    auto &[info, settings, tools, root, sample] = m_request;
     const Files::Attributes source = Files::attributes(info.url);
     if (auto outcome = findConverted(stop))
-        return {*outcome, true, std::nullopt, std::nullopt};
+        return {*outcome, true, std::nullopt};
 
     Result result;
     Plan plan = Planner::plan(info, settings, std::nullopt);
-    const SampleResult *sample = nullptr;
     if (plan.encodesVideo()) {
         ConversionJob::requireWritableTarget(info.url, settings, root); // before the long search
-        const bool isSearched = knownSample && knownSample->vmafTarget;
-        if (!isSearched)
-            result.sample = measure(plan, callbacks, stop);
-        sample = isSearched ? &*knownSample : &*result.sample;
+        if (!sample || !sample->vmafTarget)
+            sample = measure(plan, callbacks, stop);
         plan = Planner::planMeasured(info, settings, *sample);
     }
 
@@ -71,7 +68,7 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
     }
     if (!Files::attributes(info.url).sameVersion(source))
         throw ToolError::failed("Die Datei wurde während der Messung verändert – bitte neu analysieren.");
-    result.outcome = convert(plan, plan.encodesVideo() ? sample : nullptr, callbacks, stop);
+    result.outcome = convert(plan, callbacks, stop);
     if (result.outcome.kind == ConversionOutcome::Kind::replaced) {
         try {
             result.newInfo = Prober::probe(*result.outcome.finalURL, tools.ffprobe, {});
@@ -119,19 +116,20 @@ std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_t
     }
 }
 
-std::optional<SampleResult> FileConversion::measure(const Plan &plan, const Callbacks &callbacks,
-                                                    const std::stop_token &stop) const
+SampleResult FileConversion::measure(const Plan &plan, const Callbacks &callbacks,
+                                     const std::stop_token &stop)
 {
     callbacks.analyzing(0);
     try {
         const TemporaryFolder folder;
-        const SampleResult result =
-            Sampler::search({m_request.info, plan, m_request.settings, m_request.tools, folder.path()},
-                            callbacks.analyzing, stop);
+        const SampleResult result = Sampler::search(
+            {m_request.info, plan, m_request.settings, m_request.tools, folder.path(), &m_search},
+            callbacks.analyzing, stop);
         const std::string score = result.vmafMean ? fmt::format(", VMAF {:.2f}", *result.vmafMean) : "";
         Log::write(fmt::format("Qualitätssuche {}: CRF {}{}, {:.2f} Mbit/s",
                                shown(m_request.info.url.filename()), result.qualityValue, score,
                                result.videoBitrate / 1e6));
+        callbacks.measured(result);
         return result;
     } catch (const Cancelled &) {
         throw;
@@ -148,17 +146,20 @@ void FileConversion::waitWhilePaused(const std::stop_token &stop)
     throwIfStopped(stop);
 }
 
-ConversionOutcome FileConversion::convert(const Plan &plan, const SampleResult *sample,
-                                          const Callbacks &callbacks, const std::stop_token &stop)
+ConversionOutcome FileConversion::convert(const Plan &plan, const Callbacks &callbacks,
+                                          const std::stop_token &stop)
 {
-    const auto &[info, settings, tools, root, knownSample] = m_request;
+    const auto &[info, settings, tools, root, sample] = m_request;
+    const SampleResult *measured = plan.encodesVideo() ? &*sample : nullptr;
     const double expected =
-        Estimator::estimate(info, plan, settings, sample, std::nullopt, std::nullopt).total();
+        Estimator::estimate(info, plan, settings, measured, std::nullopt, std::nullopt).total();
     ConversionJob *job = nullptr;
     {
         const std::scoped_lock guard(m_lock);
         m_job = std::make_unique<ConversionJob>(info, plan, settings, tools, root, expected);
         job = m_job.get();
+        if (m_isPaused)
+            job->suspend();
     }
     callbacks.running(0, 0);
     const double duration = info.duration;
@@ -174,6 +175,7 @@ void FileConversion::suspend()
 {
     const std::scoped_lock guard(m_lock);
     m_isPaused = true;
+    m_search.suspend();
     if (m_job)
         m_job->suspend();
 }
@@ -182,6 +184,7 @@ void FileConversion::resume()
 {
     const std::scoped_lock guard(m_lock);
     m_isPaused = false;
+    m_search.resume();
     if (m_job)
         m_job->resume();
     m_resumed.notify_all();

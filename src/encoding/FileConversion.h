@@ -31,16 +31,16 @@ public:
     };
 
     struct Callbacks {
-        std::function<void(double fraction)> analyzing; // the quality search
+        std::function<void(double fraction)> analyzing;     // the quality search
+        std::function<void(const SampleResult &)> measured; // its end, whatever becomes of the file
         std::function<void(double fraction, double fps)> running;
         std::function<void()> uploading;
     };
 
     struct Result {
         ConversionOutcome outcome;
-        bool wasConvertedBefore = false;    // skipped, because its target was there already
-        std::optional<SampleResult> sample; // what was measured now
-        std::optional<MediaInfo> newInfo;   // of the file that took the original's place
+        bool wasConvertedBefore = false;  // skipped, because its target was there already
+        std::optional<MediaInfo> newInfo; // of the file that took the original's place
     };
 
     explicit FileConversion(Request request);
@@ -54,11 +54,9 @@ public:
 private:
     void refresh(const std::stop_token &stop);
     std::optional<ConversionOutcome> findConverted(const std::stop_token &stop) const;
-    std::optional<SampleResult> measure(const Plan &plan, const Callbacks &callbacks,
-                                        const std::stop_token &stop) const;
+    SampleResult measure(const Plan &plan, const Callbacks &callbacks, const std::stop_token &stop);
     void waitWhilePaused(const std::stop_token &stop);
-    ConversionOutcome convert(const Plan &plan, const SampleResult *sample, const Callbacks &callbacks,
-                              const std::stop_token &stop);
+    ConversionOutcome convert(const Plan &plan, const Callbacks &callbacks, const std::stop_token &stop);
 
     // Touched by run() alone.
     Request m_request;
@@ -68,6 +66,8 @@ private:
     std::condition_variable_any m_resumed;
     bool m_isPaused = false;
     std::unique_ptr<ConversionJob> m_job;
+
+    CurrentRunner m_search; // the quality search's ffmpeg
 };
 
 } // namespace kestrel

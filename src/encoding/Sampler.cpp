@@ -14,7 +14,6 @@
 
 #include "encoding/FFmpegRunner.h"
 #include "media/Prober.h"
-#include "media/ProcessRunner.h"
 #include "planning/Estimator.h"
 #include "platform/Cancelled.h"
 #include "platform/Files.h"
@@ -51,7 +50,17 @@ unsigned processors()
     return std::max(1U, std::thread::hardware_concurrency());
 }
 
-// Encodes one segment and returns the wall-clock seconds that it took.
+int run(FFmpegRunner &runner, const Subject &subject, const std::stop_token &stop)
+{
+    return subject.current != nullptr ? subject.current->run(runner, stop) : runner.run(stop);
+}
+
+double suspendedSeconds(const Subject &subject)
+{
+    return subject.current != nullptr ? subject.current->suspendedSeconds() : 0;
+}
+
+// Encodes one segment and returns the wall-clock seconds that it took, without pauses.
 double encodeSegment(const Subject &subject, const Segment &segment, const fs::path &output,
                      const OnProgress &progress, const std::stop_token &stop)
 {
@@ -62,11 +71,13 @@ double encodeSegment(const Subject &subject, const Segment &segment, const fs::p
                             progress(std::min(state.seconds / segment.length, 1.0));
                         });
     const auto started = std::chrono::steady_clock::now();
-    const int status = runner.run(stop);
+    const double suspendedBefore = suspendedSeconds(subject);
+    const int status = run(runner, subject, stop);
     throwIfStopped(stop);
     if (status != 0 || runner.lostSomething())
         throw ToolError::failed("Probekodierung fehlgeschlagen: " + runner.errorTail());
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    return seconds - (suspendedSeconds(subject) - suspendedBefore);
 }
 
 enum class Scoring { none, vmaf };
@@ -264,15 +275,15 @@ double vmaf(const fs::path &encoded, const Subject &subject, const Segment &segm
     const std::string graph = fmt::format("{}libvmaf=log_fmt=json:log_path={}:n_threads={}:n_subsample={}",
                                           comparisonGraph(subject.info, subject.plan),
                                           CommandBuilder::filterValue(log), processors(), subsampling);
-    const ProcessOutput output = ProcessRunner::run(
-        subject.tools.ffmpeg,
-        {"-nostdin", "-hide_banner", "-loglevel", "error", "-i", encoded.native(), "-ss",
-         CommandBuilder::format(segment.start), "-t", CommandBuilder::format(segment.length), "-i",
-         subject.info.url.native(), "-lavfi", graph, "-f", "null", "-"},
-        stop);
+    FFmpegRunner runner(subject.tools.ffmpeg,
+                        {"-nostdin", "-hide_banner", "-loglevel", "error", "-i", encoded.native(), "-ss",
+                         CommandBuilder::format(segment.start), "-t", CommandBuilder::format(segment.length),
+                         "-i", subject.info.url.native(), "-lavfi", graph, "-f", "null", "-"},
+                        {});
+    const int status = run(runner, subject, stop);
     throwIfStopped(stop);
     try {
-        if (output.status == 0)
+        if (status == 0)
             return nlohmann::json::parse(Files::readAll(log))
                 .at("pooled_metrics")
                 .at("vmaf")
@@ -280,7 +291,7 @@ double vmaf(const fs::path &encoded, const Subject &subject, const Segment &segm
                 .get<double>();
     } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): no usable log, told below
     }
-    throw ToolError::failed("VMAF-Messung fehlgeschlagen: " + output.errorText());
+    throw ToolError::failed("VMAF-Messung fehlgeschlagen: " + runner.errorTail());
 }
 
 } // namespace kestrel::Sampler

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "encoding/CommandBuilder.h"
+#include "encoding/CurrentRunner.h"
 #include "media/MediaInfo.h"
 #include "media/Tools.h"
 #include "planning/ConversionSettings.h"
@@ -27,6 +28,7 @@ struct Subject {
     ConversionSettings settings;
     Tools tools;
     std::filesystem::path tempDir;
+    CurrentRunner *current = nullptr; // through which others freeze the search; may be missing
 };
 
 // The quality search: at most four trial values. Without the libvmaf filter it is a single measurement

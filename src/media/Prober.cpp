@@ -1,10 +1,8 @@
 #include "media/Prober.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <map>
 #include <string_view>
@@ -12,7 +10,6 @@
 #include <nlohmann/json.hpp>
 
 #include "media/Language.h"
-#include "media/Log.h"
 #include "media/ProcessRunner.h"
 #include "media/Tools.h"
 #include "platform/Cancelled.h"
@@ -25,56 +22,6 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 
 namespace {
-
-constexpr std::array<std::string_view, 18> videoExtensions{"mkv",  "mp4", "m4v",  "avi", "mov",  "ts",
-                                                           "m2ts", "mts", "wmv",  "mpg", "mpeg", "webm",
-                                                           "flv",  "vob", "divx", "3gp", "ogm",  "asf"};
-
-// Folders that a file manager shows as one document.
-constexpr std::array<std::string_view, 11> packageExtensions{
-    "app",           "bundle",    "framework", "photoslibrary", "photolibrary", "aplibrary",
-    "imovielibrary", "tvlibrary", "fcpbundle", "theater",       "pkg"};
-
-template <std::size_t Size>
-bool hasExtension(const fs::path &name, const std::array<std::string_view, Size> &list)
-{
-    const std::string extension = name.extension().native();
-    if (extension.size() < 2)
-        return false;
-    return std::find(list.begin(), list.end(), Text::lower(std::string_view(extension).substr(1))) !=
-           list.end();
-}
-
-bool isHidden(const fs::path &name)
-{
-    return name.native().starts_with('.');
-}
-
-bool isLeftover(const fs::path &name)
-{
-    return isHidden(name) && (name.native().ends_with(".kestrel-upload") ||
-                              name.native().find(".kestrel-tmp.") != std::string::npos);
-}
-
-// Visits everything below a folder, packages aside, and descends where the visitor says so.
-void walk(const fs::path &root, const std::stop_token &stop,
-          const std::function<bool(const fs::directory_entry &)> &visitAndDescend)
-{
-    std::vector<fs::path> folders{root};
-    while (!folders.empty()) {
-        const fs::path folder = std::move(folders.back());
-        folders.pop_back();
-        std::error_code error;
-        for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-             entry.increment(error)) {
-            throwIfStopped(stop);
-            std::error_code unreadable;
-            const bool isFolder = entry->symlink_status(unreadable).type() == fs::file_type::directory;
-            if (visitAndDescend(*entry) && isFolder && !hasExtension(entry->path(), packageExtensions))
-                folders.push_back(entry->path());
-        }
-    }
-}
 
 template <typename Number>
 std::optional<Number> parsed(std::string_view text)
@@ -275,78 +222,9 @@ double parseDuration(const json &format, const json &streams)
 
 } // namespace
 
-std::vector<fs::path> findVideos(const fs::path &root, std::stop_token stop)
+std::string ask(const fs::path &file, const fs::path &ffprobe, std::stop_token stop)
 {
-    struct Found {
-        std::string key;
-        fs::path path;
-    };
-    std::vector<Found> found;
-    walk(root, stop, [&](const fs::directory_entry &entry) {
-        const fs::path name = entry.path().filename();
-        if (isHidden(name))
-            return false;
-        std::error_code unreadable;
-        if (hasExtension(name, videoExtensions) &&
-            entry.symlink_status(unreadable).type() == fs::file_type::regular)
-            found.push_back({Text::naturalSortKey(entry.path().native()), entry.path()});
-        return true;
-    });
-    std::sort(found.begin(), found.end(), [](const Found &a, const Found &b) {
-        return a.key != b.key ? a.key < b.key : a.path.native() < b.path.native();
-    });
-
-    std::vector<fs::path> videos;
-    videos.reserve(found.size());
-    for (auto &entry : found)
-        videos.push_back(std::move(entry.path));
-    return videos;
-}
-
-std::size_t removeLeftovers(const fs::path &root, std::stop_token stop)
-{
-    std::vector<fs::path> leftovers;
-    walk(root, stop, [&](const fs::directory_entry &entry) {
-        const bool isLeft = isLeftover(entry.path().filename());
-        if (isLeft)
-            leftovers.push_back(entry.path());
-        return !isLeft;
-    });
-    std::size_t count = 0;
-    for (const auto &path : leftovers) {
-        if (Files::isLockedByOthers(path))
-            continue;
-        std::error_code error;
-        fs::remove_all(path, error);
-        if (error)
-            continue;
-        ++count;
-        Log::write("Rest entfernt: " + Text::repaired(path.native()));
-    }
-    return count;
-}
-
-fs::path relativePath(const fs::path &file, const fs::path &root)
-{
-    const auto resolved = [](const fs::path &path) {
-        std::error_code error;
-        const fs::path real = fs::weakly_canonical(path, error);
-        return Files::standardized(error ? path : real);
-    };
-    const fs::path whole = resolved(file);
-    const fs::path above = resolved(root);
-    const auto [rootRest, fileRest] = std::mismatch(above.begin(), above.end(), whole.begin(), whole.end());
-    if (rootRest != above.end())
-        return whole.filename();
-    fs::path relative;
-    for (auto part = fileRest; part != whole.end(); ++part)
-        relative /= *part;
-    return relative;
-}
-
-MediaInfo probe(const fs::path &file, const fs::path &ffprobe, std::stop_token stop)
-{
-    const ProcessOutput output = ProcessRunner::run(
+    ProcessOutput output = ProcessRunner::run(
         ffprobe, {"-v", "error", "-print_format", "json", "-show_format", "-show_streams", file.native()},
         stop);
     throwIfStopped(stop);
@@ -355,11 +233,21 @@ MediaInfo probe(const fs::path &file, const fs::path &ffprobe, std::stop_token s
         const std::string_view text = Text::trimmed(errors);
         throw ToolError::failed(text.empty() ? "Datei konnte nicht gelesen werden" : std::string(text));
     }
-    const json answer = json::parse(output.standardOutput);
-    if (!answer.is_object())
+    return std::move(output.standardOutput);
+}
+
+MediaInfo read(const std::string &answer, const fs::path &file, const Files::Attributes &attributes)
+{
+    const json object = json::parse(answer);
+    if (!object.is_object())
         throw ToolError::failed("ffprobe lieferte keine lesbare Antwort");
-    const Files::Attributes attributes = Files::attributes(file);
-    return parse(answer, file, attributes.size, asTime(attributes.modified));
+    return parse(object, file, attributes.size, asTime(attributes.modified));
+}
+
+MediaInfo probe(const fs::path &file, const fs::path &ffprobe, std::stop_token stop)
+{
+    const std::string answer = ask(file, ffprobe, std::move(stop));
+    return read(answer, file, Files::attributes(file));
 }
 
 FileTime asTime(const timespec &time)

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <set>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "media/MediaInfo.h"
+#include "platform/Files.h"
 
 #include <time.h>
 
@@ -19,9 +21,16 @@ namespace kestrel::Prober {
 // contents of packages, follows no links; what cannot be listed is passed over.
 std::vector<std::filesystem::path> findVideos(const std::filesystem::path &root, std::stop_token stop);
 
-// Deletes the hidden files that an interrupted run left beside the originals; returns how many. One that
-// a running process has locked is left. Throws Cancelled.
-std::size_t removeLeftovers(const std::filesystem::path &root, std::stop_token stop);
+// Those of the named files (relative paths, in normal form) that the above would find. Looks at nothing else,
+// however large the folder is.
+std::vector<std::filesystem::path> findVideos(const std::filesystem::path &root,
+                                              const std::set<std::filesystem::path> &names,
+                                              std::stop_token stop);
+
+// The hidden files that interrupted runs left beside the originals. Throws Cancelled.
+std::vector<std::filesystem::path> findLeftovers(const std::filesystem::path &root, std::stop_token stop);
+// Deletes them; returns how many. One that a running process has locked is left.
+std::size_t removeLeftovers(const std::vector<std::filesystem::path> &leftovers);
 
 // Where the file lies below the root, for display; its bare name where it does not lie there.
 std::filesystem::path relativePath(const std::filesystem::path &file, const std::filesystem::path &root);
@@ -30,6 +39,12 @@ std::filesystem::path relativePath(const std::filesystem::path &file, const std:
 // Cancelled.
 MediaInfo probe(const std::filesystem::path &file, const std::filesystem::path &ffprobe,
                 std::stop_token stop);
+
+// The two halves of probe(): ffprobe's own answer, and the record of a file with these attributes.
+std::string ask(const std::filesystem::path &file, const std::filesystem::path &ffprobe,
+                std::stop_token stop);
+MediaInfo read(const std::string &answer, const std::filesystem::path &file,
+               const Files::Attributes &attributes);
 
 // The mapping from ffprobe's JSON object to the record. Never throws on strange content: what is not
 // understood counts as missing.

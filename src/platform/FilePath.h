@@ -19,6 +19,11 @@ public:
     std::filesystem::path filename() const { return std::filesystem::path(m_native).filename(); }
 
     auto operator<=>(const FilePath &) const = default;
+    friend bool operator==(const FilePath &a, const FilePath &b) = default;
+    friend bool operator==(const FilePath &a, const std::filesystem::path &b)
+    {
+        return a.m_native == b.native();
+    }
 
 private:
     std::string m_native;

@@ -96,7 +96,8 @@ Attributes attributes(const fs::path &file)
     struct stat status {};
     if (::stat(file.c_str(), &status) != 0)
         fail("stat", file);
-    return {status.st_size, status.st_mtim, status.st_dev, status.st_ino, S_ISREG(status.st_mode)};
+    return {status.st_size, status.st_mtim, status.st_ctim,
+            status.st_dev,  status.st_ino,  S_ISREG(status.st_mode)};
 }
 
 std::optional<Attributes> tryAttributes(const fs::path &file)

@@ -17,6 +17,7 @@ namespace kestrel::Files {
 struct Attributes {
     std::int64_t size = 0; // bytes
     timespec modified{};
+    timespec changed{}; // content, name or rights; cannot be set back
     std::uint64_t device = 0, inode = 0;
     bool isRegular = false;
 

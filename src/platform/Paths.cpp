@@ -45,6 +45,11 @@ fs::path caches()
     return fromEnvironment("XDG_CACHE_HOME", home() / ".cache");
 }
 
+fs::path configuration()
+{
+    return fromEnvironment("XDG_CONFIG_HOME", home() / ".config");
+}
+
 fs::path applicationSupport()
 {
     return fromEnvironment("XDG_DATA_HOME", home() / ".local/share");

@@ -9,6 +9,8 @@ namespace kestrel::Paths {
 std::filesystem::path home();
 // $XDG_CACHE_HOME or ~/.cache
 std::filesystem::path caches();
+// $XDG_CONFIG_HOME or ~/.config
+std::filesystem::path configuration();
 // $XDG_DATA_HOME or ~/.local/share
 std::filesystem::path applicationSupport();
 // The system's temporary folder: $TMPDIR or /tmp

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "model/UserDefaults.h"
 #include "platform/ChildProcess.h"
 #include "support/Clips.h"
 
@@ -217,6 +218,66 @@ TEST(Program, measuresAndSaysWhatItChose)
     EXPECT_THAT(names(sandbox.path()), ElementsAre("a.mkv", "b.mkv", "c.mkv"));
 }
 
+TEST(Program, takesOnlyTheFilesThatAreNamed)
+{
+    const Sandbox sandbox;
+    for (const char *name : {"a.mkv", "Serie/b b.mkv", "c.mkv"})
+        sandbox.put(Clips::film(), name);
+    const auto planned = [&](const std::vector<std::string> &more) {
+        std::vector<std::string> words{"plan", sandbox.path(), "--json"};
+        words.insert(words.end(), more.begin(), more.end());
+        const auto output = kestrel(words);
+        std::vector<std::string> files;
+        const Json plan = Json::parse(output.standardOutput);
+        for (const Json &file : plan["files"])
+            files.push_back(file["relativePath"]);
+        files.push_back(std::to_string(output.status));
+        return files;
+    };
+    EXPECT_THAT(planned({"--only", "Serie/b b.mkv", "--only", "./c.mkv"}),
+                ElementsAre("c.mkv", "Serie/b b.mkv", "0"));
+    EXPECT_THAT(planned({"--only", "gone.mkv"}), ElementsAre("1"));
+    const fs::path list = sandbox.write("list", "Serie/b b.mkv\n");
+    EXPECT_TRUE(shell(KESTREL_PROGRAM " convert " + quoted(sandbox.path()) +
+                      " --quality small --container mp4 --only - < " + quoted(list) + " > /dev/null"));
+    EXPECT_THAT(names(sandbox / "Serie"), ElementsAre("b b.mp4"));
+    EXPECT_THAT(names(sandbox.path()), ElementsAre("Serie", "a.mkv", "c.mkv", "list"));
+}
+
+TEST(Program, startsFromTheStoredSettingsAndStoresNone)
+{
+    const Sandbox sandbox;
+    sandbox.put(Clips::film(), "a.mkv");
+    ConversionSettings stored;
+    stored.quality = QualityLevel::small;
+    stored.container = OutputContainer::mp4;
+    UserDefaults::standard().setSettings(stored);
+    const auto settings = [&](const std::vector<std::string> &more) {
+        std::vector<std::string> words{"plan", sandbox.path(), "--json"};
+        words.insert(words.end(), more.begin(), more.end());
+        return Json::parse(kestrel(words).standardOutput)["settings"];
+    };
+    EXPECT_EQ(settings({}), stored.toJson());
+    EXPECT_EQ(settings({"--container", "mkv"})["quality"], 4);
+    EXPECT_EQ(settings({"--defaults"}), ConversionSettings().toJson());
+    EXPECT_EQ(UserDefaults::standard().settings(), stored);
+    EXPECT_EQ(UserDefaults::standard().lastFolder(), std::nullopt);
+    fs::remove(UserDefaults::standard().file());
+}
+
+TEST(Program, makesAClip)
+{
+    const Sandbox sandbox;
+    const fs::path film = sandbox.put(Clips::film(), "Ein Film.mkv");
+    const auto output = kestrel({"clip", film, "--quality", "small"});
+    EXPECT_EQ(output.status, 0) << output.standardError;
+    const fs::path clip = home() / "Movies/Kestrel Probeclips/Ein Film – Probeclip HEVC Gering.mkv";
+    EXPECT_THAT(output.standardOutput, HasSubstr(clip.native()));
+    EXPECT_TRUE(fs::exists(clip));
+    EXPECT_EQ(kestrel({"clip", sandbox.write("kaputt.mkv", "x")}).status, 1);
+    EXPECT_EQ(kestrel({"clip", sandbox.write("brief.txt", "x")}).status, 2);
+}
+
 // Runs a conversion and sends it a signal once it encodes; returns its status.
 int interrupted(const fs::path &folder, int signal)
 {
@@ -261,6 +322,54 @@ TEST(Program, anInterruptStopsCleanlyAndAKillLosesNothing)
     EXPECT_FALSE(ffmpegWorksIn(sandbox.path())) << "ffmpeg dies with the program";
     for (const char *name : {"a.mkv", "b.mkv"})
         EXPECT_EQ(readFile(sandbox / name), original);
+}
+
+TEST(Program, ctrlZStopsAtOnceWhateverItIsDoing)
+{
+    const Sandbox sandbox;
+    sandbox.put(Clips::film(), "a.mkv");
+    // Waits for standard input, before there is a library.
+    ASSERT_TRUE(shell("mkfifo " + quoted(sandbox / "pipe")));
+    const std::string state = "$(cut -d' ' -f3 /proc/$program/stat)";
+    EXPECT_TRUE(shell("exec 3<> " + quoted(sandbox / "pipe") + "; " KESTREL_PROGRAM " plan " +
+                      quoted(sandbox.path()) + " --only - <&3 >/dev/null & program=$!; sleep 1\n" +
+                      "kill -TSTP $program; for i in $(seq 100); do [ " + state +
+                      " = T ] && break; sleep 0.05; done; [ " + state +
+                      " = T ] && kill -CONT $program && kill -INT $program; wait $program; [ $? = 130 ]"));
+}
+
+TEST(Program, ctrlZFreezesFfmpegToo)
+{
+    const Sandbox sandbox;
+    sandbox.put(Clips::make("slow.mkv", "-f lavfi -i testsrc2=s=320x240:r=5:d=59 -c:v libx264 "
+                                        "-preset ultrafast -crf 1"),
+                "a.mkv");
+    ChildProcess program(KESTREL_PROGRAM, {"convert", sandbox.path(), "--json", "--quality", "small"});
+    const auto frozen = [&] {
+        std::size_t count = 0;
+        for (const auto &process : fs::directory_iterator("/proc"))
+            if (readFile(process.path() / "cmdline").find(sandbox.path().native()) != std::string::npos)
+                count += readFile(process.path() / "stat").find(") T ") != std::string::npos ? 1 : 0;
+        return count;
+    };
+    bool wasFrozen = false, wasPaused = false;
+    std::jthread shell([&] {
+        for (int i = 0; i < 500 && !ffmpegWorksIn(sandbox.path()); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        program.signal(SIGTSTP);
+        for (int i = 0; i < 500 && frozen() < 2; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        wasFrozen = frozen() >= 2;
+        program.signal(SIGCONT);
+        for (int i = 0; i < 500 && frozen() > 0; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        wasPaused = frozen() == 0;
+        program.signal(SIGINT);
+    });
+    EXPECT_EQ(program.communicate([](std::string_view) {}, [](std::string_view) {}), 130);
+    EXPECT_TRUE(wasFrozen);
+    EXPECT_TRUE(wasPaused);
+    EXPECT_THAT(names(sandbox.path()), ElementsAre("a.mkv"));
 }
 
 } // namespace

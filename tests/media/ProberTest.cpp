@@ -184,6 +184,22 @@ TEST(Prober, findsVideosInNaturalOrder)
                             "Serie/folge 2.mkv", "Serie/Folge 9.mkv", "Serie/Folge 10.mkv"));
     EXPECT_THAT(Prober::findVideos(sandbox / "missing", {}), testing::IsEmpty());
 
+    const std::set<test::fs::path> named{"Serie/Folge 9.mkv",
+                                         "Film.MKV",
+                                         "notes.txt",
+                                         "Link.mkv",
+                                         "fehlt.mkv",
+                                         ".verborgen/Film.mkv",
+                                         "Foto.photoslibrary/a/clip.mov",
+                                         "",
+                                         "Verweis/Folge 9.mkv",
+                                         "../Film.MKV",
+                                         sandbox / "Ärzte.mp4",
+                                         "Ordner.mkv",
+                                         "Ordner.mkv/Innen.m2ts"};
+    EXPECT_THAT(relative(Prober::findVideos(sandbox.path(), named, {}), sandbox.path()),
+                ElementsAre("Film.MKV", "Ordner.mkv/Innen.m2ts", "Serie/Folge 9.mkv"));
+
     std::stop_source stopped;
     stopped.request_stop();
     EXPECT_THROW(Prober::findVideos(sandbox.path(), stopped.get_token()), Cancelled);
@@ -200,7 +216,7 @@ TEST(Prober, removesOnlyWhatAnInterruptedRunLeft)
     sandbox.write("ziel/Film.mkv", "");
     test::fs::create_directory_symlink("ziel", sandbox / ".ziel.kestrel-upload");
 
-    EXPECT_EQ(Prober::removeLeftovers(sandbox.path(), {}), 4U);
+    EXPECT_EQ(Prober::removeLeftovers(Prober::findLeftovers(sandbox.path(), {})), 4U);
     EXPECT_THAT(test::names(sandbox.path()),
                 ElementsAre(".Film.kestrel-upload.mkv", ".Film.mkv.kestrel-original", ".verborgen",
                             "Film.kestrel-tmp.mkv", "Film.mkv.kestrel-upload", "Foto.photoslibrary", "Serie",

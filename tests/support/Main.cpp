@@ -1,3 +1,5 @@
+#include <QCoreApplication>
+#include <clocale>
 #include <cstdlib>
 
 #include <gtest/gtest.h>
@@ -14,6 +16,9 @@ int main(int count, char **words)
     ::setenv("TMPDIR", (home / "tmp").c_str(), 1);
     ::unsetenv("XDG_CACHE_HOME");
     ::unsetenv("XDG_DATA_HOME");
+    ::unsetenv("XDG_CONFIG_HOME");
+    const QCoreApplication application(count, words);
+    std::setlocale(LC_NUMERIC, "C");
     ::testing::InitGoogleTest(&count, words);
     return RUN_ALL_TESTS();
 }

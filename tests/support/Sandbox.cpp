@@ -54,8 +54,12 @@ const fs::path &home()
 
 std::string readFile(const fs::path &file)
 {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    try {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    } catch (const std::ios_base::failure &) { // of a process that has just gone
+        return {};
+    }
 }
 
 std::vector<std::string> names(const fs::path &folder)

@@ -1,0 +1,209 @@
+#include "cli/Session.h"
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "cli/Terminal.h"
+#include "platform/Cancelled.h"
+#include "platform/ErrorText.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace kestrel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The lines on standard input, as far as they come before the program is to stop.
+std::vector<std::string> readLines(const std::stop_token &stop)
+{
+    std::string text;
+    std::array<char, 4096> buffer{};
+    constexpr int glance = 100; // milliseconds
+    for (;;) {
+        throwIfStopped(stop);
+        pollfd input{STDIN_FILENO, POLLIN, 0};
+        if (::poll(&input, 1, glance) <= 0)
+            continue;
+        const ssize_t count = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (count <= 0)
+            break;
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        if (line.ends_with('\r'))
+            line.pop_back();
+        if (!line.empty())
+            lines.push_back(line);
+    }
+    return lines;
+}
+
+std::optional<std::set<fs::path>> parseOnly(const std::vector<std::string> &words,
+                                            const std::stop_token &stop)
+{
+    if (words.empty())
+        return std::nullopt;
+    std::set<fs::path> files;
+    for (const auto &word : words)
+        for (const auto &file : word == "-" ? readLines(stop) : std::vector{word})
+            files.insert(fs::path(file).lexically_normal());
+    return files;
+}
+
+AppModel::Options optionsOf(const Arguments &arguments, Session::Access access,
+                            const std::optional<std::set<fs::path>> &only)
+{
+    AppModel::Options options;
+    if (arguments.usesTestSuite)
+        options.store = UserDefaults::testSuite();
+    const ConversionSettings stored = options.store.settings().value_or(ConversionSettings());
+    options.settings = arguments.applied(arguments.startsFromDefaults ? ConversionSettings() : stored);
+    options.persists = false; // options hold for this run only
+    options.changesFiles = access == Session::Access::changesFiles;
+    options.asksAnew = arguments.asksAnew;
+    options.only = only;
+    return options;
+}
+
+} // namespace
+
+Session::Session(const Arguments &arguments, Interrupt &interrupt, Access access)
+    : m_arguments(arguments), m_interrupt(interrupt), m_only(parseOnly(arguments.only, interrupt.token())),
+      m_model(optionsOf(arguments, access, m_only)),
+      m_onInterrupt(interrupt.token(), [this] { m_mailbox.post([this] { stop(); }); })
+{
+    interrupt.setOnSuspend([this] {
+        m_mailbox.post(
+            [this] { m_interrupt.suspend([this] { m_model.suspend(); }, [this] { m_model.resume(); }); });
+    });
+    QObject::connect(&m_model, &AppModel::repaired,
+                     [](const std::string &message) { Terminal::complain(Terminal::shown(message)); });
+}
+
+Session::~Session()
+{
+    m_interrupt.setOnSuspend({});
+}
+
+void Session::stop()
+{
+    m_model.stop();
+    m_loop.quit();
+}
+
+void Session::waitUntil(const std::function<bool()> &condition)
+{
+    QObject waiting; // for as long as this lasts
+    const auto look = [&] {
+        if (condition() || m_interrupt.isRequested())
+            m_loop.quit();
+    };
+    QObject::connect(&m_model, &AppModel::toolsChanged, &waiting, look);
+    QObject::connect(&m_model, &AppModel::activityChanged, &waiting, look);
+    // What is running ends first: a stop is told by the activity.
+    while (!condition() && !(m_interrupt.isRequested() && !m_model.isBusy()))
+        m_loop.exec();
+}
+
+void Session::waitUntilIdle()
+{
+    waitUntil([this] { return !m_model.isBusy(); });
+    throwIfStopped(m_interrupt.token());
+}
+
+void Session::open(const fs::path &folder)
+{
+    requireTools();
+    const bool showsProgress = Terminal::isErrorTerminal();
+    const auto progress = QObject::connect(&m_model, &AppModel::activityChanged, [&] {
+        const Activity &activity = m_model.activity();
+        if (showsProgress && activity.kind == Activity::Kind::scanning)
+            Terminal::writeError(fmt::format("\rAnalysiere {}/{} …\x1b[K", activity.done, activity.total));
+    });
+    m_model.open(folder);
+    waitUntil([this] { return !m_model.isBusy(); });
+    QObject::disconnect(progress);
+    if (showsProgress)
+        Terminal::writeError("\r\x1b[K");
+    throwIfStopped(m_interrupt.token());
+    if (m_model.scanError())
+        throw ToolError::failed("Analyse fehlgeschlagen: " + *m_model.scanError());
+    tellMissing();
+}
+
+void Session::requireTools()
+{
+    const VideoCodecChoice wanted = m_model.settings().codec;
+    waitUntil([this] { return m_model.tools() || m_model.toolError(); });
+    throwIfStopped(m_interrupt.token());
+    if (m_model.toolError())
+        throw ToolError::failed(
+            fmt::format("{}\nUnter Debian: sudo apt install ffmpeg", *m_model.toolError()));
+    if (m_model.settings().codec == wanted)
+        return;
+    const auto sentence =
+        fmt::format("{} kann {} nicht kodieren", m_model.tools()->ffmpeg.native(), title(wanted));
+    if (m_arguments.isCodecChosen)
+        throw UsageError(sentence + ".");
+    Terminal::complain(sentence + " – das Bild bleibt unverändert.");
+}
+
+void Session::tellMissing()
+{
+    if (!m_only)
+        return;
+    std::set<fs::path> found;
+    for (const auto &item : library().items())
+        found.insert(item->relativePath);
+    for (const auto &file : *m_only)
+        if (!found.contains(file) && m_arguments.command != Arguments::Command::clip) {
+            ++m_missing;
+            Terminal::complain(fmt::format("„{}“: Diese Videodatei gibt es in dem Ordner nicht.",
+                                           Terminal::shown(file.native())));
+        }
+}
+
+std::string_view Session::nothingFound() const
+{
+    return m_only ? "Von den genannten Dateien wurde keine gefunden."
+                  : "In diesem Ordner wurden keine Videodateien gefunden.";
+}
+
+fs::path requireFolder(const fs::path &given)
+{
+    std::error_code error;
+    // "..", read literally, leads astray behind a symbolic link.
+    const bool climbs = std::find(given.begin(), given.end(), "..") != given.end();
+    const fs::path folder = Files::standardized(climbs ? fs::canonical(given, error) : given);
+    if (!error && fs::exists(folder, error) && !fs::is_directory(folder, error))
+        throw UsageError("„" + Terminal::shown(given.native()) + "“ ist kein Ordner.");
+    if (!error)
+        fs::directory_iterator(folder, error);
+    if (error)
+        throw UsageError("Der Ordner „" + Terminal::shown(given.native()) +
+                         "“ kann nicht gelesen werden: " + ErrorText::describe(error) + ".");
+    return folder;
+}
+
+std::optional<std::string> warning(const AppModel &model)
+{
+    const auto &storage = model.storage();
+    const bool replaces = model.settings().outputMode == OutputMode::replaceOriginal;
+    if (!storage || !storage->isNetwork() || storage->hasRecycleBin || !replaces)
+        return std::nullopt;
+    return "Achtung: Das Netzlaufwerk hat keinen Papierkorb – das Original wird nach erfolgreicher Prüfung "
+           "endgültig gelöscht.";
+}
+
+} // namespace kestrel

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QEventLoop>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <set>
+#include <stop_token>
+#include <string>
+#include <string_view>
+
+#include "cli/Arguments.h"
+#include "cli/Interrupt.h"
+#include "model/AppModel.h"
+#include "platform/Mailbox.h"
+
+namespace kestrel {
+
+// The model behind one call of the command line, and the event loop that moves it. Its waiting functions
+// throw Cancelled once the user has interrupted the call.
+class Session {
+public:
+    enum class Access { readOnly, changesFiles };
+
+    Session(const Arguments &arguments, Interrupt &interrupt, Access access);
+    ~Session();
+    Session(const Session &) = delete;
+    Session &operator=(const Session &) = delete;
+
+    AppModel &model() { return m_model; }
+    const Library &library() const { return m_model.library(); }
+
+    // Locates the tools and scans the folder, with progress on a terminal. Throws UsageError where the
+    // folder cannot be read or the settings cannot be met, ToolError where tools are missing.
+    void open(const std::filesystem::path &folder);
+    void waitUntilIdle();
+    // Files that "--only" names and the folder does not have; each has been complained about.
+    std::size_t missing() const { return m_missing; }
+    // The sentence for a library without files.
+    std::string_view nothingFound() const;
+
+private:
+    void stop();
+    void waitUntil(const std::function<bool()> &condition);
+    void requireTools();
+    void tellMissing();
+
+    const Arguments &m_arguments;
+    Interrupt &m_interrupt;
+    const std::optional<std::set<std::filesystem::path>> m_only;
+    AppModel m_model;
+    QEventLoop m_loop;
+    Mailbox m_mailbox;
+    std::stop_callback<std::function<void()>> m_onInterrupt;
+    std::size_t m_missing = 0;
+};
+
+// The folder as an absolute path. Throws UsageError when it cannot be opened.
+std::filesystem::path requireFolder(const std::filesystem::path &given);
+
+// What the user is to know before originals are replaced there; absent where they go to a trash.
+std::optional<std::string> warning(const AppModel &model);
+
+} // namespace kestrel

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+
+#include "encoding/FFmpegRunner.h"
+
+namespace kestrel {
+
+// The ffmpeg that a longer piece of work runs at the moment, so that others can freeze it. suspend() and
+// resume() may be called from any thread at any time.
+class CurrentRunner {
+public:
+    // FFmpegRunner::run(); while suspended, ffmpeg starts frozen.
+    int run(FFmpegRunner &runner, std::stop_token stop);
+
+    void suspend();
+    void resume();
+    // How long it has been suspended in all; seconds.
+    double suspendedSeconds() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    // Guarded by m_lock.
+    mutable std::mutex m_lock;
+    FFmpegRunner *m_runner = nullptr;
+    std::optional<Clock::time_point> m_suspendedSince;
+    std::chrono::duration<double> m_suspended{0};
+};
+
+} // namespace kestrel

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Files.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace kestrel {
+
+// Remembers what ffprobe said about a file for as long as the file stays as it is: the same path, device,
+// inode, size, times of modification and change, and the same ffprobe. A store that is damaged, locked or
+// cannot be written is as good as none: nothing here throws. All functions may be called from any thread.
+class ProbeStore {
+public:
+    // `version` is what ffprobe says of itself.
+    ProbeStore(const std::filesystem::path &file, std::string version);
+    ~ProbeStore();
+    ProbeStore(const ProbeStore &) = delete;
+    ProbeStore &operator=(const ProbeStore &) = delete;
+
+    // In the caches folder.
+    static std::filesystem::path usualFile();
+
+    std::optional<std::string> find(const std::filesystem::path &file, const Files::Attributes &attributes);
+    // A file that has changed within the last seconds is not remembered: its next change might leave no
+    // trace in its times.
+    void add(const std::filesystem::path &file, const Files::Attributes &attributes, std::string answer);
+    // Writes what was added and seen since, and forgets files that nobody has seen for half a year.
+    void save();
+
+private:
+    struct Entry {
+        Files::Attributes attributes;
+        std::string answer;
+    };
+    using Statement = std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt *)>;
+
+    bool open(const std::filesystem::path &file);
+    bool run(const char *statements);
+    void noteDamage(int result);
+    void removeFile() const;
+    Statement prepare(const char *statement);
+    void savePending();
+
+    // Set once.
+    const std::filesystem::path m_file;
+    const std::string m_version;
+
+    // Guarded by m_lock.
+    std::mutex m_lock;
+    bool m_isBusy = false;         // somebody holds it: waiting for every file would take too long
+    bool m_isDamaged = false;      // the file goes at the end, and is made anew by the next one
+    sqlite3 *m_database = nullptr; // absent where the store cannot be used
+    std::map<std::filesystem::path, Entry> m_added;
+    std::vector<std::filesystem::path> m_seen; // that were last seen on an earlier day
+};
+
+} // namespace kestrel

@@ -1,0 +1,254 @@
+#include "model/AppModel.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "encoding/ConversionJob.h"
+#include "encoding/SwapJournal.h"
+#include "media/Log.h"
+#include "model/ConversionRun.h"
+#include "model/FolderScan.h"
+#include "model/ProbeClip.h"
+#include "model/SamplingRun.h"
+#include "platform/Cancelled.h"
+#include "platform/ErrorText.h"
+#include "platform/OnExit.h"
+#include "platform/TemporaryFolder.h"
+#include "platform/Text.h"
+
+namespace kestrel {
+
+namespace {
+
+constexpr std::chrono::seconds growingAge{90}; // younger files may still be being copied
+
+} // namespace
+
+struct AppModel::Located {
+    std::optional<Tools> tools;
+    std::string error;
+    std::unique_ptr<InstanceLock> lock;
+    std::vector<std::string> messages; // of repaired swaps
+};
+
+AppModel::Options AppModel::optionsOf(const std::vector<std::string> &words)
+{
+    Options options;
+    for (std::size_t i = 0; i + 1 < words.size(); ++i)
+        if (words[i] == "-openFolder" || words[i] == "--openFolder") {
+            options.store = UserDefaults::testSuite();
+            options.openFolder = words[i + 1];
+        }
+    return options;
+}
+
+AppModel::AppModel(Options options)
+    : m_options(std::move(options)),
+      m_settings(m_options.settings ? *m_options.settings
+                                    : m_options.store.settings().value_or(ConversionSettings())),
+      m_sleepInhibitor([] {
+          Log::write("Der Ruhezustand lässt sich hier nicht verhindern: Kein Dienst dafür antwortet.");
+      })
+{
+    loadTools();
+}
+
+AppModel::~AppModel() = default;
+
+void AppModel::loadTools()
+{
+    m_locator = std::jthread([this](const std::stop_token &stop) {
+        Located located;
+        try {
+            located.tools = m_options.toolFolders.empty() ? Tools::locate(stop)
+                                                          : Tools::locate(m_options.toolFolders, stop);
+            if (m_options.changesFiles) {
+                located.lock = std::make_unique<InstanceLock>(stop);
+                const auto share = onExit([&] { located.lock->share(); });
+                if (located.lock->isAlone()) {
+                    ConversionJob::cleanLocalWork();
+                    TemporaryFolder::removeAbandoned();
+                    located.messages = SwapJournal::recover();
+                }
+            }
+        } catch (const Cancelled &) {
+            return;
+        } catch (const std::exception &error) {
+            located.error = ErrorText::describe(error);
+        }
+        m_mailbox.post([this, located = std::make_shared<Located>(std::move(located))] {
+            takeTools(std::move(*located));
+        });
+    });
+}
+
+void AppModel::takeTools(Located located)
+{
+    m_lock = std::move(located.lock);
+    for (const auto &message : located.messages)
+        emit repaired(message);
+    if (!located.tools) {
+        m_toolError = located.error;
+        emit toolsChanged();
+        return;
+    }
+    m_tools = std::move(located.tools);
+    if (!supports(*m_tools, m_settings.codec)) {
+        ConversionSettings possible = m_settings;
+        possible.codec = VideoCodecChoice::keepVideo;
+        setSettings(possible);
+    }
+    emit toolsChanged();
+    if (m_options.openFolder)
+        open(*m_options.openFolder);
+}
+
+// A run that has ended may still be in the middle of telling so.
+void AppModel::retire(std::unique_ptr<QObject> run)
+{
+    QObject *object = run.release();
+    disconnect(object, nullptr, this, nullptr); // it has nothing to say any more
+    object->setParent(this);                    // for a loop that never runs again
+    object->deleteLater();
+}
+
+void AppModel::setSettings(const ConversionSettings &settings)
+{
+    m_settings = settings;
+    if (m_options.persists)
+        m_options.store.setSettings(settings);
+    applySleepPrevention();
+    recompute();
+    emit settingsChanged();
+}
+
+void AppModel::open(const std::filesystem::path &folder)
+{
+    if (isBusy())
+        return;
+    m_rootURL = Files::standardized(folder);
+    m_storage.reset(); // until the scan has looked
+    m_library.fill({{}, *m_rootURL});
+    if (m_options.persists)
+        m_options.store.setLastFolder(*m_rootURL);
+    emit folderChanged();
+    rescan();
+}
+
+void AppModel::rescan()
+{
+    if (!m_tools || !m_rootURL || isBusy())
+        return;
+    m_library.setSelection({});
+    setMessage("Suche Videodateien …");
+    // What names single files shares the folder with other machines, whose work in progress must stay.
+    InstanceLock *lock = m_options.only ? nullptr : m_lock.get();
+    m_scan = std::make_unique<FolderScan>(
+        FolderScan::Request{*m_rootURL, *m_tools, lock, m_options.asksAnew, m_options.only});
+    connectScan(*m_scan);
+    setActivity({Activity::Kind::scanning});
+    m_scan->start();
+}
+
+void AppModel::connectScan(FolderScan &scan)
+{
+    connect(&scan, &FolderScan::located, this, [this](const StorageLocation &storage) {
+        m_storage = storage;
+        emit folderChanged();
+    });
+    connect(&scan, &FolderScan::repaired, this, &AppModel::repaired);
+    connect(&scan, &FolderScan::listed, this, [this](const auto &contents) {
+        m_library.fill(std::move(*contents));
+        setActivity({Activity::Kind::scanning, 0, m_library.items().size()});
+    });
+    connect(&scan, &FolderScan::probed, this, &AppModel::takeProbe);
+    connect(&scan, &FolderScan::progressed, this, [this](std::size_t done) {
+        setActivity({Activity::Kind::scanning, done, m_activity.total});
+    });
+    connect(&scan, &FolderScan::ended, this, &AppModel::endScan);
+}
+
+void AppModel::takeProbe(std::size_t index, const ProbeOutcome &outcome)
+{
+    FileItem &item = *m_library.items().at(index);
+    if (!outcome.info) {
+        m_library.change(item, [&](FileItem &file) { file.probeError = outcome.error; });
+        return;
+    }
+    item.mayBeIncomplete = std::chrono::system_clock::now() - outcome.info->modified < growingAge;
+    m_library.setInfo(item, *outcome.info);
+}
+
+void AppModel::endScan(const std::optional<std::string> &error)
+{
+    m_scanError = error;
+    const bool wasStopped = m_activity.done < m_activity.total || m_scan->wasStopped();
+    retire(std::move(m_scan));
+    recompute();
+    const std::size_t incomplete = totals().incomplete;
+    if (error)
+        setMessage("Analyse fehlgeschlagen: " + *error);
+    else if (wasStopped)
+        setMessage(std::nullopt);
+    else if (m_library.items().empty())
+        setMessage("In diesem Ordner wurden keine Videodateien gefunden.");
+    else if (incomplete > 0)
+        setMessage(fmt::format("{} Dateien werden evtl. noch kopiert – später neu analysieren", incomplete));
+    else
+        setMessage(std::nullopt);
+    setActivity({});
+}
+
+void AppModel::setActivity(const Activity &activity)
+{
+    if (activity == m_activity)
+        return;
+    m_activity = activity;
+    emit activityChanged();
+}
+
+void AppModel::setMessage(std::optional<std::string> message)
+{
+    if (message == m_message)
+        return;
+    m_message = std::move(message);
+    emit messageChanged();
+}
+
+void AppModel::setPaused(bool isPaused)
+{
+    if (isPaused == m_isPaused)
+        return;
+    m_isPaused = isPaused;
+    emit activityChanged();
+}
+
+void AppModel::setSleepReason(std::optional<std::string> reason)
+{
+    m_sleepReason = std::move(reason);
+    applySleepPrevention();
+}
+
+void AppModel::applySleepPrevention()
+{
+    if (m_sleepReason && m_settings.preventSleep)
+        m_sleepInhibitor.hold(*m_sleepReason);
+    else
+        m_sleepInhibitor.release();
+}
+
+void AppModel::updateBadge()
+{
+    std::optional<std::string> badge;
+    if (m_activity.kind == Activity::Kind::converting)
+        badge = fmt::format("{} %", static_cast<int>(runProgress() * 100));
+    if (badge == m_badge)
+        return;
+    m_badge = std::move(badge);
+    emit badgeChanged(m_badge);
+}
+
+} // namespace kestrel

@@ -1,0 +1,200 @@
+#include "model/ConversionRun.h"
+
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "media/Log.h"
+#include "platform/Cancelled.h"
+#include "platform/ErrorText.h"
+#include "platform/Text.h"
+
+namespace kestrel {
+
+ConversionRun::ConversionRun(Request request, Library &library, RunStats &stats)
+    : m_request(std::move(request)), m_library(library), m_stats(stats),
+      m_outbox([this](const auto &reports) { apply(reports); })
+{
+}
+
+ConversionRun::~ConversionRun()
+{
+    requestStop();
+}
+
+std::size_t ConversionRun::width() const
+{
+    const std::int64_t jobs = m_request.settings.parallelJobs;
+    const std::size_t files = m_request.files.size();
+    return jobs < 1 ? files : std::min(files, static_cast<std::size_t>(jobs));
+}
+
+void ConversionRun::start()
+{
+    for (FileItem *item : m_request.files)
+        m_library.change(*item, [](FileItem &file) { file.status = Status::Queued{}; });
+    fillSlots();
+}
+
+void ConversionRun::fillSlots()
+{
+    while (!m_isPaused && !m_isStopped && m_jobs.size() < width() && m_next < m_request.files.size())
+        startNext();
+    if (m_jobs.empty() && (m_isStopped || m_next == m_request.files.size()))
+        end();
+}
+
+void ConversionRun::startNext()
+{
+    FileItem *item = m_request.files[m_next++];
+    const SampleResult *sample = item->sample(m_request.settings.videoKey());
+    auto conversion = std::make_unique<FileConversion>(
+        FileConversion::Request{*item->info, m_request.settings, m_request.tools, m_request.root,
+                                sample != nullptr ? std::optional(*sample) : std::nullopt});
+    FileConversion &work = *conversion;
+    Job &job = m_jobs.emplace(item, Job{*item, std::move(conversion), {}}).first->second;
+    try {
+        job.worker = std::jthread([this, item, &work](const std::stop_token &stop) {
+            m_mailbox.post([this, item, outcome = convert(work, item, stop)] { finish(*item, outcome); });
+        });
+    } catch (const std::system_error &error) { // no more threads
+        m_mailbox.post([this, item, text = ErrorText::describe(error)] {
+            finish(*item, {std::nullopt, text});
+        });
+    }
+}
+
+// On the file's own thread.
+ConversionRun::Outcome ConversionRun::convert(FileConversion &conversion, FileItem *item,
+                                              const std::stop_token &stop)
+{
+    std::optional<std::size_t> state;
+    const auto report = [&](const Progress &progress) {
+        if (std::exchange(state, progress.status.index()) == progress.status.index())
+            return m_outbox.post(item, progress);
+        m_outbox.discard(item); // however short a state is, it is told, and in its turn
+        m_mailbox.post([this, item, progress] { apply({{item, progress}}); });
+    };
+    const FileConversion::Callbacks callbacks{
+        [&](double fraction) { report({Status::Analyzing{fraction}}); },
+        [&](const SampleResult &sample) {
+            m_mailbox.post(
+                [this, item, sample] { m_library.setSample(*item, m_request.settings.videoKey(), sample); });
+        },
+        [&](double fraction, double fps) {
+            report({Status::Running{fraction}, fps});
+        },
+        [&] { report({Status::Uploading{}}); }};
+    try {
+        return {conversion.run(callbacks, stop), std::nullopt};
+    } catch (const Cancelled &) {
+        return {};
+    } catch (const std::exception &error) {
+        if (stop.stop_requested())
+            return {};
+        return {std::nullopt, ErrorText::describe(error)};
+    }
+}
+
+void ConversionRun::apply(const std::map<FileItem *, Progress> &reports)
+{
+    if (reports.empty())
+        return;
+    for (const auto &[item, progress] : reports)
+        if (m_jobs.contains(item))
+            m_library.change(*item, [&](FileItem &file) {
+                file.status = progress.status;
+                file.fps = progress.fps;
+            });
+    emit progressed();
+}
+
+void ConversionRun::finish(FileItem &item, const Outcome &outcome)
+{
+    apply(m_outbox.take()); // what it has reported comes before its end
+    m_jobs.erase(&item);
+    if (outcome.result) {
+        book(item, *outcome.result);
+    } else if (outcome.failure) {
+        Log::write(
+            fmt::format("Fehlgeschlagen: {}: {}", Text::repaired(item.url.native()), *outcome.failure));
+        m_library.change(item, [&](FileItem &file) { file.status = Status::Failed{*outcome.failure}; });
+        m_stats.finish(item.id, std::nullopt);
+        emit booked();
+    } else {
+        m_library.change(item, [](FileItem &file) { file.status = Status::Idle{}; });
+    }
+    fillSlots();
+}
+
+void ConversionRun::book(FileItem &item, const FileConversion::Result &result)
+{
+    const ConversionOutcome &outcome = result.outcome;
+    if (result.wasConvertedBefore)
+        m_stats.resumedWeight += m_stats.weight(item.id);
+    m_library.change(item, [&](FileItem &file) {
+        file.fps = 0;
+        if (outcome.kind == ConversionOutcome::Kind::noSavings)
+            file.status = Status::NoSavings{outcome.newSize};
+        else
+            file.status = Status::Done{outcome.originalSize, outcome.newSize};
+        file.resultURL = outcome.finalURL;
+        if (outcome.kind == ConversionOutcome::Kind::replaced && outcome.finalURL)
+            file.url = *outcome.finalURL;
+    });
+    if (outcome.kind == ConversionOutcome::Kind::replaced && outcome.finalURL) {
+        MediaInfo info = result.newInfo.value_or(*item.info);
+        info.url = *outcome.finalURL;
+        info.fileSize = outcome.newSize;
+        m_library.setInfo(item, std::move(info));
+    }
+    m_stats.finish(item.id, outcome);
+    emit booked();
+}
+
+void ConversionRun::end()
+{
+    if (std::exchange(m_hasEnded, true))
+        return;
+    for (FileItem *item : m_request.files)
+        if (is<Status::Queued>(item->status))
+            m_library.change(*item, [](FileItem &file) { file.status = Status::Idle{}; });
+    emit ended();
+}
+
+void ConversionRun::setPaused(bool isPaused)
+{
+    m_isPaused = isPaused;
+    for (auto &[item, job] : m_jobs)
+        isPaused ? job.conversion->suspend() : job.conversion->resume();
+    if (!isPaused)
+        fillSlots();
+}
+
+void ConversionRun::stop()
+{
+    m_isStopped = true;
+    m_isPaused = false;
+    requestStop();
+    fillSlots(); // ends at once where nothing is in work
+}
+
+void ConversionRun::requestStop()
+{
+    for (auto &[item, job] : m_jobs) {
+        job.worker.request_stop();
+        job.conversion->resume(); // a frozen ffmpeg would not act on the request to end
+    }
+}
+
+std::vector<const FileItem *> ConversionRun::inWork() const
+{
+    std::vector<const FileItem *> items;
+    for (const auto &[item, job] : m_jobs)
+        items.push_back(item);
+    return items;
+}
+
+} // namespace kestrel

@@ -1,0 +1,91 @@
+#include "model/FileItem.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "media/Prober.h"
+#include "platform/Text.h"
+
+namespace kestrel {
+
+namespace {
+
+constexpr double uploadingFraction = 0.99; // nearly, never fully done
+
+struct ProbeReason {
+    std::string_view text, german;
+};
+
+// What ffprobe says about most files that it cannot read.
+constexpr std::array<ProbeReason, 5> probeReasons{{
+    {"Invalid data found when processing input", "kein Video, oder unvollständig"},
+    {"End of file", "bricht gleich am Anfang ab"},
+    {"Permission denied", "keine Berechtigung"},
+    {"Input/output error", "Lesefehler"},
+    {"No such file or directory", "nicht mehr vorhanden"},
+}};
+
+} // namespace
+
+FileItem::FileItem(const std::filesystem::path &file, const std::filesystem::path &root)
+    : id(file), url(file), relativePath(Prober::relativePath(file, root))
+{
+}
+
+std::string FileItem::name() const
+{
+    return url.filename();
+}
+
+std::filesystem::path FileItem::folder() const
+{
+    return std::filesystem::path(relativePath).parent_path();
+}
+
+std::int64_t FileItem::bytesBefore() const
+{
+    const auto *done = std::get_if<Status::Done>(&status);
+    return done != nullptr ? done->before : sizeValue();
+}
+
+double FileItem::bytesAfter() const
+{
+    if (const auto *done = std::get_if<Status::Done>(&status))
+        return static_cast<double>(done->after);
+    const bool shrinks = isActionable() && !is<Status::NoSavings>(status);
+    return shrinks ? estimateValue() : static_cast<double>(sizeValue());
+}
+
+double FileItem::runFraction() const
+{
+    if (const auto *running = std::get_if<Status::Running>(&status))
+        return running->fraction;
+    if (is<Status::Uploading>(status))
+        return uploadingFraction;
+    const bool hasEnded =
+        is<Status::Done>(status) || is<Status::NoSavings>(status) || is<Status::Failed>(status);
+    return hasEnded ? 1 : 0;
+}
+
+const SampleResult *FileItem::sample(const std::string &videoKey) const
+{
+    const auto found = samples.find(videoKey);
+    return found != samples.end() ? &found->second : nullptr;
+}
+
+// Of several lines the last says most; before its reason stands the path, which is shown anyway.
+std::string FileItem::shortProbeError() const
+{
+    if (!probeError)
+        return {};
+    std::string_view error = Text::trimmed(*probeError);
+    error.remove_prefix(error.rfind('\n') + 1);
+    const std::size_t colon = error.rfind(": ");
+    const std::string_view reason = colon == std::string_view::npos ? error : error.substr(colon + 2);
+    const auto *known = std::find_if(probeReasons.begin(), probeReasons.end(),
+                                     [&](const ProbeReason &row) { return row.text == reason; });
+    return std::string(known == probeReasons.end() ? reason : known->german);
+}
+
+} // namespace kestrel

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "media/MediaInfo.h"
+#include "model/JobStatus.h"
+#include "planning/Estimator.h"
+#include "planning/Plan.h"
+#include "planning/SampleResult.h"
+#include "platform/FilePath.h"
+
+namespace kestrel {
+
+// One file of the library. Views hold it as const and hear from Library when it changes; only the model
+// writes, through Library::change(). Main thread only.
+struct FileItem {
+    FileItem(const std::filesystem::path &file, const std::filesystem::path &root);
+
+    FilePath id;           // the path at the scan; never changes
+    FilePath url;          // where the file is now
+    FilePath relativePath; // below the opened folder, for display
+    std::optional<MediaInfo> info;
+    std::optional<std::string> probeError;       // why there is no info
+    bool mayBeIncomplete = false;                // changed so recently that it may still be growing
+    bool included = true;                        // the user's check mark
+    std::optional<Plan> plan;                    // for the current settings
+    std::optional<SizeEstimate> estimate;        // likewise
+    std::map<std::string, SampleResult> samples; // by ConversionSettings::videoKey()
+    bool isSampling = false;
+    JobStatus status = Status::Idle{};
+    std::optional<std::filesystem::path> resultURL; // where the converted file is, once it is done
+    double fps = 0;                                 // of the encoder, while running
+    bool needsPlan = true; // info or samples are newer than plan and estimate; kept by Library
+
+    std::string name() const;             // of the file, byte for byte
+    std::filesystem::path folder() const; // part of relativePath, empty directly below the root
+    std::int64_t sizeValue() const { return info ? info->fileSize : 0; }
+    double durationValue() const { return info ? info->duration : 0; }
+    double estimateValue() const { return estimate ? estimate->total() : 0; }
+    bool isFinished() const { return is<Status::Done>(status); }
+    bool isCounted() const { return included && info && !mayBeIncomplete; }
+    bool isActionable() const { return isCounted() && plan && !plan->isNoop && !isFinished(); }
+    // Bytes before and after the run: what came out where it is done, else what is expected or kept.
+    std::int64_t bytesBefore() const;
+    double bytesAfter() const;
+    double runFraction() const; // 0 … 1
+    const SampleResult *sample(const std::string &videoKey) const;
+
+    // The part of ffprobe's text that says most, on one line.
+    std::string shortProbeError() const;
+};
+
+} // namespace kestrel

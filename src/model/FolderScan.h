@@ -1,0 +1,83 @@
+#pragma once
+
+#include <QObject>
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <stop_token>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "encoding/StorageLocation.h"
+#include "media/MediaInfo.h"
+#include "media/ProbeStore.h"
+#include "media/Tools.h"
+#include "model/Library.h"
+#include "model/Outbox.h"
+#include "platform/Files.h"
+#include "platform/InstanceLock.h"
+#include "platform/Mailbox.h"
+
+namespace kestrel {
+
+// What came out of probing one file.
+struct ProbeOutcome {
+    std::optional<MediaInfo> info;
+    std::optional<std::string> error;
+};
+
+// Searches a folder for videos and probes them, at most eight at a time; files that ffprobe has answered
+// for before are not asked about again. One object serves one scan. Its signals come on the main thread;
+// destroying it stops the work and waits for its end.
+class FolderScan : public QObject {
+    Q_OBJECT
+
+public:
+    struct Request {
+        std::filesystem::path root;
+        Tools tools;
+        // While it is alone, what interrupted runs left is repaired; never without it.
+        InstanceLock *lock = nullptr;
+        bool asksAnew = false;                               // ffprobe in any case
+        std::optional<std::set<std::filesystem::path>> only; // relative paths; everything where absent
+    };
+
+    explicit FolderScan(Request request);
+    ~FolderScan() override;
+
+    void start();
+    void stop();
+    bool wasStopped() const { return m_worker.get_stop_token().stop_requested(); }
+
+signals:
+    void located(const kestrel::StorageLocation &storage);
+    // Once, unless stopped before. The contents are the receiver's.
+    void listed(const std::shared_ptr<kestrel::Library::Contents> &contents);
+    void repaired(const std::string &message);
+    void probed(std::size_t index, const kestrel::ProbeOutcome &outcome);
+    void progressed(std::size_t done); // after one or several were probed
+    // The last signal, also when stopped; with the reason where the scan failed as a whole.
+    void ended(const std::optional<std::string> &error);
+
+private:
+    using FileList = std::vector<std::filesystem::path>;
+
+    void work(const std::stop_token &stop);
+    void repair(const std::stop_token &stop);
+    void probeAll(const FileList &files, const std::stop_token &stop);
+    std::optional<ProbeOutcome> probe(const std::filesystem::path &file, ProbeStore &store,
+                                      const std::stop_token &stop) const;
+    std::optional<MediaInfo> remembered(const std::filesystem::path &file,
+                                        const Files::Attributes &attributes, ProbeStore &store) const;
+    void deliver(const std::map<std::size_t, ProbeOutcome> &outcomes);
+
+    const Request m_request;
+    std::size_t m_done = 0;
+    Mailbox m_mailbox;
+    Outbox<std::size_t, ProbeOutcome> m_outbox;
+    std::jthread m_worker; // last: what it uses outlives it
+};
+
+} // namespace kestrel

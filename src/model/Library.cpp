@@ -1,0 +1,193 @@
+#include "model/Library.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "planning/Planner.h"
+
+namespace kestrel {
+
+namespace {
+
+void forEachFolder(const TableNode &node, const std::function<void(const TableNode &)> &action)
+{
+    for (const auto &child : node.children)
+        if (child->isFolder()) {
+            action(*child);
+            forEachFolder(*child, action);
+        }
+}
+
+void estimate(FileItem &item, const ConversionSettings &settings, const SampleResult *sample,
+              std::optional<double> content, std::optional<double> speed)
+{
+    item.estimate = Estimator::estimate(*item.info, *item.plan, settings, sample, content, speed);
+}
+
+} // namespace
+
+Library::Contents::Contents(const std::vector<std::filesystem::path> &files,
+                            const std::filesystem::path &root)
+{
+    items.reserve(files.size());
+    byId.reserve(files.size());
+    for (const auto &file : files) {
+        items.push_back(std::make_unique<FileItem>(file, root));
+        byId.emplace(file.native(), items.back().get());
+    }
+    rows = TableTree::make(items, root);
+    TableTree::sort(*rows, byName);
+    forEachFolder(*rows, [&](const TableNode &folder) { folders.insert(folder.id); });
+}
+
+void Library::fill(Contents contents)
+{
+    m_contents = std::move(contents);
+    if (m_sortOrder != byName)
+        TableTree::sort(*m_contents.rows, m_sortOrder);
+    m_selection.clear();
+    m_detailItem = nullptr;
+    m_expandedFolders = m_contents.folders;
+    m_settings.reset();
+    emit filled();
+}
+
+FileItem *Library::find(const std::filesystem::path &id) const
+{
+    const auto found = m_contents.byId.find(id.native());
+    return found != m_contents.byId.end() ? found->second : nullptr;
+}
+
+Library::Ids Library::fileIds(const Ids &rows) const
+{
+    Ids files;
+    for (const auto &row : rows)
+        if (find(row) != nullptr)
+            files.insert(row);
+    forEachFolder(*m_contents.rows, [&](const TableNode &folder) {
+        if (rows.contains(folder.id))
+            for (const FileItem *item : folder.folderItems())
+                files.insert(item->id);
+    });
+    return files;
+}
+
+void Library::setInfo(FileItem &item, MediaInfo info)
+{
+    item.info = std::move(info);
+    item.needsPlan = true;
+    emit itemChanged(item);
+}
+
+void Library::setSample(FileItem &item, const std::string &videoKey, SampleResult sample)
+{
+    item.samples.insert_or_assign(videoKey, std::move(sample));
+    item.needsPlan = true;
+    emit itemChanged(item);
+}
+
+void Library::setIncluded(const Ids &rows, std::optional<bool> value)
+{
+    for (const auto &id : fileIds(rows))
+        change(*find(id), [&](FileItem &item) { item.included = value.value_or(!item.included); });
+    TableTree::updateSums(*m_contents.rows);
+    emit recomputed();
+}
+
+Library::Factors Library::learn(const ConversionSettings &settings) const
+{
+    const std::string key = settings.videoKey();
+    const double nominal = throughput(settings.codec, SpeedLevel::normal);
+    std::vector<double> content, speed;
+    for (const auto &item : m_contents.items) {
+        const SampleResult *sample = item->sample(key);
+        if (sample == nullptr || !(sample->heuristicBitrate > 0))
+            continue;
+        content.push_back(sample->videoBitrate / sample->heuristicBitrate);
+        if (nominal > 0)
+            speed.push_back(sample->megapixelsPerSecond / nominal);
+    }
+    return {Estimator::median(std::move(content)), Estimator::median(std::move(speed))};
+}
+
+void Library::recompute(const ConversionSettings &settings)
+{
+    const std::string key = settings.videoKey();
+    const Factors factors = learn(settings);
+    const bool hasNewSettings = m_settings != settings;
+    const bool hasNewFactors = m_factors != factors;
+    for (const auto &item : m_contents.items) {
+        if (!item->info || !(hasNewSettings || hasNewFactors || item->needsPlan))
+            continue;
+        const SampleResult *sample = item->sample(key);
+        if (hasNewSettings || item->needsPlan)
+            item->plan = sample != nullptr ? Planner::planMeasured(*item->info, settings, *sample)
+                                           : Planner::plan(*item->info, settings, std::nullopt);
+        estimate(*item, settings, sample, factors.content, factors.speed);
+        item->needsPlan = false;
+    }
+    m_settings = settings;
+    m_factors = factors;
+    updateTable();
+    emit recomputed();
+}
+
+void Library::updateTable()
+{
+    TableTree::updateSums(*m_contents.rows);
+    const bool isSortedByValues = std::any_of(m_sortOrder.begin(), m_sortOrder.end(), [](const auto &row) {
+        return row.column != RowComparator::Column::name;
+    });
+    if (!isSortedByValues)
+        return;
+    TableTree::sort(*m_contents.rows, m_sortOrder);
+    emit sorted();
+}
+
+void Library::setSortOrder(SortOrder order)
+{
+    if (order == m_sortOrder)
+        return;
+    m_sortOrder = std::move(order);
+    TableTree::sort(*m_contents.rows, m_sortOrder);
+    emit sorted();
+}
+
+void Library::toggleFolder(const std::filesystem::path &folder)
+{
+    if (m_expandedFolders.erase(folder) == 0)
+        m_expandedFolders.insert(folder);
+    emit expansionChanged();
+}
+
+void Library::expandAll(bool isExpanded)
+{
+    m_expandedFolders.clear();
+    if (isExpanded)
+        forEachFolder(*m_contents.rows,
+                      [&](const TableNode &folder) { m_expandedFolders.insert(folder.id); });
+    emit expansionChanged();
+}
+
+void Library::setSelection(Ids rows)
+{
+    if (rows == m_selection)
+        return;
+    m_selection = std::move(rows);
+    emit selectionChanged();
+}
+
+void Library::setDetailItem(FileItem *item)
+{
+    if (item == m_detailItem)
+        return;
+    m_detailItem = item;
+    emit detailItemChanged();
+}
+
+FileItem *Library::selectedItem() const
+{
+    return m_selection.size() == 1 ? find(*m_selection.begin()) : nullptr;
+}
+
+} // namespace kestrel

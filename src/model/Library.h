@@ -1,0 +1,110 @@
+#pragma once
+
+#include <QObject>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <set>
+#include <unordered_map>
+#include <vector>
+
+#include "model/FileItem.h"
+#include "model/TableNode.h"
+#include "model/Totals.h"
+#include "planning/ConversionSettings.h"
+
+namespace kestrel {
+
+// The files below the opened folder, and the table that shows them. Items and rows keep their address
+// until fill(). Main thread only.
+class Library : public QObject {
+    Q_OBJECT
+
+public:
+    using Items = std::vector<std::unique_ptr<FileItem>>;
+    using Ids = std::set<std::filesystem::path>;
+
+    // One new item for each file, in this order, and the rows for them. Preparing it takes a while, and may
+    // be done on any thread.
+    struct Contents {
+        Contents(const std::vector<std::filesystem::path> &files, const std::filesystem::path &root);
+
+        Items items;
+        std::unordered_map<std::string, FileItem *> byId;
+        std::unique_ptr<TableNode> rows; // sorted by name
+        Ids folders;
+    };
+
+    // Replaces everything; all folders are expanded.
+    void fill(Contents contents);
+
+    const Items &items() const { return m_contents.items; }
+    FileItem *find(const std::filesystem::path &id) const;
+    const TableNode &root() const { return *m_contents.rows; }
+    // In the order in which the table shows them, expanded or not.
+    std::vector<FileItem *> filesInTableOrder() const { return m_contents.rows->folderItems(); }
+    // The given files, and all files below the given folders.
+    Ids fileIds(const Ids &rows) const;
+
+    // The only ways to write to an item; each tells the observers. What plan and estimate are made from
+    // has ways of its own.
+    template <typename Edit>
+    void change(FileItem &item, Edit edit)
+    {
+        edit(item);
+        emit itemChanged(item);
+    }
+    void setInfo(FileItem &item, MediaInfo info);
+    void setSample(FileItem &item, const std::string &videoKey, SampleResult sample);
+
+    // Sets the check mark of files and of all files below folders; without a value each is flipped.
+    void setIncluded(const Ids &rows, std::optional<bool> value);
+
+    // Plans and estimates every probed item; what is known already is not computed again.
+    void recompute(const ConversionSettings &settings);
+    Totals totals(const ConversionSettings &settings) const { return Totals::of(items(), settings); }
+
+    const SortOrder &sortOrder() const { return m_sortOrder; }
+    void setSortOrder(SortOrder order);
+
+    const Ids &expandedFolders() const { return m_expandedFolders; }
+    void toggleFolder(const std::filesystem::path &folder);
+    void expandAll(bool isExpanded);
+
+    const Ids &selection() const { return m_selection; }
+    void setSelection(Ids rows);
+    // The one selected file; absent when none, several or a folder is selected.
+    FileItem *selectedItem() const;
+
+    // The file whose details are open.
+    FileItem *detailItem() const { return m_detailItem; }
+    void setDetailItem(FileItem *item);
+
+signals:
+    void filled();
+    void itemChanged(const kestrel::FileItem &item);
+    void recomputed(); // plans, estimates, sums, and the rows' order where it hangs on them
+    void sorted();
+    void expansionChanged();
+    void selectionChanged();
+    void detailItemChanged();
+
+private:
+    struct Factors { // learnt from all samples
+        std::optional<double> content, speed;
+        bool operator==(const Factors &) const = default;
+    };
+    Factors learn(const ConversionSettings &settings) const;
+    void updateTable();
+
+    Contents m_contents{{}, {}};
+    SortOrder m_sortOrder = byName;
+    Ids m_expandedFolders, m_selection;
+    FileItem *m_detailItem = nullptr;
+
+    // What all items were last planned with.
+    std::optional<ConversionSettings> m_settings;
+    Factors m_factors;
+};
+
+} // namespace kestrel

@@ -1,0 +1,124 @@
+#include "model/ProbeClip.h"
+
+#include <algorithm>
+#include <exception>
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "encoding/CommandBuilder.h"
+#include "encoding/FFmpegRunner.h"
+#include "encoding/WorkFile.h"
+#include "media/Prober.h"
+#include "platform/Cancelled.h"
+#include "platform/ErrorText.h"
+#include "platform/Files.h"
+#include "platform/OnExit.h"
+#include "platform/Paths.h"
+#include "platform/Text.h"
+
+namespace kestrel {
+
+namespace fs = std::filesystem;
+
+namespace {
+constexpr double longest = 60;      // seconds
+constexpr double usualStart = 0.35; // of the duration
+} // namespace
+
+ProbeClip::ProbeClip(Request request)
+    : m_request(std::move(request)), m_outbox([this](const auto &reports) { emit progressed(reports.at(0)); })
+{
+}
+
+ProbeClip::~ProbeClip()
+{
+    stop();
+}
+
+void ProbeClip::stop()
+{
+    m_worker.request_stop();
+    m_ffmpeg.resume(); // a frozen one would not act on the request
+}
+
+fs::path ProbeClip::folder()
+{
+    return Paths::home() / "Movies/Kestrel Probeclips";
+}
+
+std::string ProbeClip::nameFor(const fs::path &file, const ConversionSettings &settings)
+{
+    const std::string end = fmt::format(" – Probeclip {} {}.{}", shortName(settings.codec),
+                                        title(settings.quality), fileExtension(settings.container));
+    constexpr std::size_t most = 255; // bytes
+    return std::string(Text::prefix(file.stem().native(), most - end.size())) + end;
+}
+
+Segment ProbeClip::segmentOf(double duration)
+{
+    if (!(duration > 0)) // unknown
+        return {0, longest};
+    const double length = std::min(duration, longest);
+    return {std::max(0.0, std::min(duration * usualStart, duration - length)), length};
+}
+
+void ProbeClip::start()
+{
+    const auto fail = [this](const std::exception &error) {
+        m_mailbox.post([this, text = ErrorText::describe(error)] { emit failed(text); });
+    };
+    try {
+        m_worker = std::jthread([this, fail](const std::stop_token &stop) {
+            try {
+                make(stop);
+            } catch (const Cancelled &) {
+                m_mailbox.post([this] { emit stopped(); });
+            } catch (const std::exception &error) {
+                fail(error);
+            }
+        });
+    } catch (const std::system_error &error) { // no more threads
+        fail(error);
+    }
+}
+
+// Under a hidden name first: a clip of the same name from before is not lost to a failure.
+void ProbeClip::make(const std::stop_token &stop)
+{
+    fs::create_directories(folder());
+    const fs::path clip = folder() / nameFor(m_request.info.url, m_request.settings);
+    Prober::removeLeftovers(Prober::findLeftovers(folder(), stop));
+    const WorkFile work(folder(), clip.stem().native(),
+                        fmt::format(".kestrel-tmp.{}", fileExtension(m_request.settings.container)),
+                        WorkFile::Sharing::everywhere);
+    bool isMoved = false; // then its work name may be another's
+    const auto tidy = onExit([&] {
+        std::error_code ignored;
+        if (!isMoved)
+            fs::remove(work.path(), ignored);
+    });
+    encode(work.path(), stop);
+    Files::moveOver(work.path(), clip);
+    isMoved = true;
+    m_mailbox.post([this, clip] { emit made(clip); });
+}
+
+void ProbeClip::encode(const fs::path &clip, const std::stop_token &stop)
+{
+    const Segment segment = segmentOf(m_request.info.duration);
+    FFmpegRunner runner(m_request.tools.ffmpeg,
+                        CommandBuilder::arguments(m_request.info, m_request.plan, m_request.settings, clip,
+                                                  segment, CommandBuilder::Streams::all),
+                        [&](const FFmpegRunner::Progress &progress) {
+                            const double fraction =
+                                segment.length > 0 ? progress.seconds / segment.length : 0;
+                            m_outbox.post(0, std::clamp(fraction, 0.0, 1.0));
+                        });
+    const int status = m_ffmpeg.run(runner, stop);
+    throwIfStopped(stop);
+    if (status != 0 || runner.lostSomething())
+        throw ToolError::failed(runner.errorTail());
+}
+
+} // namespace kestrel

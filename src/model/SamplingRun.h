@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QObject>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "encoding/CurrentRunner.h"
+#include "model/Library.h"
+#include "model/Outbox.h"
+#include "platform/Mailbox.h"
+
+namespace kestrel {
+
+// Measures files one after another and stores what was found. Works with a snapshot of the settings. One
+// object serves one run; its signals come on the main thread. Destroying it stops the work and waits for
+// its end.
+class SamplingRun : public QObject {
+    Q_OBJECT
+
+public:
+    struct Request {
+        std::vector<FileItem *> files;
+        ConversionSettings settings;
+        Tools tools;
+    };
+
+    // So many of the files that are worth measuring, spread evenly over the table, or all of them; of the
+    // whole library or of the given rows. Not those that have been measured with these settings.
+    static std::vector<FileItem *> choose(const Library &library, const ConversionSettings &settings,
+                                          std::optional<std::size_t> count,
+                                          const std::optional<Library::Ids> &only);
+
+    // `library` holds the files and outlives the run.
+    SamplingRun(Request request, Library &library);
+    ~SamplingRun() override;
+
+    void start() { next(); }
+    void stop();
+    void suspend() { m_ffmpeg.suspend(); }
+    void resume() { m_ffmpeg.resume(); }
+
+signals:
+    void measuring(const kestrel::FileItem &item, double fraction); // about twenty times a second
+    void measured(const kestrel::FileItem &item, std::size_t done);
+    void failed(const kestrel::FileItem &item, const std::string &text);
+    void ended(); // the last signal
+
+private:
+    struct Outcome {
+        std::optional<SampleResult> result; // else failed, or cancelled where the text is missing
+        std::string failure;
+    };
+
+    void next();
+    Outcome measure(const FileItem *item, const MediaInfo &info, const std::stop_token &stop);
+    void finish(FileItem &item, const Outcome &outcome);
+
+    const Request m_request;
+    Library &m_library;
+    std::size_t m_done = 0;
+    bool m_isStopped = false;
+    CurrentRunner m_ffmpeg;
+    Mailbox m_mailbox;
+    Outbox<const FileItem *, double> m_outbox;
+    std::jthread m_worker; // last: what it uses outlives it
+};
+
+} // namespace kestrel

@@ -1,0 +1,143 @@
+#include "model/TableNode.h"
+
+#include <algorithm>
+#include <map>
+
+#include "platform/Text.h"
+
+namespace kestrel {
+
+namespace {
+
+void collect(const TableNode &node, std::vector<FileItem *> &items)
+{
+    if (node.item != nullptr)
+        items.push_back(node.item);
+    for (const auto &child : node.children)
+        collect(*child, items);
+}
+
+TableNode *append(TableNode &parent, const std::filesystem::path &id, FileItem *item)
+{
+    auto node = std::make_unique<TableNode>();
+    node->id = id;
+    node->name = id.filename().native();
+    node->sortName = Text::naturalSortKey(node->name);
+    node->parent = &parent;
+    node->item = item;
+    parent.children.push_back(std::move(node));
+    return parent.children.back().get();
+}
+
+template <typename Value>
+int compare(const Value &a, const Value &b)
+{
+    return a < b ? -1 : b < a ? 1 : 0;
+}
+
+int compare(const TableNode &a, const TableNode &b, RowComparator::Column column)
+{
+    switch (column) {
+    case RowComparator::Column::duration:
+        return compare(a.durationValue, b.durationValue);
+    case RowComparator::Column::size:
+        return compare(a.sizeValue, b.sizeValue);
+    case RowComparator::Column::estimate:
+        return compare(a.estimateValue, b.estimateValue);
+    case RowComparator::Column::name:
+        break;
+    }
+    return compare(a.sortName, b.sortName);
+}
+
+bool comesBefore(const TableNode &a, const TableNode &b, const SortOrder &order)
+{
+    for (const RowComparator &comparator : order)
+        if (const int result = compare(a, b, comparator.column); result != 0)
+            return (result < 0) == comparator.isAscending;
+    // Equal rows keep one order, whatever they were sorted by before.
+    const int result = compare(a.sortName, b.sortName);
+    return result != 0 ? result < 0 : a.id.native() < b.id.native();
+}
+
+} // namespace
+
+std::vector<FileItem *> TableNode::folderItems() const
+{
+    std::vector<FileItem *> items;
+    collect(*this, items);
+    return items;
+}
+
+FolderProgress folderProgress(const TableNode &node)
+{
+    FolderProgress progress;
+    double sum = 0;
+    for (const FileItem *item : node.folderItems()) {
+        if (!item->isActionable() && !item->isFinished() && !is<Status::NoSavings>(item->status))
+            continue;
+        ++progress.count;
+        const double fraction = item->runFraction();
+        sum += fraction;
+        progress.processed += fraction >= 1 && !isInWork(item->status) ? 1 : 0;
+        progress.isWorking = progress.isWorking || isInWork(item->status);
+        progress.isActive = progress.isActive || isInWork(item->status) || is<Status::Queued>(item->status);
+    }
+    if (progress.count > 0)
+        progress.fraction = sum / static_cast<double>(progress.count);
+    return progress;
+}
+
+namespace TableTree {
+
+std::unique_ptr<TableNode> make(const std::vector<std::unique_ptr<FileItem>> &items,
+                                const std::filesystem::path &root)
+{
+    auto top = std::make_unique<TableNode>();
+    top->id = root;
+    std::map<std::filesystem::path, TableNode *> folders{{{}, top.get()}};
+    for (const auto &item : items) {
+        TableNode *parent = top.get();
+        std::filesystem::path below;
+        for (const auto &part : item->folder()) {
+            below /= part;
+            TableNode *&folder = folders[below];
+            if (folder == nullptr)
+                folder = append(*parent, root / below, nullptr);
+            parent = folder;
+        }
+        append(*parent, item->id, item.get());
+    }
+    return top;
+}
+
+void updateSums(TableNode &node)
+{
+    if (node.item != nullptr) {
+        node.durationValue = node.item->durationValue();
+        node.sizeValue = node.item->sizeValue();
+        node.estimateValue = node.item->estimateValue();
+        return;
+    }
+    node.durationValue = 0;
+    node.sizeValue = 0;
+    node.estimateValue = 0;
+    for (const auto &child : node.children) {
+        updateSums(*child);
+        node.durationValue += child->durationValue;
+        node.sizeValue += child->sizeValue;
+        node.estimateValue += child->isFolder() ? child->estimateValue : child->item->bytesAfter();
+    }
+}
+
+void sort(TableNode &node, const SortOrder &order)
+{
+    std::sort(node.children.begin(), node.children.end(),
+              [&](const auto &a, const auto &b) { return comesBefore(*a, *b, order); });
+    for (const auto &child : node.children)
+        sort(*child, order);
+}
+
+} // namespace TableTree
+
+} // namespace kestrel

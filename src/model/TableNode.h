@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "model/FileItem.h"
+
+namespace kestrel {
+
+// A row of the table: a folder with the rows below it, or one file. Rows keep their address until the
+// library is filled anew.
+struct TableNode {
+    std::filesystem::path id; // path of the folder or file
+    std::string name;
+    std::string sortName; // sorts by plain comparison as people sort names
+    TableNode *parent = nullptr;
+    FileItem *item = nullptr; // absent for a folder
+    std::vector<std::unique_ptr<TableNode>> children;
+
+    // Sums over the files below; of a file its own. Brought up to date by Library.
+    double durationValue = 0; // seconds
+    std::int64_t sizeValue = 0;
+    double estimateValue = 0; // bytes; with what is kept unchanged
+
+    bool isFolder() const { return item == nullptr; }
+    // The files below, in the rows' order; of a file itself.
+    std::vector<FileItem *> folderItems() const;
+};
+
+// What the rows are sorted by; the first comparator decides, the next where it finds two rows equal.
+struct RowComparator {
+    enum class Column { name, duration, size, estimate };
+    Column column = Column::name;
+    bool isAscending = true;
+
+    bool operator==(const RowComparator &) const = default;
+};
+using SortOrder = std::vector<RowComparator>;
+inline const SortOrder byName{{RowComparator::Column::name, true}};
+
+// How far the files of a folder row have come in a run.
+struct FolderProgress {
+    std::size_t count = 0;     // files with something to do, or done
+    std::size_t processed = 0; // of them, with an end
+    double fraction = 0;       // 0 … 1
+    bool isActive = false;     // some wait for their turn or are in work
+    bool isWorking = false;    // some are in work
+};
+FolderProgress folderProgress(const TableNode &node);
+
+namespace TableTree {
+
+// The rows of these files, each below the rows of its folders; the root itself is no row. Not sorted.
+std::unique_ptr<TableNode> make(const std::vector<std::unique_ptr<FileItem>> &items,
+                                const std::filesystem::path &root);
+void updateSums(TableNode &node);
+void sort(TableNode &node, const SortOrder &order);
+
+} // namespace TableTree
+
+} // namespace kestrel

@@ -1,0 +1,32 @@
+#include "model/Totals.h"
+
+#include <algorithm>
+
+namespace kestrel {
+
+Totals Totals::of(const std::vector<std::unique_ptr<FileItem>> &items, const ConversionSettings &settings)
+{
+    Totals totals;
+    for (const auto &item : items) {
+        totals.errors += item->probeError ? 1 : 0;
+        totals.incomplete += item->mayBeIncomplete ? 1 : 0;
+        if (!item->isCounted())
+            continue;
+        ++totals.files;
+        totals.sourceBytes += item->bytesBefore();
+        totals.duration += item->durationValue();
+        totals.estimatedBytes += item->bytesAfter();
+        if (!item->isActionable() || !item->estimate)
+            continue;
+        ++totals.actionable;
+        totals.encodeSeconds += item->estimate->encodeSeconds;
+        totals.weakestKind =
+            std::min(totals.weakestKind.value_or(item->estimate->kind), item->estimate->kind);
+        if (item->estimate->vmaf)
+            totals.vmafValues.push_back(*item->estimate->vmaf);
+    }
+    totals.encodeSeconds /= parallelGain(settings.codec, settings.parallelJobs);
+    return totals;
+}
+
+} // namespace kestrel

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "model/FileItem.h"
+#include "planning/ConversionSettings.h"
+
+namespace kestrel {
+
+// Sums over the library. Only counted files enter, but for the last two.
+struct Totals {
+    std::size_t files = 0;
+    std::size_t actionable = 0; // of them, those with something to do
+    std::int64_t sourceBytes = 0;
+    double estimatedBytes = 0;                     // of what is left alone its own size
+    double encodeSeconds = 0;                      // of the actionable, with the jobs side by side
+    double duration = 0;                           // seconds
+    std::optional<SizeEstimate::Kind> weakestKind; // among the actionable
+    std::vector<double> vmafValues;                // measured, of the actionable
+    std::size_t incomplete = 0, errors = 0;        // not counted: still being copied; not readable
+
+    static Totals of(const std::vector<std::unique_ptr<FileItem>> &items, const ConversionSettings &settings);
+};
+
+} // namespace kestrel

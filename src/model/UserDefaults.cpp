@@ -1,0 +1,82 @@
+#include "model/UserDefaults.h"
+
+#include <QSettings>
+#include <QVariant>
+#include <exception>
+#include <system_error>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/Paths.h"
+
+namespace kestrel {
+
+namespace {
+
+constexpr const char *identifier = "app.kestrel.Kestrel";
+constexpr const char *settingsKey = "settings", *lastFolderKey = "lastFolder";
+
+// Where QSettings keeps a suite, too.
+std::filesystem::path fileOf(const std::string &suite)
+{
+    return Paths::configuration() / "Kestrel" / (suite + ".conf");
+}
+
+QSettings open(const std::string &suite)
+{
+    const std::filesystem::path file = fileOf(suite);
+    std::error_code error;
+    const auto type = std::filesystem::status(file, error).type();
+    // A pipe or a device would be read for ever.
+    const bool isUsable =
+        type == std::filesystem::file_type::regular || type == std::filesystem::file_type::not_found;
+    return QSettings(isUsable ? QString::fromStdString(file.native()) : QString(), QSettings::NativeFormat);
+}
+
+} // namespace
+
+UserDefaults UserDefaults::standard()
+{
+    return UserDefaults(identifier);
+}
+
+UserDefaults UserDefaults::testSuite()
+{
+    return UserDefaults(std::string(identifier) + ".test");
+}
+
+std::filesystem::path UserDefaults::file() const
+{
+    return fileOf(m_suite);
+}
+
+std::optional<ConversionSettings> UserDefaults::settings() const
+{
+    const QVariant value = open(m_suite).value(settingsKey);
+    if (!value.isValid())
+        return std::nullopt;
+    try {
+        return ConversionSettings::fromJson(nlohmann::json::parse(value.toString().toStdString()));
+    } catch (const std::exception &) {
+        return std::nullopt;
+    }
+}
+
+void UserDefaults::setSettings(const ConversionSettings &settings)
+{
+    open(m_suite).setValue(settingsKey, QString::fromStdString(settings.toJson().dump()));
+}
+
+// A path may be no valid text; it is stored as bytes.
+std::optional<std::filesystem::path> UserDefaults::lastFolder() const
+{
+    const QByteArray path = open(m_suite).value(lastFolderKey).toByteArray();
+    return path.isEmpty() ? std::nullopt : std::optional(std::filesystem::path(path.toStdString()));
+}
+
+void UserDefaults::setLastFolder(const std::filesystem::path &folder)
+{
+    open(m_suite).setValue(lastFolderKey, QByteArray::fromStdString(folder.native()));
+}
+
+} // namespace kestrel

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "planning/ConversionSettings.h"
+
+namespace kestrel {
+
+// The choices that outlive the program, in a file of the user's. What is missing, damaged or cannot be
+// written never throws; it then counts as not set. Main thread only.
+class UserDefaults {
+public:
+    // The suite that only starts with a folder on the command line of the window use, so that tries never
+    // touch the user's own settings.
+    static UserDefaults standard();
+    static UserDefaults testSuite();
+
+    std::filesystem::path file() const;
+
+    std::optional<ConversionSettings> settings() const;
+    void setSettings(const ConversionSettings &settings);
+    std::optional<std::filesystem::path> lastFolder() const;
+    void setLastFolder(const std::filesystem::path &folder);
+
+private:
+    explicit UserDefaults(std::string suite) : m_suite(std::move(suite)) {}
+
+    std::string m_suite;
+};
+
+} // namespace kestrel

@@ -1,0 +1,78 @@
+// What happens between the threads, and when the model goes.
+
+#include <atomic>
+
+#include "model/ModelFixture.h"
+#include "model/Outbox.h"
+
+namespace kestrel::test {
+namespace {
+
+TEST(Outbox, deliversOnlyTheLatestAndSeldom)
+{
+    int deliveries = 0;
+    std::size_t reports = 0;
+    std::map<int, int> last;
+    Outbox<int, int> outbox([&](const auto &delivered) {
+        ++deliveries;
+        reports += delivered.size();
+        for (const auto &[key, value] : delivered)
+            last[key] = value;
+    });
+    const auto begun = std::chrono::steady_clock::now();
+    std::atomic<int> working = 4;
+    std::vector<std::jthread> workers;
+    for (int key = 0; key < 4; ++key)
+        workers.emplace_back([&, key] {
+            for (int i = 0; i <= 50'000; ++i)
+                outbox.post(key, i);
+            --working;
+        });
+    while (working > 0 || last != std::map<int, int>{{0, 50'000}, {1, 50'000}, {2, 50'000}, {3, 50'000}})
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    const auto lasted = std::chrono::steady_clock::now() - begun;
+    EXPECT_LE(deliveries, lasted / std::chrono::milliseconds(50) + 1);
+    EXPECT_LE(reports, 4U * static_cast<std::size_t>(deliveries));
+}
+
+// The model goes in the middle of everything that it can do, at any moment.
+TEST_F(ModelTest, mayGoAtAnyTime)
+{
+    ffmpeg("echo out_time_us=1000000; echo progress=continue; sleep 0.02\n" + writes(5));
+    for (int i = 0; i < 4; ++i)
+        film(std::to_string(i) + ".mkv");
+    enum Moment { scanning, measuringOfRun, running, paused, sampling, clip, moments };
+    for (int round = 0; round < 200 * moments; ++round) {
+        AppModel::Options options;
+        options.settings = ConversionSettings();
+        options.settings->outputMode = OutputMode::separateFolder;
+        start(std::move(options));
+        model->open(folder.path());
+        const int moment = round % moments;
+        if (moment != scanning) {
+            ASSERT_TRUE(idle());
+            model->library().setSelection({folder / "1.mkv"});
+        }
+        if (moment == running || moment == paused)
+            for (int i = 0; i < 4; ++i)
+                giveSample(std::to_string(i) + ".mkv");
+        if (moment == measuringOfRun || moment == running || moment == paused)
+            model->startConversion();
+        if (moment == sampling)
+            model->startSampling({}, {});
+        if (moment == clip)
+            model->makeProbeClip();
+        for (int i = 0; i < round % 7; ++i)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        if (moment == paused)
+            model->togglePause();
+        model.reset();
+    }
+    for (const auto &process : fs::directory_iterator("/proc"))
+        EXPECT_EQ(readFile(process.path() / "cmdline").find(toolbox.path().native()), std::string::npos);
+    EXPECT_EQ(names(folder.path()).size(), 4U);
+    fs::remove_all(folder.path().native() + " (Kestrel)");
+}
+
+} // namespace
+} // namespace kestrel::test

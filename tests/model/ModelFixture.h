@@ -1,0 +1,124 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "model/AppModel.h"
+#include "support/Clips.h"
+#include "support/Sandbox.h"
+#include "support/StandIn.h"
+
+namespace kestrel::test {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+// A folder of files, stand-in tools that a test can change while it runs, and a model on them.
+class ModelTest : public testing::Test {
+protected:
+    ModelTest()
+    {
+        fs::remove_all(home() / ".config");
+        fs::remove_all(home() / ".local");
+        fs::remove_all(home() / ".cache");
+        ffprobe("");
+        ffmpeg("exit 1");
+    }
+
+    // Runs the event loop until the condition holds; false after half a minute.
+    static bool eventually(const std::function<bool()> &condition)
+    {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > end)
+                return false;
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return true;
+    }
+    // Whatever is on its way arrives.
+    static void settle()
+    {
+        for (int i = 0; i < 5; ++i) {
+            QCoreApplication::processEvents();
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+
+    // Does the shell commands first, then answers that each file is an hour of H.264 with 10 Mbit/s.
+    void ffprobe(const std::string &body)
+    {
+        standIn(toolbox, "ffprobe",
+                "[ \"$1\" = -version ] && { echo ffprobe stand-in; exit; }\nfor last; do :; done\n" + body +
+                    R"(
+cat <<'END'
+{"format": {"duration": "3600", "format_name": "matroska"},
+ "streams": [{"index": 0, "codec_type": "video", "codec_name": "h264", "width": 1920, "height": 1080,
+              "avg_frame_rate": "25/1", "pix_fmt": "yuv420p", "bit_rate": "10000000"}]}
+END)");
+    }
+    // "$last" is the output file.
+    void ffmpeg(const std::string &body, const std::string &encoders = "libx265 libsvtav1")
+    {
+        standIn(toolbox, "ffmpeg",
+                "case \"$2\" in -encoders) echo '" + encoders +
+                    "'; exit;; -filters|-version) exit;; esac\nfor last; do :; done\n" + body);
+    }
+    // What a conversion needs to end well: as many bytes as the original has, in tenths.
+    static std::string writes(int tenths)
+    {
+        return "head -c " + std::to_string(tenths * 1000) + " /dev/zero > \"$last\"\n";
+    }
+    fs::path film(const std::string &name) const
+    {
+        const fs::path file = folder.write(name, std::string(10'000, 'x'));
+        fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(1));
+        return file;
+    }
+
+    AppModel &start(AppModel::Options options = {})
+    {
+        options.toolFolders = {toolbox.path()};
+        model = std::make_unique<AppModel>(std::move(options));
+        EXPECT_TRUE(eventually([&] { return model->tools() || model->toolError(); }));
+        return *model;
+    }
+    AppModel &startAndScan(AppModel::Options options = {})
+    {
+        start(std::move(options)).open(folder.path());
+        EXPECT_TRUE(idle());
+        return *model;
+    }
+    bool idle() const
+    {
+        return eventually([this] { return !model->isBusy(); });
+    }
+    FileItem &item(const std::string &name) const { return *model->library().find(folder / name); }
+    // So that no quality search is needed.
+    void giveSample(const std::string &name, double bitrate = 1e6)
+    {
+        SampleResult sample;
+        sample.videoBitrate = bitrate;
+        sample.heuristicBitrate = 2e6;
+        sample.megapixelsPerSecond = 50;
+        sample.qualityValue = 30;
+        sample.vmafTarget = 93;
+        model->library().setSample(item(name), model->settings().videoKey(), sample);
+        model->recompute();
+    }
+
+    Sandbox folder, toolbox;
+    std::unique_ptr<AppModel> model;
+};
+
+} // namespace kestrel::test
