@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QSocketNotifier>
+#include <QTimer>
+#include <cstddef>
+#include <functional>
+#include <string>
+
+#include "platform/FileDescriptor.h"
+
+namespace kestrel {
+
+// One client of the server: the head of its request comes in, one answer goes out. A client that has closed
+// its own direction is answered all the same, and what it sends after the head is read away, because unread
+// bytes would turn the end of the connection into a reset that can cost it the answer. Lives on the server's
+// thread.
+class HttpConnection {
+public:
+    struct Events {
+        std::function<void(const std::string &head)> asked; // once, with the empty line at its end
+        std::function<void()> ended;                        // the last; by the client, or after the answer
+    };
+
+    HttpConnection(FileDescriptor socket, Events events);
+    HttpConnection(const HttpConnection &) = delete;
+    HttpConnection &operator=(const HttpConnection &) = delete;
+
+    bool hasAsked() const { return m_hasAsked; }
+    void answer(std::string bytes);
+
+private:
+    void read();
+    void take(const char *bytes, std::size_t count);
+    void write();
+
+    const FileDescriptor m_socket;
+    const Events m_events;
+    std::string m_head;
+    bool m_hasAsked = false;
+    std::string m_answer;
+    std::size_t m_written = 0;
+    QTimer m_clock;
+    QSocketNotifier m_readable, m_writable;
+};
+
+} // namespace kestrel

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kestrel {
+
+// A small HTTP/1.1 server for the home network: one answer for each connection, GET and HEAD alone. What
+// it serves comes from a handler; it knows nothing of the application. It holds against clients that send
+// garbage, send or read too slowly, or come in great numbers: their connections end, and the next request
+// is served.
+//
+// Works on a thread of its own. All functions are called on the thread that made it.
+class StatusServer {
+public:
+    struct Response {
+        int status = 200;
+        std::string contentType;
+        std::string body;
+
+        static Response text(std::string message, int status);
+    };
+    // Called once for each request, from any thread; without a response, the answer is 404.
+    using Reply = std::function<void(std::optional<Response>)>;
+    // Called on the server's thread, with the path of the request.
+    using Handler = std::function<void(const std::string &path, Reply reply)>;
+    // Called on the server's thread: without a text once it listens, else with the German reason why not.
+    using OnState = std::function<void(std::optional<std::string> error)>;
+
+    static inline std::uint16_t port = 8765; // by default
+
+    explicit StatusServer(Handler handler);
+    // Ends all connections.
+    ~StatusServer();
+    StatusServer(const StatusServer &) = delete;
+    StatusServer &operator=(const StatusServer &) = delete;
+
+    void start(std::uint16_t number, OnState onState);
+    // Accepts no more; open connections finish.
+    void stop();
+    // Runs something on the server's thread; dropped when the server goes before.
+    void post(std::function<void()> action);
+
+    // Under which the page can be reached; the first is the easiest to type.
+    static std::vector<std::string> pageURLs(std::uint16_t number);
+
+private:
+    class Listener;
+    struct Thread;
+    std::unique_ptr<Thread> m_thread;
+};
+
+} // namespace kestrel
