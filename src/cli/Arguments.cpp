@@ -104,6 +104,7 @@ void addSettings(CLI::App &command, Arguments &arguments)
     addChoice(command, arguments, "--container", &Settings::container, allContainers());
     addChoice(command, arguments, "--output", &Settings::outputMode, allOutputModes());
     addSetting(command, arguments, "--jobs", &Settings::parallelJobs, parseJobs);
+    addSwitch(command, arguments, "status-page", &Settings::statusPage);
     command.add_flag("--defaults", arguments.startsFromDefaults);
     command.add_flag("--fresh", arguments.asksAnew);
 }
@@ -254,6 +255,8 @@ Einstellungen (für plan, convert, measure und clip; zuerst steht, was ohne Anga
                                                 Netzwerkfreigabe in deren Papierkorb, wenn sie einen hat),
                                                 oder daneben in „ORDNER (Kestrel)“ schreiben
   --jobs 2                                      so viele Dateien zugleich; 0: alle
+  --status-page, --no-status-page               convert und measure zeigen den Fortschritt im Heimnetz als
+                                                Webseite
 
 Strg-C hört sauber auf: Was nicht fertig ist, bleibt, wie es war. Strg-Z hält an, auch ffmpeg; mit fg
 geht es weiter.

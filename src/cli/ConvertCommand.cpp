@@ -83,9 +83,11 @@ int runConvert(const Arguments &arguments, Interrupt &interrupt)
         session.waitUntilIdle();
     } catch (const Cancelled &) {
         reporter->finished(*model.run());
+        session.showTheEnd();
         return ExitStatus::interrupted;
     }
     reporter->finished(*model.run());
+    session.showTheEnd();
     return model.run()->failed > 0 ? ExitStatus::fileFailed : usual;
 }
 

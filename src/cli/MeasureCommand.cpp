@@ -89,6 +89,7 @@ int runMeasure(const Arguments &arguments, Interrupt &interrupt)
         Terminal::complain("Dieses ffmpeg hat keinen VMAF-Filter (libvmaf): gemessen werden nur Größe und "
                            "Tempo bei der voreingestellten Qualität.");
     session.waitUntilIdle();
+    session.showTheEnd();
     return hasFailed ? ExitStatus::fileFailed : ExitStatus::done;
 }
 

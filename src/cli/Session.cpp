@@ -1,5 +1,6 @@
 #include "cli/Session.h"
 
+#include <QTimer>
 #include <algorithm>
 #include <array>
 #include <sstream>
@@ -71,6 +72,8 @@ AppModel::Options optionsOf(const Arguments &arguments, Session::Access access,
     options.settings = arguments.applied(arguments.startsFromDefaults ? ConversionSettings() : stored);
     options.persists = false; // options hold for this run only
     options.changesFiles = access == Session::Access::changesFiles;
+    options.servesStatusPage =
+        arguments.command == Arguments::Command::convert || arguments.command == Arguments::Command::measure;
     options.asksAnew = arguments.asksAnew;
     options.only = only;
     return options;
@@ -87,6 +90,7 @@ Session::Session(const Arguments &arguments, Interrupt &interrupt, Access access
         m_mailbox.post(
             [this] { m_interrupt.suspend([this] { m_model.suspend(); }, [this] { m_model.resume(); }); });
     });
+    QObject::connect(&m_model, &AppModel::statusServerChanged, [this] { tellAddress(); });
     QObject::connect(&m_model, &AppModel::repaired,
                      [](const std::string &message) { Terminal::complain(Terminal::shown(message)); });
 }
@@ -100,6 +104,17 @@ void Session::stop()
 {
     m_model.stop();
     m_loop.quit();
+}
+
+void Session::tellAddress() const
+{
+    if (const auto &error = m_model.statusServerError())
+        return Terminal::complain(*error);
+    const auto addresses = m_model.statusURLs();
+    if (const auto port = m_model.statusPort())
+        Terminal::complain("Fortschritt im Browser: " + (addresses.empty()
+                                                             ? fmt::format("http://localhost:{}", *port)
+                                                             : addresses.front()));
 }
 
 void Session::waitUntil(const std::function<bool()> &condition)
@@ -120,6 +135,27 @@ void Session::waitUntilIdle()
 {
     waitUntil([this] { return !m_model.isBusy(); });
     throwIfStopped(m_interrupt.token());
+}
+
+void Session::showTheEnd()
+{
+    using namespace std::chrono_literals;
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now();
+    // A page asks every two seconds, a hidden one every fifteen.
+    if (!m_model.statusPort() || end - m_model.statusPageAskedAt() > 20s)
+        return;
+    const auto patience = m_interrupt.isRequested() ? 3s : 16s;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &m_loop, [&] {
+        const auto asked = m_model.statusPageAskedAt() - end;
+        const auto passed = Clock::now() - end;
+        // An answer within the first moment may have been made before the end.
+        if (passed > patience || (asked > 300ms && passed - asked > 300ms))
+            m_loop.quit();
+    });
+    look.start(100ms);
+    m_loop.exec();
 }
 
 void Session::open(const fs::path &folder)

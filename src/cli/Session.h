@@ -34,6 +34,8 @@ public:
     // folder cannot be read or the settings cannot be met, ToolError where tools are missing.
     void open(const std::filesystem::path &folder);
     void waitUntilIdle();
+    // Serves a status page that somebody looks at until it has seen the end.
+    void showTheEnd();
     // Files that "--only" names and the folder does not have; each has been complained about.
     std::size_t missing() const { return m_missing; }
     // The sentence for a library without files.
@@ -41,6 +43,7 @@ public:
 
 private:
     void stop();
+    void tellAddress() const;
     void waitUntil(const std::function<bool()> &condition);
     void requireTools();
     void tellMissing();

@@ -1,13 +1,12 @@
 #include "format/Fmt.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <ctime>
-#include <memory>
 
 #include <fmt/format.h>
-#include <unicode/smpdtfmt.h>
-#include <unicode/timezone.h>
+#include <unicode/dtfmtsym.h>
 
 namespace kestrel::Fmt {
 
@@ -29,25 +28,34 @@ bool isDuration(double seconds)
     return std::isfinite(seconds) && seconds >= 0;
 }
 
-std::string german(system_clock::time_point time, const char *pattern)
-{
-    UErrorCode status = U_ZERO_ERROR;
-    const icu::SimpleDateFormat format(icu::UnicodeString::fromUTF8(pattern), icu::Locale::getGermany(),
-                                       status);
-    icu::UnicodeString text;
-    const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch());
-    format.format(static_cast<UDate>(sinceEpoch.count()), text);
-    std::string result;
-    text.toUTF8String(result);
-    return result;
-}
-
-// The local date as a count of days; two dates differ by whole days whatever daylight saving does.
-long dayNumber(system_clock::time_point time)
+std::tm localTime(system_clock::time_point time)
 {
     const std::time_t seconds = system_clock::to_time_t(time);
     std::tm local{};
     ::localtime_r(&seconds, &local);
+    return local;
+}
+
+// "Mo", "Di"; from Sunday on, as in std::tm.
+const std::array<std::string, 7> &weekdays()
+{
+    static const auto names = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        const icu::DateFormatSymbols symbols(icu::Locale::getGermany(), status);
+        int32_t count = 0;
+        const icu::UnicodeString *found = symbols.getWeekdays(
+            count, icu::DateFormatSymbols::FORMAT, icu::DateFormatSymbols::ABBREVIATED); // from 1 on
+        std::array<std::string, 7> list;
+        for (std::size_t day = 0; day < list.size() && static_cast<int32_t>(day) + 1 < count; ++day)
+            found[day + 1].toUTF8String(list[day]);
+        return list;
+    }();
+    return names;
+}
+
+// The local date as a count of days; two dates differ by whole days whatever daylight saving does.
+long dayNumber(const std::tm &local)
+{
     const std::chrono::year_month_day date{std::chrono::year(local.tm_year + 1900),
                                            std::chrono::month(static_cast<unsigned>(local.tm_mon + 1)),
                                            std::chrono::day(static_cast<unsigned>(local.tm_mday))};
@@ -110,13 +118,16 @@ std::string dayTime(system_clock::time_point time)
 
 std::string dayTime(system_clock::time_point time, system_clock::time_point now)
 {
-    const std::string clockTime = german(time, "HH:mm");
-    const long days = dayNumber(time) - dayNumber(now);
+    const std::tm then = localTime(time);
+    const std::string clockTime = fmt::format("{:02}:{:02}", then.tm_hour, then.tm_min);
+    const long days = dayNumber(then) - dayNumber(localTime(now));
     if (days == 0)
         return "Heute, " + clockTime;
     if (days == 1)
         return "Morgen, " + clockTime;
-    return german(time, days > 6 ? "d.M." : "EE") + ", " + clockTime;
+    return (days > 6 ? fmt::format("{}.{}.", then.tm_mday, then.tm_mon + 1)
+                     : weekdays().at(static_cast<std::size_t>(then.tm_wday))) +
+           ", " + clockTime;
 }
 
 std::string percent(double fraction)

@@ -53,6 +53,8 @@ AppModel::AppModel(Options options)
           Log::write("Der Ruhezustand lässt sich hier nicht verhindern: Kein Dienst dafür antwortet.");
       })
 {
+    connect(&m_statusService, &StatusService::changed, this, &AppModel::statusServerChanged);
+    applyStatusServer();
     loadTools();
 }
 
@@ -121,6 +123,7 @@ void AppModel::setSettings(const ConversionSettings &settings)
     if (m_options.persists)
         m_options.store.setSettings(settings);
     applySleepPrevention();
+    applyStatusServer();
     recompute();
     emit settingsChanged();
 }
@@ -132,6 +135,7 @@ void AppModel::open(const std::filesystem::path &folder)
     m_rootURL = Files::standardized(folder);
     m_storage.reset(); // until the scan has looked
     m_library.fill({{}, *m_rootURL});
+    m_isRunOfLibrary = false;
     if (m_options.persists)
         m_options.store.setLastFolder(*m_rootURL);
     emit folderChanged();
@@ -162,6 +166,7 @@ void AppModel::connectScan(FolderScan &scan)
     connect(&scan, &FolderScan::repaired, this, &AppModel::repaired);
     connect(&scan, &FolderScan::listed, this, [this](const auto &contents) {
         m_library.fill(std::move(*contents));
+        m_isRunOfLibrary = false;
         setActivity({Activity::Kind::scanning, 0, m_library.items().size()});
     });
     connect(&scan, &FolderScan::probed, this, &AppModel::takeProbe);
@@ -238,6 +243,19 @@ void AppModel::applySleepPrevention()
         m_sleepInhibitor.hold(*m_sleepReason);
     else
         m_sleepInhibitor.release();
+}
+
+void AppModel::applyStatusServer()
+{
+    const auto port = StatusService::parsePort(m_options.store.statusPort().value_or(""));
+    m_statusService.apply(m_options.servesStatusPage && m_settings.statusPage,
+                          port.value_or(StatusServer::port));
+}
+
+std::vector<std::string> AppModel::statusURLs() const
+{
+    const auto port = m_statusService.port();
+    return port ? StatusServer::pageURLs(*port) : std::vector<std::string>();
 }
 
 void AppModel::updateBadge()

@@ -9,12 +9,14 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "encoding/StorageLocation.h"
 #include "media/Tools.h"
 #include "model/Library.h"
 #include "model/RunStats.h"
+#include "model/StatusService.h"
 #include "model/UserDefaults.h"
 #include "planning/ConversionSettings.h"
 #include "platform/InstanceLock.h"
@@ -52,6 +54,7 @@ public:
         std::vector<std::filesystem::path> toolFolders;      // where ffmpeg is; the usual places where empty
         bool persists = true;                                // settings and last folder
         bool changesFiles = true;                            // else nothing is repaired or tidied up
+        bool servesStatusPage = false;                       // where the settings want it
         std::optional<std::filesystem::path> openFolder;     // once the tools are located
         bool asksAnew = false;                               // ffprobe, in every scan
         std::optional<std::set<std::filesystem::path>> only; // relative paths that a scan takes
@@ -79,12 +82,18 @@ public:
     const std::optional<std::filesystem::path> lastFolder() const { return m_options.store.lastFolder(); }
     // Another copy of the program was there when this one started, or when it last scanned.
     bool otherInstanceRunning() const { return m_lock && !m_lock->isAlone(); }
+    // The addresses of the status page, while it is served; the first is the easiest to type.
+    std::vector<std::string> statusURLs() const;
+    std::optional<std::uint16_t> statusPort() const { return m_statusService.port(); }
+    const std::optional<std::string> &statusServerError() const { return m_statusService.error(); } // German
+    std::chrono::steady_clock::time_point statusPageAskedAt() { return m_statusService.askedAt(); }
     const SleepInhibitor &sleepInhibitor() const { return m_sleepInhibitor; }
 
     void open(const std::filesystem::path &folder);
     void rescan();
     void recompute() { m_library.recompute(m_settings); }
-    Totals totals() const { return m_library.totals(m_settings); }
+    // Valid until the library changes.
+    const Totals &totals() const { return m_library.totals(); }
     void setSettings(const ConversionSettings &settings);
     void clearMessage() { setMessage(std::nullopt); }
 
@@ -109,6 +118,12 @@ public:
     std::optional<double> runRemaining() const;
     std::optional<std::chrono::system_clock::time_point>
     estimatedCompletion(const std::vector<FileItem *> &items) const;
+    // The files that are being converted or measured now, in the order of their turns.
+    std::vector<const FileItem *> inWork() const;
+    // In how many seconds each file of the run that lasts and is not done yet will be, in the run's order.
+    std::vector<std::pair<const FileItem *, double>> schedule() const;
+    // The books of run() are of the files that the library holds now.
+    bool isRunOfLibrary() const { return m_isRunOfLibrary; }
 
 signals:
     void toolsChanged();
@@ -122,7 +137,8 @@ signals:
     void sampled(const kestrel::FileItem &item);
     void samplingFailed(const kestrel::FileItem &item, const std::string &text);
     void clipMade(const std::filesystem::path &clip);
-    void clipFailed(); // the message tells why
+    void clipFailed();          // the message tells why
+    void statusServerChanged(); // addresses or error
     void badgeChanged(const std::optional<std::string> &text);
     void attentionRequested();
 
@@ -142,9 +158,9 @@ private:
     void setMessage(std::optional<std::string> message);
     void setSleepReason(std::optional<std::string> reason);
     void applySleepPrevention();
+    void applyStatusServer();
     void setPaused(bool isPaused);
     void updateBadge();
-    std::vector<const FileItem *> inWork() const;
 
     Options m_options;
     std::optional<Tools> m_tools;
@@ -160,6 +176,7 @@ private:
     std::optional<std::string> m_message;
     std::optional<std::string> m_scanError;
     std::optional<RunStats> m_run;
+    bool m_isRunOfLibrary = false;
     std::optional<std::string> m_sleepReason;
     std::optional<std::string> m_badge;
     std::unique_ptr<InstanceLock> m_lock;
@@ -172,6 +189,7 @@ private:
     std::unique_ptr<ProbeClip> m_clip;
     Mailbox m_mailbox;
     std::jthread m_locator;
+    StatusService m_statusService{*this};
 };
 
 } // namespace kestrel

@@ -23,6 +23,7 @@ void AppModel::startConversion()
     if (files.empty())
         return setMessage("Es gibt nichts zu konvertieren.");
     m_run = RunStats::of(files);
+    m_isRunOfLibrary = true;
     setMessage(std::nullopt);
     m_isPaused = false;
     m_conversion = std::make_unique<ConversionRun>(
@@ -187,7 +188,10 @@ void AppModel::endClip(const std::optional<std::string> &message)
 
 std::vector<const FileItem *> AppModel::inWork() const
 {
-    return m_conversion ? m_conversion->inWork() : std::vector<const FileItem *>();
+    if (m_conversion)
+        return m_conversion->inWork();
+    const FileItem *measured = m_sampling ? m_sampling->current() : nullptr;
+    return measured != nullptr ? std::vector{measured} : std::vector<const FileItem *>();
 }
 
 double AppModel::runProgress() const
@@ -207,6 +211,14 @@ AppModel::estimatedCompletion(const std::vector<FileItem *> &items) const
         return std::nullopt;
     return std::chrono::system_clock::now() +
            m_run->secondsFor(items, inWork(), parallelGain(m_settings.codec, m_settings.parallelJobs));
+}
+
+std::vector<std::pair<const FileItem *, double>> AppModel::schedule() const
+{
+    if (!m_conversion)
+        return {};
+    return m_conversion->schedule(
+        m_run->rate(inWork(), parallelGain(m_settings.codec, m_settings.parallelJobs)));
 }
 
 } // namespace kestrel

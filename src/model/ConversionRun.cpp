@@ -17,11 +17,29 @@ ConversionRun::ConversionRun(Request request, Library &library, RunStats &stats)
     : m_request(std::move(request)), m_library(library), m_stats(stats),
       m_outbox([this](const auto &reports) { apply(reports); })
 {
+    m_weights.reserve(m_request.files.size());
+    for (const FileItem *item : m_request.files)
+        m_weights.push_back(m_stats.weight(item->id));
 }
 
 ConversionRun::~ConversionRun()
 {
     requestStop();
+}
+
+std::vector<std::pair<const FileItem *, double>> ConversionRun::schedule(double rate) const
+{
+    std::vector<std::pair<const FileItem *, double>> schedule;
+    schedule.reserve(m_weights.size());
+    double left = 0;
+    for (std::size_t i = 0; i < m_weights.size(); ++i) {
+        const FileItem *item = m_request.files[i];
+        const double rest = i < m_next ? 1 - item->runFraction() : 1;
+        left += m_weights[i] * rest;
+        if (rest > 0)
+            schedule.emplace_back(item, left / rate);
+    }
+    return schedule;
 }
 
 std::size_t ConversionRun::width() const
@@ -48,13 +66,14 @@ void ConversionRun::fillSlots()
 
 void ConversionRun::startNext()
 {
-    FileItem *item = m_request.files[m_next++];
+    const std::size_t number = m_next++;
+    FileItem *item = m_request.files[number];
     const SampleResult *sample = item->sample(m_request.settings.videoKey());
     auto conversion = std::make_unique<FileConversion>(
         FileConversion::Request{*item->info, m_request.settings, m_request.tools, m_request.root,
                                 sample != nullptr ? std::optional(*sample) : std::nullopt});
     FileConversion &work = *conversion;
-    Job &job = m_jobs.emplace(item, Job{*item, std::move(conversion), {}}).first->second;
+    Job &job = m_jobs.emplace(item, Job{number, *item, std::move(conversion), {}}).first->second;
     try {
         job.worker = std::jthread([this, item, &work](const std::stop_token &stop) {
             m_mailbox.post([this, item, outcome = convert(work, item, stop)] { finish(*item, outcome); });
@@ -191,8 +210,11 @@ void ConversionRun::requestStop()
 
 std::vector<const FileItem *> ConversionRun::inWork() const
 {
-    std::vector<const FileItem *> items;
+    std::map<std::size_t, const FileItem *> ordered;
     for (const auto &[item, job] : m_jobs)
+        ordered.emplace(job.number, item);
+    std::vector<const FileItem *> items;
+    for (const auto &[number, item] : ordered)
         items.push_back(item);
     return items;
 }

@@ -44,7 +44,10 @@ public:
     // Files in work end as idle, the others are not started.
     void stop();
 
-    // The files that are in somebody's hands now.
+    // In how many seconds each file that is not done will be, in the run's order, with so much weight per
+    // second.
+    std::vector<std::pair<const FileItem *, double>> schedule(double rate) const;
+    // The files that are in somebody's hands now, in the run's order.
     std::vector<const FileItem *> inWork() const;
 
 signals:
@@ -63,6 +66,7 @@ private:
     };
     // A file in work; the thread is last, so that what it uses outlives it.
     struct Job {
+        std::size_t number; // in the run's order
         FileItem &item;
         std::unique_ptr<FileConversion> conversion;
         std::jthread worker;
@@ -81,6 +85,7 @@ private:
     const Request m_request;
     Library &m_library;
     RunStats &m_stats;
+    std::vector<double> m_weights; // of the files
     std::size_t m_next = 0;
     bool m_isPaused = false;
     bool m_isStopped = false;

@@ -84,7 +84,7 @@ std::string FileItem::shortProbeError() const
     const std::size_t colon = error.rfind(": ");
     const std::string_view reason = colon == std::string_view::npos ? error : error.substr(colon + 2);
     const auto *known = std::find_if(probeReasons.begin(), probeReasons.end(),
-                                     [&](const ProbeReason &row) { return row.text == reason; });
+                                     [&](const ProbeReason &entry) { return entry.text == reason; });
     return std::string(known == probeReasons.end() ? reason : known->german);
 }
 

@@ -15,6 +15,8 @@
 
 namespace kestrel {
 
+struct TableNode;
+
 // One file of the library. Views hold it as const and hear from Library when it changes; only the model
 // writes, through Library::change(). Main thread only.
 struct FileItem {
@@ -34,6 +36,7 @@ struct FileItem {
     JobStatus status = Status::Idle{};
     std::optional<std::filesystem::path> resultURL; // where the converted file is, once it is done
     double fps = 0;                                 // of the encoder, while running
+    TableNode *row = nullptr;                       // in the table that shows it
     bool needsPlan = true; // info or samples are newer than plan and estimate; kept by Library
 
     std::string name() const;             // of the file, byte for byte

@@ -49,6 +49,7 @@ void Library::fill(Contents contents)
     m_detailItem = nullptr;
     m_expandedFolders = m_contents.folders;
     m_settings.reset();
+    m_totals.reset();
     emit filled();
 }
 
@@ -76,6 +77,7 @@ void Library::setInfo(FileItem &item, MediaInfo info)
 {
     item.info = std::move(info);
     item.needsPlan = true;
+    m_totals.reset();
     emit itemChanged(item);
 }
 
@@ -92,6 +94,13 @@ void Library::setIncluded(const Ids &rows, std::optional<bool> value)
         change(*find(id), [&](FileItem &item) { item.included = value.value_or(!item.included); });
     TableTree::updateSums(*m_contents.rows);
     emit recomputed();
+}
+
+const Totals &Library::totals() const
+{
+    if (!m_totals)
+        m_totals = Totals::of(items(), m_settings.value_or(ConversionSettings()));
+    return *m_totals;
 }
 
 Library::Factors Library::learn(const ConversionSettings &settings) const
@@ -128,6 +137,7 @@ void Library::recompute(const ConversionSettings &settings)
     }
     m_settings = settings;
     m_factors = factors;
+    m_totals.reset();
     updateTable();
     emit recomputed();
 }

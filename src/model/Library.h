@@ -51,7 +51,10 @@ public:
     template <typename Edit>
     void change(FileItem &item, Edit edit)
     {
+        const auto before = Totals::shareOf(item);
         edit(item);
+        if (Totals::shareOf(item) != before)
+            m_totals.reset();
         emit itemChanged(item);
     }
     void setInfo(FileItem &item, MediaInfo info);
@@ -62,7 +65,8 @@ public:
 
     // Plans and estimates every probed item; what is known already is not computed again.
     void recompute(const ConversionSettings &settings);
-    Totals totals(const ConversionSettings &settings) const { return Totals::of(items(), settings); }
+    // With the settings of the last recompute(); valid until the next change.
+    const Totals &totals() const;
 
     const SortOrder &sortOrder() const { return m_sortOrder; }
     void setSortOrder(SortOrder order);
@@ -105,6 +109,7 @@ private:
     // What all items were last planned with.
     std::optional<ConversionSettings> m_settings;
     Factors m_factors;
+    mutable std::optional<Totals> m_totals; // as long as they hold
 };
 
 } // namespace kestrel

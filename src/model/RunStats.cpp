@@ -22,15 +22,16 @@ RunStats RunStats::of(const std::vector<FileItem *> &files)
     stats.total = files.size();
     for (const FileItem *item : files) {
         stats.order.push_back(item->id);
-        stats.weights[item->id.native()] =
-            std::max(leastWeight, item->estimate ? item->estimate->encodeSeconds : 0);
+        const double weight = std::max(leastWeight, item->estimate ? item->estimate->encodeSeconds : 0);
+        stats.weights[item->id.native()] = weight;
+        stats.totalWeight += weight;
     }
     return stats;
 }
 
 double RunStats::progress(const std::vector<const FileItem *> &inWork) const
 {
-    const double all = totalWeight();
+    const double all = totalWeight;
     if (all <= 0)
         return 0;
     double done = doneWeight;
@@ -44,7 +45,7 @@ std::optional<RunStats::Work> RunStats::work(const std::vector<const FileItem *>
 {
     if (activeSeconds() <= 0)
         return std::nullopt;
-    const double all = totalWeight();
+    const double all = totalWeight;
     const Work work{all - resumedWeight, progress(inWork) * all - resumedWeight};
     if (work.total > 0 && work.done > leastWork * work.total)
         return work;
@@ -65,17 +66,13 @@ std::chrono::seconds RunStats::secondsFor(const std::vector<FileItem *> &items,
     double left = 0;
     for (const FileItem *item : items)
         left += weight(item->id) * (1 - item->runFraction());
-    const auto known = work(inWork);
-    const double rate = known ? known->done / activeSeconds() : usualRate;
-    return std::chrono::seconds(static_cast<std::int64_t>(left / std::max(rate, leastRate)));
+    return std::chrono::seconds(static_cast<std::int64_t>(left / rate(inWork, usualRate)));
 }
 
-double RunStats::totalWeight() const
+double RunStats::rate(const std::vector<const FileItem *> &inWork, double usualRate) const
 {
-    double sum = 0;
-    for (const auto &[id, weight] : weights)
-        sum += weight;
-    return sum;
+    const auto known = work(inWork);
+    return std::max(known ? known->done / activeSeconds() : usualRate, leastRate);
 }
 
 double RunStats::weight(const FilePath &id) const

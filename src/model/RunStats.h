@@ -29,6 +29,7 @@ struct RunStats {
     std::vector<FilePath> order;                     // as they are started
     std::vector<FilePath> finishedOrder;             // as they ended
     std::unordered_map<std::string, double> weights; // at least 1 each; by the path's bytes
+    double totalWeight = 0;                          // the sum of all weights
     double doneWeight = 0;
     std::int64_t bytesBefore = 0, bytesAfter = 0; // of the converted files
     std::size_t converted = 0, noSavings = 0, failed = 0;
@@ -39,7 +40,6 @@ struct RunStats {
     // The books of a run that begins now.
     static RunStats of(const std::vector<FileItem *> &files);
 
-    double totalWeight() const;
     double weight(const FilePath &id) const; // 0 for an unknown file
     std::size_t processed() const { return converted + noSavings + failed; }
     double activeSeconds(Clock::time_point now = Clock::now()) const;
@@ -49,6 +49,8 @@ struct RunStats {
     double progress(const std::vector<const FileItem *> &inWork) const;
     // Seconds; absent after the end, and until the run has come far enough to tell.
     std::optional<double> remaining(const std::vector<const FileItem *> &inWork) const;
+    // Weight per second: the run's own rate, or the usual one until it is known. Never 0.
+    double rate(const std::vector<const FileItem *> &inWork, double usualRate) const;
     // How long the run needs for what is left of these files, with this rate (weight per second) until its
     // own is known.
     std::chrono::seconds secondsFor(const std::vector<FileItem *> &items,

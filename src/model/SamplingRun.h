@@ -38,6 +38,11 @@ public:
     ~SamplingRun() override;
 
     void start() { next(); }
+    // The file that is being measured now.
+    const FileItem *current() const
+    {
+        return m_done < m_request.files.size() ? m_request.files[m_done] : nullptr;
+    }
     void stop();
     void suspend() { m_ffmpeg.suspend(); }
     void resume() { m_ffmpeg.resume(); }

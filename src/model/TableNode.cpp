@@ -25,6 +25,8 @@ TableNode *append(TableNode &parent, const std::filesystem::path &id, FileItem *
     node->sortName = Text::naturalSortKey(node->name);
     node->parent = &parent;
     node->item = item;
+    if (item != nullptr)
+        item->row = node.get();
     parent.children.push_back(std::move(node));
     return parent.children.back().get();
 }

@@ -4,6 +4,12 @@
 
 namespace kestrel {
 
+Totals::Share Totals::shareOf(const FileItem &item)
+{
+    return {item.isCounted(),     item.isActionable(), item.probeError.has_value(),
+            item.mayBeIncomplete, item.bytesBefore(),  item.bytesAfter()};
+}
+
 Totals Totals::of(const std::vector<std::unique_ptr<FileItem>> &items, const ConversionSettings &settings)
 {
     Totals totals;

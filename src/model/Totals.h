@@ -23,6 +23,14 @@ struct Totals {
     std::vector<double> vmafValues;                // measured, of the actionable
     std::size_t incomplete = 0, errors = 0;        // not counted: still being copied; not readable
 
+    // What of an item enters the sums, but for its estimate.
+    struct Share {
+        bool isCounted, isActionable, hasError, isIncomplete;
+        std::int64_t before;
+        double after;
+        bool operator==(const Share &) const = default;
+    };
+    static Share shareOf(const FileItem &item);
     static Totals of(const std::vector<std::unique_ptr<FileItem>> &items, const ConversionSettings &settings);
 };
 

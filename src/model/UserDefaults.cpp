@@ -14,7 +14,7 @@ namespace kestrel {
 namespace {
 
 constexpr const char *identifier = "app.kestrel.Kestrel";
-constexpr const char *settingsKey = "settings", *lastFolderKey = "lastFolder";
+constexpr const char *settingsKey = "settings", *lastFolderKey = "lastFolder", *statusPortKey = "statusPort";
 
 // Where QSettings keeps a suite, too.
 std::filesystem::path fileOf(const std::string &suite)
@@ -72,6 +72,12 @@ std::optional<std::filesystem::path> UserDefaults::lastFolder() const
 {
     const QByteArray path = open(m_suite).value(lastFolderKey).toByteArray();
     return path.isEmpty() ? std::nullopt : std::optional(std::filesystem::path(path.toStdString()));
+}
+
+std::optional<std::string> UserDefaults::statusPort() const
+{
+    const QVariant value = open(m_suite).value(statusPortKey);
+    return value.isValid() ? std::optional(value.toString().toStdString()) : std::nullopt;
 }
 
 void UserDefaults::setLastFolder(const std::filesystem::path &folder)

@@ -22,6 +22,7 @@ public:
     std::optional<ConversionSettings> settings() const;
     void setSettings(const ConversionSettings &settings);
     std::optional<std::filesystem::path> lastFolder() const;
+    std::optional<std::string> statusPort() const; // as somebody has written it
     void setLastFolder(const std::filesystem::path &folder);
 
 private:

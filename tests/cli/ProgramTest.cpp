@@ -13,14 +13,26 @@
 #include "model/UserDefaults.h"
 #include "platform/ChildProcess.h"
 #include "support/Clips.h"
+#include "support/Http.h"
+#include "support/StatusPort.h"
 
 namespace kestrel::test {
 namespace {
 
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::StartsWith;
+
+// A port of its own for this process's programs: several tests run side by side.
+class OwnPort : public testing::Environment {
+public:
+    void SetUp() override { useStatusPort(number = freePort()); }
+    static inline std::uint16_t number = 0;
+};
+const auto *const ownPort = testing::AddGlobalTestEnvironment(new OwnPort);
 
 TEST(Program, saysWhatIsWrongWithACall)
 {
@@ -276,6 +288,42 @@ TEST(Program, makesAClip)
     EXPECT_TRUE(fs::exists(clip));
     EXPECT_EQ(kestrel({"clip", sandbox.write("kaputt.mkv", "x")}).status, 1);
     EXPECT_EQ(kestrel({"clip", sandbox.write("brief.txt", "x")}).status, 2);
+}
+
+TEST(Program, showsARunToABrowserFromItsFirstToItsLastSecond)
+{
+    const Sandbox sandbox;
+    sandbox.put(Clips::film(), "a.mkv");
+    const auto convert = [&](const std::vector<std::string> &more) {
+        std::vector<std::string> words{"convert", sandbox.path(), "--quality", "small"};
+        words.insert(words.end(), more.begin(), more.end());
+        return kestrel(words);
+    };
+    std::vector<std::string> states;
+    std::jthread browser([&](const std::stop_token &stop) {
+        for (; !stop.stop_requested(); std::this_thread::sleep_for(std::chrono::milliseconds(150)))
+            if (const std::string answer = httpGet(OwnPort::number, "/status.json"); !answer.empty()) {
+                const Json snapshot = Json::parse(answer.substr(answer.find("\r\n\r\n")));
+                if (states.empty() || states.back() != snapshot["state"])
+                    states.push_back(snapshot["state"]);
+            }
+    });
+    const auto output = convert({});
+    browser.request_stop();
+    browser.join();
+    EXPECT_EQ(output.status, 0);
+    EXPECT_THAT(output.standardError, ContainsRegex("Fortschritt im Browser: http://[^ ]+:" +
+                                                    std::to_string(OwnPort::number) + "\n"));
+    ASSERT_GE(states.size(), 2U);
+    EXPECT_THAT(std::vector(states.end() - 2, states.end()), ElementsAre("converting", "finished"));
+
+    EXPECT_THAT(convert({"--codec", "keepVideo", "--no-status-page"}).standardError,
+                Not(HasSubstr("Browser")));
+
+    const FileDescriptor taken = listener(OwnPort::number);
+    const auto elsewhere = convert({"--codec", "keepVideo"});
+    EXPECT_EQ(elsewhere.status, 0);
+    EXPECT_THAT(elsewhere.standardError, HasSubstr("ist schon belegt – läuft Kestrel ein zweites Mal?"));
 }
 
 // Runs a conversion and sends it a signal once it encodes; returns its status.

@@ -67,7 +67,7 @@ TEST_F(LibraryTest, aFolderSumsWhatItsFilesWillBe)
     EXPECT_DOUBLE_EQ(all, at(0).estimateValue() + at(1).estimateValue() + at(2).estimateValue());
     library.setIncluded({"/f/Serie/Folge 2.mkv"}, false);
     EXPECT_DOUBLE_EQ(series.estimateValue, all - at(0).estimateValue() + 1e9) << "kept as it is";
-    EXPECT_EQ(library.totals(settings).files, 3U);
+    EXPECT_EQ(library.totals().files, 3U);
     library.setIncluded({"/f/Serie"}, std::nullopt);
     EXPECT_TRUE(at(0).included);
     EXPECT_FALSE(at(2).included);
@@ -76,9 +76,10 @@ TEST_F(LibraryTest, aFolderSumsWhatItsFilesWillBe)
 
 TEST_F(LibraryTest, totalsCountWhatIsCounted)
 {
+    EXPECT_EQ(library.totals().actionable, 4U);
     library.change(at(0), [](FileItem &item) { item.status = Status::Done{1'000'000'000, 400'000'000}; });
     library.change(at(1), [](FileItem &item) { item.status = Status::NoSavings{1'900'000'000}; });
-    const Totals totals = library.totals(settings);
+    const Totals &totals = library.totals();
     EXPECT_EQ(totals.files, 4U);
     EXPECT_EQ(totals.actionable, 3U);
     EXPECT_EQ(totals.sourceBytes, 10'000'000'000);
@@ -87,7 +88,7 @@ TEST_F(LibraryTest, totalsCountWhatIsCounted)
         at(1).estimate->encodeSeconds + at(2).estimate->encodeSeconds + at(3).estimate->encodeSeconds;
     EXPECT_DOUBLE_EQ(totals.encodeSeconds, seconds / parallelGain(settings.codec, settings.parallelJobs));
     EXPECT_EQ(totals.weakestKind, SizeEstimate::Kind::heuristic);
-    EXPECT_EQ(Library().totals(settings).weakestKind, std::nullopt);
+    EXPECT_EQ(Library().totals().weakestKind, std::nullopt);
 }
 
 TEST_F(LibraryTest, samplesTeachTheEstimatesOfTheOthers)
@@ -104,7 +105,7 @@ TEST_F(LibraryTest, samplesTeachTheEstimatesOfTheOthers)
     EXPECT_EQ(at(0).plan->qualityValue, 27);
     EXPECT_EQ(at(1).estimate->kind, SizeEstimate::Kind::calibrated);
     EXPECT_NEAR(at(1).estimate->videoBytes, guessed / 2, guessed * 0.05);
-    EXPECT_THAT(library.totals(settings).vmafValues, ElementsAre(94));
+    EXPECT_THAT(library.totals().vmafValues, ElementsAre(94));
 
     const double calibrated = at(1).estimateValue();
     settings.quality = QualityLevel::small; // another key: nothing is known of it
@@ -182,7 +183,7 @@ TEST_F(LibraryTest, aRunCountsInEstimatedSeconds)
     at(2).estimate->encodeSeconds = 100;
     RunStats run = RunStats::of({&at(0), &at(1), &at(2)});
     EXPECT_EQ(run.weight(at(0).id), 1);
-    EXPECT_EQ(run.totalWeight(), 200);
+    EXPECT_EQ(run.totalWeight, 200);
     const auto now = run.started + 100s;
     EXPECT_DOUBLE_EQ(run.activeSeconds(now), 100);
     run.pausedTotal = 30s;
