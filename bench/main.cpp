@@ -21,6 +21,8 @@
 #include <nlohmann/json.hpp>
 
 #include "Records.h"
+#include "Status.h"
+#include "Stopwatch.h"
 #include "encoding/CommandBuilder.h"
 #include "encoding/ConversionJob.h"
 #include "encoding/FFmpegRunner.h"
@@ -30,49 +32,14 @@
 #include "planning/Estimator.h"
 #include "planning/Planner.h"
 
-#include <sys/resource.h>
-#include <unistd.h>
-
 namespace {
 
 namespace fs = std::filesystem;
 using namespace kestrel;
+using bench::residentMegabytes;
+using bench::Stopwatch;
 using nlohmann::ordered_json;
 using Command = std::vector<std::string>;
-
-// Time since it was made.
-class Stopwatch {
-public:
-    double wall() const
-    {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_started).count();
-    }
-    double cpu() const { return cpuNow() - m_cpu; } // of this process and the children it waited for
-
-private:
-    static double cpuNow()
-    {
-        double seconds = 0;
-        for (const auto who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
-            rusage usage{};
-            getrusage(who, &usage);
-            for (const timeval &part : {usage.ru_utime, usage.ru_stime})
-                seconds += static_cast<double>(part.tv_sec) + static_cast<double>(part.tv_usec) / 1e6;
-        }
-        return seconds;
-    }
-
-    std::chrono::steady_clock::time_point m_started = std::chrono::steady_clock::now();
-    double m_cpu = cpuNow();
-};
-
-double residentMegabytes()
-{
-    std::ifstream status("/proc/self/statm");
-    double all = 0, resident = 0;
-    status >> all >> resident;
-    return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
-}
 
 Command command(const fs::path &program, Command arguments)
 {
@@ -232,8 +199,7 @@ ordered_json recompute(std::size_t count)
     other.quality = QualityLevel::medium;
     const Stopwatch watch;
     library.recompute(other);
-    return {
-        {"wall", watch.wall()}, {"megabytes", megabytes}, {"actionable", library.totals(other).actionable}};
+    return {{"wall", watch.wall()}, {"megabytes", megabytes}, {"actionable", library.totals().actionable}};
 }
 
 // Four jobs of these stand-in tools report progress while all files of the folder are listed.
@@ -336,6 +302,14 @@ ordered_json run(std::span<const std::string_view> words)
         return scan(words[1], what == "scan");
     if (what == "stall" && words.size() == 3)
         return stall(words[1], words[2]);
+    if (what == "status" && words.size() == 3) {
+        AppModel::Options options = modelOptions(false);
+        options.toolFolders = {words[2]};
+        AppModel model(std::move(options));
+        waitUntilIdle(model);
+        waitUntilIdle(model, [&] { model.open(words[1]); });
+        return bench::status(model);
+    }
     if (what == "plan" && words.size() == 2)
         return plan(std::stoul(std::string(words[1])));
     if (what == "recompute" && words.size() == 2)
@@ -348,6 +322,7 @@ ordered_json run(std::span<const std::string_view> words)
         return accuracy(words[1], words[2], words.subspan(3));
     throw std::invalid_argument(
         "tools | scan FOLDER | rescan FOLDER | plan COUNT | recompute COUNT | stall FOLDER TOOLS | "
+        "status FOLDER TOOLS | "
         "convert FILE WORK | search FILE WORK | accuracy FILE WORK [CODEC]");
 }
 
