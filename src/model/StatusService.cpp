@@ -18,8 +18,8 @@ constexpr std::chrono::milliseconds freshness{200};
 
 constexpr std::chrono::seconds untilNextTry{5};
 
-constexpr const char *paths[] = {"/apple-touch-icon.png", "/apple-touch-icon-precomposed.png",
-                                 "/favicon.ico"};
+constexpr const char *iconPaths[] = {"/apple-touch-icon.png", "/apple-touch-icon-precomposed.png",
+                                     "/favicon.ico"};
 
 } // namespace
 
@@ -92,7 +92,7 @@ void StatusService::answer(const std::string &path, StatusServer::Reply reply)
         return answerWithSnapshot(std::move(reply));
     if (path == "/" || path == "/index.html")
         return reply(Response{200, "text/html; charset=utf-8", std::string(StatusPage::html())});
-    if (std::find(std::begin(paths), std::end(paths), path) != std::end(paths))
+    if (std::find(std::begin(iconPaths), std::end(iconPaths), path) != std::end(iconPaths))
         return reply(Response{200, "image/png", std::string(StatusPage::touchIcon())});
     reply(std::nullopt);
 }

@@ -155,6 +155,18 @@ int columns(std::string_view text)
     return sum;
 }
 
+std::vector<std::string_view> pieces(std::string_view text, std::string_view separators)
+{
+    std::vector<std::string_view> found;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find_first_of(separators, at), text.size());
+        if (end > at)
+            found.push_back(text.substr(at, end - at));
+        at = end + 1;
+    }
+    return found;
+}
+
 std::string elided(std::string_view text, int limit)
 {
     if (columns(text) <= limit)

@@ -21,6 +21,8 @@ std::string_view prefix(std::string_view text, std::size_t bytes);
 std::size_t length(std::string_view text);
 // The first so many characters.
 std::string_view first(std::string_view text, std::size_t characters);
+// The pieces between any of these ASCII characters, empty ones left out.
+std::vector<std::string_view> pieces(std::string_view text, std::string_view separators);
 // How many columns of a terminal the text takes (wide East Asian characters take two).
 int columns(std::string_view text);
 // At most so many columns; what is left out in the middle is marked "…".

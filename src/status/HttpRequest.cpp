@@ -1,7 +1,6 @@
 #include "status/HttpRequest.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "platform/Text.h"
 
@@ -9,30 +8,13 @@
 
 namespace kestrel {
 
-namespace {
-
-// The text's pieces between blanks, empty ones left out.
-std::vector<std::string_view> pieces(std::string_view text)
-{
-    std::vector<std::string_view> found;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find(' ', at), text.size());
-        if (end > at)
-            found.push_back(text.substr(at, end - at));
-        at = end + 1;
-    }
-    return found;
-}
-
-} // namespace
-
 std::optional<HttpRequest> HttpRequest::parse(std::string_view head)
 {
     if (Text::repaired(head) != head)
         return std::nullopt;
     constexpr std::string_view lineEnd = "\r\n";
     const std::size_t first = head.find(lineEnd);
-    const auto words = pieces(head.substr(0, first));
+    const auto words = Text::pieces(head.substr(0, first), " ");
     if (words.empty())
         return std::nullopt;
     HttpRequest request;

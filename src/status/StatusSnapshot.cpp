@@ -65,14 +65,8 @@ using Words = std::vector<std::string>;
 
 Words wordsOf(std::string_view text)
 {
-    Words words;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find_first_of(" ._", at), text.size());
-        if (end > at)
-            words.emplace_back(text.substr(at, end - at));
-        at = end + 1;
-    }
-    return words;
+    const auto pieces = Text::pieces(text, " ._");
+    return {pieces.begin(), pieces.end()};
 }
 
 // Words that say how a film was copied, and no longer what it is. A group's name may hang on a codec
