@@ -4,6 +4,7 @@
 #include <array>
 #include <memory>
 
+#include <fmt/format.h>
 #include <unicode/coll.h>
 #include <unicode/locid.h>
 #include <unicode/uchar.h>
@@ -193,6 +194,17 @@ std::string elided(std::string_view text, int limit)
         tail.insert(0, characters[last].first);
     }
     return head + "…" + tail;
+}
+
+std::string percentEncoded(std::string_view path)
+{
+    std::string result;
+    for (const char c : path) {
+        const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                             std::string_view("-_.~/").find(c) != std::string_view::npos;
+        result += isPlain ? std::string(1, c) : fmt::format("%{:02X}", static_cast<unsigned char>(c));
+    }
+    return result;
 }
 
 std::string naturalSortKey(std::string_view text)

@@ -28,6 +28,9 @@ int columns(std::string_view text);
 // At most so many columns; what is left out in the middle is marked "…".
 std::string elided(std::string_view text, int columns);
 
+// As in the path of a URI: ASCII only, slashes bare.
+std::string percentEncoded(std::string_view path);
+
 // A key that sorts by plain byte comparison as people sort names: by the letters, not by their case or
 // accents first, and numbers by value ("Folge 2" before "Folge 10").
 std::string naturalSortKey(std::string_view text);

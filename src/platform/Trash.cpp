@@ -34,25 +34,14 @@ struct Can {
     fs::path pathsRelativeTo; // empty: absolute
 };
 
-// The value of "Path=": percent-encoded as in a URI, slashes bare.
-std::string encoded(const fs::path &path)
-{
-    std::string result;
-    for (const char c : path.native()) {
-        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                           std::string_view("-_.~/").find(c) != std::string_view::npos;
-        result += plain ? std::string(1, c) : fmt::format("%{:02X}", static_cast<unsigned char>(c));
-    }
-    return result;
-}
-
 std::string note(const Can &can, const fs::path &file)
 {
     const fs::path path = can.pathsRelativeTo.empty() ? file : file.lexically_relative(can.pathsRelativeTo);
     const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
     std::tm local{};
     ::localtime_r(&now, &local);
-    return fmt::format("[Trash Info]\nPath={}\nDeletionDate={:%Y-%m-%dT%H:%M:%S}\n", encoded(path), local);
+    return fmt::format("[Trash Info]\nPath={}\nDeletionDate={:%Y-%m-%dT%H:%M:%S}\n",
+                       Text::percentEncoded(path.native()), local);
 }
 
 bool isOwnFolder(const fs::path &folder)

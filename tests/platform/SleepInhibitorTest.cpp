@@ -2,16 +2,15 @@
 
 #include "platform/SleepInhibitor.h"
 
-#include <QCoreApplication>
 #include <chrono>
 #include <csignal>
 #include <optional>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/Buses.h"
+#include "support/Eventually.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,20 +18,8 @@
 namespace kestrel {
 namespace {
 
+using test::eventually;
 using testing::HasSubstr;
-
-template <typename Condition>
-bool eventually(Condition condition)
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
 
 class SleepInhibitorTest : public testing::Test {
 protected:

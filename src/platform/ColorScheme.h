@@ -1,0 +1,22 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+namespace kestrel {
+
+// Follows the desktop's choice between light and dark, as its settings portal tells it. Asks without waiting;
+// the answers come through the main thread's event loop. Main thread only.
+class ColorScheme {
+public:
+    // `onChange` is called with the first answer and with every change after it, as long as the object lives;
+    // never where there is no portal. A desktop without a preference counts as light.
+    explicit ColorScheme(std::function<void(bool isDark)> onChange);
+    ~ColorScheme();
+
+private:
+    class Listener;
+    std::unique_ptr<Listener> m_listener;
+};
+
+} // namespace kestrel

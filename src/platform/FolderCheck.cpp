@@ -1,0 +1,37 @@
+#include "platform/FolderCheck.h"
+
+#include <algorithm>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace kestrel {
+
+namespace {
+
+constexpr int firstPause = 5, longestPause = 1000; // milliseconds
+
+} // namespace
+
+// The thread may hang for good: nobody joins it, and all that it touches is its own or shared.
+FolderCheck::FolderCheck(std::filesystem::path folder, std::function<void()> onThere)
+    : m_onThere(std::move(onThere)), m_answer(std::make_shared<std::atomic<Answer>>(Answer::none))
+{
+    std::thread([folder = std::move(folder), answer = m_answer] {
+        std::error_code error;
+        *answer = std::filesystem::is_directory(folder, error) ? Answer::isThere : Answer::isNotThere;
+    }).detach();
+    m_timer.setSingleShot(true);
+    m_timer.callOnTimeout([this] { look(); });
+    m_timer.start(firstPause);
+}
+
+void FolderCheck::look()
+{
+    if (*m_answer == Answer::none)
+        m_timer.start(std::min(2 * m_timer.interval(), longestPause));
+    else if (*m_answer == Answer::isThere)
+        m_onThere();
+}
+
+} // namespace kestrel

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QTimer>
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+namespace kestrel {
+
+// Finds out whether a folder is there without anybody waiting: a share whose server is away may not answer
+// for minutes. Main thread only; an answer comes through its event loop, and never once the check is gone.
+class FolderCheck {
+public:
+    FolderCheck(std::filesystem::path folder, std::function<void()> onThere);
+
+private:
+    enum class Answer { none, isThere, isNotThere };
+
+    void look();
+
+    const std::function<void()> m_onThere;
+    const std::shared_ptr<std::atomic<Answer>> m_answer;
+    QTimer m_timer;
+};
+
+} // namespace kestrel
