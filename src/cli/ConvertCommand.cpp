@@ -59,7 +59,7 @@ int runConvert(const Arguments &arguments, Interrupt &interrupt)
     session.open(folder);
     AppModel &model = session.model();
     tellWhatIsLeftOut(session.library());
-    if (const auto text = warning(model))
+    if (const auto text = model.outputWarning())
         Terminal::complain(*text);
 
     const int usual = session.missing() > 0 ? ExitStatus::fileFailed : ExitStatus::done;

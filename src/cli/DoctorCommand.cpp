@@ -13,6 +13,7 @@
 #include "media/ProcessRunner.h"
 #include "media/Tools.h"
 #include "model/ProbeClip.h"
+#include "model/ToolReport.h"
 #include "model/UserDefaults.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -27,8 +28,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char *installFFmpeg = "sudo apt install ffmpeg";
-
 void row(const std::string &name, const std::string &value, const std::string &remark = "")
 {
     Terminal::print("  {}{} {}{}\n", name,
@@ -42,21 +41,19 @@ std::string probeVersion(const fs::path &ffprobe, const std::stop_token &stop)
     return text.substr(0, text.find('\n'));
 }
 
-void capability(const char *name, bool isThere, const char *use, const char *remedy)
+void tell(const ToolReport::Capability &capability)
 {
-    row(name, isThere ? Terminal::green("ja") : Terminal::red("nein"),
-        isThere ? use : fmt::format("{}; {}", use, remedy));
+    row(std::string(capability.name), capability.isThere ? Terminal::green("ja") : Terminal::red("nein"),
+        capability.isThere ? std::string(capability.use)
+                           : fmt::format("{}; {}", capability.use, capability.remedy));
 }
 
 void tellTools(const Tools &tools, const std::stop_token &stop)
 {
     row("ffmpeg", tools.ffmpeg.native(), tools.version);
     row("ffprobe", tools.ffprobe.native(), probeVersion(tools.ffprobe, stop));
-    capability("libx265", tools.hasX265, "HEVC kodieren", installFFmpeg);
-    capability("libsvtav1", tools.hasSVTAV1, "AV1 kodieren", installFFmpeg);
-    capability("libvmaf", tools.hasVMAF, "Qualität messen und den CRF-Wert suchen",
-               "Debians ffmpeg hat den Filter nicht: ein ffmpeg mit libvmaf nach /usr/local/bin legen "
-               "(siehe README)");
+    for (const auto &capability : ToolReport::capabilities(tools))
+        tell(capability);
 }
 
 // What is there, and whether it may be changed.
@@ -88,7 +85,7 @@ int runDoctor(const Interrupt &interrupt)
         tellTools(Tools::locate(interrupt.token()), interrupt.token());
     } catch (const ToolError &error) {
         Terminal::print("  {}\n", Terminal::red(error.what()));
-        row("Unter Debian", installFFmpeg);
+        row("Unter Debian", std::string(ToolReport::installCommand));
         status = ExitStatus::unusable;
     }
     std::string folders;

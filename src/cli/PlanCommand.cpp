@@ -163,7 +163,7 @@ int runPlan(const Arguments &arguments, Interrupt &interrupt)
                     title(settings.container), title(settings.outputMode),
                     renderTable(session.library(), settings), renderNotes(session.library()),
                     renderTotals(model.totals()));
-    if (const auto text = warning(model))
+    if (const auto text = model.outputWarning())
         Terminal::print("{}\n", *text);
     return status;
 }

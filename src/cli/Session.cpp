@@ -66,8 +66,6 @@ AppModel::Options optionsOf(const Arguments &arguments, Session::Access access,
                             const std::optional<std::set<fs::path>> &only)
 {
     AppModel::Options options;
-    if (arguments.usesTestSuite)
-        options.store = UserDefaults::testSuite();
     const ConversionSettings stored = options.store.settings().value_or(ConversionSettings());
     options.settings = arguments.applied(arguments.startsFromDefaults ? ConversionSettings() : stored);
     options.persists = false; // options hold for this run only
@@ -230,16 +228,6 @@ fs::path requireFolder(const fs::path &given)
         throw UsageError("Der Ordner „" + Terminal::shown(given.native()) +
                          "“ kann nicht gelesen werden: " + ErrorText::describe(error) + ".");
     return folder;
-}
-
-std::optional<std::string> warning(const AppModel &model)
-{
-    const auto &storage = model.storage();
-    const bool replaces = model.settings().outputMode == OutputMode::replaceOriginal;
-    if (!storage || !storage->isNetwork() || storage->hasRecycleBin || !replaces)
-        return std::nullopt;
-    return "Achtung: Das Netzlaufwerk hat keinen Papierkorb – das Original wird nach erfolgreicher Prüfung "
-           "endgültig gelöscht.";
 }
 
 } // namespace kestrel

@@ -61,7 +61,4 @@ private:
 // The folder as an absolute path. Throws UsageError when it cannot be opened.
 std::filesystem::path requireFolder(const std::filesystem::path &given);
 
-// What the user is to know before originals are replaced there; absent where they go to a trash.
-std::optional<std::string> warning(const AppModel &model);
-
 } // namespace kestrel

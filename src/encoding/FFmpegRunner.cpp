@@ -6,7 +6,7 @@
 namespace kestrel {
 
 namespace {
-constexpr std::chrono::seconds grace{10};
+constexpr std::chrono::seconds grace{1};
 
 std::vector<std::string> inputsOf(const std::vector<std::string> &arguments)
 {

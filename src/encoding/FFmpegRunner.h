@@ -30,8 +30,8 @@ public:
 
     void suspend(); // freezes ffmpeg in place
     void resume();
-    // Asks ffmpeg to end. One that does not within ten seconds is killed: its output is thrown away
-    // either way.
+    // Asks ffmpeg to end. One that does not within a second, because it empties its encoder
+    // first, is killed: its output is thrown away either way.
     void cancel();
 
     // The last lines of standard error; empty when there were none.

@@ -34,17 +34,6 @@ struct AppModel::Located {
     std::vector<std::string> messages; // of repaired swaps
 };
 
-AppModel::Options AppModel::optionsOf(const std::vector<std::string> &words)
-{
-    Options options;
-    for (std::size_t i = 0; i + 1 < words.size(); ++i)
-        if (words[i] == "-openFolder" || words[i] == "--openFolder") {
-            options.store = UserDefaults::testSuite();
-            options.openFolder = words[i + 1];
-        }
-    return options;
-}
-
 AppModel::AppModel(Options options)
     : m_options(std::move(options)),
       m_settings(m_options.settings ? *m_options.settings
@@ -106,6 +95,8 @@ void AppModel::takeTools(Located located)
     emit toolsChanged();
     if (m_options.openFolder)
         open(*m_options.openFolder);
+    else if (m_rootURL)
+        rescan(); // it was opened before anything could be asked
 }
 
 // A run that has ended may still be in the middle of telling so.
@@ -195,16 +186,25 @@ void AppModel::endScan(const std::optional<std::string> &error)
     recompute();
     const std::size_t incomplete = totals().incomplete;
     if (error)
-        setMessage("Analyse fehlgeschlagen: " + *error);
+        setProblem("Analyse fehlgeschlagen: " + *error);
     else if (wasStopped)
         setMessage(std::nullopt);
     else if (m_library.items().empty())
         setMessage("In diesem Ordner wurden keine Videodateien gefunden.");
     else if (incomplete > 0)
-        setMessage(fmt::format("{} Dateien werden evtl. noch kopiert – später neu analysieren", incomplete));
+        setProblem(fmt::format("{} Dateien werden evtl. noch kopiert – später neu analysieren", incomplete));
     else
         setMessage(std::nullopt);
     setActivity({});
+}
+
+std::optional<std::string> AppModel::outputWarning() const
+{
+    const bool replaces = m_settings.outputMode == OutputMode::replaceOriginal;
+    if (!m_storage || !m_storage->isNetwork() || m_storage->hasRecycleBin || !replaces)
+        return std::nullopt;
+    return "Achtung: Das Netzlaufwerk hat keinen Papierkorb – das Original wird nach erfolgreicher Prüfung "
+           "endgültig gelöscht.";
 }
 
 void AppModel::setActivity(const Activity &activity)
@@ -212,6 +212,7 @@ void AppModel::setActivity(const Activity &activity)
     if (activity == m_activity)
         return;
     m_activity = activity;
+    m_isStopping = m_isStopping && isBusy();
     emit activityChanged();
 }
 
@@ -220,6 +221,14 @@ void AppModel::setMessage(std::optional<std::string> message)
     if (message == m_message)
         return;
     m_message = std::move(message);
+    m_isMessageOfProblem = false;
+    emit messageChanged();
+}
+
+void AppModel::setProblem(std::string message)
+{
+    m_message = std::move(message);
+    m_isMessageOfProblem = true;
     emit messageChanged();
 }
 

@@ -60,9 +60,6 @@ public:
         std::optional<std::set<std::filesystem::path>> only; // relative paths that a scan takes
     };
 
-    // What "-openFolder PATH" or "--openFolder PATH" among the words of the command line asks for.
-    static Options optionsOf(const std::vector<std::string> &words);
-
     explicit AppModel(Options options);
     ~AppModel() override;
 
@@ -76,7 +73,10 @@ public:
     const Activity &activity() const { return m_activity; }
     bool isBusy() const { return m_activity.kind != Activity::Kind::idle; }
     bool isPaused() const { return m_isPaused; }
-    const std::optional<std::string> &message() const { return m_message; }     // German
+    bool isStopping() const { return m_isStopping; } // asked to; what runs is about to end
+    const std::optional<std::string> &message() const { return m_message; } // German
+    // The message tells of something that went wrong or needs care.
+    bool isMessageOfProblem() const { return m_isMessageOfProblem; }
     const std::optional<std::string> &scanError() const { return m_scanError; } // of the last scan; German
     const std::optional<RunStats> &run() const { return m_run; }
     const std::optional<std::filesystem::path> lastFolder() const { return m_options.store.lastFolder(); }
@@ -87,6 +87,8 @@ public:
     std::optional<std::uint16_t> statusPort() const { return m_statusService.port(); }
     const std::optional<std::string> &statusServerError() const { return m_statusService.error(); } // German
     std::chrono::steady_clock::time_point statusPageAskedAt() { return m_statusService.askedAt(); }
+    // What the user is to know before originals are replaced there; absent where they go to a trash. German.
+    std::optional<std::string> outputWarning() const;
     const SleepInhibitor &sleepInhibitor() const { return m_sleepInhibitor; }
 
     void open(const std::filesystem::path &folder);
@@ -107,6 +109,10 @@ public:
     void startSampling(std::optional<std::size_t> count, const std::optional<Library::Ids> &only);
     // Of the selected file.
     void makeProbeClip();
+
+    // Shows the state of a run over the files that could be converted, so far done (0 … 1), without touching
+    // a file; 1 ends it. For pictures. Ignored while real work runs.
+    void simulateRun(double done);
 
     // Freezes and thaws the running activity together with the process; a conversion counts it as a pause.
     void suspend();
@@ -151,11 +157,12 @@ private:
     void takeProbe(std::size_t index, const ProbeOutcome &outcome);
     void endScan(const std::optional<std::string> &error);
     void endConversion();
-    void endClip(const std::optional<std::string> &message);
+    void endClip();
 
     void retire(std::unique_ptr<QObject> run);
     void setActivity(const Activity &activity);
     void setMessage(std::optional<std::string> message);
+    void setProblem(std::string message);
     void setSleepReason(std::optional<std::string> reason);
     void applySleepPrevention();
     void applyStatusServer();
@@ -171,12 +178,15 @@ private:
     ConversionSettings m_settings;
     Activity m_activity;
     bool m_isPaused = false;
+    bool m_isStopping = false;
     bool m_isSuspended = false;
     bool m_pausesForSuspension = false;
     std::optional<std::string> m_message;
+    bool m_isMessageOfProblem = false;
     std::optional<std::string> m_scanError;
     std::optional<RunStats> m_run;
     bool m_isRunOfLibrary = false;
+    std::vector<FileItem *> m_simulated; // of a simulated run, in its order
     std::optional<std::string> m_sleepReason;
     std::optional<std::string> m_badge;
     std::unique_ptr<InstanceLock> m_lock;

@@ -81,6 +81,10 @@ void AppModel::togglePause()
 
 void AppModel::stop()
 {
+    if (isBusy() && !m_isStopping) {
+        m_isStopping = true;
+        emit activityChanged();
+    }
     if (m_scan)
         m_scan->stop();
     if (m_sampling)
@@ -133,10 +137,13 @@ void AppModel::startSampling(std::optional<std::size_t> count, const std::option
                    "kodiert).");
     setMessage(std::nullopt);
     m_sampling = std::make_unique<SamplingRun>(SamplingRun::Request{files, m_settings, *m_tools}, m_library);
-    connect(m_sampling.get(), &SamplingRun::measuring, this, &AppModel::sampling);
+    connect(m_sampling.get(), &SamplingRun::measuring, this, [this](const FileItem &item, double fraction) {
+        setActivity({Activity::Kind::sampling, m_activity.done, m_activity.total, fraction});
+        emit sampling(item, fraction);
+    });
     connect(m_sampling.get(), &SamplingRun::failed, this,
             [this](const FileItem &item, const std::string &text) {
-                setMessage(
+                setProblem(
                     fmt::format("Stichprobe für „{}“ fehlgeschlagen: {}", Text::repaired(item.name()), text));
                 emit samplingFailed(item, text);
             });
@@ -166,28 +173,34 @@ void AppModel::makeProbeClip()
         setActivity({Activity::Kind::probeClip, 0, 0, fraction});
     });
     connect(m_clip.get(), &ProbeClip::made, this, [this](const std::filesystem::path &clip) {
-        endClip(fmt::format("Probeclip gespeichert: {} – auf das NAS kopieren und am Fernseher testen.",
-                            Text::repaired(clip.filename().native())));
+        setMessage(fmt::format("Probeclip gespeichert: {} – auf das NAS kopieren und am Fernseher testen.",
+                               Text::repaired(clip.filename().native())));
+        endClip();
         emit clipMade(clip);
     });
     connect(m_clip.get(), &ProbeClip::failed, this, [this](const std::string &text) {
-        endClip("Probeclip fehlgeschlagen: " + text);
+        setProblem("Probeclip fehlgeschlagen: " + text);
+        endClip();
         emit clipFailed();
     });
-    connect(m_clip.get(), &ProbeClip::stopped, this, [this] { endClip(std::nullopt); });
+    connect(m_clip.get(), &ProbeClip::stopped, this, [this] { endClip(); });
     setActivity({Activity::Kind::probeClip});
     m_clip->start();
 }
 
-void AppModel::endClip(const std::optional<std::string> &message)
+void AppModel::endClip()
 {
     retire(std::move(m_clip));
-    setMessage(message);
     setActivity({});
 }
 
 std::vector<const FileItem *> AppModel::inWork() const
 {
+    if (!m_simulated.empty()) {
+        std::vector<const FileItem *> files(m_simulated.begin(), m_simulated.end());
+        std::erase_if(files, [](const FileItem *item) { return !isInWork(item->status); });
+        return files;
+    }
     if (m_conversion)
         return m_conversion->inWork();
     const FileItem *measured = m_sampling ? m_sampling->current() : nullptr;

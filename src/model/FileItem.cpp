@@ -19,7 +19,7 @@ struct ProbeReason {
 
 // What ffprobe says about most files that it cannot read.
 constexpr std::array<ProbeReason, 5> probeReasons{{
-    {"Invalid data found when processing input", "kein Video, oder unvollständig"},
+    {"Invalid data found when processing input", "kein Video oder unvollständig"},
     {"End of file", "bricht gleich am Anfang ab"},
     {"Permission denied", "keine Berechtigung"},
     {"Input/output error", "Lesefehler"},

@@ -33,6 +33,7 @@ struct FileItem {
     std::optional<SizeEstimate> estimate;        // likewise
     std::map<std::string, SampleResult> samples; // by ConversionSettings::videoKey()
     bool isSampling = false;
+    double samplingFraction = 0; // 0 … 1
     JobStatus status = Status::Idle{};
     std::optional<std::filesystem::path> resultURL; // where the converted file is, once it is done
     double fps = 0;                                 // of the encoder, while running

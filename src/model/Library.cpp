@@ -42,6 +42,7 @@ Library::Contents::Contents(const std::vector<std::filesystem::path> &files,
 
 void Library::fill(Contents contents)
 {
+    emit aboutToBeFilled();
     m_contents = std::move(contents);
     if (m_sortOrder != byName)
         TableTree::sort(*m_contents.rows, m_sortOrder);
@@ -150,6 +151,7 @@ void Library::updateTable()
     });
     if (!isSortedByValues)
         return;
+    emit aboutToBeSorted();
     TableTree::sort(*m_contents.rows, m_sortOrder);
     emit sorted();
 }
@@ -159,6 +161,7 @@ void Library::setSortOrder(SortOrder order)
     if (order == m_sortOrder)
         return;
     m_sortOrder = std::move(order);
+    emit aboutToBeSorted();
     TableTree::sort(*m_contents.rows, m_sortOrder);
     emit sorted();
 }
@@ -172,10 +175,15 @@ void Library::toggleFolder(const std::filesystem::path &folder)
 
 void Library::expandAll(bool isExpanded)
 {
-    m_expandedFolders.clear();
-    if (isExpanded)
-        forEachFolder(*m_contents.rows,
-                      [&](const TableNode &folder) { m_expandedFolders.insert(folder.id); });
+    m_expandedFolders = isExpanded ? m_contents.folders : Ids();
+    emit expansionChanged();
+}
+
+void Library::expandAllBut(const Ids &folders)
+{
+    m_expandedFolders = m_contents.folders;
+    for (const auto &folder : folders)
+        m_expandedFolders.erase(folder);
     emit expansionChanged();
 }
 

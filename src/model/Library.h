@@ -73,6 +73,8 @@ public:
 
     const Ids &expandedFolders() const { return m_expandedFolders; }
     void toggleFolder(const std::filesystem::path &folder);
+    // Opens all folders but these.
+    void expandAllBut(const Ids &folders);
     void expandAll(bool isExpanded);
 
     const Ids &selection() const { return m_selection; }
@@ -85,9 +87,11 @@ public:
     void setDetailItem(FileItem *item);
 
 signals:
+    void aboutToBeFilled(); // the items and rows that are known go
     void filled();
     void itemChanged(const kestrel::FileItem &item);
     void recomputed(); // plans, estimates, sums, and the rows' order where it hangs on them
+    void aboutToBeSorted();
     void sorted();
     void expansionChanged();
     void selectionChanged();

@@ -33,8 +33,11 @@ std::vector<FileItem *> SamplingRun::choose(const Library &library, const Conver
 
 SamplingRun::SamplingRun(Request request, Library &library)
     : m_request(std::move(request)), m_library(library), m_outbox([this](const auto &reports) {
-          for (const auto &[item, fraction] : reports)
+          for (const auto &[item, fraction] : reports) {
+              m_library.change(*m_library.find(item->id),
+                               [fraction = fraction](FileItem &file) { file.samplingFraction = fraction; });
               emit measuring(*item, fraction);
+          }
       })
 {
 }
@@ -60,7 +63,10 @@ void SamplingRun::next()
             ++m_done;
             continue;
         }
-        m_library.change(item, [](FileItem &file) { file.isSampling = true; });
+        m_library.change(item, [](FileItem &file) {
+            file.isSampling = true;
+            file.samplingFraction = 0;
+        });
         const auto post = [this, &item](const Outcome &outcome) {
             m_mailbox.post([this, &item, outcome] { finish(item, outcome); });
         };

@@ -24,6 +24,7 @@ TableNode *append(TableNode &parent, const std::filesystem::path &id, FileItem *
     node->name = id.filename().native();
     node->sortName = Text::naturalSortKey(node->name);
     node->parent = &parent;
+    node->position = static_cast<int>(parent.children.size());
     node->item = item;
     if (item != nullptr)
         item->row = node.get();
@@ -90,6 +91,13 @@ FolderProgress folderProgress(const TableNode &node)
     return progress;
 }
 
+SortOrder sortedFirst(SortOrder order, RowComparator comparator)
+{
+    std::erase_if(order, [&](const auto &other) { return other.column == comparator.column; });
+    order.insert(order.begin(), comparator);
+    return order;
+}
+
 namespace TableTree {
 
 std::unique_ptr<TableNode> make(const std::vector<std::unique_ptr<FileItem>> &items,
@@ -136,8 +144,10 @@ void sort(TableNode &node, const SortOrder &order)
 {
     std::sort(node.children.begin(), node.children.end(),
               [&](const auto &a, const auto &b) { return comesBefore(*a, *b, order); });
-    for (const auto &child : node.children)
+    for (int position = 0; const auto &child : node.children) {
+        child->position = position++;
         sort(*child, order);
+    }
 }
 
 } // namespace TableTree

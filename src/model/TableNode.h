@@ -17,6 +17,7 @@ struct TableNode {
     std::string name;
     std::string sortName; // sorts by plain comparison as people sort names
     TableNode *parent = nullptr;
+    int position = 0;         // among its parent's children
     FileItem *item = nullptr; // absent for a folder
     std::vector<std::unique_ptr<TableNode>> children;
 
@@ -39,6 +40,8 @@ struct RowComparator {
     bool operator==(const RowComparator &) const = default;
 };
 using SortOrder = std::vector<RowComparator>;
+// The same order, with this comparator before all others.
+SortOrder sortedFirst(SortOrder order, RowComparator comparator);
 inline const SortOrder byName{{RowComparator::Column::name, true}};
 
 // How far the files of a folder row have come in a run.

@@ -1,6 +1,5 @@
 #include "model/UserDefaults.h"
 
-#include <QSettings>
 #include <QVariant>
 #include <exception>
 #include <system_error>
@@ -22,9 +21,15 @@ std::filesystem::path fileOf(const std::string &suite)
     return Paths::configuration() / "Kestrel" / (suite + ".conf");
 }
 
-QSettings open(const std::string &suite)
+QSettings openSuite(const std::string &suite)
 {
-    const std::filesystem::path file = fileOf(suite);
+    return UserDefaults::open(fileOf(suite));
+}
+
+} // namespace
+
+QSettings UserDefaults::open(const std::filesystem::path &file)
+{
     std::error_code error;
     const auto type = std::filesystem::status(file, error).type();
     // A pipe or a device would be read for ever.
@@ -32,8 +37,6 @@ QSettings open(const std::string &suite)
         type == std::filesystem::file_type::regular || type == std::filesystem::file_type::not_found;
     return QSettings(isUsable ? QString::fromStdString(file.native()) : QString(), QSettings::NativeFormat);
 }
-
-} // namespace
 
 UserDefaults UserDefaults::standard()
 {
@@ -52,7 +55,7 @@ std::filesystem::path UserDefaults::file() const
 
 std::optional<ConversionSettings> UserDefaults::settings() const
 {
-    const QVariant value = open(m_suite).value(settingsKey);
+    const QVariant value = openSuite(m_suite).value(settingsKey);
     if (!value.isValid())
         return std::nullopt;
     try {
@@ -64,25 +67,25 @@ std::optional<ConversionSettings> UserDefaults::settings() const
 
 void UserDefaults::setSettings(const ConversionSettings &settings)
 {
-    open(m_suite).setValue(settingsKey, QString::fromStdString(settings.toJson().dump()));
+    openSuite(m_suite).setValue(settingsKey, QString::fromStdString(settings.toJson().dump()));
 }
 
 // A path may be no valid text; it is stored as bytes.
 std::optional<std::filesystem::path> UserDefaults::lastFolder() const
 {
-    const QByteArray path = open(m_suite).value(lastFolderKey).toByteArray();
+    const QByteArray path = openSuite(m_suite).value(lastFolderKey).toByteArray();
     return path.isEmpty() ? std::nullopt : std::optional(std::filesystem::path(path.toStdString()));
 }
 
 std::optional<std::string> UserDefaults::statusPort() const
 {
-    const QVariant value = open(m_suite).value(statusPortKey);
+    const QVariant value = openSuite(m_suite).value(statusPortKey);
     return value.isValid() ? std::optional(value.toString().toStdString()) : std::nullopt;
 }
 
 void UserDefaults::setLastFolder(const std::filesystem::path &folder)
 {
-    open(m_suite).setValue(lastFolderKey, QByteArray::fromStdString(folder.native()));
+    openSuite(m_suite).setValue(lastFolderKey, QByteArray::fromStdString(folder.native()));
 }
 
 } // namespace kestrel

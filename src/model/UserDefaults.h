@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSettings>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -18,6 +19,8 @@ public:
     static UserDefaults testSuite();
 
     std::filesystem::path file() const;
+    // Any such file; an empty one where it is no plain file.
+    static QSettings open(const std::filesystem::path &file);
 
     std::optional<ConversionSettings> settings() const;
     void setSettings(const ConversionSettings &settings);

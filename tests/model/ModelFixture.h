@@ -12,6 +12,7 @@
 
 #include "model/AppModel.h"
 #include "support/Clips.h"
+#include "support/Eventually.h"
 #include "support/Sandbox.h"
 #include "support/StandIn.h"
 
@@ -34,18 +35,7 @@ protected:
         ffmpeg("exit 1");
     }
 
-    // Runs the event loop until the condition holds; false after half a minute.
-    static bool eventually(const std::function<bool()> &condition)
-    {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > end)
-                return false;
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return true;
-    }
+    static bool eventually(const std::function<bool()> &condition) { return test::eventually(condition); }
     // Whatever is on its way arrives.
     static void settle()
     {

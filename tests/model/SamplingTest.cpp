@@ -147,6 +147,7 @@ TEST_F(SamplingTest, aClipComesFromTheLaterPartOrIsTheWholeFile)
     model->makeProbeClip();
     EXPECT_TRUE(idle());
     EXPECT_EQ(model->message(), "Probeclip fehlgeschlagen: kaputt");
+    EXPECT_TRUE(model->isMessageOfProblem());
     EXPECT_THAT(names(made.parent_path()), ElementsAre(made.filename().native())) << "no partial file";
     EXPECT_EQ(readFile(made), "clip\n") << "the one from before stays";
     fs::remove_all(made.parent_path());

@@ -176,7 +176,9 @@ TEST_F(ModelTest, settingsOutliveTheProgramAndNoDamageStopsTheStart)
     start().setSettings(settings);
     EXPECT_EQ(model->settings(), settings);
 
-    const auto test = AppModel::optionsOf({"kestrel", "-openFolder", folder.path()});
+    AppModel::Options test;
+    test.store = UserDefaults::testSuite();
+    test.openFolder = folder.path();
     fs::remove_all(file);
     start(test);
     EXPECT_TRUE(eventually([&] { return model->library().items().size() == 1 && !model->isBusy(); }));

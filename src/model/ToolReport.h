@@ -1,0 +1,22 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "media/Tools.h"
+
+// What the located ffmpeg is able to do, and how to get what it lacks; in German.
+namespace kestrel::ToolReport {
+
+inline constexpr std::string_view installCommand = "sudo apt install ffmpeg"; // on Debian
+
+struct Capability {
+    std::string_view name;
+    bool isThere;
+    std::string_view use;
+    std::string_view remedy; // where it is missing
+};
+
+std::array<Capability, 3> capabilities(const Tools &tools);
+
+} // namespace kestrel::ToolReport
