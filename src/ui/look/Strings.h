@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QDir>
+#include <QString>
+#include <filesystem>
+#include <string_view>
+
+#include "platform/Text.h"
+
+namespace kestrel {
+
+inline QString qt(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+// A name or path, with broken bytes replaced.
+inline QString shown(const std::filesystem::path &path)
+{
+    return qt(Text::repaired(path.native()));
+}
+
+// The user's own folder as "~".
+inline QString shownBriefly(const std::filesystem::path &path)
+{
+    const QString text = shown(path), home = QDir::homePath();
+    return text == home || text.startsWith(home + QLatin1Char('/')) ? QLatin1Char('~') + text.mid(home.size())
+                                                                    : text;
+}
+
+// "1 Datei", "12 Dateien"
+inline QString counted(std::size_t count, const char *one = "Datei", const char *many = "Dateien")
+{
+    return QStringLiteral("%1 %2").arg(count).arg(QString::fromUtf8(count == 1 ? one : many));
+}
+
+// The same text, with names of formats that a line does not break in.
+inline QString unbroken(QString text)
+{
+    return text.replace(QStringLiteral("H.26"), QStringLiteral("H.\u206026"))
+        .replace(QStringLiteral("E-AC3"), QStringLiteral("E-\u2060AC3"));
+}
+
+// For tool tips, which would take some texts for markup.
+inline QString plainTip(const QString &text)
+{
+    QString markup = text.toHtmlEscaped();
+    markup.replace(QLatin1Char('\n'), QStringLiteral("<br>"));
+    return text.isEmpty() ? QString() : QStringLiteral("<qt>%1</qt>").arg(markup);
+}
+
+} // namespace kestrel

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QApplication>
+#include <QColor>
+#include <QFont>
+#include <QPalette>
+
+// The colours and type sizes of all windows, in light and dark; the status page uses the same ones. Main
+// thread.
+namespace kestrel::Theme {
+
+enum class Tone { text, muted, accent, green, orange, red, purple, onAccent };
+
+struct Colors {
+    QColor window, card, line, track, hover, selection;
+    QColor text, muted, accent, green, orange, red, purple, onAccent;
+};
+
+const Colors &colors(const QPalette &palette);
+bool isDark(const QPalette &palette);
+QColor color(Tone tone, const QPalette &palette);
+// A tone as the ground of something, so faint that text stands on it.
+QColor tinted(Tone tone, const QPalette &palette);
+
+// Gives the application this look; may be called again.
+void apply(QApplication &application, bool isDark);
+
+enum class Size { title, heading, value, body, caption };
+QFont font(Size size);
+// Distances grow with the user's text size; `em` is its height.
+int em(double factor);
+
+} // namespace kestrel::Theme

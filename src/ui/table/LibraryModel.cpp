@@ -1,0 +1,267 @@
+#include "ui/table/LibraryModel.h"
+
+#include <chrono>
+#include <utility>
+
+#include "format/Fmt.h"
+#include "ui/look/Strings.h"
+
+namespace kestrel {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto interval = 50ms; // between two reports of changes
+
+constexpr std::array<const char *, LibraryModel::columns> titles{
+    "", "Datei", "Dauer", "Video", "Größe (Vorher)", "Größe (Nachher)", "Status"};
+constexpr std::array<const char *, LibraryModel::columns> briefTitles{"",       "Datei",   "Dauer", "Video",
+                                                                      "Vorher", "Nachher", "Status"};
+
+} // namespace
+
+LibraryModel::LibraryModel(AppModel &model, QObject *parent) : QAbstractItemModel(parent), m_model(model)
+{
+    m_teller.setSingleShot(true);
+    m_teller.setInterval(interval);
+    connect(&m_teller, &QTimer::timeout, this, &LibraryModel::tell);
+    const Library &library = model.library();
+    connect(&library, &Library::aboutToBeFilled, this, [this] {
+        beginResetModel();
+        m_folders.clear();
+        m_changed.clear();
+    });
+    connect(&library, &Library::filled, this, [this] { endResetModel(); });
+    connect(&library, &Library::aboutToBeSorted, this,
+            [this] { emit layoutAboutToBeChanged({}, VerticalSortHint); });
+    connect(&library, &Library::sorted, this, &LibraryModel::moveRows);
+    connect(&library, &Library::itemChanged, this, &LibraryModel::itemChanged);
+    connect(&library, &Library::recomputed, this, &LibraryModel::everythingChanged);
+}
+
+const TableNode &LibraryModel::node(const QModelIndex &index) const
+{
+    return *static_cast<const TableNode *>(index.constInternalPointer());
+}
+
+const TableNode &LibraryModel::nodeOrRoot(const QModelIndex &index) const
+{
+    return index.isValid() ? node(index) : m_model.library().root();
+}
+
+QModelIndex LibraryModel::indexOf(const TableNode &node, int column) const
+{
+    return node.parent != nullptr ? createIndex(node.position, column, &node) : QModelIndex();
+}
+
+QModelIndex LibraryModel::indexOf(const std::filesystem::path &id) const
+{
+    if (const FileItem *item = m_model.library().find(id))
+        return indexOf(*item->row);
+    std::vector<const TableNode *> folders{&m_model.library().root()};
+    while (!folders.empty()) {
+        const TableNode *folder = folders.back();
+        folders.pop_back();
+        if (folder->id == id)
+            return indexOf(*folder);
+        for (const auto &child : folder->children)
+            if (child->isFolder())
+                folders.push_back(child.get());
+    }
+    return {};
+}
+
+QModelIndex LibraryModel::index(int row, int column, const QModelIndex &parent) const
+{
+    if (!hasIndex(row, column, parent))
+        return {};
+    return createIndex(row, column, nodeOrRoot(parent).children[static_cast<std::size_t>(row)].get());
+}
+
+QModelIndex LibraryModel::parent(const QModelIndex &index) const
+{
+    const TableNode *parent = index.isValid() ? node(index).parent : nullptr;
+    return parent != nullptr ? indexOf(*parent, 0) : QModelIndex();
+}
+
+int LibraryModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.column() > 0 ? 0 : static_cast<int>(nodeOrRoot(parent).children.size());
+}
+
+int LibraryModel::columnCount(const QModelIndex &) const
+{
+    return columns;
+}
+
+const RowText::Folder &LibraryModel::folder(const TableNode &node) const
+{
+    auto found = m_folders.find(&node);
+    if (found == m_folders.end())
+        found = m_folders.emplace(&node, RowText::Folder::of(node)).first;
+    return found->second;
+}
+
+std::optional<QString> LibraryModel::completion(const TableNode &node) const
+{
+    if (m_model.activity().kind != Activity::Kind::converting)
+        return std::nullopt;
+    const auto time = m_model.estimatedCompletion(node.folderItems());
+    return time ? std::optional(qt(Fmt::dayTime(*time))) : std::nullopt;
+}
+
+RowText::Cell LibraryModel::cell(const QModelIndex &index) const
+{
+    const TableNode &row = node(index);
+    const FileItem *item = row.item;
+    switch (index.column()) {
+    case name:
+        return {.text = shown(row.name),
+                .detail = item != nullptr ? QString() : counted(folder(row).files),
+                .help = shown(item != nullptr ? std::filesystem::path(item->relativePath) : row.id)};
+    case duration: {
+        const double seconds = item != nullptr ? item->durationValue() : row.durationValue;
+        return {.text = seconds > 0 ? qt(Fmt::clock(seconds)) : QStringLiteral("–")};
+    }
+    case video:
+        return item != nullptr ? RowText::video(*item, m_model.settings()) : RowText::video(folder(row));
+    case sizeBefore:
+        return item != nullptr ? RowText::size(*item) : RowText::size(row);
+    case sizeAfter:
+        return item != nullptr ? RowText::estimate(*item) : RowText::estimate(row, folder(row));
+    case status:
+        return item != nullptr ? RowText::status(*item)
+                               : RowText::status(folder(row), folder(row).progress.isActive ? completion(row)
+                                                                                            : std::nullopt);
+    default:
+        return {};
+    }
+}
+
+std::vector<RowText::Chip> LibraryModel::chips(const QModelIndex &index) const
+{
+    const FileItem *item = node(index).item;
+    return item != nullptr ? RowText::chips(*item) : std::vector<RowText::Chip>();
+}
+
+QVariant LibraryModel::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid())
+        return {};
+    const TableNode &row = node(index);
+    switch (role) {
+    case Qt::DisplayRole:
+        return index.column() == include ? QString() : cell(index).text;
+    case Qt::ToolTipRole: {
+        const QString help = plainTip(cell(index).help);
+        return help.isEmpty() ? QVariant() : QVariant(help);
+    }
+    case Qt::CheckStateRole:
+        if (index.column() != include)
+            return {};
+        return row.item != nullptr ? (row.item->included ? Qt::Checked : Qt::Unchecked)
+                                   : folder(row).checkState();
+    case Qt::AccessibleTextRole: {
+        if (index.column() == include)
+            return QStringLiteral("Konvertieren: ") + shown(row.name);
+        const RowText::Cell all = cell(index);
+        QStringList parts{all.text, all.detail};
+        for (const auto &chip : chips(index))
+            if (index.column() == video)
+                parts += chip.help;
+        if (all.bar && *all.bar >= 0 && !all.text.contains(QLatin1Char('%')))
+            parts += qt(Fmt::percent(*all.bar)); // that stands nowhere in the cell
+        parts.removeAll(QString());
+        return parts.join(QStringLiteral(", "));
+    }
+    case Qt::AccessibleDescriptionRole:
+        return cell(index).help;
+    default:
+        return {};
+    }
+}
+
+void LibraryModel::setBriefHeading(int section, bool isBrief)
+{
+    if (std::exchange(m_hasBriefHeading[static_cast<std::size_t>(section)], isBrief) != isBrief)
+        emit headerDataChanged(Qt::Horizontal, section, section);
+}
+
+QVariant LibraryModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal || section < 0 || section >= columns)
+        return {};
+    const auto place = static_cast<std::size_t>(section);
+    if (role == Qt::DisplayRole)
+        return QString::fromUtf8(m_hasBriefHeading[place] ? briefTitles[place] : titles[place]);
+    if (role == Qt::ToolTipRole && m_hasBriefHeading[place])
+        return QString::fromUtf8(titles[place]);
+    if (role == Qt::AccessibleTextRole && section == include)
+        return QStringLiteral("Konvertieren");
+    if (role == Qt::TextAlignmentRole &&
+        (section == duration || section == sizeBefore || section == sizeAfter))
+        return static_cast<int>(Qt::AlignRight | Qt::AlignVCenter);
+    return {};
+}
+
+Qt::ItemFlags LibraryModel::flags(const QModelIndex &index) const
+{
+    if (!index.isValid())
+        return {};
+    Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    if (index.column() == include)
+        flags |= Qt::ItemIsUserCheckable;
+    if (!node(index).isFolder())
+        flags |= Qt::ItemNeverHasChildren;
+    return flags;
+}
+
+void LibraryModel::itemChanged(const FileItem &item)
+{
+    for (const TableNode *row = item.row; row != nullptr && row->parent != nullptr; row = row->parent) {
+        m_changed.insert(row);
+        if (row->isFolder())
+            m_folders.erase(row);
+    }
+    if (!m_teller.isActive())
+        m_teller.start();
+}
+
+void LibraryModel::tell()
+{
+    for (const TableNode *row : m_changed)
+        emit dataChanged(indexOf(*row, 0), indexOf(*row, columns - 1));
+    m_changed.clear();
+}
+
+void LibraryModel::told(const TableNode &parent)
+{
+    if (parent.children.empty())
+        return;
+    emit dataChanged(indexOf(*parent.children.front(), 0), indexOf(*parent.children.back(), columns - 1));
+    for (const auto &child : parent.children)
+        if (child->isFolder())
+            told(*child);
+}
+
+void LibraryModel::everythingChanged()
+{
+    m_folders.clear();
+    m_changed.clear();
+    m_teller.stop();
+    told(m_model.library().root());
+}
+
+void LibraryModel::moveRows()
+{
+    const QModelIndexList before = persistentIndexList();
+    QModelIndexList after;
+    after.reserve(before.size());
+    for (const QModelIndex &index : before)
+        after.append(indexOf(node(index), index.column()));
+    changePersistentIndexList(before, after);
+    emit layoutChanged({}, VerticalSortHint);
+}
+
+} // namespace kestrel

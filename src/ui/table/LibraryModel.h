@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QAbstractItemModel>
+#include <QTimer>
+#include <array>
+#include <set>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "model/AppModel.h"
+#include "ui/table/RowText.h"
+
+namespace kestrel {
+
+// The library's rows for Qt's views. Rows stay where they are while files change; what has changed is told a
+// few times a second, together. Main thread; the application's model outlives it.
+class LibraryModel : public QAbstractItemModel {
+    Q_OBJECT
+
+public:
+    enum Column { include, name, duration, video, sizeBefore, sizeAfter, status, columns };
+
+    explicit LibraryModel(AppModel &model, QObject *parent = nullptr);
+
+    const TableNode &node(const QModelIndex &index) const;
+    // Invalid for a row that does not exist.
+    QModelIndex indexOf(const TableNode &node, int column = name) const;
+    QModelIndex indexOf(const std::filesystem::path &id) const;
+
+    // For a column with little room.
+    void setBriefHeading(int section, bool isBrief);
+    // What a delegate paints.
+    RowText::Cell cell(const QModelIndex &index) const;
+    std::vector<RowText::Chip> chips(const QModelIndex &index) const;
+    // Of a folder's row; remembered until one of its files changes.
+    const RowText::Folder &folder(const TableNode &node) const;
+
+    QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
+    QModelIndex parent(const QModelIndex &index) const override;
+    int rowCount(const QModelIndex &parent = {}) const override;
+    int columnCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+    Qt::ItemFlags flags(const QModelIndex &index) const override;
+
+private:
+    const TableNode &nodeOrRoot(const QModelIndex &index) const;
+    void itemChanged(const FileItem &item);
+    void everythingChanged();
+    void told(const TableNode &parent);
+    void tell();
+    void moveRows();
+    std::optional<QString> completion(const TableNode &folder) const;
+
+    AppModel &m_model;
+    mutable std::unordered_map<const TableNode *, RowText::Folder> m_folders;
+    std::unordered_set<const TableNode *> m_changed;
+    QTimer m_teller;
+    std::array<bool, columns> m_hasBriefHeading{};
+};
+
+} // namespace kestrel

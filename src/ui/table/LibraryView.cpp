@@ -1,0 +1,408 @@
+#include "ui/table/LibraryView.h"
+
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScopedValueRollback>
+#include <QScrollBar>
+#include <algorithm>
+#include <array>
+
+#include "ui/look/Icon.h"
+#include "ui/look/Strings.h"
+#include "ui/table/RowDelegate.h"
+
+namespace kestrel {
+
+namespace {
+
+using Column = LibraryModel::Column;
+
+// In heights of the text: what a column has usually, at least, and at most of what would otherwise be left
+// over.
+struct Width {
+    double usual, least, most;
+};
+constexpr std::array<Width, LibraryModel::columns> widths{{{2.2, 2.2, 2.2},
+                                                           {14, 12.6, 14},
+                                                           {4.4, 3.6, 4.4},
+                                                           {13.5, 9, 19},
+                                                           {8.2, 4.8, 8.2},
+                                                           {10.8, 8.4, 10.8},
+                                                           {11, 8.8, 17}}};
+constexpr double ampleNames = 22;
+// Who gives way first where there is no room.
+constexpr std::array yielding{LibraryModel::sizeAfter, LibraryModel::sizeBefore, LibraryModel::video,
+                              LibraryModel::duration, LibraryModel::status};
+
+const Width &widthOf(int section)
+{
+    return widths[static_cast<std::size_t>(section)];
+}
+
+std::optional<RowComparator::Column> comparatorOf(int section)
+{
+    switch (section) {
+    case Column::name:
+        return RowComparator::Column::name;
+    case Column::duration:
+        return RowComparator::Column::duration;
+    case Column::sizeBefore:
+        return RowComparator::Column::size;
+    case Column::sizeAfter:
+        return RowComparator::Column::estimate;
+    default:
+        return std::nullopt;
+    }
+}
+
+int sectionOf(RowComparator::Column column)
+{
+    for (int section = 0; section < LibraryModel::columns; ++section)
+        if (comparatorOf(section) == column)
+            return section;
+    return Column::name;
+}
+
+} // namespace
+
+LibraryView::LibraryView(AppModel &model, QWidget *parent) : QTreeView(parent), m_model(model), m_rows(model)
+{
+    setModel(&m_rows);
+    auto *delegate = new RowDelegate(m_rows, this);
+    setItemDelegate(delegate);
+    connect(delegate, &RowDelegate::checkClicked, this, &LibraryView::toggleIncluded);
+
+    setAccessibleName(QStringLiteral("Videodateien"));
+    setFrameShape(QFrame::NoFrame);
+    setUniformRowHeights(true);
+    setTreePosition(Column::name);
+    setIndentation(Theme::em(1.1));
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setExpandsOnDoubleClick(false);
+    setMouseTracking(true);
+
+    header()->setStretchLastSection(false);
+    header()->setSectionsMovable(false);
+    header()->setSectionsClickable(true);
+    header()->setSortIndicatorShown(true);
+    header()->setTextElideMode(Qt::ElideRight);
+    header()->setMinimumSectionSize(Theme::em(2));
+    header()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    header()->setSectionResizeMode(Column::include, QHeaderView::Fixed);
+    fitColumns();
+    header()->setSectionResizeMode(Column::name, QHeaderView::Fixed); // takes what the others leave
+    header()->viewport()->installEventFilter(this);
+    connect(header(), &QHeaderView::sectionResized, this, [this](int section, int, int width) {
+        if (!m_isFitting)
+            m_chosen[static_cast<std::size_t>(section)] = width;
+    });
+    connect(header(), &QHeaderView::sectionClicked, this, &LibraryView::sortBy);
+
+    const Library &library = model.library();
+    connect(&library, &Library::filled, this, &LibraryView::showExpansion);
+    connect(&library, &Library::expansionChanged, this, [this] {
+        if (!m_isFollowing)
+            showExpansion();
+    });
+    connect(&library, &Library::selectionChanged, this, &LibraryView::showSelection);
+    connect(&library, &Library::sorted, this, &LibraryView::showSortOrder);
+    const auto follow = [this](const QModelIndex &index, bool isExpanded) {
+        Library &rows = m_model.library();
+        const auto &folder = m_rows.node(index).id;
+        if (m_isFollowing || rows.expandedFolders().contains(folder) == isExpanded)
+            return;
+        const QScopedValueRollback following(m_isFollowing, true);
+        rows.toggleFolder(folder);
+    };
+    connect(this, &QTreeView::expanded, this, [follow](const QModelIndex &index) { follow(index, true); });
+    connect(this, &QTreeView::collapsed, this, [follow](const QModelIndex &index) { follow(index, false); });
+    connect(this, &QTreeView::doubleClicked, this, [this](const QModelIndex &index) {
+        if (index.column() == Column::include)
+            return;
+        if (m_rows.node(index).isFolder())
+            setExpanded(index.siblingAtColumn(0), !isExpanded(index.siblingAtColumn(0)));
+        else
+            emit detailsRequested(m_rows.node(index).id);
+    });
+    connect(this, &QTreeView::entered, this,
+            [this](const QModelIndex &index) { m_hovered = index.siblingAtColumn(0); });
+    connect(&library, &Library::aboutToBeFilled, this, &LibraryView::keepPlace);
+    connect(&library, &Library::filled, this, &LibraryView::returnToPlace);
+    m_clock.setInterval(5000);
+    connect(&m_clock, &QTimer::timeout, viewport(), QOverload<>::of(&QWidget::update));
+    const auto watch = [this] {
+        const bool isConverting = m_model.activity().kind == Activity::Kind::converting;
+        if (isConverting != m_clock.isActive())
+            isConverting ? m_clock.start() : m_clock.stop();
+    };
+    connect(&model, &AppModel::activityChanged, this, watch);
+    watch();
+    showExpansion();
+    showSortOrder();
+}
+
+QByteArray LibraryView::columnState() const
+{
+    QByteArray state;
+    for (const int width : m_chosen)
+        state += QByteArray::number((1000 * width + Theme::em(0.5)) / Theme::em(1)) + ' ';
+    return state;
+}
+
+void LibraryView::restoreColumns(const QByteArray &state)
+{
+    const QList<QByteArray> parts = state.trimmed().split(' ');
+    if (parts.size() != LibraryModel::columns)
+        return;
+    for (int section = 0; section < LibraryModel::columns; ++section)
+        if (const int width = (std::min(parts[section].toInt(), 200'000) * Theme::em(1) + 500) / 1000;
+            width >= Theme::em(widthOf(section).least))
+            m_chosen[static_cast<std::size_t>(section)] = width;
+    fitColumns();
+}
+
+// The names take what the others leave. Before the names get too short, others give way; where there is more
+// than enough, those with much to say get some of it.
+void LibraryView::fitColumns()
+{
+    std::array<int, LibraryModel::columns> fitted{};
+    int names = viewport()->width();
+    for (int section = 0; section < LibraryModel::columns; ++section)
+        if (section != Column::name) {
+            const int chosen = m_chosen[static_cast<std::size_t>(section)];
+            int &width = fitted[static_cast<std::size_t>(section)];
+            width = chosen > 0 ? chosen : Theme::em(widthOf(section).usual);
+            names -= width;
+        }
+    const auto give = [&](int section, int given) {
+        fitted[static_cast<std::size_t>(section)] += given;
+        names -= given;
+    };
+    for (const int section : yielding) {
+        const int spare = fitted[static_cast<std::size_t>(section)] - Theme::em(widthOf(section).least);
+        give(section, -std::clamp(Theme::em(widthOf(Column::name).least) - names, 0, std::max(0, spare)));
+    }
+    for (const int section : {Column::status, Column::video})
+        if (m_chosen[static_cast<std::size_t>(section)] == 0)
+            give(section, std::clamp((names - Theme::em(ampleNames)) / 2, 0,
+                                     Theme::em(widthOf(section).most - widthOf(section).usual)));
+    fitted[Column::name] = std::max(names, Theme::em(widthOf(Column::name).least));
+    const QScopedValueRollback fitting(m_isFitting, true);
+    for (int section = 0; section < LibraryModel::columns; ++section) {
+        const int width = fitted[static_cast<std::size_t>(section)];
+        setColumnWidth(section, width);
+        if (section == Column::sizeBefore || section == Column::sizeAfter)
+            m_rows.setBriefHeading(section, width < Theme::em(widthOf(section).usual));
+    }
+}
+
+void LibraryView::resizeEvent(QResizeEvent *event)
+{
+    QTreeView::resizeEvent(event);
+    if (event->size().width() != event->oldSize().width())
+        fitColumns();
+}
+
+// Not while somebody drags: the edge would run away from the pointer.
+bool LibraryView::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == header()->viewport() && event->type() == QEvent::MouseButtonRelease)
+        QMetaObject::invokeMethod(this, &LibraryView::fitColumns, Qt::QueuedConnection);
+    return QTreeView::eventFilter(watched, event);
+}
+
+void LibraryView::sortBy(int section)
+{
+    const auto column = comparatorOf(section);
+    if (!column)
+        return showSortOrder();
+    const SortOrder &order = m_model.library().sortOrder();
+    const bool isAgain = !order.empty() && order.front().column == *column;
+    const bool isAscending = isAgain ? !order.front().isAscending : *column == RowComparator::Column::name;
+    m_model.library().setSortOrder(sortedFirst(order, {*column, isAscending}));
+    showSortOrder();
+}
+
+void LibraryView::showSortOrder()
+{
+    const SortOrder &order = m_model.library().sortOrder();
+    if (!order.empty())
+        header()->setSortIndicator(sectionOf(order.front().column),
+                                   order.front().isAscending ? Qt::AscendingOrder : Qt::DescendingOrder);
+}
+
+void LibraryView::showExpansion()
+{
+    const QScopedValueRollback following(m_isFollowing, true);
+    scheduleDelayedItemsLayout(); // so that folders open without a layout each
+    const Library::Ids &folders = m_model.library().expandedFolders();
+    std::vector<const TableNode *> left{&m_model.library().root()};
+    while (!left.empty()) {
+        const TableNode *folder = left.back();
+        left.pop_back();
+        if (folder->parent != nullptr)
+            setExpanded(m_rows.indexOf(*folder, 0), folders.contains(folder->id));
+        for (const auto &child : folder->children)
+            if (child->isFolder())
+                left.push_back(child.get());
+    }
+}
+
+void LibraryView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
+{
+    QTreeView::selectionChanged(selected, deselected);
+    if (m_isFollowing)
+        return;
+    Library::Ids ids;
+    for (const QItemSelectionRange &range : selectionModel()->selection())
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            ids.insert(m_rows.node(m_rows.index(row, 0, range.parent())).id);
+    const QScopedValueRollback following(m_isFollowing, true);
+    m_model.library().setSelection(std::move(ids));
+}
+
+void LibraryView::showSelection()
+{
+    if (m_isFollowing)
+        return;
+    const QScopedValueRollback following(m_isFollowing, true);
+    QItemSelection selection;
+    QModelIndex first;
+    for (const auto &id : m_model.library().selection())
+        if (const QModelIndex index = m_rows.indexOf(id); index.isValid()) {
+            selection.select(index.siblingAtColumn(0), index.siblingAtColumn(LibraryModel::columns - 1));
+            first = first.isValid() ? first : index;
+        }
+    selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    if (first.isValid()) {
+        selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
+        scrollTo(first);
+    }
+}
+
+// A row of the selection takes the others along.
+void LibraryView::toggleIncluded(const QModelIndex &index)
+{
+    const auto &id = m_rows.node(index).id;
+    const Library::Ids &selection = m_model.library().selection();
+    const bool isIncluded =
+        index.siblingAtColumn(Column::include).data(Qt::CheckStateRole).toInt() == Qt::Checked;
+    m_model.library().setIncluded(selection.contains(id) ? selection : Library::Ids{id}, !isIncluded);
+}
+
+// With a modifier the keys are the view's own: Ctrl+Space adds a row to the selection.
+void LibraryView::keyPressEvent(QKeyEvent *event)
+{
+    const QModelIndex current = currentIndex();
+    if (current.isValid() && event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier)
+        return showMenuAt(current); // for keyboards without a menu key
+    if (!current.isValid() || (event->modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
+        return QTreeView::keyPressEvent(event);
+    switch (event->key()) {
+    case Qt::Key_Space:
+        return toggleIncluded(current);
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (m_rows.node(current).isFolder())
+            return setExpanded(current.siblingAtColumn(0), !isExpanded(current.siblingAtColumn(0)));
+        emit detailsRequested(m_rows.node(current).id);
+        return;
+    default:
+        QTreeView::keyPressEvent(event);
+    }
+}
+
+void LibraryView::leaveEvent(QEvent *event)
+{
+    QTreeView::leaveEvent(event);
+    m_hovered = QModelIndex();
+}
+
+// A new search of the same folder leaves the reader where they were.
+void LibraryView::keepPlace()
+{
+    if (m_model.library().items().empty())
+        return;
+    m_place = {m_model.library().root().id,
+               currentIndex().isValid() ? m_rows.node(currentIndex()).id : std::filesystem::path(),
+               verticalScrollBar()->value()};
+}
+
+void LibraryView::returnToPlace()
+{
+    if (m_model.library().items().empty() || m_place.root != m_model.library().root().id)
+        return;
+    if (const QModelIndex current = m_rows.indexOf(m_place.current); current.isValid())
+        selectionModel()->setCurrentIndex(current, QItemSelectionModel::NoUpdate);
+    executeDelayedItemsLayout();
+    verticalScrollBar()->setValue(m_place.scroll);
+}
+
+void LibraryView::contextMenuEvent(QContextMenuEvent *event)
+{
+    if (event->reason() == QContextMenuEvent::Keyboard && currentIndex().isValid())
+        return showMenuAt(currentIndex());
+    emit menuRequested(event->globalPos());
+}
+
+void LibraryView::showMenuAt(const QModelIndex &index)
+{
+    emit menuRequested(viewport()->mapToGlobal(visualRect(index).center()));
+}
+
+void LibraryView::drawRow(QPainter *painter, const QStyleOptionViewItem &option,
+                          const QModelIndex &index) const
+{
+    QTreeView::drawRow(painter, option, index);
+    const auto &colors = Theme::colors(palette());
+    painter->setPen(colors.line);
+    painter->drawLine(option.rect.bottomLeft(), option.rect.bottomRight());
+    if (hasFocus() && currentIndex().isValid() &&
+        index.siblingAtColumn(0) == currentIndex().siblingAtColumn(0)) {
+        painter->save();
+        painter->setPen(QPen(colors.accent, 2));
+        painter->setBrush(Qt::NoBrush);
+        painter->drawRect(option.rect.adjusted(1, 1, -1, -2));
+        painter->restore();
+    }
+}
+
+void LibraryView::drawBranches(QPainter *painter, const QRect &rect, const QModelIndex &index) const
+{
+    const auto &colors = Theme::colors(palette());
+    if (selectionModel()->isSelected(index))
+        painter->fillRect(rect, colors.selection);
+    else if (m_hovered == index.siblingAtColumn(0))
+        painter->fillRect(rect, colors.hover);
+    if (!m_rows.node(index).isFolder())
+        return;
+    const int side = Theme::em(0.9);
+    const QRect place(rect.right() - indentation() + (indentation() - side) / 2 + 1,
+                      rect.center().y() - side / 2, side, side);
+    painter->drawPixmap(
+        place.topLeft(),
+        Icon::pixmap(isExpanded(index) ? QStringLiteral("chevron-down") : QStringLiteral("chevron-right"),
+                     Theme::Tone::muted, side, devicePixelRatioF(), palette()));
+}
+
+void LibraryView::paintEvent(QPaintEvent *event)
+{
+    QTreeView::paintEvent(event);
+    if (m_rows.rowCount() > 0)
+        return;
+    QPainter painter(viewport());
+    painter.setPen(Theme::colors(palette()).muted);
+    painter.drawText(viewport()->rect().adjusted(20, 20, -20, -20), Qt::AlignCenter | Qt::TextWordWrap,
+                     m_model.activity().kind == Activity::Kind::scanning
+                         ? QStringLiteral("Suche Videodateien …")
+                     : m_model.tools() ? QStringLiteral("Die Liste ist leer.")
+                                       : QStringLiteral("ffmpeg wird gesucht …"));
+}
+
+} // namespace kestrel

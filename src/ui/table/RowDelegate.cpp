@@ -1,0 +1,266 @@
+#include "ui/table/RowDelegate.h"
+
+#include <QHelpEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QToolTip>
+#include <QTreeView>
+#include <algorithm>
+
+#include "ui/look/Icon.h"
+#include "ui/look/Strings.h"
+#include "ui/look/Style.h"
+
+namespace kestrel {
+
+namespace {
+
+using Theme::Tone;
+using Column = LibraryModel::Column;
+
+int margin()
+{
+    return Theme::em(0.45);
+}
+
+bool isRightAligned(int column)
+{
+    return column == Column::duration || column == Column::sizeBefore || column == Column::sizeAfter;
+}
+
+void drawLine(QPainter &painter, const QRect &place, const QString &text, const QFont &font,
+              const QColor &color, int column)
+{
+    painter.setFont(font);
+    painter.setPen(color);
+    const Qt::TextElideMode mode = column == Column::name ? Qt::ElideMiddle : Qt::ElideRight;
+    painter.drawText(
+        place,
+        static_cast<int>((isRightAligned(column) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter) |
+            Qt::TextSingleLine,
+        QFontMetrics(font).elidedText(text, mode, place.width()));
+}
+
+// The brief form of what is too wide, or two lines of a single one.
+RowText::Cell fitted(RowText::Cell cell, int width, const QFontMetrics &body, const QFontMetrics &caption)
+{
+    if (!cell.icon.isEmpty())
+        width -= Theme::em(1.25);
+    if (!cell.brief.isEmpty() && body.horizontalAdvance(cell.text) > width)
+        cell.text = cell.brief;
+    if (!cell.briefDetail.isEmpty() && caption.horizontalAdvance(cell.detail) > width)
+        cell.detail = cell.briefDetail;
+    if (!cell.canBreak || body.horizontalAdvance(cell.text) <= width)
+        return cell;
+    for (qsizetype at = cell.text.size(); (at = cell.text.lastIndexOf(QLatin1Char(' '), at - 1)) > 0;)
+        if (body.horizontalAdvance(cell.text.left(at)) <= width) {
+            cell.detail = cell.text.mid(at + 1);
+            cell.text.truncate(at);
+            break;
+        }
+    return cell;
+}
+
+struct ChipPlace {
+    QRect place;
+    QString label;
+    QString help;
+    StreamAction action;
+};
+
+// As many chips as there is room for; the last then says how many more there are.
+std::vector<ChipPlace> layOut(const std::vector<RowText::Chip> &chips, const QRect &line, const QFont &font)
+{
+    const QFontMetrics metrics(font);
+    const int padding = Theme::em(0.32), gap = Theme::em(0.25);
+    std::vector<ChipPlace> places;
+    int x = line.left();
+    for (std::size_t i = 0; i < chips.size(); ++i) {
+        const bool isLast = i + 1 == chips.size();
+        const QString rest = QStringLiteral("+%1").arg(chips.size() - i);
+        const int needed = metrics.horizontalAdvance(chips[i].label) + 2 * padding;
+        const int reserve = isLast ? 0 : gap + metrics.horizontalAdvance(rest) + 2 * padding;
+        if (x + needed + reserve > line.right() + 1) {
+            QString help;
+            for (std::size_t other = i; other < chips.size(); ++other)
+                help += (help.isEmpty() ? QString() : QStringLiteral("\n")) + chips[other].help;
+            const int width = metrics.horizontalAdvance(rest) + 2 * padding;
+            if (x + width <= line.right() + 1)
+                places.push_back(
+                    {QRect(x, line.top(), width, line.height()), rest, help, StreamAction::keep});
+            break;
+        }
+        places.push_back(
+            {QRect(x, line.top(), needed, line.height()), chips[i].label, chips[i].help, chips[i].action});
+        x += needed + gap;
+    }
+    return places;
+}
+
+void drawChip(QPainter &painter, const ChipPlace &chip, const QFont &base, const QPalette &palette)
+{
+    const auto &colors = Theme::colors(palette);
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    QFont font = base;
+    QColor text = colors.text;
+    painter.setBrush(Qt::NoBrush);
+    switch (chip.action) {
+    case StreamAction::keep:
+        painter.setPen(QPen(colors.line, 1));
+        painter.setBrush(colors.track);
+        break;
+    case StreamAction::convert:
+        painter.setPen(QPen(colors.accent, 1));
+        painter.setBrush(Theme::tinted(Tone::accent, palette));
+        text = colors.accent;
+        break;
+    case StreamAction::drop:
+        painter.setPen(QPen(colors.line, 1, Qt::DashLine));
+        font.setStrikeOut(true);
+        text = colors.muted;
+        break;
+    }
+    const QRectF frame = QRectF(chip.place).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.drawRoundedRect(frame, frame.height() * 0.3, frame.height() * 0.3);
+    painter.setFont(font);
+    painter.setPen(text);
+    painter.drawText(chip.place, Qt::AlignCenter | Qt::TextSingleLine, chip.label);
+    painter.restore();
+}
+
+struct Lines {
+    QRect first, second;
+};
+
+Lines lines(const QRect &cell, bool hasSecond)
+{
+    const QRect inner = cell.adjusted(margin(), 0, -margin(), 0);
+    const int height = QFontMetrics(Theme::font(Theme::Size::body)).height();
+    const int small = QFontMetrics(Theme::font(Theme::Size::caption)).height() + 2;
+    if (!hasSecond)
+        return {QRect(inner.left(), inner.center().y() - height / 2, inner.width(), height), {}};
+    const int gap = Theme::em(0.1);
+    const int top = inner.top() + (inner.height() - height - gap - small) / 2;
+    return {QRect(inner.left(), top, inner.width(), height),
+            QRect(inner.left(), top + height + gap, inner.width(), small)};
+}
+
+QRect checkPlace(const QRect &cell)
+{
+    const int side = Theme::em(1.05);
+    QRect place(0, 0, side, side);
+    place.moveCenter(cell.center());
+    return place;
+}
+
+} // namespace
+
+RowDelegate::RowDelegate(const LibraryModel &model, QObject *parent)
+    : QStyledItemDelegate(parent), m_model(model)
+{
+}
+
+int RowDelegate::rowHeight()
+{
+    return Theme::em(2.75);
+}
+
+QSize RowDelegate::sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const
+{
+    return {Theme::em(6), rowHeight()};
+}
+
+void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    const auto &colors = Theme::colors(option.palette);
+    const TableNode &row = m_model.node(index);
+    const bool isSelected = option.state.testFlag(QStyle::State_Selected);
+    if (isSelected)
+        painter->fillRect(option.rect, colors.selection);
+    else if (option.state.testFlag(QStyle::State_MouseOver))
+        painter->fillRect(option.rect, colors.hover);
+    const bool isLeftOut = row.item != nullptr && !row.item->included && !row.item->isFinished();
+
+    if (index.column() == Column::include) {
+        const auto state = static_cast<Qt::CheckState>(index.data(Qt::CheckStateRole).toInt());
+        Draw::check(*painter, checkPlace(option.rect), state, true, option.palette);
+        return;
+    }
+    const QFont body = Theme::font(Theme::Size::body), caption = Theme::font(Theme::Size::caption);
+    const RowText::Cell cell = fitted(m_model.cell(index), option.rect.width() - 2 * margin(),
+                                      QFontMetrics(body), QFontMetrics(caption));
+    QFont first = body;
+    if (row.isFolder() && index.column() == Column::name)
+        first.setWeight(QFont::DemiBold);
+    const auto chips = index.column() == Column::video ? m_model.chips(index) : std::vector<RowText::Chip>();
+    const bool hasSecond = !cell.detail.isEmpty() || !chips.empty() || cell.bar;
+    auto [top, bottom] = lines(option.rect, hasSecond);
+
+    QString icon = cell.icon;
+    Tone iconTone = cell.tone;
+    if (index.column() == Column::name) {
+        icon = row.isFolder() ? QStringLiteral("folder") : QStringLiteral("film");
+        iconTone = row.isFolder() ? Tone::accent : Tone::muted;
+    }
+    const QColor firstColor = isLeftOut ? colors.muted : Theme::color(cell.tone, option.palette);
+    if (!icon.isEmpty()) {
+        const int side = Theme::em(index.column() == Column::name ? 1.2 : 0.95);
+        const int gap = Theme::em(index.column() == Column::name ? 0.5 : 0.3);
+        const QRect around = index.column() == Column::name ? option.rect : top;
+        int x = top.left();
+        if (isRightAligned(index.column()))
+            x = std::max(top.left(),
+                         top.right() - QFontMetrics(first).horizontalAdvance(cell.text) - gap - side);
+        painter->drawPixmap(QPoint(x, around.center().y() - side / 2 + 1),
+                            Icon::pixmap(icon, isLeftOut ? Tone::muted : iconTone, side,
+                                         painter->device()->devicePixelRatioF(), option.palette));
+        if (!isRightAligned(index.column())) {
+            top.setLeft(top.left() + side + gap);
+            bottom.setLeft(index.column() == Column::name || cell.bar ? top.left() : bottom.left());
+        }
+    }
+    drawLine(*painter, top, cell.text, first, firstColor, index.column());
+    if (cell.bar) {
+        QRectF bar(bottom);
+        const double height = std::max(5, Theme::em(0.34));
+        bar.setTop(bar.center().y() - height / 2);
+        bar.setHeight(height);
+        Draw::bar(*painter, bar, std::max(0.0, *cell.bar), Theme::color(cell.tone, option.palette),
+                  option.palette);
+    } else if (!chips.empty()) {
+        for (const ChipPlace &chip : layOut(chips, bottom, caption))
+            drawChip(*painter, chip, caption, option.palette);
+    } else if (!cell.detail.isEmpty()) {
+        drawLine(*painter, bottom, cell.detail, caption, colors.muted, index.column());
+    }
+}
+
+bool RowDelegate::editorEvent(QEvent *event, QAbstractItemModel *, const QStyleOptionViewItem &option,
+                              const QModelIndex &index)
+{
+    if (index.column() != Column::include || event->type() != QEvent::MouseButtonRelease)
+        return false;
+    const auto *mouse = static_cast<QMouseEvent *>(event);
+    if (mouse->button() != Qt::LeftButton || !option.rect.contains(mouse->position().toPoint()))
+        return false;
+    emit checkClicked(index);
+    return true;
+}
+
+bool RowDelegate::helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
+                            const QModelIndex &index)
+{
+    if (event->type() == QEvent::ToolTip && index.column() == Column::video) {
+        const auto chips = m_model.chips(index);
+        const auto [top, bottom] = lines(option.rect, !chips.empty());
+        for (const ChipPlace &chip : layOut(chips, bottom, Theme::font(Theme::Size::caption)))
+            if (chip.place.contains(event->pos())) {
+                QToolTip::showText(event->globalPos(), plainTip(chip.help), view, chip.place);
+                return true;
+            }
+    }
+    return QStyledItemDelegate::helpEvent(event, view, option, index);
+}
+
+} // namespace kestrel

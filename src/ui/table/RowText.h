@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QString>
+#include <optional>
+#include <vector>
+
+#include "model/TableNode.h"
+#include "planning/ConversionSettings.h"
+#include "ui/look/Theme.h"
+
+namespace kestrel {
+
+// What a row of the table says, in German. Pure.
+namespace RowText {
+
+// A word in a frame; how it is drawn says what happens to the track.
+struct Chip {
+    QString label;
+    StreamAction action = StreamAction::keep;
+    QString help;
+    bool operator==(const Chip &) const = default;
+};
+
+// What stands in a cell: two lines at most, a picture before the first, and a bar below.
+struct Cell {
+    QString text, detail;
+    QString brief, briefDetail; // where there is no room for them; empty: the same
+    QString icon;
+    Theme::Tone tone = Theme::Tone::text;
+    std::optional<double> bar; // 0 … 1; below 0 where the share is not known
+    QString help;
+    bool canBreak = false; // the text, into two lines
+    bool operator==(const Cell &) const = default;
+};
+
+Cell video(const FileItem &item, const ConversionSettings &settings);
+std::vector<Chip> chips(const FileItem &item);
+Cell size(const FileItem &item);
+Cell estimate(const FileItem &item);
+Cell status(const FileItem &item);
+
+// What a folder's row is made of; of all files below it.
+struct Folder {
+    std::size_t files = 0, included = 0;
+    QString video;             // what most of its files are
+    std::size_t different = 0; // the others
+    FolderProgress progress;
+    std::size_t converted = 0, failed = 0;
+
+    static Folder of(const TableNode &node);
+    Qt::CheckState checkState() const;
+};
+Cell video(const Folder &folder);
+Cell size(const TableNode &node);
+Cell estimate(const TableNode &node, const Folder &folder);
+// `completion`: when the run will have done it.
+Cell status(const Folder &folder, const std::optional<QString> &completion);
+
+// "1080p · H.264"
+QString source(const MediaInfo &info);
+// A word for how good an estimate is, where label() is too long.
+QString gradeWord(SizeEstimate::Kind kind);
+// "5.1", "Stereo", "Mono"; empty when unknown
+QString channels(int count);
+
+} // namespace RowText
+
+} // namespace kestrel
