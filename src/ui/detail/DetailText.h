@@ -1,0 +1,113 @@
+#pragma once
+
+#include <QString>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "media/Tools.h"
+#include "model/FileItem.h"
+#include "planning/ConversionSettings.h"
+#include "ui/look/Theme.h"
+
+// What the detail sheet says about a file, in German. Pure.
+namespace kestrel::DetailText {
+
+// Text that comes from a file or a program, on one line: what is broken becomes U+FFFD, control characters
+// become blanks, and marks that turn the direction of reading are left out.
+QString line(std::string_view text);
+// The same with its line breaks.
+QString lines(std::string_view text);
+
+QString name(const FileItem &item);
+QString folder(const FileItem &item);
+
+// What happens or has happened to the file.
+struct State {
+    QString icon, text;
+    Theme::Tone tone = Theme::Tone::muted;
+    std::optional<double> bar; // 0 … 1; below 0 where the share is not known
+    bool operator==(const State &) const = default;
+};
+State state(const FileItem &item);
+// The whole text of what went wrong; may have many lines.
+std::optional<QString> error(const FileItem &item);
+
+struct Fact {
+    QString name, value;
+    bool operator==(const Fact &) const = default;
+};
+std::vector<Fact> facts(const FileItem &item);
+
+// What becomes of a track, and why.
+struct Fate {
+    StreamAction action = StreamAction::keep;
+    QString reason;
+    bool operator==(const Fate &) const = default;
+};
+QString word(StreamAction action);
+QString icon(StreamAction action);
+Theme::Tone tone(StreamAction action);
+
+struct Track {
+    QString icon, kind; // "Video", "Ton", "Untertitel"
+    QString title, details;
+    std::optional<Fate> fate; // absent where nothing is planned
+    bool operator==(const Track &) const = default;
+};
+struct Tracks {
+    std::vector<Track> rows; // the video, then sound and subtitles in the file's order
+    std::vector<QString> notes;
+    bool operator==(const Tracks &) const = default;
+};
+Tracks tracks(const FileItem &item, const ConversionSettings &settings);
+
+// Of the file's size after its conversion; absent where there is nothing more to be expected.
+struct Estimate {
+    struct Part {
+        QString name;
+        double bytes = 0;
+        Theme::Tone tone = Theme::Tone::accent;
+        bool operator==(const Part &) const = default;
+    };
+    QString sizes, change, grade, explanation;
+    double whole = 0; // bytes: the larger of the file now and then
+    std::vector<Part> parts;
+    QString saving; // what is left of the whole; empty where the file would grow
+    QString time;   // empty where nothing is computed
+    bool operator==(const Estimate &) const = default;
+};
+std::optional<Estimate> estimate(const FileItem &item);
+QString explanation(SizeEstimate::Kind kind, bool isScored);
+
+// What the quality search tried, by rising CRF.
+struct Search {
+    struct Row {
+        QString crf, vmaf, worst, bitrate, speed;
+        bool isChosen = false;
+        bool operator==(const Row &) const = default;
+    };
+    QString summary;
+    bool hasScores = false;
+    std::vector<Row> rows;
+    bool operator==(const Search &) const = default;
+};
+// `frame` is what is encoded; the tempo is told in frames of this size.
+Search search(const SampleResult &sample, FrameSize frame);
+// The points of the chart for those who do not see it.
+QString searchInWords(const SampleResult &sample);
+
+// A file without a search may yet get one, or it is worth telling why not.
+bool canBeSearched(const FileItem &item);
+// Why there is no search to be shown.
+QString noSearch(const FileItem &item);
+
+// The command line that converts the file; absent where there is none.
+std::optional<QString> command(const FileItem &item, const ConversionSettings &settings,
+                               const std::optional<Tools> &tools,
+                               const std::optional<std::filesystem::path> &root);
+// What the command line does not tell by itself.
+QString commandNote(const FileItem &item, const ConversionSettings &settings);
+
+} // namespace kestrel::DetailText

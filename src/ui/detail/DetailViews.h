@@ -1,0 +1,20 @@
+#pragma once
+
+#include <functional>
+
+#include "planning/SampleResult.h"
+#include "ui/detail/DetailText.h"
+
+class QWidget;
+
+// The contents of the detail sheet's sections, built once for what they show. The caller gives them a parent.
+namespace kestrel::DetailViews {
+
+QWidget *facts(const std::vector<DetailText::Fact> &facts);
+QWidget *tracks(const DetailText::Tracks &tracks);
+QWidget *estimate(const DetailText::Estimate &estimate);
+QWidget *search(const DetailText::Search &search, const SampleResult &sample);
+// Why there is no search; with a button where it can be had.
+QWidget *noSearch(const QString &why, const std::function<void()> &measure);
+
+} // namespace kestrel::DetailViews

@@ -1,0 +1,471 @@
+#include <QApplication>
+#include <QClipboard>
+#include <QKeyEvent>
+#include <QPlainTextEdit>
+#include <QPushButton>
+
+#include "model/ModelFixture.h"
+#include "planning/Planner.h"
+#include "support/Builders.h"
+#include "ui/detail/DetailParts.h"
+#include "ui/detail/DetailSheet.h"
+#include "ui/detail/DetailText.h"
+#include "ui/detail/SearchChart.h"
+#include "ui/look/Theme.h"
+
+namespace kestrel::test {
+
+namespace {
+
+using testing::Not;
+
+FileItem planned(const MediaInfo &info, const ConversionSettings &settings = {})
+{
+    FileItem item(info.url, info.url.parent_path());
+    item.info = info;
+    item.plan = Planner::plan(info, settings, std::nullopt);
+    item.estimate = Estimator::estimate(info, *item.plan, settings, nullptr, std::nullopt, std::nullopt);
+    return item;
+}
+
+struct Said {
+    std::string title, details, word, reason;
+    bool operator==(const Said &) const = default;
+};
+std::ostream &operator<<(std::ostream &out, const Said &said)
+{
+    return out << said.title << " | " << said.details << " | " << said.word << " | " << said.reason;
+}
+
+std::vector<Said> said(const FileItem &item, const ConversionSettings &settings = {})
+{
+    std::vector<Said> rows;
+    for (const auto &track : DetailText::tracks(item, settings).rows)
+        rows.push_back({track.title.toStdString(), track.details.toStdString(),
+                        track.fate ? DetailText::word(track.fate->action).toStdString() : "",
+                        track.fate ? track.fate->reason.toStdString() : ""});
+    return rows;
+}
+
+Sampler::Step step(int crf, double vmaf, double bitrate)
+{
+    return {crf, bitrate, vmaf, vmaf - 2, 41.472, 50};
+}
+
+// Its steps in the order in which they were tried.
+SampleResult aSearch()
+{
+    SampleResult sample;
+    sample.qualityValue = 24;
+    sample.vmafTarget = 95;
+    sample.vmafMean = 95.2;
+    sample.videoBitrate = 2'400'000;
+    sample.heuristicBitrate = 3'000'000;
+    sample.megapixelsPerSecond = 41.472;
+    sample.measuredSeconds = 50;
+    sample.steps = {step(23, 95.75, 2'700'000), step(26, 94.1, 1'900'000), step(24, 95.2, 2'400'000)};
+    return sample;
+}
+
+} // namespace
+
+TEST(DetailText, saysWhatBecomesOfEachTrackAndWhy)
+{
+    ConversionSettings settings;
+    settings.resolution = TargetResolution::p720;
+    settings.convertLosslessAudio = true;
+    MediaInfo film = aFilm()
+                         .video("h264", 1920, 1080, 24000 / 1001.0)
+                         .interlaced()
+                         .audio("truehd", "deu", 8)
+                         .asDefault()
+                         .audio("ac3", "eng", 6)
+                         .audio("aac", "deu", 2)
+                         .asCommentary()
+                         .subtitle("subrip", "deu")
+                         .asForced()
+                         .subtitle("eia_608", "eng");
+    film.audio[1].bitrate = 448'000;
+    film.audio[2].title = "Der Regisseur erzählt";
+    EXPECT_THAT(
+        said(planned(film, settings), settings),
+        ElementsAre(
+            Said{"H.264 · 1920×1080", "23,976 fps · 8 Bit · Zeilensprungverfahren (interlaced) · 10,0 Mbit/s",
+                 "umwandeln", "wird neu kodiert: HEVC, CRF 23, 1280×720, Vollbilder"},
+            Said{"Deutsch · TrueHD 7.1", "Standard", "umwandeln", "verlustfrei → E-AC3 640 kbit/s, 5.1"},
+            Said{"Englisch · AC3 5.1", "448 kbit/s", "entfernen", "Englisch nicht gewählt"},
+            Said{"Deutsch · AAC Stereo", "Kommentar · „Der Regisseur erzählt“", "entfernen",
+                 "Kommentar/Audiodeskription"},
+            Said{"Deutsch · SRT", "erzwungen", "behalten", "wird kopiert"},
+            Said{"Englisch · EIA_608", "", "entfernen", "Format EIA_608 in MKV nicht möglich"}));
+    EXPECT_EQ(said(planned(aFilm().video("hevc", 3840, 2160).bitrate(3'000'000).hdr().dolbyVision()))[0],
+              (Said{"HEVC · 3840×2160", "25 fps · 8 Bit · HDR (PQ) · Dolby Vision · 3,0 Mbit/s", "behalten",
+                    "bereits HEVC in passender Qualität – bleibt unverändert"}));
+}
+
+TEST(DetailText, leavesOutWhatIsNotKnown)
+{
+    MediaInfo film =
+        aFilm().video("", 0, 0, 0).unknownBitrate().duration(0).container("").audio("aac", "und", 0);
+    film.video->bitDepth = 0;
+    film.audio[0].bitrate = 0;
+    film.audio.push_back(film.audio[0]);
+    film.audio[1].channels = -1;
+    film.audio[0].title = "  ";
+    const FileItem item = planned(film);
+    const auto rows = said(item);
+    EXPECT_EQ(rows[0].title + rows[0].details, "");
+    EXPECT_EQ(rows[1].title, "Unbekannt · AAC");
+    EXPECT_EQ(rows[1].details, "");
+    EXPECT_EQ(rows[2], rows[1]);
+    for (const auto &fact : DetailText::facts(item)) {
+        const bool isKnown = fact.name == QStringLiteral("Größe");
+        EXPECT_EQ(fact.value == QStringLiteral("–"), !isKnown) << fact.name.toStdString();
+    }
+}
+
+TEST(DetailText, aReplacedFileShowsItsTracksWithoutWhatTheOldOneWasToGet)
+{
+    FileItem item = planned(aFilm().audio("ac3", "eng"));
+    item.status = Status::Done{4'000'000'000, 2'000'000'000};
+    item.resultURL = "/filme (Kestrel)/Film.mkv";
+    EXPECT_EQ(said(item)[0].word, "umwandeln");
+    item.resultURL = item.url;
+    EXPECT_EQ(said(item)[0].word, "");
+    EXPECT_FALSE(DetailText::command(item, {}, Tools{.ffmpeg = "/usr/bin/ffmpeg"}, "/filme"));
+    EXPECT_FALSE(DetailText::estimate(item));
+}
+
+TEST(DetailText, tellsHowAnEstimateWasComeBy)
+{
+    using Kind = SizeEstimate::Kind;
+    struct Case {
+        Kind kind;
+        bool isScored;
+        const char *says;
+    };
+    const std::vector<Case> cases{{Kind::heuristic, false, "Auflösung, Bildrate und Codec"},
+                                  {Kind::calibrated, false, "Messungen an anderen Dateien"},
+                                  {Kind::measured, true, "Qualität bewertet"},
+                                  {Kind::measured, false, "probeweise kodiert wurden"},
+                                  {Kind::exact, false, "nicht neu kodiert"}};
+    std::set<std::string> texts;
+    for (const Case &entry : cases) {
+        const std::string text = DetailText::explanation(entry.kind, entry.isScored).toStdString();
+        EXPECT_THAT(text, HasSubstr(entry.says));
+        texts.insert(text);
+    }
+    EXPECT_EQ(texts.size(), cases.size());
+}
+
+TEST(DetailText, splitsTheExpectedSizeAndNeverMoreThanTheWhole)
+{
+    const FileItem film = planned(aFilm().audio("ac3", "deu", 6));
+    const auto estimate = *DetailText::estimate(film);
+    double sum = 0;
+    for (const auto &part : estimate.parts)
+        sum += part.bytes;
+    EXPECT_DOUBLE_EQ(sum, film.estimate->total());
+    EXPECT_EQ(estimate.whole, 4'500'000'000.0);
+    EXPECT_FALSE(estimate.saving.isEmpty());
+
+    const auto grown = *DetailText::estimate(planned(aFilm().fileSize(1'000'000)));
+    EXPECT_GT(grown.whole, 1e6);
+    EXPECT_TRUE(grown.saving.isEmpty());
+
+    const auto same = *DetailText::estimate(planned(aFilm().video("hevc", 1920, 1080).bitrate(1'000'000)));
+    EXPECT_TRUE(same.parts.empty());
+    EXPECT_EQ(DetailText::estimate(planned(aFilm().duration(0)))->sizes.toStdString(), "4,2 GB → –");
+    EXPECT_THAT(same.explanation.toStdString(), HasSubstr("nichts zu tun"));
+}
+
+TEST(DetailText, saysWhatHappensToTheFile)
+{
+    FileItem item = planned(aFilm());
+    const auto text = [&](const JobStatus &status) {
+        item.status = status;
+        return DetailText::state(item).text.toStdString();
+    };
+    EXPECT_EQ(text(Status::Idle{}), "bereit zum Konvertieren");
+    EXPECT_EQ(text(Status::Analyzing{0.3}), "Qualitätsprüfung");
+    EXPECT_EQ(DetailText::state(item).bar, 0.3);
+    EXPECT_EQ(text(Status::Running{0.43}), "wird kodiert 43 %");
+    EXPECT_EQ(text(Status::Done{4'509'715'661, 2'040'109'466}), "Ergebnis: 4,2 GB → 1,9 GB (−54 %)");
+    EXPECT_EQ(text(Status::NoSavings{4'402'341'478}),
+              "Das Ergebnis (4,1 GB) wäre nicht genug kleiner gewesen – Original bleibt.");
+    EXPECT_EQ(text(Status::Failed{"Kaputt.\nGanz\tund gar."}), "Kaputt. Ganz und gar.");
+    EXPECT_EQ(DetailText::error(item)->toStdString(), "Kaputt.\nGanz und gar.");
+    item.included = false;
+    EXPECT_THAT(text(Status::Idle{}), HasSubstr("nicht angehakt"));
+    item = FileItem("/filme/Neu.mkv", "/filme");
+    EXPECT_EQ(text(Status::Idle{}), "noch nicht analysiert");
+    item.probeError = "/filme/Neu.mkv: Invalid data found when processing input";
+    EXPECT_EQ(text(Status::Idle{}), "nicht lesbar: kein Video oder unvollständig");
+}
+
+TEST(DetailText, cleansWhatComesFromFiles)
+{
+    EXPECT_EQ(DetailText::line("Film \xff\xc3.mkv").toStdString(), "Film \uFFFD\uFFFD.mkv");
+    EXPECT_EQ(DetailText::line("eins\nzwei\x1b[31m").toStdString(), "eins zwei [31m");
+    EXPECT_EQ(DetailText::line("gut\u202Egnp.exe").toStdString(), "gutgnp.exe");
+    EXPECT_EQ(DetailText::line("<b>Titel</b> \U0001F3AC").toStdString(), "<b>Titel</b> \U0001F3AC");
+    EXPECT_EQ(DetailText::lines("a\nb\r\n").toStdString(), "a\nb \n");
+}
+
+TEST(DetailText, listsTheStepsOfASearchByCrf)
+{
+    const auto search = DetailText::search(aSearch(), {1920, 1080});
+    ASSERT_EQ(search.rows.size(), 3U);
+    EXPECT_EQ(search.rows[1],
+              (DetailText::Search::Row{QStringLiteral("24"), QStringLiteral("95,2"), QStringLiteral("93,2"),
+                                       QStringLiteral("2,4 Mbit/s"), QStringLiteral("20 fps"), true}));
+    EXPECT_FALSE(search.rows[0].isChosen || search.rows[2].isChosen);
+    EXPECT_EQ(DetailText::searchInWords(aSearch()).toStdString(),
+              "CRF 23: VMAF 95,8; CRF 24: VMAF 95,2 (gewählt); CRF 26: VMAF 94,1. Ziel: VMAF 95,0");
+
+    SampleResult unscored = aSearch();
+    unscored.steps = {{24, 2'400'000, {}, {}, 0, 50}};
+    unscored.vmafTarget.reset();
+    unscored.vmafMean.reset();
+    const auto measured = DetailText::search(unscored, {});
+    EXPECT_FALSE(measured.hasScores);
+    EXPECT_EQ(measured.rows[0].speed.toStdString(), "–");
+    EXPECT_THAT(measured.summary.toStdString(), HasSubstr("libvmaf"));
+}
+
+TEST(DetailText, hasACommandOnlyWhereSomethingIsToBeDone)
+{
+    const Tools tools{.ffmpeg = "/usr/bin/ffmpeg"};
+    const FileItem film = planned(aFilm().named("Ein Film.avi"));
+    const auto command = DetailText::command(film, {}, tools, "/filme");
+    ASSERT_TRUE(command);
+    EXPECT_THAT(command->toStdString(), StartsWith("/usr/bin/ffmpeg -nostdin"));
+    EXPECT_THAT(command->toStdString(), testing::EndsWith("'/filme/Ein Film.mkv'"));
+    EXPECT_FALSE(DetailText::command(film, {}, std::nullopt, "/filme"));
+    EXPECT_FALSE(DetailText::command(film, {}, tools, std::nullopt));
+    EXPECT_FALSE(DetailText::command(planned(aFilm().video("hevc", 1920, 1080).bitrate(1'000'000)), {}, tools,
+                                     "/filme"));
+}
+
+TEST(SearchChart, axesHaveRoundTicksAroundTheValues)
+{
+    struct Case {
+        double lowest, highest;
+        int most;
+        double least;
+        Chart::Axis axis;
+    };
+    for (const Case &entry : std::vector<Case>{{23, 26, 12, 1, {22, 27, 1}},
+                                               {24, 24, 12, 1, {23, 25, 1}},
+                                               {14, 24, 8, 1, {12, 26, 2}},
+                                               {94.9, 95.3, 6, 0.2, {94.8, 95.4, 0.2}},
+                                               {14, 36, 6, 1, {10, 40, 5}},
+                                               {94.1, 95.8, 6, 0.2, {93.5, 96, 0.5}}}) {
+        const auto axis = Chart::axisOver(entry.lowest, entry.highest, entry.most, entry.least);
+        EXPECT_DOUBLE_EQ(axis.from, entry.axis.from) << entry.lowest;
+        EXPECT_DOUBLE_EQ(axis.to, entry.axis.to) << entry.lowest;
+        EXPECT_DOUBLE_EQ(axis.step, entry.axis.step) << entry.lowest;
+    }
+    EXPECT_THAT((Chart::Axis{22, 24, 1}.ticks()), ElementsAre(22, 23, 24));
+    EXPECT_THAT((Chart::Axis{94.8, 95.4, 0.2}.ticks()), testing::SizeIs(4));
+    EXPECT_EQ((Chart::Axis{22, 24, 1}.digits()), 0);
+    EXPECT_EQ((Chart::Axis{94.8, 95.4, 0.2}.digits()), 1);
+}
+
+TEST(SearchChart, drawsEachValueInItsPlace)
+{
+    const Chart::Plane plane{QRectF(40, 10, 200, 100), {20, 30, 1}, {90, 100, 1}};
+    EXPECT_EQ(plane.at(20, 90), QPointF(40, 110));
+    EXPECT_EQ(plane.at(30, 100), QPointF(240, 10));
+    EXPECT_EQ(plane.at(25, 97.5), QPointF(140, 35));
+}
+
+TEST(SearchChart, textsKeepClearOfTheLines)
+{
+    const QRectF within(0, 0, 100, 100), first(0, 0, 20, 20), second(40, 40, 20, 20), outside(90, 0, 20, 20);
+    EXPECT_EQ(Chart::freePlace({first, second}, within, {}), first);
+    EXPECT_EQ(Chart::freePlace({first, second}, within, {{-5, 10, 50, 10}}), second);
+    EXPECT_EQ(Chart::freePlace({first, second}, within, {{5, 5, 10, 10}}), second);
+    EXPECT_EQ(Chart::freePlace({outside, second}, within, {}), second);
+    EXPECT_EQ(Chart::freePlace({first, second}, within, {{0, 0, 100, 100}}), first);
+}
+
+TEST(SearchChart, isToldInWords)
+{
+    const SearchChart chart(aSearch());
+    EXPECT_THAT(chart.accessibleDescription().toStdString(), HasSubstr("CRF 24: VMAF 95,2 (gewählt)"));
+}
+
+// A sheet on a library of three films.
+class DetailSheetTest : public ModelTest {
+protected:
+    void open(const std::string &name)
+    {
+        if (!model) {
+            for (const char *file : {"A.avi", "B.avi", "C.avi"})
+                film(file);
+            startAndScan();
+        }
+        library().setDetailItem(&item(name));
+        sheet = std::make_unique<DetailSheet>(*model);
+        sheet->show();
+        settle();
+    }
+    Library &library() const { return model->library(); }
+    // All texts that stand on the sheet now.
+    std::string texts() const
+    {
+        settle();
+        std::string all;
+        for (const auto *label : sheet->findChildren<QLabel *>())
+            if (label->isVisibleTo(sheet.get()))
+                all += label->text().toStdString() + "\n";
+        return all;
+    }
+    QPushButton *button(const QString &text) const
+    {
+        for (auto *found : sheet->findChildren<QPushButton *>())
+            if (found->text().remove(QLatin1Char('&')) == text && found->isVisibleTo(sheet.get()))
+                return found;
+        return nullptr;
+    }
+
+    std::unique_ptr<DetailSheet> sheet; // goes before the model
+};
+
+TEST_F(DetailSheetTest, followsItsFile)
+{
+    open("A.avi");
+    EXPECT_THAT(texts(), HasSubstr("bereit zum Konvertieren"));
+    library().change(item("A.avi"), [](FileItem &file) { file.status = Status::Running{0.43}; });
+    EXPECT_THAT(texts(), HasSubstr("wird kodiert 43 %"));
+    library().change(item("B.avi"), [](FileItem &file) { file.status = Status::Running{0.77}; });
+    EXPECT_THAT(texts(), Not(HasSubstr("77 %")));
+
+    giveSample("A.avi");
+    EXPECT_THAT(texts(), HasSubstr("wird neu kodiert: HEVC, CRF 30"));
+    ConversionSettings settings = model->settings();
+    settings.codec = VideoCodecChoice::keepVideo;
+    model->setSettings(settings);
+    EXPECT_THAT(texts(), HasSubstr("Video bleibt unverändert"));
+}
+
+TEST_F(DetailSheetTest, buildsOnlyWhatChanges)
+{
+    open("A.avi");
+    auto *box = sheet->findChild<TextBox *>();
+    const auto labels = sheet->findChildren<QLabel *>();
+    for (const double fraction : {0.1, 0.2, 0.3})
+        library().change(item("A.avi"), [&](FileItem &file) { file.status = Status::Running{fraction}; });
+    settle();
+    EXPECT_EQ(sheet->findChildren<QLabel *>(), labels);
+    EXPECT_EQ(sheet->findChild<TextBox *>(), box);
+}
+
+TEST_F(DetailSheetTest, closesWithItsLibraryAndGivesUpItsFile)
+{
+    open("A.avi");
+    int closed = 0;
+    QObject::connect(sheet.get(), &QDialog::finished, [&] { ++closed; });
+    model->rescan();
+    EXPECT_TRUE(idle());
+    settle();
+    EXPECT_FALSE(sheet->isVisible());
+    EXPECT_EQ(closed, 1);
+
+    library().setDetailItem(&item("B.avi"));
+    sheet->show();
+    EXPECT_THAT(texts(), HasSubstr("B.avi"));
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QApplication::sendEvent(sheet->findChild<TextBox *>(), &escape); // from wherever the focus is
+    EXPECT_EQ(library().detailItem(), nullptr);
+    EXPECT_EQ(closed, 2);
+}
+
+TEST_F(DetailSheetTest, goesThroughTheFilesAsTheTableShowsThem)
+{
+    open("A.avi");
+    EXPECT_FALSE(button("Vorherige")->isEnabled());
+    button("Nächste")->click();
+    EXPECT_EQ(library().detailItem(), &item("B.avi"));
+    EXPECT_THAT(texts(), HasSubstr("B.avi"));
+    button("Nächste")->click();
+    EXPECT_EQ(library().detailItem(), &item("C.avi"));
+    EXPECT_FALSE(button("Nächste")->isEnabled());
+    library().setSortOrder({{RowComparator::Column::name, false}});
+    EXPECT_FALSE(button("Vorherige")->isEnabled());
+    button("Nächste")->click();
+    EXPECT_EQ(library().detailItem(), &item("B.avi"));
+}
+
+TEST_F(DetailSheetTest, copiesTheWholeText)
+{
+    open("A.avi");
+    button("Kopieren")->click();
+    const auto command =
+        DetailText::command(item("A.avi"), model->settings(), model->tools(), model->rootURL());
+    EXPECT_EQ(QApplication::clipboard()->text(), *command);
+
+    std::string text = "Fehler <b>1</b>";
+    for (int line = 0; line < 200; ++line)
+        text += "\nZeile " + std::to_string(line);
+    library().change(item("A.avi"), [&](FileItem &file) { file.status = Status::Failed{text}; });
+    settle();
+    ASSERT_NE(button("Kopieren"), nullptr);
+    button("Kopieren")->click();
+    EXPECT_EQ(QApplication::clipboard()->text().toStdString(), text);
+}
+
+TEST_F(DetailSheetTest, asksForWhatOthersDo)
+{
+    open("B.avi");
+    fs::path revealed;
+    int measured = 0;
+    QObject::connect(sheet.get(), &DetailSheet::revealRequested,
+                     [&](const fs::path &file) { revealed = file; });
+    QObject::connect(sheet.get(), &DetailSheet::measureRequested, [&] { ++measured; });
+    button("Im Finder zeigen")->click();
+    EXPECT_EQ(revealed, folder / "B.avi");
+    button("Genau schätzen")->click();
+    EXPECT_EQ(measured, 1);
+
+    ffmpeg("exec sleep 30");
+    button("Probeclip")->click();
+    EXPECT_EQ(library().selectedItem(), &item("B.avi"));
+    EXPECT_EQ(model->activity().kind, Activity::Kind::probeClip);
+    settle();
+    EXPECT_FALSE(button("Probeclip")->isEnabled());
+    EXPECT_EQ(button("Genau schätzen"), nullptr);
+    model->stop();
+    EXPECT_TRUE(idle());
+    settle();
+    EXPECT_TRUE(button("Probeclip")->isEnabled());
+}
+
+TEST_F(DetailSheetTest, isNoWiderForHostileNames)
+{
+    const std::string name = std::string(236, 'x') + "\xff\n<img src=x>.avi";
+    film(name);
+    ffprobe("case \"$last\" in *kaputt*) echo 'kaputt: End of file' >&2; exit 1;; esac\n");
+    film("kaputt.mkv");
+    open("A.avi");
+    const int width = sheet->minimumSizeHint().width();
+
+    library().setDetailItem(&item(name));
+    MediaInfo info = *item(name).info;
+    info.audio = aFilm().audio("aac", "<b>", 2).info().audio;
+    info.audio[0].title = std::string(5000, 'w');
+    info.audio.resize(40, info.audio[0]);
+    library().setInfo(item(name), info);
+    model->recompute();
+    EXPECT_THAT(texts(), HasSubstr("\uFFFD <img src=x>.avi"));
+    EXPECT_EQ(sheet->minimumSizeHint().width(), width);
+    EXPECT_LE(sheet->height(), Theme::em(46));
+
+    library().setDetailItem(&item("kaputt.mkv"));
+    EXPECT_THAT(texts(), HasSubstr("nicht lesbar: bricht gleich am Anfang ab"));
+    EXPECT_THAT(texts(), Not(HasSubstr("Spuren")));
+    EXPECT_FALSE(button("Probeclip")->isEnabled());
+}
+
+} // namespace kestrel::test
