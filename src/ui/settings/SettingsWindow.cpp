@@ -1,0 +1,226 @@
+#include "ui/settings/SettingsWindow.h"
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QPushButton>
+#include <QScreen>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "media/Log.h"
+#include "model/ToolReport.h"
+#include "ui/look/Icon.h"
+#include "ui/look/Strings.h"
+#include "ui/settings/Controls.h"
+#include "ui/settings/QrCode.h"
+
+namespace kestrel {
+
+namespace {
+
+constexpr double usualWidth = 36; // in heights of the text
+
+QWidget *capabilityRow(const ToolReport::Capability &capability)
+{
+    auto *whole = new QWidget;
+    auto *row = new QHBoxLayout(whole);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(Theme::em(0.5));
+    row->addWidget(capability.isThere ? new IconLabel("check-circle", Theme::Tone::green, 1)
+                                      : new IconLabel("warning", Theme::Tone::orange, 1),
+                   0, Qt::AlignTop);
+    auto *texts = new QVBoxLayout;
+    texts->setSpacing(0);
+    texts->addWidget(new Label(qt(capability.name) + (capability.isThere ? " vorhanden" : " fehlt")));
+    texts->addWidget(caption(qt(capability.use)));
+    if (!capability.isThere)
+        texts->addWidget((new Label(qt(capability.remedy), Theme::Size::caption))->wrapped()->selectable());
+    row->addLayout(texts, 1);
+    return whole;
+}
+
+} // namespace
+
+SettingsWindow::SettingsWindow(AppModel &model, QWidget *parent)
+    : QDialog(parent), m_model(model), m_sections(new QWidget)
+{
+    setWindowTitle("Einstellungen");
+    setModal(false);
+    auto *column = new QVBoxLayout(m_sections);
+    const int margin = Theme::em(0.8);
+    column->setContentsMargins(margin, margin, margin, margin);
+    column->setSpacing(margin);
+    for (Section *section : {sleepSection(), pageSection(), toolSection()})
+        column->addWidget(section);
+    column->addStretch(1);
+    auto *whole = new QVBoxLayout(this);
+    whole->setContentsMargins(0, 0, 0, 0);
+    auto *scroll = new VerticalScroll(m_sections);
+    scroll->setFocusPolicy(Qt::NoFocus);
+    whole->addWidget(scroll);
+
+    connect(&model, &AppModel::statusServerChanged, this, &SettingsWindow::showPage);
+    connect(&model, &AppModel::toolsChanged, this, &SettingsWindow::showTools);
+    showPage();
+    showTools();
+}
+
+QSize SettingsWindow::sizeHint() const
+{
+    const int width = std::max(Theme::em(usualWidth), minimumSizeHint().width());
+    constexpr int around = 2 * VerticalScroll::ring;
+    return {width, m_sections->heightForWidth(width - around) + around};
+}
+
+// To show what has come to its contents; it may be larger already.
+void SettingsWindow::grow()
+{
+    if (isVisible())
+        resize(size().expandedTo(sizeHint()).boundedTo(screen()->availableSize()));
+}
+
+void SettingsWindow::showEvent(QShowEvent *event)
+{
+    showPage(); // the network may have changed
+    QDialog::showEvent(event);
+}
+
+Section *SettingsWindow::sleepSection()
+{
+    auto *section = new Section("moon", "Während der Konvertierung");
+    section->contents()->addWidget(
+        switchRow(m_model, "Ruhezustand des Computers während der Konvertierung deaktivieren",
+                  &ConversionSettings::preventSleep));
+    section->contents()->addWidget(caption(
+        "Der Mac schläft nicht ein, solange konvertiert oder gemessen wird – auch wenn die Einstellung "
+        "mitten im Lauf geändert wird. Der Bildschirm darf sich trotzdem ausschalten."));
+    return section;
+}
+
+Section *SettingsWindow::pageSection()
+{
+    auto *section = new Section("phone", "Fortschritt auf dem iPhone");
+    m_pageError = new Note("warning", Theme::Tone::orange);
+    m_served = servedPage();
+    section->contents()->addWidget(
+        switchRow(m_model, "Fortschritt im Heimnetz als Webseite anzeigen", &ConversionSettings::statusPage));
+    section->contents()->addWidget(m_pageError);
+    section->contents()->addWidget(m_served);
+    return section;
+}
+
+QWidget *SettingsWindow::servedPage()
+{
+    m_code = new QrCode;
+    m_address = (new Label({}))->selectable();
+    m_otherAddresses = caption()->selectable();
+    m_copy = new CopyButton;
+    m_copy->setAccessibleName("Adresse kopieren");
+    m_copy->setAutoDefault(false);
+
+    auto *texts = new QVBoxLayout;
+    texts->setSpacing(Theme::em(0.5));
+    texts->addWidget((new Label("Mit der iPhone-Kamera scannen oder in Safari eingeben:"))->wrapped());
+    texts->addWidget(m_address);
+    texts->addWidget(m_copy, 0, Qt::AlignLeft);
+    texts->addWidget(m_otherAddresses);
+    texts->addStretch(1);
+    auto *row = new QHBoxLayout;
+    row->setSpacing(Theme::em(1));
+    row->addWidget(m_code, 0, Qt::AlignTop);
+    row->addLayout(texts, 1);
+
+    auto *served = new QWidget;
+    auto *column = new QVBoxLayout(served);
+    column->setContentsMargins(0, Theme::em(0.2), 0, 0);
+    column->setSpacing(Theme::em(0.6));
+    column->addLayout(row);
+    column->addWidget(caption(
+        "Über Teilen → „Zum Home-Bildschirm“ wird die Seite zum App-Symbol. Sie aktualisiert sich von "
+        "selbst, funktioniert im selben WLAN wie der Mac und kann nichts steuern."));
+    return served;
+}
+
+Section *SettingsWindow::toolSection()
+{
+    auto *section = new Section("terminal", "ffmpeg");
+    m_program = (new Label({}))->wrapped()->selectable();
+    m_version = (new Label({}))->wrapped()->selectable();
+    m_toolError = new Note("warning", Theme::Tone::orange);
+    m_capabilities = new QWidget;
+    auto *list = new QVBoxLayout(m_capabilities);
+    list->setContentsMargins(0, 0, 0, 0);
+    list->setSpacing(Theme::em(0.35));
+
+    auto *rows = new QGridLayout;
+    rows->setHorizontalSpacing(Theme::em(0.9));
+    rows->setVerticalSpacing(Theme::em(0.5));
+    rows->setColumnStretch(1, 1);
+    const auto name = [rows](int row, const char *text) {
+        rows->addWidget(new Label(text, Theme::Size::body, Theme::Tone::muted), row, 0, Qt::AlignTop);
+    };
+    name(0, "Programm");
+    rows->addWidget(m_program, 0, 1);
+    name(1, "Version");
+    rows->addWidget(m_version, 1, 1);
+    rows->addWidget(m_toolError, 2, 1);
+    rows->addWidget(m_capabilities, 3, 1);
+    rows->addWidget(new Label("Protokoll", Theme::Size::body, Theme::Tone::muted), 4, 0);
+    addPlace(*rows);
+    section->contents()->addLayout(rows);
+    return section;
+}
+
+void SettingsWindow::addPlace(QGridLayout &rows)
+{
+    auto *file = new ElidedLabel(shownBriefly(Log::file()));
+    auto *reveal = new QPushButton(Icon::named("folder-open"), "Im &Finder zeigen");
+    reveal->setAutoDefault(false);
+    connect(reveal, &QPushButton::clicked, this, [this] { emit revealRequested(Log::file()); });
+    auto *row = new QHBoxLayout;
+    row->setSpacing(Theme::em(0.6));
+    row->addWidget(file, 1);
+    row->addWidget(reveal);
+    rows.addLayout(row, 4, 1);
+}
+
+void SettingsWindow::showPage()
+{
+    const auto addresses = m_model.statusURLs();
+    const bool isUnreachable = m_model.statusPort() && addresses.empty();
+    m_pageError->setText(isUnreachable ? "Dieser Computer ist mit keinem Netz verbunden."
+                                       : qt(m_model.statusServerError().value_or("")));
+    m_served->setVisible(!addresses.empty());
+    if (addresses.empty())
+        return;
+    QStringList others;
+    for (auto address = std::next(addresses.begin()); address != addresses.end(); ++address)
+        others << qt(*address);
+    m_code->setText(qt(addresses.front()));
+    m_address->setText(qt(addresses.front()));
+    m_copy->setCopied(qt(addresses.front()));
+    m_otherAddresses->setText("Falls das nicht klappt: " + others.join(", "));
+    m_otherAddresses->setVisible(!others.isEmpty());
+    grow();
+}
+
+void SettingsWindow::showTools()
+{
+    const auto &tools = m_model.tools();
+    const auto &error = m_model.toolError();
+    m_program->setText(tools   ? shown(tools->ffmpeg)
+                       : error ? QStringLiteral("nicht gefunden")
+                               : QStringLiteral("wird gesucht …"));
+    m_version->setText(tools ? qt(tools->version) : QStringLiteral("–"));
+    m_toolError->setText(
+        error ? QStringLiteral("%1\nUnter Debian: %2").arg(qt(*error), qt(ToolReport::installCommand))
+              : QString());
+    qDeleteAll(m_capabilities->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly));
+    if (tools)
+        for (const auto &capability : ToolReport::capabilities(*tools))
+            m_capabilities->layout()->addWidget(capabilityRow(capability));
+    m_capabilities->setVisible(tools.has_value());
+    grow();
+}
+
+} // namespace kestrel

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QDialog>
+#include <filesystem>
+
+#include "model/AppModel.h"
+
+class QGridLayout;
+
+namespace kestrel {
+
+class CopyButton;
+class Label;
+class Note;
+class QrCode;
+class Section;
+
+// What concerns this computer: its sleep, the status page, ffmpeg and the log.
+class SettingsWindow : public QDialog {
+    Q_OBJECT
+
+public:
+    // The model outlives the window.
+    explicit SettingsWindow(AppModel &model, QWidget *parent = nullptr);
+
+    QSize sizeHint() const override; // all of its contents
+
+signals:
+    void revealRequested(const std::filesystem::path &file);
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    Section *sleepSection();
+    Section *pageSection();
+    QWidget *servedPage();
+    Section *toolSection();
+    void addPlace(QGridLayout &rows);
+    void showPage();
+    void showTools();
+    void grow();
+
+    AppModel &m_model;
+    QWidget *m_sections;
+    Note *m_pageError;
+    QWidget *m_served;
+    QrCode *m_code;
+    Label *m_address;
+    CopyButton *m_copy;
+    Label *m_otherAddresses;
+
+    Label *m_program, *m_version;
+    Note *m_toolError;
+    QWidget *m_capabilities;
+};
+
+} // namespace kestrel

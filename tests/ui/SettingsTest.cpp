@@ -1,0 +1,634 @@
+#include <QAccessible>
+#include <QClipboard>
+#include <QImage>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QTest>
+#include <QWheelEvent>
+
+#include "media/Log.h"
+#include "model/ModelFixture.h"
+#include "support/Builders.h"
+#include "support/Http.h"
+#include "support/Mounts.h"
+#include "support/StatusPort.h"
+#include "ui/look/Strings.h"
+#include "ui/look/Theme.h"
+#include "ui/settings/CodecCard.h"
+#include "ui/settings/Controls.h"
+#include "ui/settings/QrCode.h"
+#include "ui/settings/SettingsPanel.h"
+#include "ui/settings/SettingsWindow.h"
+
+namespace kestrel::test {
+namespace {
+
+using testing::Contains;
+using testing::Not;
+
+// The child that a person would call so.
+template <typename Widget>
+Widget *named(const QWidget &window, const QString &name)
+{
+    for (auto *widget : window.findChildren<Widget *>())
+        if (widget->accessibleName() == name ||
+            widget->property("text").toString().remove(QLatin1Char('&')) == name)
+            return widget;
+    ADD_FAILURE() << "no " << name.toStdString();
+    return nullptr;
+}
+
+// All labels that show, in no order.
+std::vector<std::string> texts(const QWidget &window)
+{
+    std::vector<std::string> list;
+    for (const auto *label : window.findChildren<QLabel *>())
+        if (label->isVisibleTo(&window))
+            list.push_back(label->text().remove(QChar(0x2060)).toStdString()); // the word joiner
+    return list;
+}
+
+MATCHER_P(says, text, "")
+{
+    return testing::Value(texts(arg), Contains(HasSubstr(std::string(text))));
+}
+
+// As a person does with the keyboard.
+void choose(Picker &picker, int index)
+{
+    picker.setFocus();
+    QTest::keyClick(&picker, Qt::Key_Home);
+    for (int i = 0; i < index; ++i)
+        QTest::keyClick(&picker, Qt::Key_Down);
+}
+
+void click(QWidget &widget)
+{
+    QTest::mouseClick(&widget, Qt::LeftButton, {}, widget.rect().bottomRight() - QPoint(3, 3));
+}
+
+class SettingsTest : public ModelTest {
+protected:
+    void ffmpegWithVmaf()
+    {
+        standIn(toolbox, "ffmpeg",
+                "case \"$2\" in -encoders) echo libx265 libsvtav1;; -filters) echo libvmaf;;\n"
+                "-version) echo ffmpeg version 7; esac");
+    }
+    SettingsPanel &show(AppModel::Options options = {})
+    {
+        if (!model)
+            start(std::move(options));
+        panel = std::make_unique<SettingsPanel>(*model);
+        panel->resize(320, 900);
+        panel->show();
+        settle();
+        return *panel;
+    }
+    // A library whose files have this sound.
+    void open(const std::vector<MediaInfo> &films)
+    {
+        for (std::size_t i = 0; i < films.size(); ++i)
+            film(std::to_string(i) + ".mkv");
+        startAndScan();
+        give(films);
+    }
+    void give(const std::vector<MediaInfo> &films)
+    {
+        for (std::size_t i = 0; i < films.size(); ++i)
+            model->library().setInfo(item(std::to_string(i) + ".mkv"), films[i]);
+        model->recompute();
+    }
+    // "Deutsch: 2 Dateien", checked ones with a star, from top to bottom.
+    std::vector<std::string> languages() const
+    {
+        std::vector<std::pair<int, std::string>> rows;
+        for (const auto *row : panel->findChildren<CheckRow *>())
+            if (row->parentWidget()->inherits("kestrel::LanguageList"))
+                rows.emplace_back(row->y(), ((row->isChecked() ? "*" : "") + row->text() +
+                                             (row->detail().isEmpty() ? "" : ": ") + row->detail())
+                                                .toStdString());
+        std::sort(rows.begin(), rows.end());
+        std::vector<std::string> list;
+        for (auto &[y, text] : rows)
+            list.push_back(std::move(text));
+        return list;
+    }
+    CodecCard &card(const QString &name) const { return *named<CodecCard>(*panel, name); }
+    Picker &picker(const QString &name) const { return *named<Picker>(*panel, name); }
+    CheckRow &row(const QString &name) const { return *named<CheckRow>(*panel, name); }
+
+    std::unique_ptr<SettingsPanel> panel;
+};
+
+TEST_F(SettingsTest, eachControlChangesItsFieldAndNoOther)
+{
+    // None at its default, so that a field that is lost shows.
+    ConversionSettings unusual;
+    unusual.codec = VideoCodecChoice::av1SVT;
+    unusual.quality = QualityLevel::veryHigh;
+    unusual.resolution = TargetResolution::p720;
+    unusual.audioLanguages = {"deu", "jpn", "und"};
+    unusual.dropCommentary = false;
+    unusual.unknownAudio = UnknownAudioPolicy::keepDefault;
+    unusual.convertLosslessAudio = true;
+    unusual.container = OutputContainer::mp4;
+    unusual.outputMode = OutputMode::separateFolder;
+    unusual.parallelJobs = 3;
+    unusual.preventSleep = false;
+    unusual.statusPage = false;
+    struct Case {
+        const char *what;
+        std::function<void()> act;
+        std::function<void(ConversionSettings &)> expected;
+    };
+    show({.settings = unusual});
+    const std::vector<Case> cases{
+        {"codec", [&] { click(card("HEVC / H.265")); },
+         [](auto &s) { s.codec = VideoCodecChoice::hevcX265; }},
+        {"quality", [&] { choose(picker("Qualität"), 3); },
+         [](auto &s) { s.quality = QualityLevel::medium; }},
+        {"resolution", [&] { choose(picker("Zielauflösung"), 1); },
+         [](auto &s) { s.resolution = TargetResolution::p2160; }},
+        {"language", [&] { click(row("Japanisch")); },
+         [](auto &s) {
+             s.audioLanguages = {"deu", "und"};
+         }},
+        {"commentary", [&] { click(row("Kommentar- und Audiodeskriptionsspuren entfernen")); },
+         [](auto &s) { s.dropCommentary = true; }},
+        {"unknown audio", [&] { choose(picker("Spuren ohne Sprachkennung"), 0); },
+         [](auto &s) { s.unknownAudio = UnknownAudioPolicy::keepAll; }},
+        {"lossless audio", [&] { click(row("Verlustfreie Tonspuren in E-AC3 umwandeln")); },
+         [](auto &s) { s.convertLosslessAudio = false; }},
+        {"container", [&] { choose(picker("Container"), 0); },
+         [](auto &s) { s.container = OutputContainer::mkv; }},
+        {"output", [&] { choose(picker("Ausgabe"), 0); },
+         [](auto &s) { s.outputMode = OutputMode::replaceOriginal; }},
+        {"jobs", [&] { choose(picker("Gleichzeitig"), 3); }, [](auto &s) { s.parallelJobs = 4; }},
+    };
+    for (const auto &one : cases) {
+        model->setSettings(unusual);
+        one.act();
+        ConversionSettings expected = unusual;
+        one.expected(expected);
+        EXPECT_EQ(model->settings(), expected) << one.what;
+    }
+}
+
+TEST_F(SettingsTest, thePanelShowsWhatTheModelHoldsAndWritesNothingBack)
+{
+    show();
+    int changes = 0;
+    QObject::connect(model.get(), &AppModel::settingsChanged, [&] { ++changes; });
+    ConversionSettings other;
+    other.codec = VideoCodecChoice::av1SVT;
+    other.quality = QualityLevel::small;
+    other.resolution = TargetResolution::p576;
+    other.audioLanguages = {"eng"};
+    other.dropCommentary = false;
+    other.unknownAudio = UnknownAudioPolicy::keepDefault;
+    other.convertLosslessAudio = true;
+    other.container = OutputContainer::mp4;
+    other.outputMode = OutputMode::separateFolder;
+    other.parallelJobs = 1;
+    model->setSettings(other);
+    settle();
+
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(model->settings(), other);
+    EXPECT_TRUE(card("AV1").isChecked());
+    EXPECT_FALSE(card("HEVC / H.265").isChecked());
+    EXPECT_EQ(picker("Qualität").currentText(), "Gering");
+    EXPECT_EQ(picker("Zielauflösung").currentText(), "Höchstens 576p (SD)");
+    EXPECT_THAT(languages(), ElementsAre("Deutsch", "*Englisch"));
+    EXPECT_FALSE(row("Kommentar- und Audiodeskriptionsspuren entfernen").isChecked());
+    EXPECT_EQ(picker("Spuren ohne Sprachkennung").currentText(), "Nur Standardspur");
+    EXPECT_TRUE(row("Verlustfreie Tonspuren in E-AC3 umwandeln").isChecked());
+    EXPECT_EQ(picker("Container").currentText(), "MP4");
+    EXPECT_EQ(picker("Ausgabe").currentText(), "Original beibehalten");
+    EXPECT_EQ(picker("Gleichzeitig").currentText(), "1");
+}
+
+TEST_F(SettingsTest, aCodecThatFfmpegLacksSaysSoAndCannotBeChosen)
+{
+    ffmpeg("exit 1", "libx265");
+    show();
+    const std::string sentence = "Der installierte ffmpeg kann diesen Encoder nicht.";
+    EXPECT_THAT(card("AV1"), says(sentence));
+    EXPECT_THAT(card("HEVC / H.265"), Not(says(sentence)));
+    EXPECT_THAT(card("Codec beibehalten"), Not(says(sentence)));
+    click(card("AV1"));
+    EXPECT_EQ(model->settings().codec, VideoCodecChoice::hevcX265);
+    card("HEVC / H.265").setFocus();
+    QTest::keyClick(&card("HEVC / H.265"), Qt::Key_Down);
+    EXPECT_EQ(model->settings().codec, VideoCodecChoice::keepVideo) << "the arrow keys pass it over";
+}
+
+TEST_F(SettingsTest, codecsAreRadioButtonsToAScreenReader)
+{
+    ffmpeg("exit 1", "libx265");
+    show();
+    const auto *hevc = QAccessible::queryAccessibleInterface(&card("HEVC / H.265"));
+    EXPECT_EQ(hevc->role(), QAccessible::RadioButton);
+    EXPECT_EQ(hevc->text(QAccessible::Name), "HEVC / H.265");
+    EXPECT_EQ(hevc->text(QAccessible::Description), "Etwa halb so groß wie H.264 bei gleicher Qualität");
+    EXPECT_TRUE(hevc->state().checked);
+    const auto *av1 = QAccessible::queryAccessibleInterface(&card("AV1"));
+    EXPECT_TRUE(av1->state().disabled);
+    EXPECT_TRUE(av1->text(QAccessible::Description).endsWith("kann diesen Encoder nicht."));
+}
+
+TEST_F(SettingsTest, qualityNamesItsTarget)
+{
+    ffmpegWithVmaf();
+    show();
+    const std::string rest = " VMAF · der CRF-Wert wird je Datei so gemessen, dass das Ziel erreicht wird.";
+    EXPECT_THAT(texts(*panel), Contains("Ziel ca. 95" + rest));
+    EXPECT_THAT(*panel, says("Kein sichtbarer Unterschied bei normalem Sehabstand. Bester Kompromiss."));
+    choose(picker("Qualität"), 4);
+    EXPECT_THAT(texts(*panel), Contains("Ziel ca. 92,5" + rest));
+    EXPECT_THAT(*panel, says("Sichtbar weicher, Details und Körnung gehen verloren."));
+    EXPECT_THAT(*panel, Not(says("libvmaf")));
+}
+
+TEST_F(SettingsTest, withoutLibvmafTheFixedValueIsNamedInstead)
+{
+    show();
+    EXPECT_THAT(texts(*panel), Contains("Jede Datei bekommt den festen Wert CRF 23, weil diesem ffmpeg zum "
+                                        "Messen libvmaf fehlt."));
+    EXPECT_THAT(*panel, Not(says("Ziel ca.")));
+    click(card("AV1"));
+    choose(picker("Qualität"), 4);
+    EXPECT_THAT(*panel, says("den festen Wert CRF 32"));
+}
+
+TEST_F(SettingsTest, whereTheVideoIsKeptQualityAndResolutionTellWhyTheyDoNothing)
+{
+    const std::string reason = "Das Video wird nicht neu kodiert";
+    for (const bool measures : {false, true}) {
+        panel.reset();
+        model.reset();
+        if (measures)
+            ffmpegWithVmaf();
+        show();
+        click(card("AV1"));
+        EXPECT_THAT(*panel, Not(says(reason)));
+        click(card("Codec beibehalten"));
+        EXPECT_FALSE(picker("Qualität").isEnabled());
+        EXPECT_FALSE(picker("Zielauflösung").isEnabled());
+        EXPECT_THAT(*panel, says(reason + " und behält seine Qualität."));
+        EXPECT_THAT(*panel, says(reason + " und behält seine Auflösung."));
+        EXPECT_THAT(*panel, Not(says("VMAF")));
+        EXPECT_THAT(*panel, Not(says("libvmaf")));
+        click(card("AV1"));
+        EXPECT_TRUE(picker("Qualität").isEnabled());
+        EXPECT_TRUE(picker("Zielauflösung").isEnabled());
+        EXPECT_THAT(*panel, Not(says(reason)));
+    }
+}
+
+TEST_F(SettingsTest, languagesStandByTheirNumberOfFilesThenByName)
+{
+    open({aFilm().audio("ac3", "eng").audio("ac3", "spa"), aFilm().audio("ac3", "eng").audio("ac3", "ita"),
+          aFilm().audio("ac3", "und")});
+    ConversionSettings settings;
+    settings.audioLanguages = {"deu", "und"};
+    model->setSettings(settings);
+    show();
+    EXPECT_THAT(languages(), ElementsAre("Englisch: 2 Dateien", "Italienisch: 1 Datei", "Spanisch: 1 Datei",
+                                         "*Deutsch: 0 Dateien"));
+    auto *const english = &row("Englisch");
+    give({aFilm().audio("ac3", "spa"), aFilm().audio("ac3", "spa"), aFilm().audio("ac3", "eng")});
+    settle();
+    EXPECT_THAT(languages(), ElementsAre("Spanisch: 2 Dateien", "Englisch: 1 Datei", "*Deutsch: 0 Dateien",
+                                         "Italienisch: 0 Dateien"));
+    EXPECT_EQ(&row("Englisch"), english) << "rows stay, and only move";
+    EXPECT_THAT(*panel,
+                says("Hat eine Datei keine der gewählten Sprachen, bleiben alle ihre Tonspuren erhalten."));
+}
+
+TEST_F(SettingsTest, beforeAFolderIsOpenTheChosenLanguagesStandWithoutNumbers)
+{
+    show();
+    EXPECT_THAT(languages(), ElementsAre("*Deutsch"));
+    EXPECT_THAT(*panel, says("Sobald ein Ordner geöffnet ist"));
+    EXPECT_THAT(*panel, Not(says("Keine solchen Spuren gefunden."))) << "nobody has looked yet";
+    click(row("Deutsch"));
+    settle();
+    EXPECT_THAT(languages(), ElementsAre("Deutsch")) << "can be chosen again";
+
+    film("0.mkv");
+    model->open(folder.path());
+    EXPECT_TRUE(idle());
+    settle();
+    EXPECT_THAT(languages(), ElementsAre("Deutsch: 0 Dateien"));
+    EXPECT_THAT(*panel, Not(says("Sobald ein Ordner geöffnet ist")));
+}
+
+TEST_F(SettingsTest, warnsOfFilesWhoseLanguageNobodyKnows)
+{
+    open({aFilm().audio("ac3", "und"), aFilm().audio("ac3", "und"), aFilm().audio("ac3", "deu")});
+    show();
+    const std::string warning =
+        "2 Dateien haben keine Spur in den gewählten Sprachen, aber Spuren ohne Kennung. „Nur Standardspur“ "
+        "behält die als Standard markierte – bei deutschen Releases meist Deutsch. Vorher per Probeclip "
+        "anhören.";
+    EXPECT_THAT(texts(*panel), Contains(warning));
+    give({aFilm().audio("ac3", "deu"), aFilm().audio("ac3", "deu")});
+    settle();
+    EXPECT_THAT(*panel, Not(says("Spuren ohne Kennung")));
+    click(row("Deutsch"));
+    settle();
+    EXPECT_THAT(*panel, Not(says("Spuren ohne Kennung"))) << "none of the files has such a track";
+}
+
+TEST_F(SettingsTest, tellsHowManyTracksAreLossless)
+{
+    open({aFilm().audio("flac", "deu").audio("truehd", "eng"), aFilm().audio("ac3", "deu")});
+    show();
+    const std::string help = "TrueHD, DTS-HD MA, FLAC, PCM → E-AC3 640 kbit/s (max. 5.1). Spart viel, klingt "
+                             "praktisch gleich.";
+    EXPECT_THAT(texts(*panel), Contains(help + " Betrifft 2 Spuren."));
+    give({aFilm().audio("ac3", "deu")});
+    settle();
+    EXPECT_THAT(texts(*panel), Contains(help + " Keine solchen Spuren gefunden."));
+}
+
+TEST_F(SettingsTest, nothingIsCountedWhileNobodySeesIt)
+{
+    open({aFilm().audio("ac3", "eng")});
+    show();
+    panel->hide();
+    give({aFilm().audio("ac3", "jpn")});
+    settle();
+    EXPECT_THAT(languages(), ElementsAre("Englisch: 1 Datei", "*Deutsch: 0 Dateien"));
+    panel->show();
+    settle();
+    EXPECT_THAT(languages(), Contains("Japanisch: 1 Datei"));
+}
+
+TEST_F(SettingsTest, followsAScanWhileItGoesOn)
+{
+    open({aFilm(), aFilm()});
+    show();
+    model->library().setInfo(item("0.mkv"), aFilm().audio("ac3", "jpn"));
+    EXPECT_TRUE(eventually([this] { return languages().front() == "Japanisch: 1 Datei"; }));
+}
+
+TEST_F(SettingsTest, warnsWhereAShareWouldDeleteTheOriginals)
+{
+    const Sandbox server;
+    server.write("0.mkv", std::string(10'000, 'x'));
+    fs::create_directories(folder / "nas");
+    const Mount share = Mount::share(server.path(), folder / "nas");
+    SKIP_WITHOUT(share);
+    const std::string warning =
+        "Achtung: Das Netzlaufwerk hat keinen Papierkorb – das Original wird nach erfolgreicher Prüfung "
+        "endgültig gelöscht.";
+    start();
+    show();
+    EXPECT_THAT(*panel, Not(says("Achtung")));
+    model->open(folder / "nas");
+    EXPECT_TRUE(idle());
+    EXPECT_THAT(texts(*panel), Contains(warning));
+    EXPECT_THAT(*panel, Not(says("in den Papierkorb")));
+    choose(picker("Ausgabe"), 1);
+    EXPECT_THAT(*panel, Not(says("Achtung")));
+    EXPECT_THAT(*panel, says("„nas (Kestrel)“"));
+    choose(picker("Ausgabe"), 0);
+    fs::create_directories(server / "#recycle");
+    model->open(folder / "nas");
+    EXPECT_TRUE(idle());
+    EXPECT_THAT(*panel, Not(says("Achtung")));
+}
+
+TEST_F(SettingsTest, aNumberOfJobsThatIsNotOfferedIsShownAsItIs)
+{
+    ConversionSettings many;
+    many.parallelJobs = 12;
+    show({.settings = many});
+    EXPECT_EQ(picker("Gleichzeitig").currentText(), "12");
+    many.parallelJobs = -1;
+    model->setSettings(many);
+    EXPECT_EQ(picker("Gleichzeitig").currentText(), "-1");
+    EXPECT_EQ(picker("Gleichzeitig").count(), 5);
+    choose(picker("Gleichzeitig"), 2);
+    EXPECT_EQ(model->settings().parallelJobs, 2);
+    EXPECT_EQ(picker("Gleichzeitig").count(), 4);
+}
+
+TEST_F(SettingsTest, aTurningWheelScrollsPastAPicker)
+{
+    show();
+    Picker &resolution = picker("Zielauflösung");
+    picker("Qualität").setFocus();
+    const QPointF middle = resolution.rect().center();
+    QWheelEvent wheel(middle, resolution.mapToGlobal(middle), {}, {0, -120}, Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(&resolution, &wheel);
+    EXPECT_EQ(model->settings(), ConversionSettings());
+    EXPECT_FALSE(wheel.isAccepted());
+}
+
+TEST_F(SettingsTest, theTabKeyGoesFromTopToBottom)
+{
+    open({aFilm().audio("ac3", "eng").audio("ac3", "jpn")});
+    show();
+    give({aFilm().audio("ac3", "eng").audio("ac3", "fra")});
+    settle();
+    auto *contents = panel->findChild<QScrollArea *>()->widget();
+    std::vector<int> heights;
+    card("HEVC / H.265").setFocus();
+    QWidget *first = panel->focusWidget();
+    QWidget *last = nullptr;
+    do {
+        last = panel->focusWidget();
+        heights.push_back(last->mapTo(contents, QPoint()).y());
+        QTest::keyClick(last, Qt::Key_Tab);
+    } while (panel->focusWidget() != first && panel->focusWidget() != last && heights.size() < 50);
+    EXPECT_EQ(heights.size(), 13U) << "codec, 6 pickers, 2 switches, 4 languages";
+    EXPECT_TRUE(std::is_sorted(heights.begin(), heights.end()));
+}
+
+TEST_F(SettingsTest, everyPickerHasALetterThatLeadsToIt)
+{
+    show();
+    std::set<QChar> letters;
+    std::set<const QWidget *> reached;
+    for (const auto *label : panel->findChildren<QLabel *>())
+        if (const qsizetype mark = label->text().indexOf('&'); mark >= 0 && label->buddy() != nullptr) {
+            letters.insert(label->text().at(mark + 1).toLower());
+            reached.insert(label->buddy());
+        }
+    for (const auto *one : panel->findChildren<Picker *>())
+        EXPECT_TRUE(reached.contains(one)) << one->accessibleName().toStdString();
+    EXPECT_EQ(letters.size(), reached.size());
+}
+
+TEST_F(SettingsTest, duringARunChangesAreForTheNext)
+{
+    film("0.mkv");
+    startAndScan();
+    giveSample("0.mkv");
+    show();
+    const std::string note = "Änderungen gelten ab dem nächsten Lauf.";
+    EXPECT_THAT(*panel, Not(says(note)));
+    ffmpeg("while [ ! -e " + quoted(toolbox / "go") + " ]; do sleep 0.02; done");
+    model->startConversion();
+    EXPECT_THAT(texts(*panel), Contains(note));
+    EXPECT_TRUE(picker("Qualität").isEnabled());
+    model->stop();
+    EXPECT_TRUE(idle());
+    EXPECT_THAT(*panel, Not(says(note)));
+}
+
+class SettingsWindowTest : public ModelTest {
+protected:
+    SettingsWindow &show(AppModel::Options options = {})
+    {
+        start(std::move(options));
+        window = std::make_unique<SettingsWindow>(*model);
+        window->show();
+        return *window;
+    }
+
+    std::unique_ptr<SettingsWindow> window;
+};
+
+TEST_F(SettingsWindowTest, switchesChangeTheirFieldAndFollowIt)
+{
+    ConversionSettings settings;
+    settings.quality = QualityLevel::small;
+    show({.settings = settings});
+    EXPECT_EQ(window->windowTitle(), "Einstellungen");
+    EXPECT_FALSE(window->isModal());
+    auto *sleep =
+        named<CheckRow>(*window, "Ruhezustand des Computers während der Konvertierung deaktivieren");
+    auto *page = named<CheckRow>(*window, "Fortschritt im Heimnetz als Webseite anzeigen");
+    click(*sleep);
+    settings.preventSleep = false;
+    EXPECT_EQ(model->settings(), settings);
+    click(*page);
+    settings.statusPage = false;
+    EXPECT_EQ(model->settings(), settings);
+    model->setSettings({});
+    EXPECT_TRUE(sleep->isChecked());
+    EXPECT_TRUE(page->isChecked());
+}
+
+TEST_F(SettingsWindowTest, theServedPageIsShownWithItsAddresses)
+{
+    useStatusPort(freePort());
+    show({.servesStatusPage = true});
+    ASSERT_TRUE(eventually([&] { return model->statusPort().has_value(); }));
+    if (model->statusURLs().empty())
+        GTEST_SKIP() << "no network card is up";
+    const QString first = qt(model->statusURLs().front());
+    EXPECT_THAT(*window, says("Mit der iPhone-Kamera scannen oder in Safari eingeben:"));
+    EXPECT_THAT(texts(*window), Contains(first.toStdString()));
+    EXPECT_THAT(*window,
+                says("Über Teilen → „Zum Home-Bildschirm“ wird die Seite zum App-Symbol. Sie "
+                     "aktualisiert sich von selbst, funktioniert im selben WLAN wie der Mac und kann "
+                     "nichts steuern."));
+    const auto *code = window->findChild<QrCode *>();
+    EXPECT_EQ(code->text(), first);
+    EXPECT_EQ(code->accessibleName(), first);
+    EXPECT_TRUE(code->isVisible());
+    click(*named<QPushButton>(*window, "Adresse kopieren"));
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), first);
+
+    click(*named<CheckRow>(*window, "Fortschritt im Heimnetz als Webseite anzeigen"));
+    EXPECT_FALSE(code->isVisible());
+    EXPECT_THAT(*window, Not(says("Safari")));
+}
+
+TEST_F(SettingsWindowTest, aPageThatCannotBeServedTellsWhy)
+{
+    const std::uint16_t port = freePort();
+    const auto other = listener(port);
+    useStatusPort(port);
+    show({.servesStatusPage = true});
+    ASSERT_TRUE(eventually([&] { return model->statusServerError().has_value(); }));
+    EXPECT_THAT(texts(*window), Contains(*model->statusServerError()));
+    EXPECT_THAT(*window, Not(says("Safari")));
+}
+
+TEST_F(SettingsWindowTest, namesFfmpegAndWhatItCan)
+{
+    standIn(toolbox, "ffmpeg",
+            "case \"$2\" in -encoders) echo libx265;; -version) echo ffmpeg version 7.1;; esac");
+    show();
+    EXPECT_THAT(texts(*window), Contains((toolbox / "ffmpeg").native()));
+    EXPECT_THAT(texts(*window), Contains("ffmpeg version 7.1"));
+    EXPECT_THAT(texts(*window), Contains("libx265 vorhanden"));
+    EXPECT_THAT(texts(*window), Contains("libsvtav1 fehlt"));
+    EXPECT_THAT(texts(*window), Contains("sudo apt install ffmpeg"));
+    EXPECT_THAT(texts(*window), Contains("libvmaf fehlt"));
+    EXPECT_THAT(*window, says("/usr/local/bin"));
+}
+
+TEST_F(SettingsWindowTest, aMissingFfmpegIsNotFound)
+{
+    fs::remove(toolbox / "ffmpeg");
+    show();
+    EXPECT_THAT(texts(*window), Contains("nicht gefunden"));
+    EXPECT_THAT(*window, says("sudo apt install ffmpeg"));
+    EXPECT_THAT(*window, Not(says("libvmaf")));
+}
+
+TEST_F(SettingsWindowTest, asksToRevealTheLog)
+{
+    show();
+    EXPECT_THAT(texts(*window), Contains("~/Library/Logs/Kestrel/Kestrel.log"));
+    fs::path revealed;
+    QObject::connect(window.get(), &SettingsWindow::revealRequested,
+                     [&](const fs::path &file) { revealed = file; });
+    click(*named<QPushButton>(*window, "Im Finder zeigen"));
+    EXPECT_EQ(revealed, Log::file());
+}
+
+// Whether every line of the picture consists of whole modules, black or white, with white all around.
+void expectSharpCode(double scale)
+{
+    QrCode code;
+    code.setText("http://wohnzimmer.local:8765");
+    QImage image((QSizeF(code.size()) * scale).toSize(), QImage::Format_RGB32);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::red);
+    code.render(&image);
+    const auto isBlack = [&](int x, int y) { return image.pixelColor(x, y) == Qt::black; };
+
+    int first = 0; // the finder pattern's corner: seven modules of black
+    while (first < image.width() && !isBlack(first, first))
+        ++first;
+    ASSERT_LT(first, image.width()) << scale;
+    int after = first;
+    while (isBlack(after, first))
+        ++after;
+    ASSERT_EQ((after - first) % 7, 0) << scale;
+    const int module = (after - first) / 7;
+    EXPECT_GE(module, static_cast<int>(3 * scale)) << scale;
+    EXPECT_GE(first, 4 * module) << scale;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const bool isInQuietZone = x < first || y < first;
+            const bool expected =
+                !isInQuietZone && isBlack(x - (x - first) % module, y - (y - first) % module);
+            ASSERT_EQ(image.pixelColor(x, y), QColor(expected ? Qt::black : Qt::white))
+                << scale << ": " << x << ", " << y;
+        }
+}
+
+TEST(QrCode, isSharpAtEveryScaleInLightAndDark)
+{
+    for (const bool isDark : {false, true}) {
+        Theme::apply(*qApp, isDark);
+        for (const double scale : {1.0, 1.1, 1.25, 1.7, 2.0})
+            expectSharpCode(scale);
+    }
+    Theme::apply(*qApp, false);
+}
+
+} // namespace
+} // namespace kestrel::test
