@@ -1,10 +1,12 @@
 #include "cli/Arguments.h"
 
 #include <algorithm>
+#include <array>
 #include <set>
 #include <span>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -12,6 +14,7 @@
 #include <fmt/ranges.h>
 
 #include "media/Language.h"
+#include "platform/Files.h"
 #include "platform/Text.h"
 
 namespace kestrel {
@@ -135,6 +138,62 @@ std::string inGerman(const CLI::ParseError &error)
     return "Der Aufruf ist nicht verständlich.";
 }
 
+UsageError unknownWord(std::string_view word)
+{
+    return UsageError("Unbekanntes Argument: " + Text::repaired(word));
+}
+
+constexpr std::array<std::string_view, 5> commands{"plan", "convert", "measure", "clip", "doctor"};
+
+Arguments windowArguments(const std::filesystem::path &folder)
+{
+    return {.command = Arguments::Command::window,
+            .folder = folder.empty() ? folder : Files::standardized(folder)};
+}
+
+// "-openFolder PATH": the window, apart from the user's own settings.
+Arguments parseOpenFolder(std::span<const char *const> words)
+{
+    if (words.size() < 2 || *words[1] == '\0')
+        throw UsageError(fmt::format("Es fehlt der Ordner, zum Beispiel: kestrel {} ~/Videos", words[0]));
+    if (words.size() > 2)
+        throw unknownWord(words[2]);
+    Arguments arguments = windowArguments(words[1]);
+    arguments.usesTestSuite = true;
+    return arguments;
+}
+
+// A made-up library in the window, and pictures of it; for makers of pictures, no part of the help.
+Arguments parseDemo(std::span<const char *const> words)
+{
+    Arguments arguments;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::string_view word = words[i];
+        if (word == "--dark")
+            arguments.isDark = true;
+        else if ((word == "--demo" || word == "--snapshots") && i + 1 < words.size())
+            (word == "--demo" ? arguments.folder : arguments.snapshots) = Files::standardized(words[++i]);
+        else
+            throw unknownWord(word);
+    }
+    if (arguments.folder.empty() || arguments.snapshots.empty())
+        throw UsageError("Es fehlt ein Ordner: kestrel --demo FILME --snapshots BILDER");
+    arguments.command = Arguments::Command::demo;
+    return arguments;
+}
+
+// What begins with no command: a folder, which the window opens.
+Arguments parseFolder(std::span<const char *const> words)
+{
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(words[0], ignored))
+        throw UsageError(fmt::format("„{}“ ist weder ein Befehl ({}) noch ein Ordner.",
+                                     Text::repaired(words[0]), fmt::join(commands, ", ")));
+    if (words.size() > 1)
+        throw unknownWord(words[1]);
+    return windowArguments(words[0]);
+}
+
 } // namespace
 
 ConversionSettings Arguments::applied(ConversionSettings settings) const
@@ -156,16 +215,16 @@ Arguments parseArguments(int count, const char *const *words)
             return arguments;
         }
     }
-    // Opens the folder as the window would, apart from the user's own settings.
-    if (given.size() == 3 &&
-        (given[1] == std::string_view("-openFolder") || given[1] == std::string_view("--openFolder"))) {
-        arguments.command = Arguments::Command::plan;
-        arguments.folder = given[2];
-        arguments.usesTestSuite = true;
-        return arguments;
-    }
-    if (given.size() < 2)
-        throw UsageError("Es fehlt ein Befehl: plan, convert, measure, clip oder doctor.");
+    const auto rest = given.subspan(given.empty() ? 0 : 1);
+    if (rest.empty())
+        return windowArguments({});
+    const std::string_view first = rest.front();
+    if (first == "-openFolder" || first == "--openFolder")
+        return parseOpenFolder(rest);
+    if (first == "--demo")
+        return parseDemo(rest);
+    if (std::find(commands.begin(), commands.end(), first) == commands.end())
+        return parseFolder(rest);
 
     CLI::App app;
     app.set_help_flag("");
@@ -199,18 +258,13 @@ Arguments parseArguments(int count, const char *const *words)
     try {
         app.parse(static_cast<int>(parsed.size()), parsed.data());
     } catch (const CLI::RequiredError &) {
-        if (app.get_subcommands().empty())
-            throw UsageError(fmt::format("Den Befehl „{}“ gibt es nicht. Möglich sind: plan, convert, "
-                                         "measure, clip, doctor.",
-                                         Text::repaired(given[1])));
         throw UsageError(clip->parsed() ? "Es fehlt die Datei, zum Beispiel: kestrel clip ~/Videos/Film.mkv"
                                         : "Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos");
     } catch (const CLI::ExtrasError &) {
-        const auto rest = app.remaining(true);
-        const auto option = std::find_if(rest.begin(), rest.end(),
+        const auto left = app.remaining(true);
+        const auto option = std::find_if(left.begin(), left.end(),
                                          [](const std::string &word) { return word.starts_with('-'); });
-        throw UsageError("Unbekanntes Argument: " +
-                         Text::repaired(option != rest.end() ? *option : rest.at(0)));
+        throw unknownWord(option != left.end() ? *option : left.at(0));
     } catch (const CLI::ParseError &error) {
         throw UsageError(inGerman(error));
     }
@@ -228,6 +282,7 @@ std::string helpText()
     return R"(Kestrel macht eine private Videosammlung kleiner, ohne sichtbaren Verlust.
 
 Aufruf:
+  kestrel [ORDNER]                              öffnet das Fenster, auf Wunsch gleich mit einem Ordner
   kestrel plan ORDNER [--json]                  zeigt, was geschähe, und ändert nichts
   kestrel convert ORDNER [--json]               konvertiert alles, was zu tun ist
   kestrel measure ORDNER [--count N] [--json]   misst Stichproben (6, wenn nichts gesagt ist)

@@ -14,14 +14,16 @@ namespace kestrel {
 
 // What the user asked for on the command line.
 struct Arguments {
-    enum class Command { plan, convert, measure, clip, doctor, help, version };
+    enum class Command { plan, convert, measure, clip, doctor, help, version, window, demo };
 
     Command command = Command::help;
-    std::filesystem::path folder; // as given; of clip the file
+    std::filesystem::path folder;    // as given; of clip the file; of window and demo absolute, or empty
+    std::filesystem::path snapshots; // demo: where its pictures go, absolute
+    bool isDark = false;             // demo
     bool json = false;
     std::optional<std::size_t> count; // measure: how many files
     bool startsFromDefaults = false;  // instead of the stored settings
-    bool usesTestSuite = false;       // of the stored settings
+    bool usesTestSuite = false;       // window: instead of the user's settings and last folder
     bool asksAnew = false;            // ffprobe, also for files that it has answered for
     std::vector<std::string> only;    // relative paths; "-": those on standard input, a line each
     bool isCodecChosen = false;       // by an option, not by default

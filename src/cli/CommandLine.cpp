@@ -17,7 +17,7 @@ namespace kestrel {
 
 namespace {
 
-int dispatch(const Arguments &arguments)
+int dispatch(const Arguments &arguments, const RunWindow &runWindow)
 {
     using Command = Arguments::Command;
     switch (arguments.command) {
@@ -27,6 +27,9 @@ int dispatch(const Arguments &arguments)
     case Command::version:
         Terminal::print("kestrel {}\n", KESTREL_VERSION);
         return ExitStatus::done;
+    case Command::window:
+    case Command::demo:
+        return runWindow(arguments);
     default:
         break;
     }
@@ -58,11 +61,11 @@ int dispatch(const Arguments &arguments)
 
 } // namespace
 
-int runCommandLine(int count, const char *const *words)
+int runCommandLine(int count, const char *const *words, const RunWindow &runWindow)
 {
     int status = ExitStatus::unusable;
     try {
-        status = dispatch(parseArguments(count, words));
+        status = dispatch(parseArguments(count, words), runWindow);
     } catch (const UsageError &error) {
         Terminal::complain(fmt::format("{}\nHilfe: kestrel --help", error.what()));
     } catch (const std::exception &error) {

@@ -1,12 +1,17 @@
 #pragma once
 
+#include <functional>
+
 #include "cli/Arguments.h"
 #include "cli/Interrupt.h"
 
 namespace kestrel {
 
-// The whole program: returns the exit status.
-int runCommandLine(int count, const char *const *words);
+// Shows the window until it is closed, with an application object of its own; returns the exit status.
+using RunWindow = std::function<int(const Arguments &)>;
+
+// The whole program: returns the exit status. What wants a window is handed on.
+int runCommandLine(int count, const char *const *words, const RunWindow &runWindow);
 
 // Each returns an exit status. Sentences for people that are no result go to standard error.
 int runPlan(const Arguments &arguments, Interrupt &interrupt);

@@ -43,8 +43,15 @@ TEST(Program, saysWhatIsWrongWithACall)
         std::string sentence;
     };
     const std::vector<Case> cases{
-        {{}, "Es fehlt ein Befehl"},
-        {{"fress", "x"}, "Den Befehl „fress“ gibt es nicht"},
+        {{"fress"}, "„fress“ ist weder ein Befehl (plan, convert, measure, clip, doctor) noch ein Ordner.\n"},
+        {{"fress", "x"}, "„fress“ ist weder ein Befehl"},
+        {{file}, "noch ein Ordner."},
+        {{sandbox.path(), "--json"}, "Unbekanntes Argument: --json"},
+        {{"--openFolder"}, "Es fehlt der Ordner, zum Beispiel: kestrel --openFolder ~/Videos"},
+        {{"-openFolder", ""}, "Es fehlt der Ordner"},
+        {{"-openFolder", sandbox.path(), "zwei"}, "Unbekanntes Argument: zwei"},
+        {{"--demo", sandbox.path()}, "Es fehlt ein Ordner"},
+        {{"--demo", sandbox.path(), "--snapshots"}, "Unbekanntes Argument: --snapshots"},
         {{"plan"}, "Es fehlt der Ordner"},
         {{"plan", sandbox.path(), "--schnell"}, "Unbekanntes Argument: --schnell"},
         {{"plan", sandbox.path(), "zwei"}, "Unbekanntes Argument: zwei"},
@@ -78,6 +85,37 @@ TEST(Program, answersEverybodyWhoAsksWhatItIs)
     EXPECT_EQ(doctor.status, 0);
     EXPECT_THAT(doctor.standardOutput, HasSubstr("libx265"));
     EXPECT_THAT(doctor.standardOutput, HasSubstr((home() / "Library/Logs/Kestrel/Kestrel.log").native()));
+}
+
+TEST(Program, saysWhenThereIsNoScreenForTheWindow)
+{
+    const Sandbox sandbox;
+    const auto expectNoScreen = [&](const std::vector<std::string> &words) {
+        const auto output = kestrel(words);
+        EXPECT_EQ(output.status, 2);
+        EXPECT_EQ(
+            output.standardError,
+            "Hier lässt sich kein Bildschirm für das Fenster öffnen; ohne Fenster gehen die Befehle plan, "
+            "convert, measure, clip und doctor.\n");
+        EXPECT_EQ(output.standardOutput, "");
+    };
+    for (const char *variable :
+         {"DISPLAY", "WAYLAND_DISPLAY", "XDG_SESSION_TYPE", "QT_QPA_PLATFORM", "QT_DEBUG_PLUGINS"})
+        ::unsetenv(variable);
+    ::setenv("XDG_RUNTIME_DIR", sandbox.path().c_str(), 1);
+    expectNoScreen({});
+    expectNoScreen({sandbox.path()});
+    expectNoScreen({"-openFolder", sandbox.path()});
+    expectNoScreen({"--demo", sandbox.path(), "--snapshots", sandbox.path()});
+
+    ::setenv("DISPLAY", ":4711", 1);
+    expectNoScreen({});
+    ::setenv("DISPLAY", "quatsch", 1);
+    expectNoScreen({});
+    ::setenv("WAYLAND_DISPLAY", "gone", 1);
+    ::setenv("XDG_SESSION_TYPE", "wayland", 1);
+    expectNoScreen({});
+    EXPECT_EQ(kestrel({"plan", sandbox.path()}).status, 0) << "needs no screen";
 }
 
 TEST(Program, anEmptyFolderIsNoError)

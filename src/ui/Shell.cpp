@@ -1,0 +1,137 @@
+#include "ui/Shell.h"
+
+#include <QApplication>
+#include <QIcon>
+#include <QLibraryInfo>
+#include <QSocketNotifier>
+#include <QTranslator>
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <string_view>
+
+#include "model/AppModel.h"
+#include "platform/ColorScheme.h"
+#include "platform/FileDescriptor.h"
+#include "platform/Launcher.h"
+#include "ui/Demo.h"
+#include "ui/look/Theme.h"
+#include "ui/window/MainWindow.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace kestrel {
+
+namespace {
+
+// SIGTERM and SIGINT end the program as "Abbrechen und beenden" does.
+class Signals {
+public:
+    explicit Signals(QuitGuard &guard)
+    {
+        int ends[2];
+        if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
+            return;
+        m_reader = FileDescriptor(ends[0]);
+        m_writer = FileDescriptor(ends[1]);
+        wakeUp = m_writer.get();
+        m_notifier = std::make_unique<QSocketNotifier>(m_reader.get(), QSocketNotifier::Read);
+        QObject::connect(m_notifier.get(), &QSocketNotifier::activated, &guard, [this, &guard] {
+            m_notifier->setEnabled(false); // once is enough
+            guard.stopAndQuit();
+        });
+        for (const int number : {SIGTERM, SIGINT, SIGHUP})
+            std::signal(number, [](int) {
+                const int before = errno;
+                [[maybe_unused]] const auto written = ::write(wakeUp, "x", 1);
+                errno = before;
+            });
+    }
+    ~Signals()
+    {
+        for (const int number : {SIGTERM, SIGINT, SIGHUP})
+            std::signal(number, SIG_DFL);
+    }
+    Signals(const Signals &) = delete;
+    Signals &operator=(const Signals &) = delete;
+
+private:
+    static inline volatile int wakeUp = -1;
+    FileDescriptor m_reader, m_writer;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+// Where Qt's German differs from what stands on German keyboards.
+class Keys : public QTranslator {
+public:
+    QString translate(const char *context, const char *source, const char *, int) const override
+    {
+        const bool isReturn =
+            std::string_view(context) == "QShortcut" && std::string_view(source) == "Return";
+        return isReturn ? QStringLiteral("Eingabe") : QString();
+    }
+    bool isEmpty() const override { return false; }
+};
+
+AppModel::Options optionsOf(const WindowOptions &options)
+{
+    AppModel::Options model;
+    model.openFolder = options.folder;
+    if (options.usesTestSuite)
+        model.store = UserDefaults::testSuite();
+    model.servesStatusPage = true;
+    return model;
+}
+
+bool startsDark(const QPalette &desktop, const WindowState &state)
+{
+    const QByteArray remembered = state.value("dark");
+    return remembered.isEmpty() ? Theme::isDark(desktop) : remembered == "1";
+}
+
+} // namespace
+
+int runWindow(const WindowOptions &options, const std::string &version)
+{
+    QApplication::setApplicationName(QStringLiteral("Kestrel"));
+    QApplication::setApplicationVersion(QString::fromStdString(version));
+    QApplication::setDesktopFileName(QStringLiteral("app.kestrel.Kestrel"));
+    int count = 1;
+    std::string name = "kestrel";
+    char *words = name.data();
+    QApplication application(count, &words);
+    std::setlocale(LC_NUMERIC, "C"); // Qt has taken the user's; numbers for ffmpeg have a point
+    QLocale::setDefault(QLocale(QLocale::German));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/kestrel.svg")));
+    QTranslator german;
+    if (german.load(QStringLiteral("qtbase_de"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(&german);
+    Keys keys;
+    QCoreApplication::installTranslator(&keys);
+
+    if (options.snapshots) {
+        Theme::apply(application, options.isDark);
+        return runDemo(*options.folder, *options.snapshots);
+    }
+
+    const AppModel::Options modelOptions = optionsOf(options);
+    WindowState state(modelOptions.store.file());
+    Theme::apply(application, startsDark(QApplication::palette(), state));
+    AppModel model(modelOptions);
+    MainWindow window(model, modelOptions.store.file());
+    const ColorScheme scheme([&](bool isDark) {
+        Theme::apply(application, isDark);
+        state.setValue("dark", isDark ? "1" : "0");
+    });
+    const Signals termination(window.quitGuard());
+    QObject::connect(&model, &AppModel::badgeChanged,
+                     [](const std::optional<std::string> &text) { Launcher::setBadge(text); });
+    QObject::connect(&model, &AppModel::attentionRequested, &window, [&] { QApplication::alert(&window); });
+    QApplication::setQuitOnLastWindowClosed(false);
+    QObject::connect(&window, &MainWindow::closed, &application, &QApplication::quit);
+    window.show();
+    return QApplication::exec();
+}
+
+} // namespace kestrel

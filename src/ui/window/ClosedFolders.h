@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QObject>
+#include <map>
+
+#include "model/Library.h"
+#include "ui/window/WindowState.h"
+
+namespace kestrel {
+
+// Keeps the folder rows that somebody closed closed: when the folder is searched again, and, through the
+// window's state, when it is opened the next time.
+class ClosedFolders : public QObject {
+    Q_OBJECT
+
+public:
+    ClosedFolders(Library &library, WindowState &state, QObject *parent = nullptr);
+    void save();
+
+private:
+    void keep();
+    void restore();
+
+    Library &m_library;
+    WindowState &m_state;
+    std::map<std::filesystem::path, Library::Ids> m_closed; // by opened folder
+};
+
+} // namespace kestrel

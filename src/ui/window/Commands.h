@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QAction>
+#include <QMenu>
+#include <QObject>
+#include <filesystem>
+#include <memory>
+
+#include "model/AppModel.h"
+
+namespace kestrel {
+
+// Everything a person can order, with its text, help and shortcut, and when it is possible. Toolbar, menus
+// and the table's menu show the same actions.
+class Commands : public QObject {
+    Q_OBJECT
+
+public:
+    explicit Commands(AppModel &model, QObject *parent = nullptr);
+
+    QAction *const chooseFolder; // of the toolbar; not while work runs
+    QAction *const openFolder;   // of the menu
+    QAction *const rescan;
+    QAction *const settings;
+    QAction *const measure; // becomes the end of the measurement while one runs
+    QAction *const measure3, *const measure6, *const measure12, *const measureAll;
+    QAction *const probeClip;
+    QAction *const convert;
+    QAction *const pause; // or resume
+    QAction *const stop;
+    QAction *const cancel; // of a search or a clip; of the menu
+    QAction *const showPanel;
+    QAction *const showLog;
+    QAction *const about;
+    QAction *const quit;
+
+    // About the selected rows.
+    QAction *const details;
+    QAction *const reveal;
+    QAction *const check, *const uncheck;
+    QAction *const checkAll, *const uncheckAll;
+    QAction *const measureSelection;
+    QAction *const expandAll, *const collapseAll;
+    QAction *const sortByName, *const sortByDuration, *const sortBySize, *const sortByEstimate;
+    QAction *const sortDescending;
+
+    QMenu *measureMenu() const { return m_measureMenu.get(); }
+    // Of the one selected row; absent when none or several are.
+    std::optional<std::filesystem::path> selectedPath() const;
+
+signals:
+    void folderWanted();
+    void settingsWanted();
+    void logWanted();
+    void aboutWanted();
+    void revealWanted(const std::filesystem::path &path);
+
+public slots:
+    void update();
+
+private:
+    void connectActions();
+    void showSortOrder();
+
+    AppModel &m_model;
+    std::unique_ptr<QMenu> m_measureMenu;
+};
+
+} // namespace kestrel

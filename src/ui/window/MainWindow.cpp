@@ -1,0 +1,425 @@
+#include "ui/window/MainWindow.h"
+
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QToolBar>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include "media/Log.h"
+#include "platform/FileManager.h"
+#include "ui/look/Icon.h"
+#include "ui/look/Strings.h"
+#include "ui/settings/SettingsPanel.h"
+#include "ui/window/Banner.h"
+#include "ui/window/RunPanel.h"
+#include "ui/window/Tiles.h"
+
+namespace kestrel {
+
+namespace {
+
+constexpr const char *subtitle = "Videos verkleinern ohne sichtbaren Qualitätsverlust";
+
+std::optional<std::filesystem::path> droppedFolder(const QMimeData &data)
+{
+    for (const QUrl &url : data.urls()) {
+        if (!url.isLocalFile())
+            continue;
+        // Byte for byte: QUrl would take names for UTF-8.
+        const QByteArray path = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toUtf8());
+        const std::filesystem::path folder(path.toStdString());
+        std::error_code error;
+        return std::filesystem::is_directory(folder, error) ? std::optional(folder) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
+// Where the window is low, or the text large, the table needs the room of the figures.
+class LibraryColumn : public QWidget {
+public:
+    QWidget *figures = nullptr;
+
+protected:
+    void resizeEvent(QResizeEvent *event) override
+    {
+        QWidget::resizeEvent(event);
+        figures->setVisible(height() >= Theme::em(26));
+    }
+};
+
+// What is dropped as "move" may be removed by who gave it.
+void acceptAsCopy(QDropEvent &event)
+{
+    event.setDropAction(Qt::CopyAction);
+    event.accept();
+}
+
+} // namespace
+
+MainWindow::MainWindow(AppModel &model, std::filesystem::path stateFile, QWidget *parent)
+    : QMainWindow(parent), m_model(model), m_state(std::move(stateFile)),
+      m_closedFolders(model.library(), m_state), m_commands(model), m_guard(model),
+      m_pages(new QStackedWidget), m_empty(new EmptyView(model)), m_toolsMissing(new ToolsMissingView(model))
+{
+    setWindowTitle(QStringLiteral("Kestrel – ") + QString::fromUtf8(subtitle));
+    setAcceptDrops(true);
+    makeMenus();
+    makeToolBar();
+    m_pages->addWidget(m_toolsMissing);
+    m_pages->addWidget(m_empty);
+    m_pages->addWidget(makeLibraryPage());
+    setCentralWidget(m_pages);
+    resize(1180, 760);
+    connectAll();
+    restoreState();
+    showPage();
+    showFolder();
+    checkLastFolder();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::makeMenus()
+{
+    const Commands &can = m_commands;
+    QMenu *file = menuBar()->addMenu(QStringLiteral("&Datei"));
+    file->addAction(can.openFolder);
+    file->addAction(can.rescan);
+    file->addSeparator();
+    file->addAction(can.settings);
+    file->addAction(can.showLog);
+    file->addSeparator();
+    file->addAction(can.quit);
+
+    QMenu *selection = menuBar()->addMenu(QStringLiteral("&Auswahl"));
+    selection->addActions({can.details, can.reveal});
+    selection->addSeparator();
+    selection->addActions({can.check, can.uncheck, can.checkAll, can.uncheckAll});
+    selection->addSeparator();
+    selection->addActions({can.expandAll, can.collapseAll});
+
+    QMenu *work = menuBar()->addMenu(QStringLiteral("&Konvertierung"));
+    work->addActions({can.convert, can.pause, can.stop, can.cancel});
+    work->addSeparator();
+    work->addAction(can.measure);
+    work->addActions({can.measure3, can.measure6, can.measure12, can.measureAll, can.measureSelection});
+    work->addSeparator();
+    work->addAction(can.probeClip);
+
+    QMenu *view = menuBar()->addMenu(QStringLiteral("A&nsicht"));
+    view->addAction(can.showPanel);
+    view->addSeparator();
+    QMenu *sort = view->addMenu(QStringLiteral("S&ortieren nach"));
+    sort->addActions({can.sortByName, can.sortByDuration, can.sortBySize, can.sortByEstimate});
+    sort->addSeparator();
+    sort->addAction(can.sortDescending);
+    QMenu *help = menuBar()->addMenu(QStringLiteral("&Hilfe"));
+    help->addAction(can.about);
+}
+
+void MainWindow::makeToolBar()
+{
+    auto *bar = addToolBar(QStringLiteral("Werkzeuge"));
+    bar->setObjectName(QStringLiteral("tools"));
+    bar->setMovable(false);
+    bar->setContextMenuPolicy(Qt::PreventContextMenu);
+    bar->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+    bar->setFont(Theme::font(Theme::Size::caption));
+    const Commands &can = m_commands;
+    bar->addActions({can.chooseFolder, can.rescan, can.settings});
+    bar->addSeparator();
+    bar->addActions({can.measure, can.probeClip});
+    bar->addSeparator();
+    bar->addActions({can.convert, can.pause, can.stop});
+    auto *space = new QWidget;
+    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    bar->addWidget(space);
+    bar->addAction(can.showPanel);
+    for (QAction *action : bar->actions())
+        if (auto *button = qobject_cast<QToolButton *>(bar->widgetForAction(action))) {
+            button->setFocusPolicy(Qt::TabFocus);
+            button->setFont(Theme::font(Theme::Size::caption));
+            button->setMinimumWidth(Theme::em(4.6));
+            button->setProperty("primary", action == can.convert);
+            // Else it is the tool tip, with its markup.
+            const auto describe = [action, button] { button->setAccessibleDescription(action->statusTip()); };
+            connect(action, &QAction::changed, button, describe);
+            describe();
+            if (action == can.measure) {
+                button->setMenu(can.measureMenu());
+                button->setPopupMode(QToolButton::MenuButtonPopup);
+            }
+        }
+}
+
+QWidget *MainWindow::makeLibraryPage()
+{
+    auto *left = new LibraryColumn;
+    auto *column = new QVBoxLayout(left);
+    const int margin = Theme::em(0.7);
+    column->setContentsMargins(margin, margin, margin, margin);
+    column->setSpacing(Theme::em(0.55));
+    auto *head = new QHBoxLayout;
+    head->setSpacing(Theme::em(0.7));
+    m_folder = new ElidedLabel(QString(), Theme::Size::value);
+    auto *location = new ElidedLabel(QString(), Theme::Size::body, Theme::Tone::muted);
+    location->setElideMode(Qt::ElideMiddle);
+    m_location = location;
+    m_folder->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+    m_location->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    head->addWidget(m_folder);
+    head->addWidget(m_location, 1, Qt::AlignBottom);
+    column->addLayout(head);
+    column->addWidget(new Banner(m_model));
+    left->figures = new Tiles(m_model);
+    column->addWidget(left->figures);
+    column->addWidget(new RunPanel(m_model));
+    auto *card = new Card;
+    auto *inside = new QVBoxLayout(card);
+    inside->setContentsMargins(1, 4, 1, 4);
+    m_table = new LibraryView(m_model);
+    inside->addWidget(m_table);
+    column->addWidget(card, 1);
+
+    m_panel = new SettingsPanel(m_model);
+    m_splitter = new QSplitter(Qt::Horizontal);
+    m_splitter->addWidget(left);
+    m_splitter->addWidget(m_panel);
+    m_splitter->setStretchFactor(0, 1);
+    m_splitter->setStretchFactor(1, 0);
+    m_splitter->setChildrenCollapsible(false);
+    return m_splitter;
+}
+
+void MainWindow::connectAll()
+{
+    connect(m_empty, &EmptyView::folderWanted, this, &MainWindow::chooseFolder);
+    connect(m_empty, &EmptyView::lastFolderWanted, this, &MainWindow::open);
+    connect(&m_commands, &Commands::folderWanted, this, &MainWindow::chooseFolder);
+    connect(&m_commands, &Commands::settingsWanted, this, &MainWindow::showSettings);
+    connect(&m_commands, &Commands::logWanted, this, &MainWindow::showLog);
+    connect(&m_commands, &Commands::aboutWanted, this, &MainWindow::showAbout);
+    connect(&m_commands, &Commands::revealWanted, this, &MainWindow::reveal);
+    connect(m_commands.quit, &QAction::triggered, this, &MainWindow::close);
+    connect(m_commands.showPanel, &QAction::toggled, m_panel, &QWidget::setVisible);
+    connect(&m_guard, &QuitGuard::quit, this, &MainWindow::close);
+    connect(m_table, &LibraryView::detailsRequested, this,
+            [this](const auto &file) { m_model.library().setDetailItem(m_model.library().find(file)); });
+    connect(m_table, &LibraryView::detailsRequested, this, &MainWindow::showDetails);
+    connect(m_commands.details, &QAction::triggered, this, &MainWindow::showDetails);
+    connect(m_table, &LibraryView::menuRequested, this, &MainWindow::showTableMenu);
+    connect(&m_model, &AppModel::toolsChanged, this, &MainWindow::showPage);
+    connect(&m_model, &AppModel::folderChanged, this, &MainWindow::checkLastFolder);
+    connect(&m_model, &AppModel::folderChanged, this, &MainWindow::showPage);
+    connect(&m_model, &AppModel::folderChanged, this, &MainWindow::showFolder);
+    connect(&m_model, &AppModel::clipMade, this, &MainWindow::reveal);
+    connect(&m_model.library(), &Library::detailItemChanged, this, &MainWindow::showDetails);
+}
+
+void MainWindow::tell(const QString &text, const QString &more)
+{
+    auto *box = new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Kestrel"), text, QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setTextFormat(Qt::PlainText);
+    box->setInformativeText(more);
+    makeHeadline(*box);
+    box->open();
+}
+
+void MainWindow::reveal(const std::filesystem::path &file)
+{
+    FileManager::reveal(file, [window = QPointer(this), file](bool isTaken) {
+        if (window != nullptr && !isTaken)
+            window->tell(QStringLiteral("Es ließ sich kein Dateimanager öffnen"), shown(file));
+    });
+}
+
+void MainWindow::showLog()
+{
+    Log::write("Protokoll angezeigt");
+    Log::flush();
+    FileManager::open(Log::file(), [window = QPointer(this)](bool isTaken) {
+        if (window != nullptr && !isTaken)
+            window->tell(QStringLiteral("Das Protokoll ließ sich nicht öffnen"), shown(Log::file()));
+    });
+}
+
+void MainWindow::showPage()
+{
+    if (m_model.toolError())
+        m_pages->setCurrentWidget(m_toolsMissing);
+    else if (!m_model.rootURL())
+        m_pages->setCurrentWidget(m_empty);
+    else if (m_pages->currentWidget() != m_splitter) {
+        m_pages->setCurrentWidget(m_splitter);
+        m_table->setFocus();
+    }
+    m_commands.showPanel->setEnabled(m_pages->currentWidget() == m_splitter);
+}
+
+void MainWindow::checkLastFolder()
+{
+    const auto last = m_model.lastFolder();
+    if (!last)
+        return;
+    m_lastFolderCheck.emplace(*last, [this, last] {
+        m_reachable = *last;
+        m_empty->offer(*last);
+    });
+}
+
+void MainWindow::showFolder()
+{
+    const auto &root = m_model.rootURL();
+    if (!root)
+        return;
+    m_folder->setText(shown(root->has_filename() ? root->filename() : *root));
+    QString location = shownBriefly(*root);
+    if (m_model.storage())
+        location = qt(m_model.storage()->title()) + QStringLiteral(" · ") + location;
+    m_location->setText(location);
+}
+
+void MainWindow::open(const std::filesystem::path &folder)
+{
+    if (m_model.toolError())
+        return tell(QStringLiteral("ffmpeg fehlt"), qt(Text::repaired(*m_model.toolError())));
+    if (m_model.isBusy())
+        return tell(
+            QStringLiteral("Kestrel arbeitet noch"),
+            QStringLiteral(
+                "Ein anderer Ordner kann geöffnet werden, sobald die Arbeit beendet oder gestoppt ist."));
+    m_model.open(folder);
+}
+
+void MainWindow::chooseFolder()
+{
+    auto *dialog = new QFileDialog(
+        this, QStringLiteral("Ordner mit Videos wählen – Unterordner werden mit durchsucht."));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    dialog->setLabelText(QFileDialog::Accept, QStringLiteral("Ordner wählen …"));
+    dialog->setDirectory(m_reachable ? QFile::decodeName(m_reachable->c_str()) : QDir::homePath());
+    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString &path) {
+        if (!path.isEmpty())
+            open(QFile::encodeName(path).toStdString());
+    });
+    dialog->open();
+}
+
+void MainWindow::showSettings()
+{
+    if (m_settings == nullptr) {
+        m_settings = new SettingsWindow(m_model, this);
+        m_settings->setAttribute(Qt::WA_DeleteOnClose);
+        connect(m_settings, &SettingsWindow::revealRequested, this, &MainWindow::reveal);
+    }
+    m_settings->show();
+    m_settings->raise();
+    m_settings->activateWindow();
+}
+
+void MainWindow::showDetails()
+{
+    if (m_model.library().detailItem() == nullptr)
+        return;
+    if (m_details == nullptr) {
+        m_details = new DetailSheet(m_model, this);
+        m_details->setAttribute(Qt::WA_DeleteOnClose);
+        connect(m_details, &DetailSheet::revealRequested, this, &MainWindow::reveal);
+        connect(m_details, &DetailSheet::measureRequested, this, [this] {
+            if (const FileItem *item = m_model.library().detailItem())
+                m_model.startSampling(std::nullopt, Library::Ids{item->id});
+        });
+    }
+    m_details->show();
+    m_details->raise();
+    m_details->activateWindow();
+}
+
+void MainWindow::showTableMenu(const QPoint &globalPosition)
+{
+    const Commands &can = m_commands;
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addActions({can.details, can.reveal});
+    menu->addSeparator();
+    menu->addActions({can.check, can.uncheck, can.checkAll, can.uncheckAll});
+    menu->addSeparator();
+    menu->addAction(can.measureSelection);
+    menu->addSeparator();
+    menu->addActions({can.expandAll, can.collapseAll});
+    menu->popup(globalPosition);
+}
+
+void MainWindow::showAbout()
+{
+    auto *box = new QMessageBox(this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowTitle(QStringLiteral("Über Kestrel"));
+    box->setIconPixmap(windowIcon().pixmap(Theme::em(4)));
+    box->setText(QStringLiteral("Kestrel %1").arg(QCoreApplication::applicationVersion()));
+    makeHeadline(*box);
+    box->setInformativeText(QString::fromUtf8(subtitle));
+    box->addButton(QMessageBox::Close)->setText(QStringLiteral("Schließen"));
+    box->open();
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    if (!m_guard.mayQuit(this)) {
+        event->ignore();
+        return;
+    }
+    saveState();
+    event->accept();
+    emit closed();
+}
+
+void MainWindow::saveState()
+{
+    m_state.setValue("geometry", saveGeometry());
+    m_state.setValue("splitter", m_splitter->saveState());
+    m_state.setValue("columns", m_table->columnState());
+    m_state.setValue("panel", m_commands.showPanel->isChecked() ? "1" : "0");
+    m_closedFolders.save();
+}
+
+void MainWindow::restoreState()
+{
+    restoreGeometry(m_state.value("geometry"));
+    if (!m_splitter->restoreState(m_state.value("splitter")))
+        m_splitter->setSizes({10'000, Theme::em(18)});
+    m_table->restoreColumns(m_state.value("columns"));
+    m_commands.showPanel->setChecked(m_state.value("panel") != "0");
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (!m_model.tools() || m_model.isBusy() || !droppedFolder(*event->mimeData()))
+        return;
+    acceptAsCopy(*event);
+    m_empty->setDropTarget(true);
+}
+
+void MainWindow::dragLeaveEvent(QDragLeaveEvent *)
+{
+    m_empty->setDropTarget(false);
+}
+
+void MainWindow::dropEvent(QDropEvent *event)
+{
+    m_empty->setDropTarget(false);
+    if (const auto folder = droppedFolder(*event->mimeData())) {
+        acceptAsCopy(*event);
+        open(*folder);
+    }
+}
+
+} // namespace kestrel

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QPointer>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <optional>
+
+#include "platform/FolderCheck.h"
+#include "ui/detail/DetailSheet.h"
+#include "ui/look/Parts.h"
+#include "ui/settings/SettingsWindow.h"
+#include "ui/table/LibraryView.h"
+#include "ui/window/ClosedFolders.h"
+#include "ui/window/Commands.h"
+#include "ui/window/EmptyView.h"
+#include "ui/window/QuitGuard.h"
+#include "ui/window/WindowState.h"
+
+namespace kestrel {
+
+// The one window. Main thread; the model outlives it.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    MainWindow(AppModel &model, std::filesystem::path stateFile, QWidget *parent = nullptr);
+    ~MainWindow() override;
+
+    Commands &commands() { return m_commands; }
+    LibraryView &table() { return *m_table; }
+    QuitGuard &quitGuard() { return m_guard; }
+    void chooseFolder();
+    void showSettings();
+    // The window with the switches of the computer, while it is open.
+    SettingsWindow *settingsWindow() const { return m_settings; }
+    DetailSheet *detailSheet() const { return m_details; }
+
+signals:
+    void closed(); // for good
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragLeaveEvent(QDragLeaveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
+private:
+    void makeMenus();
+    void makeToolBar();
+    QWidget *makeLibraryPage();
+    void connectAll();
+    void showPage();
+    void showFolder();
+    void checkLastFolder();
+    void showDetails();
+    void showTableMenu(const QPoint &globalPosition);
+    void showAbout();
+    void saveState();
+    void restoreState();
+    void open(const std::filesystem::path &folder);
+    void reveal(const std::filesystem::path &file);
+    void showLog();
+    void tell(const QString &text, const QString &more);
+
+    AppModel &m_model;
+    WindowState m_state;
+    ClosedFolders m_closedFolders;
+    Commands m_commands;
+    QuitGuard m_guard;
+    QStackedWidget *m_pages;
+    EmptyView *m_empty;
+    ToolsMissingView *m_toolsMissing;
+    QSplitter *m_splitter = nullptr;
+    Label *m_folder = nullptr, *m_location = nullptr;
+    LibraryView *m_table = nullptr;
+    QWidget *m_panel = nullptr;
+    std::optional<FolderCheck> m_lastFolderCheck;
+    std::optional<std::filesystem::path> m_reachable; // opened before, and there
+    QPointer<SettingsWindow> m_settings;
+    QPointer<DetailSheet> m_details;
+};
+
+} // namespace kestrel

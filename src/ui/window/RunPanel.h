@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QPushButton>
+#include <optional>
+
+#include "model/AppModel.h"
+#include "ui/look/Parts.h"
+
+namespace kestrel {
+
+// What is going on: searching, measuring, a clip, a conversion run; and how the last run ended.
+class RunPanel : public Card {
+    Q_OBJECT
+
+public:
+    // What the panel says about a model; pure, but for the clock.
+    struct Look {
+        QString headline, count, detail, savings;
+        QString icon;
+        Theme::Tone tone = Theme::Tone::accent;
+        std::optional<double> progress; // where there is a bar: 0 … 1, or below 0 while it is not known
+        bool canBeStopped = false;      // by the panel's own button
+    };
+    static std::optional<Look> lookOf(const AppModel &model);
+
+    explicit RunPanel(AppModel &model, QWidget *parent = nullptr);
+
+private:
+    void update();
+
+    AppModel &m_model;
+    IconLabel *m_icon;
+    Label *m_headline, *m_count, *m_detail, *m_savings;
+    Bar *m_bar;
+    QPushButton *m_stop;
+};
+
+} // namespace kestrel

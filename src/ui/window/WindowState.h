@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QByteArray>
+#include <filesystem>
+#include <set>
+
+namespace kestrel {
+
+// What a window looked like when it was closed; in the file of the user's choices. Damage counts as nothing
+// remembered.
+class WindowState {
+public:
+    explicit WindowState(std::filesystem::path file) : m_file(std::move(file)) {}
+
+    QByteArray value(const char *key) const;
+    void setValue(const char *key, const QByteArray &value);
+
+    // The folder rows that were closed below this folder; kept for the folder that was open last.
+    std::set<std::filesystem::path> collapsed(const std::filesystem::path &root) const;
+    void setCollapsed(const std::filesystem::path &root, const std::set<std::filesystem::path> &folders);
+
+private:
+    std::filesystem::path m_file;
+};
+
+} // namespace kestrel
