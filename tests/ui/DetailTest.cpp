@@ -11,6 +11,8 @@
 #include "ui/detail/DetailSheet.h"
 #include "ui/detail/DetailText.h"
 #include "ui/detail/SearchChart.h"
+#include "ui/detail/SearchText.h"
+#include "ui/detail/TrackText.h"
 #include "ui/look/Theme.h"
 
 namespace kestrel::test {
@@ -40,9 +42,9 @@ std::ostream &operator<<(std::ostream &out, const Said &said)
 std::vector<Said> said(const FileItem &item, const ConversionSettings &settings = {})
 {
     std::vector<Said> rows;
-    for (const auto &track : DetailText::tracks(item, settings).rows)
+    for (const auto &track : TrackText::tracks(item, settings).rows)
         rows.push_back({track.title.toStdString(), track.details.toStdString(),
-                        track.fate ? DetailText::word(track.fate->action).toStdString() : "",
+                        track.fate ? TrackText::word(track.fate->action).toStdString() : "",
                         track.fate ? track.fate->reason.toStdString() : ""});
     return rows;
 }
@@ -214,20 +216,20 @@ TEST(DetailText, cleansWhatComesFromFiles)
 
 TEST(DetailText, listsTheStepsOfASearchByCrf)
 {
-    const auto search = DetailText::search(aSearch(), {1920, 1080});
+    const auto search = SearchText::search(aSearch(), {1920, 1080});
     ASSERT_EQ(search.rows.size(), 3U);
     EXPECT_EQ(search.rows[1],
-              (DetailText::Search::Row{QStringLiteral("24"), QStringLiteral("95,2"), QStringLiteral("93,2"),
+              (SearchText::Search::Row{QStringLiteral("24"), QStringLiteral("95,2"), QStringLiteral("93,2"),
                                        QStringLiteral("2,4 Mbit/s"), QStringLiteral("20 fps"), true}));
     EXPECT_FALSE(search.rows[0].isChosen || search.rows[2].isChosen);
-    EXPECT_EQ(DetailText::searchInWords(aSearch()).toStdString(),
+    EXPECT_EQ(SearchText::searchInWords(aSearch()).toStdString(),
               "CRF 23: VMAF 95,8; CRF 24: VMAF 95,2 (gewählt); CRF 26: VMAF 94,1. Ziel: VMAF 95,0");
 
     SampleResult unscored = aSearch();
     unscored.steps = {{24, 2'400'000, {}, {}, 0, 50}};
     unscored.vmafTarget.reset();
     unscored.vmafMean.reset();
-    const auto measured = DetailText::search(unscored, {});
+    const auto measured = SearchText::search(unscored, {});
     EXPECT_FALSE(measured.hasScores);
     EXPECT_EQ(measured.rows[0].speed.toStdString(), "–");
     EXPECT_THAT(measured.summary.toStdString(), HasSubstr("libvmaf"));

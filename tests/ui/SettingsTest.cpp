@@ -1,58 +1,23 @@
 #include <QAccessible>
-#include <QClipboard>
-#include <QImage>
-#include <QLabel>
-#include <QPushButton>
 #include <QScrollArea>
 #include <QTest>
 #include <QWheelEvent>
 
-#include "media/Log.h"
 #include "model/ModelFixture.h"
 #include "support/Builders.h"
-#include "support/Http.h"
 #include "support/Mounts.h"
-#include "support/StatusPort.h"
+#include "ui/Find.h"
 #include "ui/look/Strings.h"
 #include "ui/look/Theme.h"
 #include "ui/settings/CodecCard.h"
 #include "ui/settings/Controls.h"
-#include "ui/settings/QrCode.h"
 #include "ui/settings/SettingsPanel.h"
-#include "ui/settings/SettingsWindow.h"
 
 namespace kestrel::test {
 namespace {
 
 using testing::Contains;
 using testing::Not;
-
-// The child that a person would call so.
-template <typename Widget>
-Widget *named(const QWidget &window, const QString &name)
-{
-    for (auto *widget : window.findChildren<Widget *>())
-        if (widget->accessibleName() == name ||
-            widget->property("text").toString().remove(QLatin1Char('&')) == name)
-            return widget;
-    ADD_FAILURE() << "no " << name.toStdString();
-    return nullptr;
-}
-
-// All labels that show, in no order.
-std::vector<std::string> texts(const QWidget &window)
-{
-    std::vector<std::string> list;
-    for (const auto *label : window.findChildren<QLabel *>())
-        if (label->isVisibleTo(&window))
-            list.push_back(label->text().remove(QChar(0x2060)).toStdString()); // the word joiner
-    return list;
-}
-
-MATCHER_P(says, text, "")
-{
-    return testing::Value(texts(arg), Contains(HasSubstr(std::string(text))));
-}
 
 // As a person does with the keyboard.
 void choose(Picker &picker, int index)
@@ -61,11 +26,6 @@ void choose(Picker &picker, int index)
     QTest::keyClick(&picker, Qt::Key_Home);
     for (int i = 0; i < index; ++i)
         QTest::keyClick(&picker, Qt::Key_Down);
-}
-
-void click(QWidget &widget)
-{
-    QTest::mouseClick(&widget, Qt::LeftButton, {}, widget.rect().bottomRight() - QPoint(3, 3));
 }
 
 class SettingsTest : public ModelTest {
@@ -481,153 +441,6 @@ TEST_F(SettingsTest, duringARunChangesAreForTheNext)
     model->stop();
     EXPECT_TRUE(idle());
     EXPECT_THAT(*panel, Not(says(note)));
-}
-
-class SettingsWindowTest : public ModelTest {
-protected:
-    SettingsWindow &show(AppModel::Options options = {})
-    {
-        start(std::move(options));
-        window = std::make_unique<SettingsWindow>(*model);
-        window->show();
-        return *window;
-    }
-
-    std::unique_ptr<SettingsWindow> window;
-};
-
-TEST_F(SettingsWindowTest, switchesChangeTheirFieldAndFollowIt)
-{
-    ConversionSettings settings;
-    settings.quality = QualityLevel::small;
-    show({.settings = settings});
-    EXPECT_EQ(window->windowTitle(), "Einstellungen");
-    EXPECT_FALSE(window->isModal());
-    auto *sleep =
-        named<CheckRow>(*window, "Ruhezustand des Computers während der Konvertierung deaktivieren");
-    auto *page = named<CheckRow>(*window, "Fortschritt im Heimnetz als Webseite anzeigen");
-    click(*sleep);
-    settings.preventSleep = false;
-    EXPECT_EQ(model->settings(), settings);
-    click(*page);
-    settings.statusPage = false;
-    EXPECT_EQ(model->settings(), settings);
-    model->setSettings({});
-    EXPECT_TRUE(sleep->isChecked());
-    EXPECT_TRUE(page->isChecked());
-}
-
-TEST_F(SettingsWindowTest, theServedPageIsShownWithItsAddresses)
-{
-    useStatusPort(freePort());
-    show({.servesStatusPage = true});
-    ASSERT_TRUE(eventually([&] { return model->statusPort().has_value(); }));
-    if (model->statusURLs().empty())
-        GTEST_SKIP() << "no network card is up";
-    const QString first = qt(model->statusURLs().front());
-    EXPECT_THAT(*window, says("Mit der iPhone-Kamera scannen oder in Safari eingeben:"));
-    EXPECT_THAT(texts(*window), Contains(first.toStdString()));
-    EXPECT_THAT(*window,
-                says("Über Teilen → „Zum Home-Bildschirm“ wird die Seite zum App-Symbol. Sie "
-                     "aktualisiert sich von selbst, funktioniert im selben WLAN wie der Mac und kann "
-                     "nichts steuern."));
-    const auto *code = window->findChild<QrCode *>();
-    EXPECT_EQ(code->text(), first);
-    EXPECT_EQ(code->accessibleName(), first);
-    EXPECT_TRUE(code->isVisible());
-    click(*named<QPushButton>(*window, "Adresse kopieren"));
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), first);
-
-    click(*named<CheckRow>(*window, "Fortschritt im Heimnetz als Webseite anzeigen"));
-    EXPECT_FALSE(code->isVisible());
-    EXPECT_THAT(*window, Not(says("Safari")));
-}
-
-TEST_F(SettingsWindowTest, aPageThatCannotBeServedTellsWhy)
-{
-    const std::uint16_t port = freePort();
-    const auto other = listener(port);
-    useStatusPort(port);
-    show({.servesStatusPage = true});
-    ASSERT_TRUE(eventually([&] { return model->statusServerError().has_value(); }));
-    EXPECT_THAT(texts(*window), Contains(*model->statusServerError()));
-    EXPECT_THAT(*window, Not(says("Safari")));
-}
-
-TEST_F(SettingsWindowTest, namesFfmpegAndWhatItCan)
-{
-    standIn(toolbox, "ffmpeg",
-            "case \"$2\" in -encoders) echo libx265;; -version) echo ffmpeg version 7.1;; esac");
-    show();
-    EXPECT_THAT(texts(*window), Contains((toolbox / "ffmpeg").native()));
-    EXPECT_THAT(texts(*window), Contains("ffmpeg version 7.1"));
-    EXPECT_THAT(texts(*window), Contains("libx265 vorhanden"));
-    EXPECT_THAT(texts(*window), Contains("libsvtav1 fehlt"));
-    EXPECT_THAT(texts(*window), Contains("sudo apt install ffmpeg"));
-    EXPECT_THAT(texts(*window), Contains("libvmaf fehlt"));
-    EXPECT_THAT(*window, says("/usr/local/bin"));
-}
-
-TEST_F(SettingsWindowTest, aMissingFfmpegIsNotFound)
-{
-    fs::remove(toolbox / "ffmpeg");
-    show();
-    EXPECT_THAT(texts(*window), Contains("nicht gefunden"));
-    EXPECT_THAT(*window, says("sudo apt install ffmpeg"));
-    EXPECT_THAT(*window, Not(says("libvmaf")));
-}
-
-TEST_F(SettingsWindowTest, asksToRevealTheLog)
-{
-    show();
-    EXPECT_THAT(texts(*window), Contains("~/Library/Logs/Kestrel/Kestrel.log"));
-    fs::path revealed;
-    QObject::connect(window.get(), &SettingsWindow::revealRequested,
-                     [&](const fs::path &file) { revealed = file; });
-    click(*named<QPushButton>(*window, "Im Finder zeigen"));
-    EXPECT_EQ(revealed, Log::file());
-}
-
-// Whether every line of the picture consists of whole modules, black or white, with white all around.
-void expectSharpCode(double scale)
-{
-    QrCode code;
-    code.setText("http://wohnzimmer.local:8765");
-    QImage image((QSizeF(code.size()) * scale).toSize(), QImage::Format_RGB32);
-    image.setDevicePixelRatio(scale);
-    image.fill(Qt::red);
-    code.render(&image);
-    const auto isBlack = [&](int x, int y) { return image.pixelColor(x, y) == Qt::black; };
-
-    int first = 0; // the finder pattern's corner: seven modules of black
-    while (first < image.width() && !isBlack(first, first))
-        ++first;
-    ASSERT_LT(first, image.width()) << scale;
-    int after = first;
-    while (isBlack(after, first))
-        ++after;
-    ASSERT_EQ((after - first) % 7, 0) << scale;
-    const int module = (after - first) / 7;
-    EXPECT_GE(module, static_cast<int>(3 * scale)) << scale;
-    EXPECT_GE(first, 4 * module) << scale;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x) {
-            const bool isInQuietZone = x < first || y < first;
-            const bool expected =
-                !isInQuietZone && isBlack(x - (x - first) % module, y - (y - first) % module);
-            ASSERT_EQ(image.pixelColor(x, y), QColor(expected ? Qt::black : Qt::white))
-                << scale << ": " << x << ", " << y;
-        }
-}
-
-TEST(QrCode, isSharpAtEveryScaleInLightAndDark)
-{
-    for (const bool isDark : {false, true}) {
-        Theme::apply(*qApp, isDark);
-        for (const double scale : {1.0, 1.1, 1.25, 1.7, 2.0})
-            expectSharpCode(scale);
-    }
-    Theme::apply(*qApp, false);
 }
 
 } // namespace

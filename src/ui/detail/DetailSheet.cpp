@@ -11,6 +11,8 @@
 #include "model/AppModel.h"
 #include "ui/detail/DetailParts.h"
 #include "ui/detail/DetailViews.h"
+#include "ui/detail/SearchText.h"
+#include "ui/detail/TrackText.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
 
@@ -241,7 +243,7 @@ void DetailSheet::updateSections(const FileItem &item)
     m_error->setText(error.value_or(QString()));
 
     m_trackSection->setVisible(item.info.has_value());
-    put(m_tracks, DetailText::tracks(item, m_model.settings()), &DetailViews::tracks);
+    put(m_tracks, TrackText::tracks(item, m_model.settings()), &DetailViews::tracks);
 
     const auto estimate = DetailText::estimate(item);
     m_estimateSection->setVisible(estimate.has_value());
@@ -256,16 +258,16 @@ void DetailSheet::updateSections(const FileItem &item)
 
 void DetailSheet::updateSearch(const FileItem &item)
 {
-    m_searchSection->setVisible(DetailText::canBeSearched(item));
+    m_searchSection->setVisible(SearchText::canBeSearched(item));
     SearchRecord record;
     if (const SampleResult *sample = item.sample(m_model.settings().videoKey())) {
         m_searchSection->show();
         const FrameSize frame =
             item.plan ? FrameSize{item.plan->outputWidth, item.plan->outputHeight} : FrameSize();
-        record.search = DetailText::search(*sample, frame);
+        record.search = SearchText::search(*sample, frame);
         record.sample = *sample;
     } else {
-        record.why = DetailText::noSearch(item);
+        record.why = SearchText::noSearch(item);
         record.canMeasure =
             item.isActionable() && item.plan->encodesVideo() && !m_model.isBusy() && m_model.tools();
     }

@@ -7,6 +7,8 @@
 
 #include "planning/SampleResult.h"
 #include "ui/detail/DetailText.h"
+#include "ui/detail/SearchText.h"
+#include "ui/detail/TrackText.h"
 
 class QPushButton;
 class QVBoxLayout;
@@ -42,7 +44,7 @@ private:
         std::optional<Record> shown;
     };
     struct SearchRecord {
-        std::optional<DetailText::Search> search;
+        std::optional<SearchText::Search> search;
         SampleResult sample;
         QString why; // there is none
         bool canMeasure = false;
@@ -75,7 +77,7 @@ private:
     Section *m_errorSection, *m_trackSection, *m_estimateSection, *m_searchSection, *m_commandSection;
     CopyableText *m_error, *m_command;
     FlowLabel *m_commandNote;
-    Place<DetailText::Tracks> m_tracks;
+    Place<TrackText::Tracks> m_tracks;
     Place<DetailText::Estimate> m_estimate;
     Place<SearchRecord> m_search;
     QPushButton *m_reveal, *m_clip, *m_previous, *m_next;

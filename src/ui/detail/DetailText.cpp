@@ -1,16 +1,13 @@
 #include "ui/detail/DetailText.h"
 
-#include <QStringList>
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 #include "encoding/CommandBuilder.h"
 #include "encoding/ConversionJob.h"
 #include "format/Fmt.h"
-#include "media/Language.h"
-#include "planning/Planner.h"
 #include "platform/Text.h"
+#include "ui/detail/TrackText.h"
 #include "ui/look/Strings.h"
 #include "ui/table/RowText.h"
 
@@ -21,8 +18,6 @@ namespace {
 using Theme::Tone;
 
 const QString noValue = QStringLiteral("–");
-const QString separator = QStringLiteral(" · ");
-constexpr qsizetype longestTitle = 120; // of a track
 
 struct ContainerName {
     std::string_view format, display;
@@ -59,195 +54,6 @@ QString cleaned(std::string_view text)
         result += isControl && c != QLatin1Char('\n') ? QChar(QLatin1Char(' ')) : c;
     }
     return result;
-}
-
-void add(QStringList &parts, const QString &part)
-{
-    if (!part.isEmpty())
-        parts.push_back(part);
-}
-
-QString text(const QStringList &parts)
-{
-    return parts.join(separator);
-}
-
-// "25", "23,976"
-QString frameRate(double fps)
-{
-    QString digits = qt(Fmt::number(fps, 3));
-    while (digits.endsWith(QLatin1Char('0')))
-        digits.chop(1);
-    if (digits.endsWith(QLatin1Char(',')))
-        digits.chop(1);
-    return digits;
-}
-
-QString frameSize(int width, int height)
-{
-    return width > 0 && height > 0 ? QStringLiteral("%1×%2").arg(width).arg(height) : QString();
-}
-
-QString rate(const std::optional<std::int64_t> &bitsPerSecond)
-{
-    return bitsPerSecond && *bitsPerSecond >= 1 ? qt(Fmt::bitrate(static_cast<double>(*bitsPerSecond)))
-                                                : QString();
-}
-
-QString layout(int channels)
-{
-    if (channels < 1)
-        return {};
-    constexpr int mostNamed = 8;
-    return channels <= mostNamed ? RowText::channels(channels) : QStringLiteral("%1 Kanäle").arg(channels);
-}
-
-QString title(const std::optional<std::string> &title)
-{
-    QString shown = title ? line(*title).simplified() : QString();
-    if (shown.isEmpty())
-        return {};
-    if (shown.size() > longestTitle)
-        shown = shown.left(longestTitle - 1) + QStringLiteral("…");
-    return QStringLiteral("„%1“").arg(shown);
-}
-
-QString dynamicRange(const VideoStreamInfo &video)
-{
-    if (!video.isHDR())
-        return {};
-    return video.colorTransfer == "smpte2084" ? QStringLiteral("HDR (PQ)") : QStringLiteral("HDR (HLG)");
-}
-
-Track describe(const VideoStreamInfo &video)
-{
-    QStringList head, details;
-    add(head, line(video.codecDisplay()));
-    add(head, frameSize(video.width, video.height));
-    if (video.fps > 0 && std::isfinite(video.fps))
-        add(details, frameRate(video.fps) + QStringLiteral(" fps"));
-    if (video.bitDepth > 0)
-        add(details, QStringLiteral("%1 Bit").arg(video.bitDepth));
-    add(details, dynamicRange(video));
-    if (video.isDolbyVision)
-        add(details, QStringLiteral("Dolby Vision"));
-    if (video.isInterlaced())
-        add(details, QStringLiteral("Zeilensprungverfahren (interlaced)"));
-    add(details, rate(video.bitrate));
-    return {QStringLiteral("video-track"), QStringLiteral("Video"), text(head), text(details), {}};
-}
-
-Track describe(const AudioStreamInfo &audio)
-{
-    QStringList head, details;
-    add(head, line(Language::name(audio.language)));
-    add(head, (line(audio.codecDisplay()) + QLatin1Char(' ') + layout(audio.channels)).trimmed());
-    add(details, rate(audio.bitrate));
-    if (audio.isDefault)
-        add(details, QStringLiteral("Standard"));
-    if (audio.isForced)
-        add(details, QStringLiteral("erzwungen"));
-    if (audio.isCommentary)
-        add(details, QStringLiteral("Kommentar"));
-    add(details, title(audio.title));
-    return {QStringLiteral("audio-track"), QStringLiteral("Ton"), text(head), text(details), {}};
-}
-
-Track describe(const SubtitleStreamInfo &subtitle)
-{
-    QStringList head, details;
-    add(head, line(Language::name(subtitle.language)));
-    add(head, line(subtitle.codecDisplay()));
-    if (subtitle.isDefault)
-        add(details, QStringLiteral("Standard"));
-    if (subtitle.isForced)
-        add(details, QStringLiteral("erzwungen"));
-    add(details, title(subtitle.title));
-    return {QStringLiteral("captions"), QStringLiteral("Untertitel"), text(head), text(details), {}};
-}
-
-std::optional<Fate> videoFate(const Plan &plan, const ConversionSettings &settings)
-{
-    if (const auto *copy = std::get_if<CopyVideo>(&plan.video))
-        return Fate{StreamAction::keep, qt(copy->reason)};
-    if (!plan.encodesVideo())
-        return std::nullopt;
-    QString how =
-        QStringLiteral("wird neu kodiert: %1, %2")
-            .arg(qt(shortName(settings.codec)), qt(qualityLabel(settings.codec, plan.qualityValue)));
-    if (plan.scales)
-        how += QStringLiteral(", ") + frameSize(plan.outputWidth, plan.outputHeight);
-    if (plan.deinterlace)
-        how += QStringLiteral(", Vollbilder");
-    return Fate{StreamAction::convert, how};
-}
-
-Fate fate(const AudioDecision &decision)
-{
-    QString reason = line(decision.reason);
-    if (decision.targetChannels)
-        reason += QStringLiteral(", ") + layout(*decision.targetChannels);
-    return {decision.action, reason};
-}
-
-Fate fate(const SubtitleDecision &decision)
-{
-    return {decision.action, line(decision.reason)};
-}
-
-template <typename Stream, typename Decision>
-void addTracks(std::vector<Track> &tracks, const std::vector<Stream> &streams,
-               const std::vector<Decision> *decisions)
-{
-    for (std::size_t i = 0; i < streams.size(); ++i) {
-        Track track = describe(streams[i]);
-        if (decisions != nullptr && i < decisions->size())
-            track.fate = fate((*decisions)[i]);
-        tracks.push_back(std::move(track));
-    }
-}
-
-QString attachments(std::size_t count, const Plan *plan)
-{
-    const QString what = counted(count, "Anhang", "Anhänge") + QStringLiteral(" (etwa Schriften)");
-    if (plan == nullptr)
-        return what;
-    const QString verb = count == 1 ? QStringLiteral("wird") : QStringLiteral("werden");
-    return QStringLiteral("%1 %2 %3")
-        .arg(what, verb,
-             plan->attachments.empty() && !plan->isNoop ? QStringLiteral("nicht übernommen.")
-                                                        : QStringLiteral("übernommen."));
-}
-
-// The plan that says what is going to happen, or has happened, with the tracks that the file has now.
-const Plan *planOf(const FileItem &item)
-{
-    const bool wasReplaced = item.isFinished() && item.resultURL && item.url == *item.resultURL;
-    return item.plan && !wasReplaced ? &*item.plan : nullptr;
-}
-
-QString score(const std::optional<double> &vmaf)
-{
-    return vmaf ? qt(Fmt::number(*vmaf, 1)) : noValue;
-}
-
-std::vector<const Sampler::Step *> byCrf(const SampleResult &sample)
-{
-    std::vector<const Sampler::Step *> steps;
-    for (const auto &step : sample.steps)
-        steps.push_back(&step);
-    std::stable_sort(steps.begin(), steps.end(),
-                     [](const auto *a, const auto *b) { return a->value < b->value; });
-    return steps;
-}
-
-QString tempo(double megapixelsPerSecond, FrameSize frame)
-{
-    const double megapixels = 1e-6 * frame.width * frame.height;
-    if (!(megapixels > 0) || !(megapixelsPerSecond > 0))
-        return noValue;
-    const double fps = megapixelsPerSecond / megapixels;
-    return qt(Fmt::number(fps, fps < 10 ? 1 : 0)) + QStringLiteral(" fps");
 }
 
 } // namespace
@@ -344,70 +150,6 @@ std::vector<Fact> facts(const FileItem &item)
     return facts;
 }
 
-QString word(StreamAction action)
-{
-    switch (action) {
-    case StreamAction::keep:
-        return QStringLiteral("behalten");
-    case StreamAction::convert:
-        return QStringLiteral("umwandeln");
-    case StreamAction::drop:
-        break;
-    }
-    return QStringLiteral("entfernen");
-}
-
-QString icon(StreamAction action)
-{
-    switch (action) {
-    case StreamAction::keep:
-        return QStringLiteral("check");
-    case StreamAction::convert:
-        return QStringLiteral("arrow-right");
-    case StreamAction::drop:
-        break;
-    }
-    return QStringLiteral("close");
-}
-
-Tone tone(StreamAction action)
-{
-    switch (action) {
-    case StreamAction::keep:
-        return Tone::green;
-    case StreamAction::convert:
-        return Tone::accent;
-    case StreamAction::drop:
-        break;
-    }
-    return Tone::muted;
-}
-
-Tracks tracks(const FileItem &item, const ConversionSettings &settings)
-{
-    Tracks tracks;
-    if (!item.info)
-        return tracks;
-    const MediaInfo &info = *item.info;
-    const Plan *plan = planOf(item);
-    if (info.video) {
-        Track track = describe(*info.video);
-        if (plan != nullptr)
-            track.fate = videoFate(*plan, settings);
-        tracks.rows.push_back(std::move(track));
-    }
-    addTracks(tracks.rows, info.audio, plan != nullptr ? &plan->audio : nullptr);
-    addTracks(tracks.rows, info.subtitles, plan != nullptr ? &plan->subtitles : nullptr);
-    if (!info.video)
-        tracks.notes.push_back(QStringLiteral("Diese Datei hat kein Video."));
-    if (!info.attachmentIndexes.empty())
-        tracks.notes.push_back(attachments(info.attachmentIndexes.size(), plan));
-    if (plan != nullptr)
-        for (const auto &note : plan->notes)
-            tracks.notes.push_back(line(note));
-    return tracks;
-}
-
 QString explanation(SizeEstimate::Kind kind, bool isScored)
 {
     switch (kind) {
@@ -471,70 +213,11 @@ std::optional<Estimate> estimate(const FileItem &item)
     return estimate;
 }
 
-Search search(const SampleResult &sample, FrameSize frame)
-{
-    Search search;
-    for (const Sampler::Step *step : byCrf(sample)) {
-        search.hasScores = search.hasScores || step->vmaf.has_value();
-        search.rows.push_back({QString::number(step->value), score(step->vmaf), score(step->vmafWorst),
-                               step->bitrate > 0 ? qt(Fmt::bitrate(step->bitrate)) : noValue,
-                               tempo(step->megapixelsPerSecond, frame), step->value == sample.qualityValue});
-    }
-    QStringList parts;
-    if (sample.vmafTarget)
-        add(parts, QStringLiteral("Ziel: VMAF %1").arg(score(sample.vmafTarget)));
-    QString chosen = QStringLiteral("gewählt: CRF %1").arg(sample.qualityValue);
-    if (sample.vmafMean)
-        chosen += QStringLiteral(" mit VMAF %1").arg(score(sample.vmafMean));
-    add(parts, chosen);
-    if (sample.measuredSeconds > 0)
-        add(parts, QStringLiteral("gemessen an %1 der Datei")
-                       .arg(qt(Fmt::duration(std::max(1.0, sample.measuredSeconds)))));
-    search.summary = text(parts);
-    search.summary[0] = search.summary[0].toUpper();
-    if (!search.hasScores)
-        search.summary +=
-            QStringLiteral(". Die Qualität konnte nicht bewertet werden, weil ffmpeg der Filter "
-                           "libvmaf fehlt.");
-    return search;
-}
-
-QString searchInWords(const SampleResult &sample)
-{
-    QStringList points;
-    for (const Sampler::Step *step : byCrf(sample))
-        if (step->vmaf)
-            points.push_back(QStringLiteral("CRF %1: VMAF %2%3")
-                                 .arg(step->value)
-                                 .arg(score(step->vmaf), step->value == sample.qualityValue
-                                                             ? QStringLiteral(" (gewählt)")
-                                                             : QString()));
-    QString words = points.join(QStringLiteral("; "));
-    if (sample.vmafTarget)
-        words += QStringLiteral(". Ziel: VMAF %1").arg(score(sample.vmafTarget));
-    return words;
-}
-
-bool canBeSearched(const FileItem &item)
-{
-    return item.info && item.info->video && item.plan && !item.plan->isNoop && !item.isFinished();
-}
-
-QString noSearch(const FileItem &item)
-{
-    if (item.plan && !item.plan->encodesVideo())
-        return QStringLiteral(
-            "Für diese Datei wird kein Video neu kodiert, deshalb gibt es nichts zu messen.");
-    return QStringLiteral(
-        "Mit diesen Einstellungen wurde die Datei noch nicht gemessen. Vor dem Kodieren geschieht "
-        "es von selbst.");
-}
-
 std::optional<QString> command(const FileItem &item, const ConversionSettings &settings,
                                const std::optional<Tools> &tools,
                                const std::optional<std::filesystem::path> &root)
 {
-    const Plan *plan = planOf(item);
+    const Plan *plan = TrackText::planOf(item);
     if (!item.info || plan == nullptr || plan->isNoop || !tools || !root)
         return std::nullopt;
     const auto arguments = CommandBuilder::arguments(

@@ -40,29 +40,6 @@ struct Fact {
 };
 std::vector<Fact> facts(const FileItem &item);
 
-// What becomes of a track, and why.
-struct Fate {
-    StreamAction action = StreamAction::keep;
-    QString reason;
-    bool operator==(const Fate &) const = default;
-};
-QString word(StreamAction action);
-QString icon(StreamAction action);
-Theme::Tone tone(StreamAction action);
-
-struct Track {
-    QString icon, kind; // "Video", "Ton", "Untertitel"
-    QString title, details;
-    std::optional<Fate> fate; // absent where nothing is planned
-    bool operator==(const Track &) const = default;
-};
-struct Tracks {
-    std::vector<Track> rows; // the video, then sound and subtitles in the file's order
-    std::vector<QString> notes;
-    bool operator==(const Tracks &) const = default;
-};
-Tracks tracks(const FileItem &item, const ConversionSettings &settings);
-
 // Of the file's size after its conversion; absent where there is nothing more to be expected.
 struct Estimate {
     struct Part {
@@ -80,28 +57,6 @@ struct Estimate {
 };
 std::optional<Estimate> estimate(const FileItem &item);
 QString explanation(SizeEstimate::Kind kind, bool isScored);
-
-// What the quality search tried, by rising CRF.
-struct Search {
-    struct Row {
-        QString crf, vmaf, worst, bitrate, speed;
-        bool isChosen = false;
-        bool operator==(const Row &) const = default;
-    };
-    QString summary;
-    bool hasScores = false;
-    std::vector<Row> rows;
-    bool operator==(const Search &) const = default;
-};
-// `frame` is what is encoded; the tempo is told in frames of this size.
-Search search(const SampleResult &sample, FrameSize frame);
-// The points of the chart for those who do not see it.
-QString searchInWords(const SampleResult &sample);
-
-// A file without a search may yet get one, or it is worth telling why not.
-bool canBeSearched(const FileItem &item);
-// Why there is no search to be shown.
-QString noSearch(const FileItem &item);
 
 // The command line that converts the file; absent where there is none.
 std::optional<QString> command(const FileItem &item, const ConversionSettings &settings,

@@ -7,6 +7,8 @@
 
 #include "ui/detail/DetailParts.h"
 #include "ui/detail/SearchChart.h"
+#include "ui/detail/SearchText.h"
+#include "ui/detail/TrackText.h"
 #include "ui/look/Icon.h"
 
 namespace kestrel::DetailViews {
@@ -52,7 +54,7 @@ IconLabel *besideText(const QString &icon, Tone tone)
     return new IconLabel(icon, tone, 1.0);
 }
 
-void addRow(QGridLayout &grid, const DetailText::Track &track)
+void addRow(QGridLayout &grid, const TrackText::Track &track)
 {
     const int row = grid.rowCount();
     auto *icon = besideText(track.icon, Tone::muted);
@@ -63,9 +65,9 @@ void addRow(QGridLayout &grid, const DetailText::Track &track)
     grid.addLayout(twoLines(new FlowLabel(hasTitle ? track.title : track.kind), track.details), row, 1);
     if (!track.fate)
         return;
-    const Tone tone = DetailText::tone(track.fate->action);
-    auto *word = new FlowLabel(DetailText::word(track.fate->action), Size::body, tone);
-    grid.addWidget(besideText(DetailText::icon(track.fate->action), tone), row, 2, Qt::AlignTop);
+    const Tone tone = TrackText::tone(track.fate->action);
+    auto *word = new FlowLabel(TrackText::word(track.fate->action), Size::body, tone);
+    grid.addWidget(besideText(TrackText::icon(track.fate->action), tone), row, 2, Qt::AlignTop);
     grid.addLayout(twoLines(word, track.fate->reason), row, 3);
 }
 
@@ -106,7 +108,7 @@ QWidget *facts(const std::vector<DetailText::Fact> &facts)
     return widget;
 }
 
-QWidget *tracks(const DetailText::Tracks &tracks)
+QWidget *tracks(const TrackText::Tracks &tracks)
 {
     auto *widget = new QWidget;
     auto *column = layoutOf<QVBoxLayout>(widget, 0.6);
@@ -157,7 +159,7 @@ QWidget *estimate(const DetailText::Estimate &estimate)
     return widget;
 }
 
-QWidget *search(const DetailText::Search &search, const SampleResult &sample)
+QWidget *search(const SearchText::Search &search, const SampleResult &sample)
 {
     auto *widget = new QWidget;
     auto *column = layoutOf<QVBoxLayout>(widget, 0.6);
@@ -174,7 +176,7 @@ QWidget *search(const DetailText::Search &search, const SampleResult &sample)
         table->addWidget(label, row, place);
         return label;
     };
-    const auto fill = [&](const DetailText::Search::Row &row, int line, Size size, Tone tone) {
+    const auto fill = [&](const SearchText::Search::Row &row, int line, Size size, Tone tone) {
         std::vector<QString> texts{row.crf};
         if (search.hasScores)
             texts.insert(texts.end(), {row.vmaf, row.worst});

@@ -4,6 +4,8 @@
 
 #include "planning/SampleResult.h"
 #include "ui/detail/DetailText.h"
+#include "ui/detail/SearchText.h"
+#include "ui/detail/TrackText.h"
 
 class QWidget;
 
@@ -11,9 +13,9 @@ class QWidget;
 namespace kestrel::DetailViews {
 
 QWidget *facts(const std::vector<DetailText::Fact> &facts);
-QWidget *tracks(const DetailText::Tracks &tracks);
+QWidget *tracks(const TrackText::Tracks &tracks);
 QWidget *estimate(const DetailText::Estimate &estimate);
-QWidget *search(const DetailText::Search &search, const SampleResult &sample);
+QWidget *search(const SearchText::Search &search, const SampleResult &sample);
 // Why there is no search; with a button where it can be had.
 QWidget *noSearch(const QString &why, const std::function<void()> &measure);
 

@@ -8,6 +8,7 @@
 
 #include "format/Fmt.h"
 #include "ui/detail/DetailText.h"
+#include "ui/detail/SearchText.h"
 #include "ui/look/Strings.h"
 #include "ui/look/Theme.h"
 
@@ -105,7 +106,7 @@ SearchChart::SearchChart(SampleResult sample) : m_sample(std::move(sample))
                      [](const Point &a, const Point &b) { return a.crf < b.crf; });
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessibleName(QStringLiteral("Diagramm: VMAF über CRF"));
-    setAccessibleDescription(DetailText::searchInWords(m_sample));
+    setAccessibleDescription(SearchText::searchInWords(m_sample));
 }
 
 QSize SearchChart::sizeHint() const

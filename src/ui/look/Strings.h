@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QString>
+#include <QStringList>
 #include <filesystem>
 #include <string_view>
 
@@ -32,6 +33,13 @@ inline QString shownBriefly(const std::filesystem::path &path)
 inline QString counted(std::size_t count, const char *one = "Datei", const char *many = "Dateien")
 {
     return QStringLiteral("%1 %2").arg(count).arg(QString::fromUtf8(count == 1 ? one : many));
+}
+
+// What there is of the parts, with a separator.
+inline QString joined(QStringList parts)
+{
+    parts.removeAll(QString());
+    return parts.join(QStringLiteral(" · "));
 }
 
 // The same text, with names of formats that a line does not break in.
