@@ -1,14 +1,6 @@
-#include <QApplication>
-#include <QClipboard>
-#include <QKeyEvent>
-#include <QPlainTextEdit>
-#include <QPushButton>
-
 #include "model/ModelFixture.h"
 #include "planning/Planner.h"
 #include "support/Builders.h"
-#include "ui/detail/DetailParts.h"
-#include "ui/detail/DetailSheet.h"
 #include "ui/detail/DetailText.h"
 #include "ui/detail/SearchChart.h"
 #include "ui/detail/SearchText.h"
@@ -18,8 +10,6 @@
 namespace kestrel::test {
 
 namespace {
-
-using testing::Not;
 
 FileItem planned(const MediaInfo &info, const ConversionSettings &settings = {})
 {
@@ -299,175 +289,5 @@ TEST(SearchChart, isToldInWords)
 }
 
 // A sheet on a library of three films.
-class DetailSheetTest : public ModelTest {
-protected:
-    void open(const std::string &name)
-    {
-        if (!model) {
-            for (const char *file : {"A.avi", "B.avi", "C.avi"})
-                film(file);
-            startAndScan();
-        }
-        library().setDetailItem(&item(name));
-        sheet = std::make_unique<DetailSheet>(*model);
-        sheet->show();
-        settle();
-    }
-    Library &library() const { return model->library(); }
-    // All texts that stand on the sheet now.
-    std::string texts() const
-    {
-        settle();
-        std::string all;
-        for (const auto *label : sheet->findChildren<QLabel *>())
-            if (label->isVisibleTo(sheet.get()))
-                all += label->text().toStdString() + "\n";
-        return all;
-    }
-    QPushButton *button(const QString &text) const
-    {
-        for (auto *found : sheet->findChildren<QPushButton *>())
-            if (found->text().remove(QLatin1Char('&')) == text && found->isVisibleTo(sheet.get()))
-                return found;
-        return nullptr;
-    }
-
-    std::unique_ptr<DetailSheet> sheet; // goes before the model
-};
-
-TEST_F(DetailSheetTest, followsItsFile)
-{
-    open("A.avi");
-    EXPECT_THAT(texts(), HasSubstr("bereit zum Konvertieren"));
-    library().change(item("A.avi"), [](FileItem &file) { file.status = Status::Running{0.43}; });
-    EXPECT_THAT(texts(), HasSubstr("wird kodiert 43 %"));
-    library().change(item("B.avi"), [](FileItem &file) { file.status = Status::Running{0.77}; });
-    EXPECT_THAT(texts(), Not(HasSubstr("77 %")));
-
-    giveSample("A.avi");
-    EXPECT_THAT(texts(), HasSubstr("wird neu kodiert: HEVC, CRF 30"));
-    ConversionSettings settings = model->settings();
-    settings.codec = VideoCodecChoice::keepVideo;
-    model->setSettings(settings);
-    EXPECT_THAT(texts(), HasSubstr("Video bleibt unverändert"));
-}
-
-TEST_F(DetailSheetTest, buildsOnlyWhatChanges)
-{
-    open("A.avi");
-    auto *box = sheet->findChild<TextBox *>();
-    const auto labels = sheet->findChildren<QLabel *>();
-    for (const double fraction : {0.1, 0.2, 0.3})
-        library().change(item("A.avi"), [&](FileItem &file) { file.status = Status::Running{fraction}; });
-    settle();
-    EXPECT_EQ(sheet->findChildren<QLabel *>(), labels);
-    EXPECT_EQ(sheet->findChild<TextBox *>(), box);
-}
-
-TEST_F(DetailSheetTest, closesWithItsLibraryAndGivesUpItsFile)
-{
-    open("A.avi");
-    int closed = 0;
-    QObject::connect(sheet.get(), &QDialog::finished, [&] { ++closed; });
-    model->rescan();
-    EXPECT_TRUE(idle());
-    settle();
-    EXPECT_FALSE(sheet->isVisible());
-    EXPECT_EQ(closed, 1);
-
-    library().setDetailItem(&item("B.avi"));
-    sheet->show();
-    EXPECT_THAT(texts(), HasSubstr("B.avi"));
-    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
-    QApplication::sendEvent(sheet->findChild<TextBox *>(), &escape); // from wherever the focus is
-    EXPECT_EQ(library().detailItem(), nullptr);
-    EXPECT_EQ(closed, 2);
-}
-
-TEST_F(DetailSheetTest, goesThroughTheFilesAsTheTableShowsThem)
-{
-    open("A.avi");
-    EXPECT_FALSE(button("Vorherige")->isEnabled());
-    button("Nächste")->click();
-    EXPECT_EQ(library().detailItem(), &item("B.avi"));
-    EXPECT_THAT(texts(), HasSubstr("B.avi"));
-    button("Nächste")->click();
-    EXPECT_EQ(library().detailItem(), &item("C.avi"));
-    EXPECT_FALSE(button("Nächste")->isEnabled());
-    library().setSortOrder({{RowComparator::Column::name, false}});
-    EXPECT_FALSE(button("Vorherige")->isEnabled());
-    button("Nächste")->click();
-    EXPECT_EQ(library().detailItem(), &item("B.avi"));
-}
-
-TEST_F(DetailSheetTest, copiesTheWholeText)
-{
-    open("A.avi");
-    button("Kopieren")->click();
-    const auto command =
-        DetailText::command(item("A.avi"), model->settings(), model->tools(), model->rootURL());
-    EXPECT_EQ(QApplication::clipboard()->text(), *command);
-
-    std::string text = "Fehler <b>1</b>";
-    for (int line = 0; line < 200; ++line)
-        text += "\nZeile " + std::to_string(line);
-    library().change(item("A.avi"), [&](FileItem &file) { file.status = Status::Failed{text}; });
-    settle();
-    ASSERT_NE(button("Kopieren"), nullptr);
-    button("Kopieren")->click();
-    EXPECT_EQ(QApplication::clipboard()->text().toStdString(), text);
-}
-
-TEST_F(DetailSheetTest, asksForWhatOthersDo)
-{
-    open("B.avi");
-    fs::path revealed;
-    int measured = 0;
-    QObject::connect(sheet.get(), &DetailSheet::revealRequested,
-                     [&](const fs::path &file) { revealed = file; });
-    QObject::connect(sheet.get(), &DetailSheet::measureRequested, [&] { ++measured; });
-    button("Im Finder zeigen")->click();
-    EXPECT_EQ(revealed, folder / "B.avi");
-    button("Genau schätzen")->click();
-    EXPECT_EQ(measured, 1);
-
-    ffmpeg("exec sleep 30");
-    button("Probeclip")->click();
-    EXPECT_EQ(library().selectedItem(), &item("B.avi"));
-    EXPECT_EQ(model->activity().kind, Activity::Kind::probeClip);
-    settle();
-    EXPECT_FALSE(button("Probeclip")->isEnabled());
-    EXPECT_EQ(button("Genau schätzen"), nullptr);
-    model->stop();
-    EXPECT_TRUE(idle());
-    settle();
-    EXPECT_TRUE(button("Probeclip")->isEnabled());
-}
-
-TEST_F(DetailSheetTest, isNoWiderForHostileNames)
-{
-    const std::string name = std::string(236, 'x') + "\xff\n<img src=x>.avi";
-    film(name);
-    ffprobe("case \"$last\" in *kaputt*) echo 'kaputt: End of file' >&2; exit 1;; esac\n");
-    film("kaputt.mkv");
-    open("A.avi");
-    const int width = sheet->minimumSizeHint().width();
-
-    library().setDetailItem(&item(name));
-    MediaInfo info = *item(name).info;
-    info.audio = aFilm().audio("aac", "<b>", 2).info().audio;
-    info.audio[0].title = std::string(5000, 'w');
-    info.audio.resize(40, info.audio[0]);
-    library().setInfo(item(name), info);
-    model->recompute();
-    EXPECT_THAT(texts(), HasSubstr("\uFFFD <img src=x>.avi"));
-    EXPECT_EQ(sheet->minimumSizeHint().width(), width);
-    EXPECT_LE(sheet->height(), Theme::em(46));
-
-    library().setDetailItem(&item("kaputt.mkv"));
-    EXPECT_THAT(texts(), HasSubstr("nicht lesbar: bricht gleich am Anfang ab"));
-    EXPECT_THAT(texts(), Not(HasSubstr("Spuren")));
-    EXPECT_FALSE(button("Probeclip")->isEnabled());
-}
 
 } // namespace kestrel::test

@@ -1,3 +1,5 @@
+#include "ui/settings/SettingsWindow.h"
+
 #include <QClipboard>
 #include <QImage>
 #include <QPushButton>
@@ -14,7 +16,6 @@
 #include "ui/look/Theme.h"
 #include "ui/settings/Controls.h"
 #include "ui/settings/QrCode.h"
-#include "ui/settings/SettingsWindow.h"
 
 namespace kestrel::test {
 namespace {

@@ -56,7 +56,7 @@ Search search(const SampleResult &sample, FrameSize frame)
     parts.push_back(chosen);
     if (sample.measuredSeconds > 0)
         parts.push_back(QStringLiteral("gemessen an %1 der Datei")
-                       .arg(qt(Fmt::duration(std::max(1.0, sample.measuredSeconds)))));
+                            .arg(qt(Fmt::duration(std::max(1.0, sample.measuredSeconds)))));
     search.summary = joined(parts);
     search.summary[0] = search.summary[0].toUpper();
     if (!search.hasScores)
