@@ -1,3 +1,5 @@
+#include "ui/detail/DetailSheet.h"
+
 #include <QApplication>
 #include <QClipboard>
 #include <QKeyEvent>
@@ -8,7 +10,6 @@
 #include "model/ModelFixture.h"
 #include "support/Builders.h"
 #include "ui/detail/DetailParts.h"
-#include "ui/detail/DetailSheet.h"
 #include "ui/look/Theme.h"
 
 namespace kestrel::test {
