@@ -5,6 +5,7 @@
 
 #include "model/ModelFixture.h"
 #include "ui/look/Strings.h"
+#include "ui/look/Theme.h"
 #include "ui/table/LibraryView.h"
 #include "ui/table/RowDelegate.h"
 
@@ -203,6 +204,31 @@ TEST_F(TableTest, theNamesTakeWhatTheOtherColumnsLeave)
     view.resize(2400, 300);
     settle();
     EXPECT_EQ(view.columnWidth(Column::video), videos + 40) << "as chosen";
+}
+
+TEST_F(TableTest, theHeadsObeyTheKeyboard)
+{
+    open({"a.mkv"});
+    LibraryView view(*model);
+    view.resize(1400, 300);
+    view.show();
+    settle();
+    QHeaderView *header = view.header();
+    const int names = view.columnWidth(Column::name), durations = view.columnWidth(Column::duration);
+    QTest::keyClick(header, Qt::Key_Right, Qt::ShiftModifier);
+    EXPECT_EQ(view.columnWidth(Column::name), names) << "takes what the others leave";
+    QTest::keyClick(header, Qt::Key_Right);
+    EXPECT_EQ(header->accessibleName(), "Spaltenkopf Dauer");
+    QTest::keyClick(header, Qt::Key_Right, Qt::ShiftModifier);
+    QTest::keyClick(header, Qt::Key_Right, Qt::ShiftModifier);
+    QTest::keyClick(header, Qt::Key_Left, Qt::ShiftModifier);
+    EXPECT_EQ(view.columnWidth(Column::duration), durations + Theme::em(0.5));
+    EXPECT_EQ(header->length(), view.viewport()->width());
+    QTest::keyClick(header, Qt::Key_Space);
+    EXPECT_EQ(model->library().sortOrder().front(), (RowComparator{RowComparator::Column::duration, false}));
+    QTest::keyClick(header, Qt::Key_Home);
+    QTest::keyClick(header, Qt::Key_Left);
+    EXPECT_EQ(header->accessibleName(), "Spaltenkopf Konvertieren");
 }
 
 TEST_F(TableTest, headersSortAndTheLibraryOpensFolders)

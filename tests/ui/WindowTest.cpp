@@ -10,6 +10,7 @@
 
 #include "model/ModelFixture.h"
 #include "ui/look/Strings.h"
+#include "ui/settings/SettingsPanel.h"
 #include "ui/window/Banner.h"
 #include "ui/window/MainWindow.h"
 #include "ui/window/RunPanel.h"
@@ -317,6 +318,11 @@ TEST_F(WindowTest, remembersHowItWasLeft)
     openWindow();
     window->resize(1100, 700);
     window->table().setColumnWidth(LibraryModel::video, 333);
+    auto *panel = window->findChild<SettingsPanel *>();
+    const int usual = panel->width();
+    QTest::keyClick(window->findChild<PanelSplitter *>()->handle(1), Qt::Key_Left);
+    const int chosen = panel->width();
+    EXPECT_GT(chosen, usual);
     window->commands().showPanel->setChecked(false);
     model->library().toggleFolder(folder / "b");
     EXPECT_TRUE(window->close());
@@ -329,6 +335,9 @@ TEST_F(WindowTest, remembersHowItWasLeft)
     EXPECT_EQ(window->size(), QSize(1100, 700));
     EXPECT_EQ(window->table().columnWidth(LibraryModel::video), 333);
     EXPECT_FALSE(window->commands().showPanel->isChecked());
+    window->commands().showPanel->setChecked(true);
+    settle();
+    EXPECT_EQ(window->findChild<SettingsPanel *>()->width(), chosen);
     EXPECT_THAT(model->library().expandedFolders(), ElementsAre(folder / "a"));
     model->library().toggleFolder(folder / "b");
     model->library().toggleFolder(folder / "a");

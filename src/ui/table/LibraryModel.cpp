@@ -197,8 +197,8 @@ QVariant LibraryModel::headerData(int section, Qt::Orientation orientation, int 
         return QString::fromUtf8(m_hasBriefHeading[place] ? briefTitles[place] : titles[place]);
     if (role == Qt::ToolTipRole && m_hasBriefHeading[place])
         return QString::fromUtf8(titles[place]);
-    if (role == Qt::AccessibleTextRole && section == include)
-        return QStringLiteral("Konvertieren");
+    if (role == Qt::AccessibleTextRole)
+        return section == include ? QStringLiteral("Konvertieren") : QString::fromUtf8(titles[place]);
     if (role == Qt::TextAlignmentRole &&
         (section == duration || section == sizeBefore || section == sizeAfter))
         return static_cast<int>(Qt::AlignRight | Qt::AlignVCenter);

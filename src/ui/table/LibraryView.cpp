@@ -1,7 +1,6 @@
 #include "ui/table/LibraryView.h"
 
 #include <QContextMenuEvent>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScopedValueRollback>
@@ -11,6 +10,7 @@
 
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
+#include "ui/table/ColumnHeader.h"
 #include "ui/table/RowDelegate.h"
 
 namespace kestrel {
@@ -87,22 +87,19 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent) : QTreeView(parent), 
     setExpandsOnDoubleClick(false);
     setMouseTracking(true);
 
-    header()->setStretchLastSection(false);
-    header()->setSectionsMovable(false);
-    header()->setSectionsClickable(true);
-    header()->setSortIndicatorShown(true);
-    header()->setTextElideMode(Qt::ElideRight);
-    header()->setMinimumSectionSize(Theme::em(2));
-    header()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    header()->setSectionResizeMode(Column::include, QHeaderView::Fixed);
+    auto *header = new ColumnHeader(this);
+    setHeader(header); // sets both of these back
+    header->setSectionsClickable(true);
+    header->setSortIndicatorShown(true);
+    header->setSectionResizeMode(Column::include, QHeaderView::Fixed);
     fitColumns();
-    header()->setSectionResizeMode(Column::name, QHeaderView::Fixed); // takes what the others leave
-    header()->viewport()->installEventFilter(this);
-    connect(header(), &QHeaderView::sectionResized, this, [this](int section, int, int width) {
+    header->setSectionResizeMode(Column::name, QHeaderView::Fixed); // takes what the others leave
+    connect(header, &QHeaderView::sectionResized, this, [this](int section, int, int width) {
         if (!m_isFitting)
             m_chosen[static_cast<std::size_t>(section)] = width;
     });
-    connect(header(), &QHeaderView::sectionClicked, this, &LibraryView::sortBy);
+    connect(header, &ColumnHeader::widthsChosen, this, &LibraryView::fitColumns);
+    connect(header, &QHeaderView::sectionClicked, this, &LibraryView::sortBy);
 
     const Library &library = model.library();
     connect(&library, &Library::filled, this, &LibraryView::showExpansion);
@@ -207,14 +204,6 @@ void LibraryView::resizeEvent(QResizeEvent *event)
     QTreeView::resizeEvent(event);
     if (event->size().width() != event->oldSize().width())
         fitColumns();
-}
-
-// Not while somebody drags: the edge would run away from the pointer.
-bool LibraryView::eventFilter(QObject *watched, QEvent *event)
-{
-    if (watched == header()->viewport() && event->type() == QEvent::MouseButtonRelease)
-        QMetaObject::invokeMethod(this, &LibraryView::fitColumns, Qt::QueuedConnection);
-    return QTreeView::eventFilter(watched, event);
 }
 
 void LibraryView::sortBy(int section)
@@ -336,7 +325,11 @@ void LibraryView::keepPlace()
 
 void LibraryView::returnToPlace()
 {
-    if (m_model.library().items().empty() || m_place.root != m_model.library().root().id)
+    if (m_model.library().items().empty())
+        return;
+    if (hasFocus()) // which is to be seen
+        selectionModel()->setCurrentIndex(m_rows.index(0, 0), QItemSelectionModel::NoUpdate);
+    if (m_place.root != m_model.library().root().id)
         return;
     if (const QModelIndex current = m_rows.indexOf(m_place.current); current.isValid())
         selectionModel()->setCurrentIndex(current, QItemSelectionModel::NoUpdate);

@@ -3,6 +3,7 @@
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
@@ -187,12 +188,8 @@ QWidget *MainWindow::makeLibraryPage()
     column->addWidget(card, 1);
 
     m_panel = new SettingsPanel(m_model);
-    m_splitter = new QSplitter(Qt::Horizontal);
-    m_splitter->addWidget(left);
-    m_splitter->addWidget(m_panel);
-    m_splitter->setStretchFactor(0, 1);
-    m_splitter->setStretchFactor(1, 0);
-    m_splitter->setChildrenCollapsible(false);
+    m_splitter = new PanelSplitter(left, m_panel);
+    setTabOrder(m_table->header(), m_splitter->handle(1));
     return m_splitter;
 }
 

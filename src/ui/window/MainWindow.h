@@ -2,7 +2,6 @@
 
 #include <QMainWindow>
 #include <QPointer>
-#include <QSplitter>
 #include <QStackedWidget>
 #include <optional>
 
@@ -14,6 +13,7 @@
 #include "ui/window/ClosedFolders.h"
 #include "ui/window/Commands.h"
 #include "ui/window/EmptyView.h"
+#include "ui/window/PanelSplitter.h"
 #include "ui/window/QuitGuard.h"
 #include "ui/window/WindowState.h"
 
@@ -71,7 +71,7 @@ private:
     QStackedWidget *m_pages;
     EmptyView *m_empty;
     ToolsMissingView *m_toolsMissing;
-    QSplitter *m_splitter = nullptr;
+    PanelSplitter *m_splitter = nullptr;
     Label *m_folder = nullptr, *m_location = nullptr;
     LibraryView *m_table = nullptr;
     QWidget *m_panel = nullptr;
