@@ -124,6 +124,8 @@ public:
     std::optional<double> runRemaining() const;
     std::optional<std::chrono::system_clock::time_point>
     estimatedCompletion(const std::vector<FileItem *> &items) const;
+    // With which the run converts the file, else the current ones. Valid until the next change.
+    const ConversionSettings &settingsOf(const FileItem &item) const;
     // The files that are being converted or measured now, in the order of their turns.
     std::vector<const FileItem *> inWork() const;
     // In how many seconds each file of the run that lasts and is not done yet will be, in the run's order.

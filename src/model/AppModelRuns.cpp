@@ -194,6 +194,12 @@ void AppModel::endClip()
     setActivity({});
 }
 
+const ConversionSettings &AppModel::settingsOf(const FileItem &item) const
+{
+    const bool isOfRun = isInWork(item.status) || is<Status::Queued>(item.status);
+    return m_conversion && isOfRun ? m_conversion->settings() : m_settings;
+}
+
 std::vector<const FileItem *> AppModel::inWork() const
 {
     if (!m_simulated.empty()) {

@@ -39,6 +39,7 @@ public:
 
     void start();
     void setPaused(bool isPaused);
+    const ConversionSettings &settings() const { return m_request.settings; }
     bool isPaused() const { return m_isPaused; }
     bool isStopping() const { return m_isStopped; }
     // Files in work end as idle, the others are not started.

@@ -9,6 +9,7 @@
 
 #include "model/ModelFixture.h"
 #include "support/Builders.h"
+#include "ui/Find.h"
 #include "ui/detail/DetailParts.h"
 #include "ui/look/Theme.h"
 
@@ -31,15 +32,10 @@ protected:
         settle();
     }
     Library &library() const { return model->library(); }
-    // All texts that stand on the sheet now.
-    std::string texts() const
+    const QWidget &shown() const
     {
         settle();
-        std::string all;
-        for (const auto *label : sheet->findChildren<QLabel *>())
-            if (label->isVisibleTo(sheet.get()))
-                all += label->text().toStdString() + "\n";
-        return all;
+        return *sheet;
     }
     QPushButton *button(const QString &text) const
     {
@@ -55,18 +51,36 @@ protected:
 TEST_F(DetailSheetTest, followsItsFile)
 {
     open("A.avi");
-    EXPECT_THAT(texts(), HasSubstr("bereit zum Konvertieren"));
+    EXPECT_THAT(shown(), says("bereit zum Konvertieren"));
     library().change(item("A.avi"), [](FileItem &file) { file.status = Status::Running{0.43}; });
-    EXPECT_THAT(texts(), HasSubstr("wird kodiert 43 %"));
+    EXPECT_THAT(shown(), says("wird kodiert 43 %"));
     library().change(item("B.avi"), [](FileItem &file) { file.status = Status::Running{0.77}; });
-    EXPECT_THAT(texts(), Not(HasSubstr("77 %")));
+    EXPECT_THAT(shown(), Not(says("77 %")));
 
     giveSample("A.avi");
-    EXPECT_THAT(texts(), HasSubstr("wird neu kodiert: HEVC, CRF 30"));
+    EXPECT_THAT(shown(), says("wird neu kodiert: HEVC, CRF 30"));
     ConversionSettings settings = model->settings();
     settings.codec = VideoCodecChoice::keepVideo;
     model->setSettings(settings);
-    EXPECT_THAT(texts(), HasSubstr("Video bleibt unverändert"));
+    EXPECT_THAT(shown(), says("Video bleibt unverändert"));
+}
+
+TEST_F(DetailSheetTest, tellsOfTheRunThatLastsNotOfTheNext)
+{
+    ffmpeg("sleep 30");
+    open("A.avi");
+    for (const char *name : {"A.avi", "B.avi", "C.avi"})
+        giveSample(name);
+    model->startConversion();
+    EXPECT_TRUE(eventually([&] { return is<Status::Running>(item("A.avi").status); }));
+    ConversionSettings settings = model->settings();
+    settings.codec = VideoCodecChoice::av1SVT;
+    model->setSettings(settings);
+    EXPECT_THAT(shown(), says("wird neu kodiert: HEVC, CRF 30"));
+    EXPECT_THAT(sheet->findChildren<TextBox *>().back()->toPlainText().toStdString(), HasSubstr("libx265"));
+    model->stop();
+    EXPECT_TRUE(idle());
+    EXPECT_THAT(shown(), says("wird neu kodiert: AV1"));
 }
 
 TEST_F(DetailSheetTest, buildsOnlyWhatChanges)
@@ -92,13 +106,12 @@ TEST_F(DetailSheetTest, closesWithItsLibraryAndGivesUpItsFile)
     EXPECT_FALSE(sheet->isVisible());
     EXPECT_EQ(closed, 1);
 
-    library().setDetailItem(&item("B.avi"));
-    sheet->show();
-    EXPECT_THAT(texts(), HasSubstr("B.avi"));
+    open("B.avi");
+    EXPECT_THAT(shown(), says("B.avi"));
     QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
     QApplication::sendEvent(sheet->findChild<TextBox *>(), &escape); // from wherever the focus is
     EXPECT_EQ(library().detailItem(), nullptr);
-    EXPECT_EQ(closed, 2);
+    EXPECT_FALSE(sheet->isVisible());
 }
 
 TEST_F(DetailSheetTest, goesThroughTheFilesAsTheTableShowsThem)
@@ -107,7 +120,7 @@ TEST_F(DetailSheetTest, goesThroughTheFilesAsTheTableShowsThem)
     EXPECT_FALSE(button("Vorherige")->isEnabled());
     button("Nächste")->click();
     EXPECT_EQ(library().detailItem(), &item("B.avi"));
-    EXPECT_THAT(texts(), HasSubstr("B.avi"));
+    EXPECT_THAT(shown(), says("B.avi"));
     button("Nächste")->click();
     EXPECT_EQ(library().detailItem(), &item("C.avi"));
     EXPECT_FALSE(button("Nächste")->isEnabled());
@@ -177,13 +190,13 @@ TEST_F(DetailSheetTest, isNoWiderForHostileNames)
     info.audio.resize(40, info.audio[0]);
     library().setInfo(item(name), info);
     model->recompute();
-    EXPECT_THAT(texts(), HasSubstr("\uFFFD <img src=x>.avi"));
+    EXPECT_THAT(shown(), says("\uFFFD <img src=x>.avi"));
     EXPECT_EQ(sheet->minimumSizeHint().width(), width);
     EXPECT_LE(sheet->height(), Theme::em(46));
 
     library().setDetailItem(&item("kaputt.mkv"));
-    EXPECT_THAT(texts(), HasSubstr("nicht lesbar: bricht gleich am Anfang ab"));
-    EXPECT_THAT(texts(), Not(HasSubstr("Spuren")));
+    EXPECT_THAT(shown(), says("nicht lesbar: bricht gleich am Anfang ab"));
+    EXPECT_THAT(shown(), Not(says("Spuren")));
     EXPECT_FALSE(button("Probeclip")->isEnabled());
 }
 

@@ -85,9 +85,14 @@ QSize FlowLabel::minimumSizeHint() const
     return {Theme::em(4), fontMetrics().lineSpacing()};
 }
 
+QString FlowLabel::painted() const
+{
+    return bound(unbroken(text()));
+}
+
 QStringList FlowLabel::wrapped(int width) const
 {
-    const QString all = bound(unbroken(text()));
+    const QString all = painted();
     const auto starts = breaks(all, font(), width);
     QStringList lines;
     for (std::size_t i = 0; i < starts.size(); ++i) {
@@ -119,7 +124,7 @@ bool FlowLabel::event(QEvent *event)
 {
     if (event->type() != QEvent::ToolTip)
         return Label::event(event);
-    const bool isCut = static_cast<int>(breaks(bound(text()), font(), width()).size()) > m_mostLines;
+    const bool isCut = static_cast<int>(breaks(painted(), font(), width()).size()) > m_mostLines;
     if (isCut)
         QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), plainTip(text()), this);
     return isCut;
@@ -176,7 +181,7 @@ void TextBox::paintEvent(QPaintEvent *event)
 }
 
 CopyableText::CopyableText(const QString &name, int mostLines, QTextOption::WrapMode wrapMode)
-    : m_box(new TextBox(mostLines, wrapMode)), m_button(new CopyButton)
+    : m_box(new TextBox(mostLines, wrapMode)), m_button(new CopyButton(name))
 {
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins({});
@@ -187,7 +192,6 @@ CopyableText::CopyableText(const QString &name, int mostLines, QTextOption::Wrap
     row->addWidget(m_button);
     column->addLayout(row);
     m_box->setAccessibleName(name);
-    m_button->setAccessibleName(QStringLiteral("%1 kopieren").arg(name));
 }
 
 void CopyableText::setText(const QString &text)
@@ -202,6 +206,7 @@ void CopyableText::setText(const QString &text)
 
 SplitBar::SplitBar(std::vector<Share> shares, double whole) : m_shares(std::move(shares)), m_whole(whole)
 {
+    setAccessibleName(QStringLiteral("Aufteilung")); // in words beside it
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 

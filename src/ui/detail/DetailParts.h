@@ -28,6 +28,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    QString painted() const;
     QStringList wrapped(int width) const;
 
     const int m_mostLines;

@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "model/AppModel.h"
+#include "planning/Planner.h"
 #include "ui/detail/DetailParts.h"
 #include "ui/detail/DetailViews.h"
 #include "ui/detail/SearchText.h"
@@ -31,6 +32,16 @@ QString asTitle(const QString &name)
 {
     QString title = name.left(longestTitle);
     return title.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));
+}
+
+// The file as those settings have it, which are not the present ones.
+FileItem plannedWith(FileItem item, const ConversionSettings &settings)
+{
+    const SampleResult *sample = item.sample(settings.videoKey());
+    item.plan = sample != nullptr ? Planner::planMeasured(*item.info, settings, *sample)
+                                  : Planner::plan(*item.info, settings, std::nullopt);
+    item.estimate.reset(); // is of the present ones
+    return item;
 }
 
 QPushButton *button(const QString &icon, const QString &text, const QString &help)
@@ -209,8 +220,15 @@ void DetailSheet::refresh()
     if (item == nullptr)
         return;
     updateHead(*item);
-    updateSections(*item);
-    updateSearch(*item);
+    const ConversionSettings &settings = m_model.settingsOf(*item);
+    if (settings == m_model.settings()) {
+        updateSections(*item, settings);
+        updateSearch(*item, settings);
+    } else {
+        const FileItem asConverted = plannedWith(*item, settings);
+        updateSections(asConverted, settings);
+        updateSearch(asConverted, settings);
+    }
     updateButtons();
 }
 
@@ -236,32 +254,32 @@ void DetailSheet::updateHead(const FileItem &item)
     put(m_facts, DetailText::facts(item), &DetailViews::facts);
 }
 
-void DetailSheet::updateSections(const FileItem &item)
+void DetailSheet::updateSections(const FileItem &item, const ConversionSettings &settings)
 {
     const auto error = DetailText::error(item);
     m_errorSection->setVisible(error.has_value());
     m_error->setText(error.value_or(QString()));
 
     m_trackSection->setVisible(item.info.has_value());
-    put(m_tracks, TrackText::tracks(item, m_model.settings()), &DetailViews::tracks);
+    put(m_tracks, TrackText::tracks(item, settings), &DetailViews::tracks);
 
     const auto estimate = DetailText::estimate(item);
     m_estimateSection->setVisible(estimate.has_value());
     if (estimate)
         put(m_estimate, *estimate, &DetailViews::estimate);
 
-    const auto command = DetailText::command(item, m_model.settings(), m_model.tools(), m_model.rootURL());
+    const auto command = DetailText::command(item, settings, m_model.tools(), m_model.rootURL());
     m_commandSection->setVisible(command.has_value());
     m_command->setText(command.value_or(QString()));
-    m_commandNote->setText(DetailText::commandNote(item, m_model.settings()));
+    m_commandNote->setText(DetailText::commandNote(item, settings));
 }
 
-void DetailSheet::updateSearch(const FileItem &item)
+void DetailSheet::updateSearch(const FileItem &item, const ConversionSettings &settings)
 {
-    m_searchSection->setVisible(SearchText::canBeSearched(item));
+    const SampleResult *sample = item.sample(settings.videoKey());
+    m_searchSection->setVisible(sample != nullptr || SearchText::canBeSearched(item));
     SearchRecord record;
-    if (const SampleResult *sample = item.sample(m_model.settings().videoKey())) {
-        m_searchSection->show();
+    if (sample != nullptr) {
         const FrameSize frame =
             item.plan ? FrameSize{item.plan->outputWidth, item.plan->outputHeight} : FrameSize();
         record.search = SearchText::search(*sample, frame);

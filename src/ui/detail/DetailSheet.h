@@ -25,7 +25,7 @@ class VerticalScroll;
 
 // Everything that is known of the file whose details are open, and what happens to it. Follows the model, and
 // closes when the library holds other files; closing it sets the model's detail item to none. It stays away
-// until somebody shows it, and may be shown again. The model outlives it.
+// until somebody shows it. The model outlives it.
 class DetailSheet : public QDialog {
     Q_OBJECT
 
@@ -60,8 +60,8 @@ private:
     void refresh();
     void closeIfOpen();
     void updateHead(const FileItem &item);
-    void updateSections(const FileItem &item);
-    void updateSearch(const FileItem &item);
+    void updateSections(const FileItem &item, const ConversionSettings &settings);
+    void updateSearch(const FileItem &item, const ConversionSettings &settings);
     void updateButtons();
     void updateNeighbours();
     void step(int by);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include <fmt/format.h>
+
 #include "encoding/CommandBuilder.h"
 #include "encoding/ConversionJob.h"
 #include "format/Fmt.h"
@@ -54,6 +56,46 @@ QString cleaned(std::string_view text)
         result += isControl && c != QLatin1Char('\n') ? QChar(QLatin1Char(' ')) : c;
     }
     return result;
+}
+
+// For the shells of today (bash, zsh, ksh): stands for exactly these bytes, and has none that could not be
+// seen.
+QString quoted(const std::string &argument)
+{
+    constexpr std::string_view bare =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./:=,+@%";
+    if (!argument.empty() && argument.find_first_not_of(bare) == std::string::npos)
+        return qt(argument);
+    if (line(argument).toStdString() == argument)
+        return QLatin1Char('\'') + qt(argument).replace(QLatin1Char('\''), QStringLiteral("'\\''")) +
+               QLatin1Char('\'');
+    std::string codes;
+    for (const char c : argument)
+        codes += c == '\'' || c == '\\' ? std::string{'\\', c}
+                 : c >= ' ' && c <= '~' ? std::string{c}
+                                        : fmt::format("\\x{:02x}", static_cast<unsigned char>(c));
+    return QStringLiteral("$'%1'").arg(qt(codes));
+}
+
+QString explanation(SizeEstimate::Kind kind, bool isScored)
+{
+    switch (kind) {
+    case SizeEstimate::Kind::heuristic:
+        return QStringLiteral("Geschätzt aus Auflösung, Bildrate und Codec; gemessen wurde noch nichts.");
+    case SizeEstimate::Kind::calibrated:
+        return QStringLiteral(
+            "Geschätzt aus Auflösung, Bildrate und Codec und berichtigt mit den Messungen an "
+            "anderen Dateien dieser Bibliothek.");
+    case SizeEstimate::Kind::measured:
+        return isScored
+                   ? QStringLiteral("Hochgerechnet aus Ausschnitten dieser Datei, die probeweise kodiert und "
+                                    "deren Qualität bewertet wurde.")
+                   : QStringLiteral(
+                         "Hochgerechnet aus Ausschnitten dieser Datei, die probeweise kodiert wurden.");
+    case SizeEstimate::Kind::exact:
+        break;
+    }
+    return QStringLiteral("Berechnet, denn das Video wird nicht neu kodiert.");
 }
 
 } // namespace
@@ -150,27 +192,6 @@ std::vector<Fact> facts(const FileItem &item)
     return facts;
 }
 
-QString explanation(SizeEstimate::Kind kind, bool isScored)
-{
-    switch (kind) {
-    case SizeEstimate::Kind::heuristic:
-        return QStringLiteral("Geschätzt aus Auflösung, Bildrate und Codec; gemessen wurde noch nichts.");
-    case SizeEstimate::Kind::calibrated:
-        return QStringLiteral(
-            "Geschätzt aus Auflösung, Bildrate und Codec und berichtigt mit den Messungen an "
-            "anderen Dateien dieser Bibliothek.");
-    case SizeEstimate::Kind::measured:
-        return isScored
-                   ? QStringLiteral("Hochgerechnet aus Ausschnitten dieser Datei, die probeweise kodiert und "
-                                    "deren Qualität bewertet wurde.")
-                   : QStringLiteral(
-                         "Hochgerechnet aus Ausschnitten dieser Datei, die probeweise kodiert wurden.");
-    case SizeEstimate::Kind::exact:
-        break;
-    }
-    return QStringLiteral("Berechnet, denn das Video wird nicht neu kodiert.");
-}
-
 std::optional<Estimate> estimate(const FileItem &item)
 {
     const bool hasEnded = item.isFinished() || is<Status::NoSavings>(item.status);
@@ -220,15 +241,17 @@ std::optional<QString> command(const FileItem &item, const ConversionSettings &s
     const Plan *plan = TrackText::planOf(item);
     if (!item.info || plan == nullptr || plan->isNoop || !tools || !root)
         return std::nullopt;
-    const auto arguments = CommandBuilder::arguments(
-        *item.info, *plan, settings, ConversionJob::targetURL(item.info->url, settings, *root), std::nullopt,
-        CommandBuilder::Streams::all);
-    return lines(CommandBuilder::displayString(tools->ffmpeg.native(), arguments));
+    QStringList words{quoted(tools->ffmpeg.native())};
+    for (const std::string &argument : CommandBuilder::arguments(
+             *item.info, *plan, settings, ConversionJob::temporaryURL(item.info->url, settings, *root),
+             std::nullopt, CommandBuilder::Streams::all))
+        words += quoted(argument);
+    return words.join(QLatin1Char(' '));
 }
 
 QString commandNote(const FileItem &item, const ConversionSettings &settings)
 {
-    QString note = QStringLiteral("Geschrieben wird zunächst unter einem vorläufigen Namen.");
+    QString note = QStringLiteral("Das Ergebnis bekommt zunächst einen vorläufigen, versteckten Namen.");
     if (item.plan && item.plan->encodesVideo() && item.sample(settings.videoKey()) == nullptr)
         note += QStringLiteral(" Den CRF-Wert bestimmt vorher noch die Qualitätsprüfung.");
     return note;

@@ -27,7 +27,7 @@ QString folder(const FileItem &item);
 struct State {
     QString icon, text;
     Theme::Tone tone = Theme::Tone::muted;
-    std::optional<double> bar; // 0 … 1; below 0 where the share is not known
+    std::optional<double> bar; // 0 … 1
     bool operator==(const State &) const = default;
 };
 State state(const FileItem &item);
@@ -56,9 +56,8 @@ struct Estimate {
     bool operator==(const Estimate &) const = default;
 };
 std::optional<Estimate> estimate(const FileItem &item);
-QString explanation(SizeEstimate::Kind kind, bool isScored);
 
-// The command line that converts the file; absent where there is none.
+// The command line that converts the file, for a shell; absent where there is none.
 std::optional<QString> command(const FileItem &item, const ConversionSettings &settings,
                                const std::optional<Tools> &tools,
                                const std::optional<std::filesystem::path> &root);

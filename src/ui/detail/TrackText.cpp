@@ -205,8 +205,7 @@ Tone tone(StreamAction action)
 
 const Plan *planOf(const FileItem &item)
 {
-    const bool wasReplaced = item.isFinished() && item.resultURL && item.url == *item.resultURL;
-    return item.plan && !wasReplaced ? &*item.plan : nullptr;
+    return item.plan && !item.isFinished() ? &*item.plan : nullptr;
 }
 
 Tracks tracks(const FileItem &item, const ConversionSettings &settings)

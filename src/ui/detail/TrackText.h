@@ -34,7 +34,7 @@ struct Tracks {
 };
 Tracks tracks(const FileItem &item, const ConversionSettings &settings);
 
-// The plan that says what is going to happen, or has happened, with the tracks that the file has now.
+// What is going to happen; of a file that is done nobody knows any more what its plan was.
 const Plan *planOf(const FileItem &item);
 
 } // namespace kestrel::TrackText

@@ -172,7 +172,9 @@ void Bar::setValue(std::optional<double> fraction, Theme::Tone tone)
         return;
     m_fraction = fraction;
     m_tone = tone;
-    setAccessibleDescription(fraction ? qt(Fmt::percent(*fraction)) : QString());
+    if (const QString share = fraction ? qt(Fmt::percent(*fraction)) : QString();
+        share != accessibleDescription())
+        setAccessibleDescription(share);
     animate();
     update();
 }
@@ -268,23 +270,24 @@ bool VerticalScroll::eventFilter(QObject *watched, QEvent *event)
     return QScrollArea::eventFilter(watched, event);
 }
 
-CopyButton::CopyButton()
+CopyButton::CopyButton(QString what) : m_what(std::move(what))
 {
     m_timer.setSingleShot(true);
     m_timer.setInterval(2000);
-    show(false);
-    setMinimumWidth(sizeHint().width()); // both texts are as long
-    connect(&m_timer, &QTimer::timeout, this, [this] { show(false); });
+    showCopied(false);
+    setMinimumWidth(sizeHint().width()); // "Kopiert" is shorter
+    connect(&m_timer, &QTimer::timeout, this, [this] { showCopied(false); });
     connect(this, &QPushButton::clicked, this, [this] {
         QGuiApplication::clipboard()->setText(m_text);
-        show(true);
+        showCopied(true);
         m_timer.start();
     });
 }
 
-void CopyButton::show(bool isDone)
+void CopyButton::showCopied(bool isDone)
 {
     setText(isDone ? QStringLiteral("&Kopiert") : QStringLiteral("&Kopieren"));
+    setAccessibleName((isDone ? QStringLiteral("%1 kopiert") : QStringLiteral("%1 kopieren")).arg(m_what));
     setIcon(isDone ? Icon::named(QStringLiteral("check"), Theme::Tone::green)
                    : Icon::named(QStringLiteral("copy")));
 }

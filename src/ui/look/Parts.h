@@ -142,12 +142,14 @@ class CopyButton : public QPushButton {
     Q_OBJECT
 
 public:
-    CopyButton();
+    // `what` names to a screen reader what it copies: "Adresse".
+    explicit CopyButton(QString what);
     void setCopied(const QString &text) { m_text = text; }
 
 private:
-    void show(bool isDone);
+    void showCopied(bool isDone);
 
+    const QString m_what;
     QString m_text;
     QTimer m_timer;
 };

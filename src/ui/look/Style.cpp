@@ -5,6 +5,7 @@
 #include <QPixmap>
 #include <QStyleFactory>
 #include <QStyleOption>
+#include <QToolButton>
 #include <algorithm>
 #include <cstdint>
 
@@ -183,8 +184,12 @@ void Style::drawPrimitive(PrimitiveElement element, const QStyleOption *option, 
     case PE_PanelScrollAreaCorner:
         return;
     case PE_FrameFocusRect:
-        if (qstyleoption_cast<const QStyleOptionFocusRect *>(option) != nullptr)
-            return focusRing(option, painter);
+        if (const auto *focus = qstyleoption_cast<const QStyleOptionFocusRect *>(option)) {
+            QStyleOptionFocusRect around(*focus);
+            if (qobject_cast<const QToolButton *>(widget) != nullptr)
+                around.rect.adjust(-3, -3, 3, 3); // Qt's own would touch the text
+            return isPrimary(widget) ? focusRingOnAccent(&around, painter) : focusRing(&around, painter);
+        }
         break;
     case PE_IndicatorCheckBox:
         return Draw::check(*painter, option->rect,

@@ -23,7 +23,7 @@ QColor color(Tone tone, const QPalette &palette);
 QColor tinted(Tone tone, const QPalette &palette);
 
 // Gives the application this look; may be called again.
-void apply(QApplication &application, bool isDark);
+void apply(QApplication &application, bool wantsDark);
 
 enum class Size { title, heading, value, body, caption };
 QFont font(Size size);

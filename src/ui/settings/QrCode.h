@@ -13,7 +13,6 @@ class QrCode : public QWidget {
 public:
     explicit QrCode(QWidget *parent = nullptr);
     void setText(const QString &text);
-    const QString &text() const { return m_text; }
 
 protected:
     void paintEvent(QPaintEvent *event) override;

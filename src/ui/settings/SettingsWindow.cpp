@@ -114,8 +114,7 @@ QWidget *SettingsWindow::servedPage()
     m_code = new QrCode;
     m_address = (new Label({}))->selectable();
     m_otherAddresses = caption()->selectable();
-    m_copy = new CopyButton;
-    m_copy->setAccessibleName("Adresse kopieren");
+    m_copy = new CopyButton(QStringLiteral("Adresse"));
     m_copy->setAutoDefault(false);
 
     auto *texts = new QVBoxLayout;

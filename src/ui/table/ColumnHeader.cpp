@@ -47,8 +47,9 @@ void ColumnHeader::keyPressEvent(QKeyEvent *event)
 void ColumnHeader::goTo(int section)
 {
     m_current = std::clamp(section, 0, count() - 1);
-    setAccessibleName(QStringLiteral("Spaltenkopf %1")
-                          .arg(model()->headerData(m_current, Qt::Horizontal, Qt::AccessibleTextRole).toString()));
+    setAccessibleName(
+        QStringLiteral("Spaltenkopf %1")
+            .arg(model()->headerData(m_current, Qt::Horizontal, Qt::AccessibleTextRole).toString()));
     viewport()->update();
 }
 

@@ -4,8 +4,8 @@
 
 namespace kestrel {
 
-// The heads of the columns, which the keyboard reaches too: left and right go from one to the next, with Shift
-// they make the column narrower and wider, space and return sort by it.
+// The heads of the columns, which the keyboard reaches too: left and right go from one to the next, with
+// Shift they make the column narrower and wider, space and return sort by it.
 class ColumnHeader : public QHeaderView {
     Q_OBJECT
 

@@ -226,8 +226,7 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
         const double height = std::max(5, Theme::em(0.34));
         bar.setTop(bar.center().y() - height / 2);
         bar.setHeight(height);
-        Draw::bar(*painter, bar, std::max(0.0, *cell.bar), Theme::color(cell.tone, option.palette),
-                  option.palette);
+        Draw::bar(*painter, bar, *cell.bar, Theme::color(cell.tone, option.palette), option.palette);
     } else if (!chips.empty()) {
         for (const ChipPlace &chip : layOut(chips, bottom, caption))
             drawChip(*painter, chip, caption, option.palette);

@@ -27,7 +27,7 @@ struct Cell {
     QString brief, briefDetail; // where there is no room for them; empty: the same
     QString icon;
     Theme::Tone tone = Theme::Tone::text;
-    std::optional<double> bar; // 0 … 1; below 0 where the share is not known
+    std::optional<double> bar; // 0 … 1
     QString help;
     bool canBreak = false; // the text, into two lines
     bool operator==(const Cell &) const = default;
