@@ -38,10 +38,8 @@ foreach(size 16 22 24 32 48 64 128 256 512)
   list(APPEND files ${icon})
 endforeach()
 install(FILES ${assets}/kestrel.svg DESTINATION ${hicolor}/scalable/apps RENAME ${application}.svg)
-if(EXISTS ${assets}/kestrel-symbolic.svg)
-  install(FILES ${assets}/kestrel-symbolic.svg DESTINATION ${hicolor}/symbolic/apps
-          RENAME ${application}-symbolic.svg)
-endif()
+install(FILES ${assets}/kestrel-symbolic.svg DESTINATION ${hicolor}/symbolic/apps
+        RENAME ${application}-symbolic.svg)
 
 install(FILES ${packaging}/${application}.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${packaging}/${application}.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
@@ -62,8 +60,7 @@ endfunction()
 install_compressed(man/kestrel.1 man/man1 kestrel.1)
 install_compressed(man/de/kestrel.1 man/de/man1 kestrel.1)
 install_compressed(changelog doc/kestrel changelog.Debian)
-# The program's advice points to the README.
-install(FILES ${packaging}/copyright ${packaging}/../README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kestrel)
+install(FILES ${packaging}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kestrel)
 install(FILES ${packaging}/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME kestrel)
 
 add_custom_target(package-files ALL DEPENDS ${files})
@@ -90,11 +87,11 @@ which goes to the trash.
 The quality search needs an ffmpeg with the libvmaf filter; with one that has
 no such filter, each quality level uses a fixed CRF.")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# The libraries add themselves. ffmpeg is run as a program.
+# The libraries add themselves. ffmpeg is run as a program; without Qt's translations its own buttons are English.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "ffmpeg (>= 7:5.1)")
-# A window of its own under Wayland, and the German of Qt's dialogs.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-translations-l10n, qt6-wayland")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "ffmpeg (>= 7:5.1), qt6-translations-l10n")
+# A window of its own under Wayland.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
 # Shares of the file manager are seen below its FUSE mount.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "gvfs-fuse, parallel")
 
