@@ -29,8 +29,7 @@ namespace {
 
 constexpr double acceptedAbove = 0.4; // VMAF over the target that ends the search
 constexpr double aimedAbove = 0.15;   // VMAF over the target that the next trial aims at
-constexpr double choiceTolerance = 0.1;
-constexpr int widestStep = 8; // CRF
+constexpr int widestStep = 8;         // CRF
 constexpr std::size_t mostSteps = 4;
 constexpr double leastSeconds = 0.1; // divisors
 constexpr double encodeShare = 0.8;  // of a segment's work; the rest is scoring
@@ -64,9 +63,7 @@ double suspendedSeconds(const Subject &subject)
 double encodeSegment(const Subject &subject, const Segment &segment, const fs::path &output,
                      const OnProgress &progress, const std::stop_token &stop)
 {
-    FFmpegRunner runner(subject.tools.ffmpeg,
-                        CommandBuilder::arguments(subject.info, subject.plan, subject.settings, output,
-                                                  segment, CommandBuilder::Streams::videoOnly),
+    FFmpegRunner runner(subject.tools.ffmpeg, segmentArguments(subject, segment, output),
                         [&](const FFmpegRunner::Progress &state) {
                             progress(std::min(state.seconds / segment.length, 1.0));
                         });
@@ -245,6 +242,15 @@ SampleResult measure(const Subject &subject, const OnProgress &progress, std::st
         measureOnce(subject, subject.tools.hasVMAF ? Scoring::vmaf : Scoring::none, progress, stop);
     progress(1.0);
     return makeResult(subject, step, {step}, std::nullopt);
+}
+
+std::vector<std::string> segmentArguments(const Subject &subject, const Segment &segment,
+                                          const fs::path &output)
+{
+    ConversionSettings settings = subject.settings;
+    settings.container = OutputContainer::mkv;
+    return CommandBuilder::arguments(subject.info, subject.plan, settings, output, segment,
+                                     CommandBuilder::Streams::videoOnly);
 }
 
 std::string comparisonGraph(const MediaInfo &info, const Plan &plan)

@@ -47,8 +47,16 @@ struct Proposal {
 std::optional<Proposal> nextValue(const std::vector<Step> &steps, double slope, VideoCodecChoice codec,
                                   double target);
 
-// The step that the search settles for: the smallest that reaches the target, else the best.
+// The step that the search settles for: the smallest that reaches the target but for this much, else the
+// best.
+inline constexpr double choiceTolerance = 0.1; // VMAF
 const Step &choose(const std::vector<Step> &steps, double target);
+
+// Encodes a segment as the settings want it, but always into Matroska: ffmpeg gives MP4 a constant frame
+// rate, may repeat the first frame for it where a segment begins between two, and each frame would then be
+// compared with its neighbour.
+std::vector<std::string> segmentArguments(const Subject &subject, const Segment &segment,
+                                          const std::filesystem::path &output);
 
 // The filter graph that compares an encoded segment (input 0) with its source (input 1), up to the name
 // of the comparing filter.

@@ -29,6 +29,7 @@ const Source sources[] = {
     {"pair-2997.mp4", "r=30000/1001:d=6 -c:v libx264 -preset fast -x264-params open-gop=1:keyint=24 -crf 5"},
     {"pair-5994.mkv", "r=60000/1001:d=6 -c:v libx264 -preset ultrafast -crf 5"},
     {"pair-offset.ts", "r=25:d=6 -c:v libx264 -preset ultrafast -g 12 -crf 5 -output_ts_offset 100"},
+    {"pair-ps.mpg", "r=25:d=6 -f lavfi -i sine=d=6 -c:v mpeg2video -q:v 2 -g 12 -bf 2 -c:a mp2"},
     {"pair-vfr.mkv",
      "r=30:d=6 -vf select='not(eq(mod(n\\,7)\\,3))' -vsync vfr -c:v libx264 -preset ultrafast -crf 5"},
 };
@@ -73,8 +74,8 @@ TEST(Sampler, comparesEveryFrameWithItsOwnSource)
             const fs::path encoded = sandbox / "probe.mkv";
             const auto encode =
                 ProcessRunner::run(realTools().ffmpeg,
-                                   CommandBuilder::arguments(info, plan, settings, encoded, segment,
-                                                             CommandBuilder::Streams::videoOnly),
+                                   Sampler::segmentArguments(
+                                       {info, plan, settings, realTools(), sandbox.path()}, segment, encoded),
                                    {});
             ASSERT_EQ(encode.status, 0) << encode.errorText();
             EXPECT_GT(worstPair(encoded, info, plan, segment, sandbox / "log"), 0.9)

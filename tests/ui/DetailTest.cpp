@@ -199,6 +199,12 @@ TEST(DetailText, listsTheStepsOfASearchByCrf)
     EXPECT_EQ(SearchText::searchInWords(aSearch()).toStdString(),
               "CRF 23: VMAF 95,8; CRF 24: VMAF 95,2 (gewählt); CRF 26: VMAF 94,1. Ziel: VMAF 95,0");
 
+    SampleResult missed = aSearch();
+    EXPECT_THAT(search.summary.toStdString(), testing::Not(HasSubstr("Ziel erreicht")));
+    missed.vmafMean = 94.8;
+    EXPECT_THAT(SearchText::search(missed, {}).summary.toStdString(),
+                HasSubstr("Kein Wert hat das Ziel erreicht"));
+
     SampleResult unscored = aSearch();
     unscored.steps = {{24, 2'400'000, {}, {}, 0, 50}};
     unscored.vmafTarget.reset();

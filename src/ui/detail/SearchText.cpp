@@ -3,6 +3,7 @@
 #include <QStringList>
 #include <algorithm>
 
+#include "encoding/Sampler.h"
 #include "format/Fmt.h"
 #include "ui/look/Strings.h"
 
@@ -59,6 +60,9 @@ Search search(const SampleResult &sample, FrameSize frame)
                             .arg(qt(Fmt::duration(std::max(1.0, sample.measuredSeconds)))));
     search.summary = joined(parts);
     search.summary[0] = search.summary[0].toUpper();
+    const double missedBy = sample.vmafTarget.value_or(0) - sample.vmafMean.value_or(100);
+    if (missedBy > Sampler::choiceTolerance)
+        search.summary += QStringLiteral(". Kein Wert hat das Ziel erreicht, dieser kam ihm am nächsten.");
     if (!search.hasScores)
         search.summary +=
             QStringLiteral(". Die Qualität konnte nicht bewertet werden, weil ffmpeg der Filter "
