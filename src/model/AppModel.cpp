@@ -93,10 +93,10 @@ void AppModel::takeTools(Located located)
         setSettings(possible);
     }
     emit toolsChanged();
-    if (m_options.openFolder)
-        open(*m_options.openFolder);
-    else if (m_rootURL)
+    if (m_rootURL)
         rescan(); // it was opened before anything could be asked
+    else if (m_options.openFolder)
+        open(*m_options.openFolder);
 }
 
 // A run that has ended may still be in the middle of telling so.

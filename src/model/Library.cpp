@@ -2,21 +2,13 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 
 #include "planning/Planner.h"
 
 namespace kestrel {
 
 namespace {
-
-void forEachFolder(const TableNode &node, const std::function<void(const TableNode &)> &action)
-{
-    for (const auto &child : node.children)
-        if (child->isFolder()) {
-            action(*child);
-            forEachFolder(*child, action);
-        }
-}
 
 void estimate(FileItem &item, const ConversionSettings &settings, const SampleResult *sample,
               std::optional<double> content, std::optional<double> speed)
@@ -171,6 +163,22 @@ void Library::toggleFolder(const std::filesystem::path &folder)
     if (m_expandedFolders.erase(folder) == 0)
         m_expandedFolders.insert(folder);
     emit expansionChanged();
+}
+
+void Library::open(const Ids &folders)
+{
+    const std::size_t before = m_expandedFolders.size();
+    m_expandedFolders.insert(folders.begin(), folders.end());
+    if (m_expandedFolders.size() != before)
+        emit expansionChanged();
+}
+
+Library::Ids Library::closedFolders() const
+{
+    Ids closed;
+    std::set_difference(m_contents.folders.begin(), m_contents.folders.end(), m_expandedFolders.begin(),
+                        m_expandedFolders.end(), std::inserter(closed, closed.end()));
+    return closed;
 }
 
 void Library::expandAll(bool isExpanded)

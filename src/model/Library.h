@@ -72,7 +72,10 @@ public:
     void setSortOrder(SortOrder order);
 
     const Ids &expandedFolders() const { return m_expandedFolders; }
+    Ids closedFolders() const;
     void toggleFolder(const std::filesystem::path &folder);
+    // Opens these folders, too.
+    void open(const Ids &folders);
     // Opens all folders but these.
     void expandAllBut(const Ids &folders);
     void expandAll(bool isExpanded);

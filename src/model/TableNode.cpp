@@ -72,6 +72,15 @@ std::vector<FileItem *> TableNode::folderItems() const
     return items;
 }
 
+void forEachFolder(const TableNode &node, const std::function<void(const TableNode &)> &action)
+{
+    for (const auto &child : node.children)
+        if (child->isFolder()) {
+            action(*child);
+            forEachFolder(*child, action);
+        }
+}
+
 FolderProgress folderProgress(const TableNode &node)
 {
     FolderProgress progress;
@@ -125,8 +134,9 @@ void updateSums(TableNode &node)
 {
     if (node.item != nullptr) {
         node.durationValue = node.item->durationValue();
-        node.sizeValue = node.item->sizeValue();
-        node.estimateValue = node.item->estimateValue();
+        const bool hasEnded = node.item->isFinished() || is<Status::NoSavings>(node.item->status);
+        node.sizeValue = node.item->bytesBefore();
+        node.estimateValue = hasEnded ? node.item->bytesAfter() : node.item->estimateValue();
         return;
     }
     node.durationValue = 0;

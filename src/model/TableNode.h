@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,14 +23,17 @@ struct TableNode {
     std::vector<std::unique_ptr<TableNode>> children;
 
     // Sums over the files below; of a file its own. Brought up to date by Library.
-    double durationValue = 0; // seconds
-    std::int64_t sizeValue = 0;
-    double estimateValue = 0; // bytes; with what is kept unchanged
+    double durationValue = 0;   // seconds
+    std::int64_t sizeValue = 0; // bytes, before what has been done to the file
+    double estimateValue = 0;   // bytes, afterwards; of a folder with what is kept unchanged
 
     bool isFolder() const { return item == nullptr; }
     // The files below, in the rows' order; of a file itself.
     std::vector<FileItem *> folderItems() const;
 };
+
+// All folder rows below a row, each before those below it.
+void forEachFolder(const TableNode &node, const std::function<void(const TableNode &)> &action);
 
 // What the rows are sorted by; the first comparator decides, the next where it finds two rows equal.
 struct RowComparator {

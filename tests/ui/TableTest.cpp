@@ -193,14 +193,14 @@ TEST_F(TableTest, theNamesTakeWhatTheOtherColumnsLeave)
     drag(Column::name, 40);
     EXPECT_EQ(view.columnWidth(Column::name), names - 40) << "has no edge of its own";
     const auto heading = [&] {
-        return view.rows().headerData(Column::sizeAfter, Qt::Horizontal, Qt::DisplayRole).toString();
+        return view.rows().headerData(Column::sizeBefore, Qt::Horizontal, Qt::DisplayRole).toString();
     };
-    EXPECT_EQ(heading(), "Größe (Nachher)");
+    EXPECT_EQ(heading(), "Größe (Vorher)");
     view.resize(720, 300);
     settle();
     EXPECT_EQ(view.header()->length(), view.viewport()->width());
     EXPECT_LT(view.columnWidth(Column::video), videos + 40) << "others give way to the names";
-    EXPECT_EQ(heading(), "Nachher");
+    EXPECT_EQ(heading(), "Vorher");
     view.resize(2400, 300);
     settle();
     EXPECT_EQ(view.columnWidth(Column::video), videos + 40) << "as chosen";

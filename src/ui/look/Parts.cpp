@@ -1,8 +1,9 @@
 #include "ui/look/Parts.h"
 
+#include <QApplication>
+#include <QApplication>
 #include <QClipboard>
 #include <QEvent>
-#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QMessageBox>
 #include <QPainter>
@@ -237,6 +238,11 @@ VerticalScroll::VerticalScroll(QWidget *contents, QWidget *parent) : QScrollArea
     contents->setAutoFillBackground(false);
     viewport()->setAutoFillBackground(false);
     setViewportMargins(ring, ring, ring, ring);
+    // Qt does so for the tab key only, not for the letter of a label. What is clicked is in sight.
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
+        if (now != nullptr && widget()->isAncestorOf(now) && QGuiApplication::mouseButtons() == Qt::NoButton)
+            ensureWidgetVisible(now, 0, Theme::em(1));
+    });
 }
 
 bool VerticalScroll::event(QEvent *event)

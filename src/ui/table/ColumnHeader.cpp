@@ -3,13 +3,45 @@
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QScopedValueRollback>
 #include <QStyleOptionFocusRect>
+#include <algorithm>
+#include <array>
 
 #include "ui/look/Theme.h"
 
 namespace kestrel {
 
-ColumnHeader::ColumnHeader(QWidget *parent) : QHeaderView(Qt::Horizontal, parent)
+namespace {
+
+using Column = LibraryModel::Column;
+
+// In heights of the text: what a column has usually, at least, and at most of what would otherwise be left
+// over.
+struct Width {
+    double usual, least, most;
+};
+constexpr std::array<Width, LibraryModel::columns> widths{{{2.2, 2.2, 2.2},
+                                                           {16, 12.6, 16},
+                                                           {4.4, 3.6, 4.4},
+                                                           {13.5, 9, 19},
+                                                           {8.2, 4.8, 8.2},
+                                                           {10.8, 8.4, 10.8},
+                                                           {11, 8.8, 17}}};
+constexpr double ampleNames = 22;
+// Who gives way first where there is no room.
+constexpr std::array yielding{Column::sizeBefore, Column::sizeAfter, Column::status, Column::video,
+                              Column::duration};
+
+const Width &widthOf(int section)
+{
+    return widths[static_cast<std::size_t>(section)];
+}
+
+} // namespace
+
+ColumnHeader::ColumnHeader(LibraryModel &rows, QWidget *parent)
+    : QHeaderView(Qt::Horizontal, parent), m_rows(rows)
 {
     setFocusPolicy(Qt::TabFocus);
     setStretchLastSection(false);
@@ -19,6 +51,72 @@ ColumnHeader::ColumnHeader(QWidget *parent) : QHeaderView(Qt::Horizontal, parent
     setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     setAccessibleDescription(QStringLiteral(
         "Pfeiltasten wählen eine Spalte, mit der Umschalttaste ändern sie ihre Breite, Leertaste sortiert."));
+    connect(this, &QHeaderView::sectionResized, this, [this](int section, int, int width) {
+        if (!m_isFitting)
+            m_chosen[static_cast<std::size_t>(section)] = width;
+    });
+}
+
+QByteArray ColumnHeader::chosenWidths() const
+{
+    QByteArray state;
+    for (const int width : m_chosen)
+        state += QByteArray::number((1000 * width + Theme::em(0.5)) / Theme::em(1)) + ' ';
+    return state;
+}
+
+void ColumnHeader::restoreWidths(const QByteArray &state)
+{
+    const QList<QByteArray> parts = state.trimmed().split(' ');
+    if (parts.size() != LibraryModel::columns)
+        return;
+    for (int section = 0; section < LibraryModel::columns; ++section)
+        if (const int width = (std::min(parts[section].toInt(), 200'000) * Theme::em(1) + 500) / 1000;
+            width >= Theme::em(widthOf(section).least))
+            m_chosen[static_cast<std::size_t>(section)] = width;
+    emit widthsChosen();
+}
+
+// The names take what the others leave. Before the names get too short, others give way; where there is more
+// than enough, those with much to say get some of it.
+void ColumnHeader::fit(int width)
+{
+    std::array<int, LibraryModel::columns> fitted{};
+    int names = width;
+    for (int section = 0; section < LibraryModel::columns; ++section)
+        if (section != Column::name) {
+            const int chosen = m_chosen[static_cast<std::size_t>(section)];
+            int &own = fitted[static_cast<std::size_t>(section)];
+            own = chosen > 0 ? chosen : Theme::em(widthOf(section).usual);
+            names -= own;
+        }
+    const auto give = [&](int section, int given) {
+        fitted[static_cast<std::size_t>(section)] += given;
+        names -= given;
+    };
+    for (const int section : yielding) {
+        const int spare = fitted[static_cast<std::size_t>(section)] - Theme::em(widthOf(section).least);
+        give(section, -std::clamp(Theme::em(widthOf(Column::name).usual) - names, 0, std::max(0, spare)));
+    }
+    for (const int section : {Column::status, Column::video})
+        if (m_chosen[static_cast<std::size_t>(section)] == 0)
+            give(section, std::clamp((names - Theme::em(ampleNames)) / 2, 0,
+                                     Theme::em(widthOf(section).most - widthOf(section).usual)));
+    fitted[Column::name] = std::max(names, Theme::em(widthOf(Column::name).least));
+    const QScopedValueRollback fitting(m_isFitting, true);
+    for (int section = 0; section < LibraryModel::columns; ++section) {
+        const int own = fitted[static_cast<std::size_t>(section)];
+        resizeSection(section, own);
+        m_rows.setBriefHeading(section, !hasRoomForTitle(section, own));
+    }
+}
+
+bool ColumnHeader::hasRoomForTitle(int section, int width) const
+{
+    const QString title = m_rows.headerData(section, Qt::Horizontal, Qt::AccessibleTextRole).toString();
+    const int arrow = isSortIndicatorShown() && sortIndicatorSection() == section ? Theme::em(1.1) : 0;
+    const int margins = 2 * style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, this);
+    return fontMetrics().horizontalAdvance(title) + arrow + margins <= width;
 }
 
 void ColumnHeader::keyPressEvent(QKeyEvent *event)

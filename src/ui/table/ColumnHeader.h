@@ -1,16 +1,26 @@
 #pragma once
 
 #include <QHeaderView>
+#include <array>
+
+#include "ui/table/LibraryModel.h"
 
 namespace kestrel {
 
-// The heads of the columns, which the keyboard reaches too: left and right go from one to the next, with
-// Shift they make the column narrower and wider, space and return sort by it.
+// The heads of the columns, and how wide these are. The keyboard reaches them too: left and right go from one
+// to the next, with Shift they make the column narrower and wider, space and return sort by it.
 class ColumnHeader : public QHeaderView {
     Q_OBJECT
 
 public:
-    explicit ColumnHeader(QWidget *parent = nullptr);
+    // The rows outlive it.
+    explicit ColumnHeader(LibraryModel &rows, QWidget *parent = nullptr);
+
+    // Shares so many pixels among the columns.
+    void fit(int width);
+    // The widths that somebody chose, to be remembered.
+    QByteArray chosenWidths() const;
+    void restoreWidths(const QByteArray &state);
 
 signals:
     // By mouse or keyboard; not while an edge is being dragged, but when it is let go.
@@ -26,8 +36,12 @@ protected:
 private:
     void goTo(int section);
     void widen(int step);
+    bool hasRoomForTitle(int section, int width) const;
 
-    int m_current = 1; // has the keyboard's focus while the header has it
+    LibraryModel &m_rows;
+    std::array<int, LibraryModel::columns> m_chosen{}; // widths, by the user; 0 where none was
+    bool m_isFitting = false;
+    int m_current = LibraryModel::name; // has the keyboard's focus while the header has it
 };
 
 } // namespace kestrel

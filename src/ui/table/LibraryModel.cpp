@@ -19,6 +19,13 @@ constexpr std::array<const char *, LibraryModel::columns> titles{
 constexpr std::array<const char *, LibraryModel::columns> briefTitles{"",       "Datei",   "Dauer", "Video",
                                                                       "Vorher", "Nachher", "Status"};
 
+QString spoken(Qt::CheckState state)
+{
+    return state == Qt::Checked            ? QStringLiteral("angehakt")
+           : state == Qt::PartiallyChecked ? QStringLiteral("teilweise angehakt")
+                                           : QStringLiteral("nicht angehakt");
+}
+
 } // namespace
 
 LibraryModel::LibraryModel(AppModel &model, QObject *parent) : QAbstractItemModel(parent), m_model(model)
@@ -29,10 +36,15 @@ LibraryModel::LibraryModel(AppModel &model, QObject *parent) : QAbstractItemMode
     const Library &library = model.library();
     connect(&library, &Library::aboutToBeFilled, this, [this] {
         beginResetModel();
+        m_isFilling = true;
         m_folders.clear();
+        m_sources.clear();
         m_changed.clear();
     });
-    connect(&library, &Library::filled, this, [this] { endResetModel(); });
+    connect(&library, &Library::filled, this, [this] {
+        m_isFilling = false;
+        endResetModel();
+    });
     connect(&library, &Library::aboutToBeSorted, this,
             [this] { emit layoutAboutToBeChanged({}, VerticalSortHint); });
     connect(&library, &Library::sorted, this, &LibraryModel::moveRows);
@@ -59,17 +71,12 @@ QModelIndex LibraryModel::indexOf(const std::filesystem::path &id) const
 {
     if (const FileItem *item = m_model.library().find(id))
         return indexOf(*item->row);
-    std::vector<const TableNode *> folders{&m_model.library().root()};
-    while (!folders.empty()) {
-        const TableNode *folder = folders.back();
-        folders.pop_back();
-        if (folder->id == id)
-            return indexOf(*folder);
-        for (const auto &child : folder->children)
-            if (child->isFolder())
-                folders.push_back(child.get());
-    }
-    return {};
+    QModelIndex found;
+    forEachFolder(m_model.library().root(), [&](const TableNode &folder) {
+        if (folder.id == id)
+            found = indexOf(folder);
+    });
+    return found;
 }
 
 QModelIndex LibraryModel::index(int row, int column, const QModelIndex &parent) const
@@ -103,6 +110,14 @@ const RowText::Folder &LibraryModel::folder(const TableNode &node) const
     return found->second;
 }
 
+const RowText::Sources &LibraryModel::sources(const TableNode &node) const
+{
+    auto found = m_sources.find(&node);
+    if (found == m_sources.end())
+        found = m_sources.emplace(&node, RowText::Sources::of(node)).first;
+    return found->second;
+}
+
 std::optional<QString> LibraryModel::completion(const TableNode &node) const
 {
     if (m_model.activity().kind != Activity::Kind::converting)
@@ -117,7 +132,7 @@ RowText::Cell LibraryModel::cell(const QModelIndex &index) const
     const FileItem *item = row.item;
     switch (index.column()) {
     case name:
-        return {.text = shown(row.name),
+        return {.text = shown(item != nullptr ? item->name() : row.name),
                 .detail = item != nullptr ? QString() : counted(folder(row).files),
                 .help = shown(item != nullptr ? std::filesystem::path(item->relativePath) : row.id)};
     case duration: {
@@ -125,7 +140,7 @@ RowText::Cell LibraryModel::cell(const QModelIndex &index) const
         return {.text = seconds > 0 ? qt(Fmt::clock(seconds)) : QStringLiteral("–")};
     }
     case video:
-        return item != nullptr ? RowText::video(*item, m_model.settings()) : RowText::video(folder(row));
+        return item != nullptr ? RowText::video(*item, m_model.settings()) : RowText::video(sources(row));
     case sizeBefore:
         return item != nullptr ? RowText::size(*item) : RowText::size(row);
     case sizeAfter:
@@ -164,13 +179,13 @@ QVariant LibraryModel::data(const QModelIndex &index, int role) const
                                    : folder(row).checkState();
     case Qt::AccessibleTextRole: {
         if (index.column() == include)
-            return QStringLiteral("Konvertieren: ") + shown(row.name);
+            return spoken(static_cast<Qt::CheckState>(data(index, Qt::CheckStateRole).toInt()));
         const RowText::Cell all = cell(index);
         QStringList parts{all.text, all.detail};
         for (const auto &chip : chips(index))
             if (index.column() == video)
                 parts += chip.help;
-        if (all.bar && *all.bar >= 0 && !all.text.contains(QLatin1Char('%')))
+        if (all.bar && !all.text.contains(QLatin1Char('%')))
             parts += qt(Fmt::percent(*all.bar)); // that stands nowhere in the cell
         parts.removeAll(QString());
         return parts.join(QStringLiteral(", "));
@@ -221,8 +236,9 @@ void LibraryModel::itemChanged(const FileItem &item)
 {
     for (const TableNode *row = item.row; row != nullptr && row->parent != nullptr; row = row->parent) {
         m_changed.insert(row);
-        if (row->isFolder())
-            m_folders.erase(row);
+        m_folders.erase(row);
+        if (item.needsPlan) // its info may be new
+            m_sources.erase(row);
     }
     if (!m_teller.isActive())
         m_teller.start();
@@ -248,6 +264,7 @@ void LibraryModel::told(const TableNode &parent)
 void LibraryModel::everythingChanged()
 {
     m_folders.clear();
+    m_sources.clear();
     m_changed.clear();
     m_teller.stop();
     told(m_model.library().root());

@@ -12,8 +12,8 @@
 
 namespace kestrel {
 
-// The library's rows for Qt's views. Rows stay where they are while files change; what has changed is told a
-// few times a second, together. Main thread; the application's model outlives it.
+// The library's rows for Qt's views. Rows stay where they are while files change; what has changed is told
+// twenty times a second, together. Main thread; the application's model outlives it.
 class LibraryModel : public QAbstractItemModel {
     Q_OBJECT
 
@@ -34,6 +34,10 @@ public:
     std::vector<RowText::Chip> chips(const QModelIndex &index) const;
     // Of a folder's row; remembered until one of its files changes.
     const RowText::Folder &folder(const TableNode &node) const;
+    // Of a folder's row; remembered until there is something new to know of one of its files.
+    const RowText::Sources &sources(const TableNode &node) const;
+    // Between the old rows and the new ones nobody may ask for any.
+    bool isFilling() const { return m_isFilling; }
 
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
     QModelIndex parent(const QModelIndex &index) const override;
@@ -53,7 +57,9 @@ private:
     std::optional<QString> completion(const TableNode &folder) const;
 
     AppModel &m_model;
+    bool m_isFilling = false;
     mutable std::unordered_map<const TableNode *, RowText::Folder> m_folders;
+    mutable std::unordered_map<const TableNode *, RowText::Sources> m_sources;
     std::unordered_set<const TableNode *> m_changed;
     QTimer m_teller;
     std::array<bool, columns> m_hasBriefHeading{};

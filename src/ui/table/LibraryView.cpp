@@ -10,7 +10,6 @@
 
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
-#include "ui/table/ColumnHeader.h"
 #include "ui/table/RowDelegate.h"
 
 namespace kestrel {
@@ -18,28 +17,6 @@ namespace kestrel {
 namespace {
 
 using Column = LibraryModel::Column;
-
-// In heights of the text: what a column has usually, at least, and at most of what would otherwise be left
-// over.
-struct Width {
-    double usual, least, most;
-};
-constexpr std::array<Width, LibraryModel::columns> widths{{{2.2, 2.2, 2.2},
-                                                           {14, 12.6, 14},
-                                                           {4.4, 3.6, 4.4},
-                                                           {13.5, 9, 19},
-                                                           {8.2, 4.8, 8.2},
-                                                           {10.8, 8.4, 10.8},
-                                                           {11, 8.8, 17}}};
-constexpr double ampleNames = 22;
-// Who gives way first where there is no room.
-constexpr std::array yielding{LibraryModel::sizeAfter, LibraryModel::sizeBefore, LibraryModel::video,
-                              LibraryModel::duration, LibraryModel::status};
-
-const Width &widthOf(int section)
-{
-    return widths[static_cast<std::size_t>(section)];
-}
 
 std::optional<RowComparator::Column> comparatorOf(int section)
 {
@@ -67,7 +44,8 @@ int sectionOf(RowComparator::Column column)
 
 } // namespace
 
-LibraryView::LibraryView(AppModel &model, QWidget *parent) : QTreeView(parent), m_model(model), m_rows(model)
+LibraryView::LibraryView(AppModel &model, QWidget *parent)
+    : QTreeView(parent), m_model(model), m_rows(model), m_header(new ColumnHeader(m_rows, this))
 {
     setModel(&m_rows);
     auto *delegate = new RowDelegate(m_rows, this);
@@ -87,19 +65,14 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent) : QTreeView(parent), 
     setExpandsOnDoubleClick(false);
     setMouseTracking(true);
 
-    auto *header = new ColumnHeader(this);
-    setHeader(header); // sets both of these back
-    header->setSectionsClickable(true);
-    header->setSortIndicatorShown(true);
-    header->setSectionResizeMode(Column::include, QHeaderView::Fixed);
+    setHeader(m_header); // sets both of these back
+    m_header->setSectionsClickable(true);
+    m_header->setSortIndicatorShown(true);
+    m_header->setSectionResizeMode(Column::include, QHeaderView::Fixed);
+    m_header->setSectionResizeMode(Column::name, QHeaderView::Fixed); // takes what the others leave
     fitColumns();
-    header->setSectionResizeMode(Column::name, QHeaderView::Fixed); // takes what the others leave
-    connect(header, &QHeaderView::sectionResized, this, [this](int section, int, int width) {
-        if (!m_isFitting)
-            m_chosen[static_cast<std::size_t>(section)] = width;
-    });
-    connect(header, &ColumnHeader::widthsChosen, this, &LibraryView::fitColumns);
-    connect(header, &QHeaderView::sectionClicked, this, &LibraryView::sortBy);
+    connect(m_header, &ColumnHeader::widthsChosen, this, &LibraryView::fitColumns);
+    connect(m_header, &QHeaderView::sectionClicked, this, &LibraryView::sortBy);
 
     const Library &library = model.library();
     connect(&library, &Library::filled, this, &LibraryView::showExpansion);
@@ -112,13 +85,17 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent) : QTreeView(parent), 
     const auto follow = [this](const QModelIndex &index, bool isExpanded) {
         Library &rows = m_model.library();
         const auto &folder = m_rows.node(index).id;
-        if (m_isFollowing || rows.expandedFolders().contains(folder) == isExpanded)
+        if (m_isFollowing || !m_rows.node(index).isFolder() ||
+            rows.expandedFolders().contains(folder) == isExpanded)
             return;
         const QScopedValueRollback following(m_isFollowing, true);
         rows.toggleFolder(folder);
     };
     connect(this, &QTreeView::expanded, this, [follow](const QModelIndex &index) { follow(index, true); });
-    connect(this, &QTreeView::collapsed, this, [follow](const QModelIndex &index) { follow(index, false); });
+    connect(this, &QTreeView::collapsed, this, [this, follow](const QModelIndex &index) {
+        follow(index, false);
+        leaveClosedFolders();
+    });
     connect(this, &QTreeView::doubleClicked, this, [this](const QModelIndex &index) {
         if (index.column() == Column::include)
             return;
@@ -144,66 +121,16 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent) : QTreeView(parent), 
     showSortOrder();
 }
 
-QByteArray LibraryView::columnState() const
-{
-    QByteArray state;
-    for (const int width : m_chosen)
-        state += QByteArray::number((1000 * width + Theme::em(0.5)) / Theme::em(1)) + ' ';
-    return state;
-}
-
-void LibraryView::restoreColumns(const QByteArray &state)
-{
-    const QList<QByteArray> parts = state.trimmed().split(' ');
-    if (parts.size() != LibraryModel::columns)
-        return;
-    for (int section = 0; section < LibraryModel::columns; ++section)
-        if (const int width = (std::min(parts[section].toInt(), 200'000) * Theme::em(1) + 500) / 1000;
-            width >= Theme::em(widthOf(section).least))
-            m_chosen[static_cast<std::size_t>(section)] = width;
-    fitColumns();
-}
-
-// The names take what the others leave. Before the names get too short, others give way; where there is more
-// than enough, those with much to say get some of it.
-void LibraryView::fitColumns()
-{
-    std::array<int, LibraryModel::columns> fitted{};
-    int names = viewport()->width();
-    for (int section = 0; section < LibraryModel::columns; ++section)
-        if (section != Column::name) {
-            const int chosen = m_chosen[static_cast<std::size_t>(section)];
-            int &width = fitted[static_cast<std::size_t>(section)];
-            width = chosen > 0 ? chosen : Theme::em(widthOf(section).usual);
-            names -= width;
-        }
-    const auto give = [&](int section, int given) {
-        fitted[static_cast<std::size_t>(section)] += given;
-        names -= given;
-    };
-    for (const int section : yielding) {
-        const int spare = fitted[static_cast<std::size_t>(section)] - Theme::em(widthOf(section).least);
-        give(section, -std::clamp(Theme::em(widthOf(Column::name).least) - names, 0, std::max(0, spare)));
-    }
-    for (const int section : {Column::status, Column::video})
-        if (m_chosen[static_cast<std::size_t>(section)] == 0)
-            give(section, std::clamp((names - Theme::em(ampleNames)) / 2, 0,
-                                     Theme::em(widthOf(section).most - widthOf(section).usual)));
-    fitted[Column::name] = std::max(names, Theme::em(widthOf(Column::name).least));
-    const QScopedValueRollback fitting(m_isFitting, true);
-    for (int section = 0; section < LibraryModel::columns; ++section) {
-        const int width = fitted[static_cast<std::size_t>(section)];
-        setColumnWidth(section, width);
-        if (section == Column::sizeBefore || section == Column::sizeAfter)
-            m_rows.setBriefHeading(section, width < Theme::em(widthOf(section).usual));
-    }
-}
-
 void LibraryView::resizeEvent(QResizeEvent *event)
 {
     QTreeView::resizeEvent(event);
     if (event->size().width() != event->oldSize().width())
         fitColumns();
+}
+
+void LibraryView::fitColumns()
+{
+    m_header->fit(viewport()->width());
 }
 
 void LibraryView::sortBy(int section)
@@ -228,19 +155,26 @@ void LibraryView::showSortOrder()
 
 void LibraryView::showExpansion()
 {
+    if (m_rows.isFilling())
+        return; // comes again when that is done
     const QScopedValueRollback following(m_isFollowing, true);
     scheduleDelayedItemsLayout(); // so that folders open without a layout each
     const Library::Ids &folders = m_model.library().expandedFolders();
-    std::vector<const TableNode *> left{&m_model.library().root()};
-    while (!left.empty()) {
-        const TableNode *folder = left.back();
-        left.pop_back();
-        if (folder->parent != nullptr)
-            setExpanded(m_rows.indexOf(*folder, 0), folders.contains(folder->id));
-        for (const auto &child : folder->children)
-            if (child->isFolder())
-                left.push_back(child.get());
-    }
+    forEachFolder(m_model.library().root(), [&](const TableNode &folder) {
+        setExpanded(m_rows.indexOf(folder, 0), folders.contains(folder.id));
+    });
+    leaveClosedFolders();
+}
+
+// The current row is one that can be seen.
+void LibraryView::leaveClosedFolders()
+{
+    QModelIndex closed;
+    for (QModelIndex folder = currentIndex().parent(); folder.isValid(); folder = folder.parent())
+        if (!isExpanded(folder))
+            closed = folder;
+    if (closed.isValid())
+        selectionModel()->setCurrentIndex(closed, QItemSelectionModel::NoUpdate);
 }
 
 void LibraryView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
@@ -260,7 +194,6 @@ void LibraryView::showSelection()
 {
     if (m_isFollowing)
         return;
-    const QScopedValueRollback following(m_isFollowing, true);
     QItemSelection selection;
     QModelIndex first;
     for (const auto &id : m_model.library().selection())
@@ -268,6 +201,11 @@ void LibraryView::showSelection()
             selection.select(index.siblingAtColumn(0), index.siblingAtColumn(LibraryModel::columns - 1));
             first = first.isValid() ? first : index;
         }
+    Library::Ids around;
+    for (QModelIndex folder = first.parent(); folder.isValid(); folder = folder.parent())
+        around.insert(m_rows.node(folder).id);
+    m_model.library().open(around); // so that it can be seen
+    const QScopedValueRollback following(m_isFollowing, true);
     selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
     if (first.isValid()) {
         selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
@@ -293,18 +231,45 @@ void LibraryView::keyPressEvent(QKeyEvent *event)
         return showMenuAt(current); // for keyboards without a menu key
     if (!current.isValid() || (event->modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
         return QTreeView::keyPressEvent(event);
+    const TableNode &row = m_rows.node(current);
     switch (event->key()) {
     case Qt::Key_Space:
         return toggleIncluded(current);
+    case Qt::Key_Asterisk:
+    case Qt::Key_Plus:
+    case Qt::Key_Minus:
+        return row.isFolder() ? expand(row, event->key()) : void();
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        if (m_rows.node(current).isFolder())
+        if (row.isFolder())
             return setExpanded(current.siblingAtColumn(0), !isExpanded(current.siblingAtColumn(0)));
-        emit detailsRequested(m_rows.node(current).id);
+        emit detailsRequested(row.id);
         return;
     default:
         QTreeView::keyPressEvent(event);
     }
+}
+
+void LibraryView::expand(const TableNode &folder, int key)
+{
+    Library &library = m_model.library();
+    if (key == Qt::Key_Minus)
+        return setExpanded(m_rows.indexOf(folder, 0), false);
+    Library::Ids folders{folder.id};
+    if (key == Qt::Key_Asterisk)
+        forEachFolder(folder, [&](const TableNode &below) { folders.insert(below.id); });
+    library.open(folders);
+}
+
+// By the names, whatever the column of the current cell.
+void LibraryView::keyboardSearch(const QString &search)
+{
+    const auto goTo = [this](const QModelIndex &row, int column) {
+        selectionModel()->setCurrentIndex(row.siblingAtColumn(column), QItemSelectionModel::NoUpdate);
+    };
+    goTo(currentIndex().isValid() ? currentIndex() : m_rows.index(0, 0), Column::name);
+    QTreeView::keyboardSearch(search);
+    goTo(currentIndex(), 0);
 }
 
 void LibraryView::leaveEvent(QEvent *event)
@@ -346,7 +311,10 @@ void LibraryView::contextMenuEvent(QContextMenuEvent *event)
 
 void LibraryView::showMenuAt(const QModelIndex &index)
 {
-    emit menuRequested(viewport()->mapToGlobal(visualRect(index).center()));
+    const QRect room = viewport()->rect();
+    const QPoint place = visualRect(index).center(); // may be scrolled away
+    emit menuRequested(viewport()->mapToGlobal(QPoint(std::clamp(place.x(), room.left(), room.right()),
+                                                      std::clamp(place.y(), room.top(), room.bottom()))));
 }
 
 void LibraryView::drawRow(QPainter *painter, const QStyleOptionViewItem &option,

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <QTreeView>
-#include <array>
 #include <optional>
 
+#include "ui/table/ColumnHeader.h"
 #include "ui/table/LibraryModel.h"
 
 class QMenu;
@@ -19,9 +19,7 @@ public:
     explicit LibraryView(AppModel &model, QWidget *parent = nullptr);
 
     const LibraryModel &rows() const { return m_rows; }
-    // Column widths, to be remembered.
-    QByteArray columnState() const;
-    void restoreColumns(const QByteArray &state);
+    ColumnHeader &columns() { return *m_header; }
 
 signals:
     // Return or a double click on a file.
@@ -30,6 +28,7 @@ signals:
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
+    void keyboardSearch(const QString &search) override;
     void resizeEvent(QResizeEvent *event) override;
     void leaveEvent(QEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
@@ -46,21 +45,22 @@ private:
     void sortBy(int section);
     void showMenuAt(const QModelIndex &index);
     void toggleIncluded(const QModelIndex &index);
+    void expand(const TableNode &folder, int key);
+    void leaveClosedFolders();
     void fitColumns();
     void keepPlace();
     void returnToPlace();
 
     AppModel &m_model;
     LibraryModel m_rows;
+    ColumnHeader *m_header;
     bool m_isFollowing = false; // what the model says is being shown
-    bool m_isFitting = false;
     QPersistentModelIndex m_hovered;
     struct Place {
         std::filesystem::path root, current;
         int scroll = 0;
     };
-    Place m_place;                                     // before the library was filled anew
-    std::array<int, LibraryModel::columns> m_chosen{}; // widths, by the user; 0 where none was
+    Place m_place;  // before the library was filled anew
     QTimer m_clock; // the times at which folders will be done change by themselves
 };
 

@@ -186,6 +186,11 @@ Cell estimate(const FileItem &item)
 
 Cell status(const FileItem &item)
 {
+    if (item.isSampling)
+        return {.text = QStringLiteral("Stichprobe wird gemessen"),
+                .brief = QStringLiteral("wird gemessen"),
+                .tone = Tone::purple,
+                .bar = item.samplingFraction};
     if (const auto *analyzing = std::get_if<Status::Analyzing>(&item.status))
         return {.text = QStringLiteral("Qualitätsprüfung"),
                 .tone = Tone::purple,
@@ -243,10 +248,6 @@ Cell status(const FileItem &item)
                 .tone = Tone::muted,
                 .help = qt(Text::repaired(*item.probeError)),
                 .canBreak = true};
-    if (item.isSampling)
-        return {.text = QStringLiteral("Stichprobe wird gemessen"),
-                .tone = Tone::purple,
-                .bar = item.samplingFraction};
     if (is<Status::Queued>(item.status))
         return {.text = QStringLiteral("wartet"), .icon = QStringLiteral("clock"), .tone = Tone::muted};
     return {};
@@ -255,24 +256,31 @@ Cell status(const FileItem &item)
 Folder Folder::of(const TableNode &node)
 {
     Folder folder;
-    std::map<QString, std::size_t> kinds;
     for (const FileItem *item : node.folderItems()) {
         ++folder.files;
         folder.included += item->included ? 1 : 0;
         folder.converted += item->isFinished() ? 1 : 0;
         folder.failed += is<Status::Failed>(item->status) ? 1 : 0;
-        if (item->info)
-            ++kinds[source(*item->info)];
-    }
-    const auto most = std::max_element(kinds.begin(), kinds.end(),
-                                       [](const auto &a, const auto &b) { return a.second < b.second; });
-    if (most != kinds.end()) {
-        folder.video = most->first;
-        for (const auto &[kind, count] : kinds)
-            folder.different += kind != most->first ? count : 0;
     }
     folder.progress = folderProgress(node);
     return folder;
+}
+
+Sources Sources::of(const TableNode &node)
+{
+    std::map<QString, std::size_t> kinds;
+    for (const FileItem *item : node.folderItems())
+        if (item->info)
+            ++kinds[source(*item->info)];
+    const auto most = std::max_element(kinds.begin(), kinds.end(),
+                                       [](const auto &a, const auto &b) { return a.second < b.second; });
+    Sources sources;
+    if (most != kinds.end()) {
+        sources.most = most->first;
+        for (const auto &[kind, count] : kinds)
+            sources.different += kind != most->first ? count : 0;
+    }
+    return sources;
 }
 
 Qt::CheckState Folder::checkState() const
@@ -280,11 +288,11 @@ Qt::CheckState Folder::checkState() const
     return included == 0 ? Qt::Unchecked : included == files ? Qt::Checked : Qt::PartiallyChecked;
 }
 
-Cell video(const Folder &folder)
+Cell video(const Sources &sources)
 {
-    Cell cell{.text = folder.video, .tone = Tone::muted};
-    if (folder.different > 0)
-        cell.detail = QStringLiteral("%1 abweichend").arg(folder.different);
+    Cell cell{.text = sources.most, .tone = Tone::muted};
+    if (sources.different > 0)
+        cell.detail = QStringLiteral("%1 abweichend").arg(sources.different);
     return cell;
 }
 

@@ -42,15 +42,20 @@ Cell status(const FileItem &item);
 // What a folder's row is made of; of all files below it.
 struct Folder {
     std::size_t files = 0, included = 0;
-    QString video;             // what most of its files are
-    std::size_t different = 0; // the others
     FolderProgress progress;
     std::size_t converted = 0, failed = 0;
 
     static Folder of(const TableNode &node);
     Qt::CheckState checkState() const;
 };
-Cell video(const Folder &folder);
+// What the files below a folder are.
+struct Sources {
+    QString most;
+    std::size_t different = 0; // the others
+
+    static Sources of(const TableNode &node);
+};
+Cell video(const Sources &sources);
 Cell size(const TableNode &node);
 Cell estimate(const TableNode &node, const Folder &folder);
 // `completion`: when the run will have done it.

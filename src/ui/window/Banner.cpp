@@ -38,7 +38,7 @@ void Banner::show()
     const bool isScanning = m_model.activity().kind == Activity::Kind::scanning;
     setVisible(message.has_value() && !isScanning);
     if (!message)
-        return;
+        return m_text->clear();
     const QString text = qt(Text::repaired(*message));
     const bool isBad = m_model.isMessageOfProblem();
     m_icon->set(isBad ? QStringLiteral("warning") : QStringLiteral("info"),

@@ -1,7 +1,5 @@
 #include "ui/window/ClosedFolders.h"
 
-#include <vector>
-
 namespace kestrel {
 
 ClosedFolders::ClosedFolders(Library &library, WindowState &state, QObject *parent)
@@ -22,18 +20,7 @@ void ClosedFolders::keep()
 {
     if (m_library.items().empty())
         return;
-    Library::Ids &closed = m_closed[m_library.root().id];
-    closed.clear();
-    std::vector<const TableNode *> left{&m_library.root()};
-    while (!left.empty()) {
-        const TableNode *folder = left.back();
-        left.pop_back();
-        if (folder->parent != nullptr && !m_library.expandedFolders().contains(folder->id))
-            closed.insert(folder->id);
-        for (const auto &child : folder->children)
-            if (child->isFolder())
-                left.push_back(child.get());
-    }
+    m_closed[m_library.root().id] = m_library.closedFolders();
 }
 
 void ClosedFolders::restore()

@@ -189,7 +189,7 @@ QWidget *MainWindow::makeLibraryPage()
 
     m_panel = new SettingsPanel(m_model);
     m_splitter = new PanelSplitter(left, m_panel);
-    setTabOrder(m_table->header(), m_splitter->handle(1));
+    setTabOrder(&m_table->columns(), m_splitter->handle(1));
     return m_splitter;
 }
 
@@ -383,7 +383,7 @@ void MainWindow::saveState()
 {
     m_state.setValue("geometry", saveGeometry());
     m_state.setValue("splitter", m_splitter->saveState());
-    m_state.setValue("columns", m_table->columnState());
+    m_state.setValue("columns", m_table->columns().chosenWidths());
     m_state.setValue("panel", m_commands.showPanel->isChecked() ? "1" : "0");
     m_closedFolders.save();
 }
@@ -393,7 +393,7 @@ void MainWindow::restoreState()
     restoreGeometry(m_state.value("geometry"));
     if (!m_splitter->restoreState(m_state.value("splitter")))
         m_splitter->setSizes({10'000, Theme::em(18)});
-    m_table->restoreColumns(m_state.value("columns"));
+    m_table->columns().restoreWidths(m_state.value("columns"));
     m_commands.showPanel->setChecked(m_state.value("panel") != "0");
 }
 

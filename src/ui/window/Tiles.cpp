@@ -102,9 +102,11 @@ void Tiles::update()
     const bool isEstimated = totals.weakestKind.has_value();
     const bool isPlanned = hasFiles && (isEstimated || m_model.activity().kind != Activity::Kind::scanning);
     set(m_files.value, hasFiles ? QString::number(totals.files) : none);
-    set(m_files.detail, totals.errors > 0 ? QStringLiteral("%1 nicht lesbar").arg(totals.errors)
-                        : hasFiles        ? QStringLiteral("Laufzeit ") + qt(Fmt::duration(totals.duration))
-                                          : QString());
+    const QString duration = qt(Fmt::duration(totals.duration));
+    set(m_files.detail, totals.errors > 0
+                            ? QStringLiteral("%1 · %2 nicht lesbar").arg(duration).arg(totals.errors)
+                        : hasFiles ? QStringLiteral("Laufzeit ") + duration
+                                   : QString());
     const auto before = static_cast<double>(totals.sourceBytes);
     set(m_before.value, hasFiles ? qt(Fmt::bytes(before)) : none);
     set(m_before.detail, isPlanned ? QStringLiteral("%1 zu konvertieren").arg(totals.actionable) : QString());
@@ -127,6 +129,7 @@ void Tiles::update()
 
     const auto remaining = m_model.runRemaining();
     set(m_time.caption, remaining ? QStringLiteral("Restdauer") : QStringLiteral("Rechenzeit"));
+    m_time.card->setAccessibleName(m_time.caption->text());
     set(m_time.value, remaining                     ? qt(Fmt::duration(*remaining))
                       : totals.encodeSeconds >= 0.5 ? qt(Fmt::duration(totals.encodeSeconds))
                                                     : none);
