@@ -9,7 +9,7 @@ std::array<Capability, 3> capabilities(const Tools &tools)
         {"libsvtav1", tools.hasSVTAV1, "AV1 kodieren", installCommand},
         {"libvmaf", tools.hasVMAF, "Qualität messen und den CRF-Wert suchen",
          "Debians ffmpeg hat den Filter nicht: ein ffmpeg mit libvmaf nach /usr/local/bin legen (siehe "
-         "README)"},
+         "„man kestrel“)"},
     }};
 }
 

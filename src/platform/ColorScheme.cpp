@@ -31,11 +31,15 @@ class ColorScheme::Listener : public QObject {
     Q_OBJECT
 
 public:
-    explicit Listener(std::function<void(bool)> onChange) : m_onChange(std::move(onChange))
+    using OnChange = std::function<void(std::optional<bool>)>;
+    explicit Listener(OnChange onChange) : m_onChange(std::move(onChange))
     {
         QDBusConnection bus = QDBusConnection::sessionBus();
-        if (!bus.isConnected())
+        if (!bus.isConnected()) {
+            QMetaObject::invokeMethod(
+                this, [this] { m_onChange({}); }, Qt::QueuedConnection);
             return;
+        }
         // Qt looks a slot's types up by name, and knows this one only after its first use.
         qRegisterMetaType<QDBusVariant>();
         // From whoever sends it: naming the portal would make Qt wait for the bus to tell who that is.
@@ -51,6 +55,8 @@ public:
             const QDBusMessage reply = watcher->reply();
             if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty())
                 take(reply.arguments().constFirst());
+            else if (!m_isDark)
+                m_onChange({});
         });
     }
 
@@ -73,11 +79,11 @@ private:
             m_onChange(isDark);
     }
 
-    const std::function<void(bool)> m_onChange;
+    const OnChange m_onChange;
     std::optional<bool> m_isDark; // as told last
 };
 
-ColorScheme::ColorScheme(std::function<void(bool isDark)> onChange)
+ColorScheme::ColorScheme(std::function<void(std::optional<bool> isDark)> onChange)
     : m_listener(std::make_unique<Listener>(std::move(onChange)))
 {
 }

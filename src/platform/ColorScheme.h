@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace kestrel {
 
@@ -9,9 +10,9 @@ namespace kestrel {
 // the answers come through the main thread's event loop. Main thread only.
 class ColorScheme {
 public:
-    // `onChange` is called with the first answer and with every change after it, as long as the object lives;
-    // never where there is no portal. A desktop without a preference counts as light.
-    explicit ColorScheme(std::function<void(bool isDark)> onChange);
+    // `onChange` is called with the first answer and with every change after it, as long as the object lives.
+    // A desktop without a preference counts as light; without a value there is no portal that could tell.
+    explicit ColorScheme(std::function<void(std::optional<bool> isDark)> onChange);
     ~ColorScheme();
 
 private:

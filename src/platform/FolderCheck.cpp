@@ -1,5 +1,6 @@
 #include "platform/FolderCheck.h"
 
+#include <QTimer>
 #include <algorithm>
 #include <system_error>
 #include <thread>
@@ -15,21 +16,24 @@ constexpr int firstPause = 5, longestPause = 1000; // milliseconds
 
 // The thread may hang for good: nobody joins it, and all that it touches is its own or shared.
 FolderCheck::FolderCheck(std::filesystem::path folder, std::function<void()> onThere)
-    : m_onThere(std::move(onThere)), m_answer(std::make_shared<std::atomic<Answer>>(Answer::none))
+    : m_onThere(std::move(onThere)), m_answer(std::make_shared<std::atomic<Answer>>(Answer::none)),
+      m_timer(std::make_unique<QTimer>())
 {
     std::thread([folder = std::move(folder), answer = m_answer] {
         std::error_code error;
         *answer = std::filesystem::is_directory(folder, error) ? Answer::isThere : Answer::isNotThere;
     }).detach();
-    m_timer.setSingleShot(true);
-    m_timer.callOnTimeout([this] { look(); });
-    m_timer.start(firstPause);
+    m_timer->setSingleShot(true);
+    m_timer->callOnTimeout([this] { look(); });
+    m_timer->start(firstPause);
 }
+
+FolderCheck::~FolderCheck() = default;
 
 void FolderCheck::look()
 {
     if (*m_answer == Answer::none)
-        m_timer.start(std::min(2 * m_timer.interval(), longestPause));
+        m_timer->start(std::min(2 * m_timer->interval(), longestPause));
     else if (*m_answer == Answer::isThere)
         m_onThere();
 }

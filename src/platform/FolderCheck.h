@@ -1,10 +1,11 @@
 #pragma once
 
-#include <QTimer>
 #include <atomic>
 #include <filesystem>
 #include <functional>
 #include <memory>
+
+class QTimer;
 
 namespace kestrel {
 
@@ -13,6 +14,7 @@ namespace kestrel {
 class FolderCheck {
 public:
     FolderCheck(std::filesystem::path folder, std::function<void()> onThere);
+    ~FolderCheck();
 
 private:
     enum class Answer { none, isThere, isNotThere };
@@ -21,7 +23,7 @@ private:
 
     const std::function<void()> m_onThere;
     const std::shared_ptr<std::atomic<Answer>> m_answer;
-    QTimer m_timer;
+    const std::unique_ptr<QTimer> m_timer;
 };
 
 } // namespace kestrel

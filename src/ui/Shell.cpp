@@ -15,6 +15,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/Launcher.h"
 #include "ui/Demo.h"
+#include "ui/look/Announcer.h"
 #include "ui/look/Theme.h"
 #include "ui/window/MainWindow.h"
 
@@ -110,6 +111,8 @@ int runWindow(const WindowOptions &options, const std::string &version)
     Keys keys;
     QCoreApplication::installTranslator(&keys);
 
+    installAccessibility();
+
     if (options.snapshots) {
         Theme::apply(application, options.isDark);
         return runDemo(*options.folder, *options.snapshots);
@@ -117,12 +120,14 @@ int runWindow(const WindowOptions &options, const std::string &version)
 
     const AppModel::Options modelOptions = optionsOf(options);
     WindowState state(modelOptions.store.file());
-    Theme::apply(application, startsDark(QApplication::palette(), state));
+    const QPalette desktop = QApplication::palette();
+    Theme::apply(application, startsDark(desktop, state));
     AppModel model(modelOptions);
     MainWindow window(model, modelOptions.store.file());
-    const ColorScheme scheme([&](bool isDark) {
-        Theme::apply(application, isDark);
-        state.setValue("dark", isDark ? "1" : "0");
+    const bool hasDarkPalette = Theme::isDark(desktop);
+    const ColorScheme scheme([&](std::optional<bool> isDark) {
+        Theme::apply(application, isDark.value_or(hasDarkPalette));
+        state.setValue("dark", !isDark ? "" : *isDark ? "1" : "0");
     });
     const Signals termination(window.quitGuard());
     QObject::connect(&model, &AppModel::badgeChanged,

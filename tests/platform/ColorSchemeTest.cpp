@@ -43,10 +43,10 @@ protected:
                     " --type=signal /org/freedesktop/portal/desktop " + settings +
                     ".SettingChanged string:" + group + " string:" + key + " variant:" + value);
     }
-    std::function<void(bool)> onChange = [this](bool isDark) { told.push_back(isDark); };
+    std::function<void(std::optional<bool>)> onChange = [this](auto isDark) { told.push_back(isDark); };
 
     test::Buses buses;
-    std::vector<bool> told; // whether dark
+    std::vector<std::optional<bool>> told; // whether dark
 };
 
 // As portals do, in a wrapping of its own inside the answer's.
@@ -76,36 +76,34 @@ TEST_F(ColorSchemeTest, tellsWhatTheDesktopPrefersAndFollowsIt)
 
 TEST_F(ColorSchemeTest, neitherWaitsForThePortalNorOutlivesItsOwner)
 {
-    ASSERT_TRUE(serve("import time; time.sleep(3); " + dark)) << buses.error(service);
+    ASSERT_TRUE(serve("import time; time.sleep(1); " + dark)) << buses.error(service);
     const auto start = std::chrono::steady_clock::now();
     std::optional<ColorScheme> scheme(std::in_place, onChange);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 800ms);
     ASSERT_TRUE(eventually([&] { return buses.calls(service, "Read") == 1; }));
     scheme.reset();
-    test::workFor(3500ms);
+    test::workFor(1500ms);
     announce("org.freedesktop.appearance", "color-scheme", "uint32:1");
     test::workFor(200ms);
     EXPECT_THAT(told, IsEmpty());
 
     const ColorScheme next(onChange); // the portal does answer
-    EXPECT_TRUE(eventually([&] { return told == std::vector{true}; }));
+    EXPECT_TRUE(eventually([&] { return told == std::vector{std::optional(true)}; }));
 }
 
-TEST_F(ColorSchemeTest, saysNothingWithoutAPortal)
+TEST_F(ColorSchemeTest, saysSoWithoutAPortal)
 {
     const ColorScheme scheme(onChange);
-    test::workFor(300ms);
-    EXPECT_THAT(told, IsEmpty());
+    EXPECT_TRUE(eventually([&] { return told == std::vector{std::optional<bool>()}; }));
 }
 
-TEST(ColorScheme, saysNothingWithoutABus)
+TEST(ColorScheme, saysSoWithoutABus)
 {
     const test::Sandbox empty;
     ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (empty / "bus").native()).c_str(), 1);
     bool isTold = false;
-    const ColorScheme scheme([&](bool) { isTold = true; });
-    test::workFor(100ms);
-    EXPECT_FALSE(isTold);
+    const ColorScheme scheme([&](auto isDark) { isTold = !isDark; });
+    EXPECT_TRUE(eventually([&] { return isTold; }));
 }
 
 } // namespace

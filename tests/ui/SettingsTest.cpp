@@ -424,6 +424,14 @@ TEST_F(SettingsTest, everyPickerHasALetterThatLeadsToIt)
     for (const auto *one : panel->findChildren<Picker *>())
         EXPECT_TRUE(reached.contains(one)) << one->accessibleName().toStdString();
     EXPECT_EQ(letters.size(), reached.size());
+
+    panel->resize(panel->width(), Theme::em(10));
+    settle();
+    auto *last = named<Picker>(*panel, QStringLiteral("Gleichzeitig"));
+    EXPECT_TRUE(last->visibleRegion().isEmpty());
+    panel->activateWindow();
+    last->setFocus(Qt::ShortcutFocusReason);
+    EXPECT_FALSE(last->visibleRegion().isEmpty()) << "comes into sight";
 }
 
 TEST_F(SettingsTest, duringARunChangesAreForTheNext)

@@ -218,7 +218,7 @@ TEST_F(TableTest, theHeadsObeyTheKeyboard)
     QTest::keyClick(header, Qt::Key_Right, Qt::ShiftModifier);
     EXPECT_EQ(view.columnWidth(Column::name), names) << "takes what the others leave";
     QTest::keyClick(header, Qt::Key_Right);
-    EXPECT_EQ(header->accessibleName(), "Spaltenkopf Dauer");
+    EXPECT_EQ(view.columns().current(), Column::duration);
     QTest::keyClick(header, Qt::Key_Right, Qt::ShiftModifier);
     QTest::keyClick(header, Qt::Key_Right, Qt::ShiftModifier);
     QTest::keyClick(header, Qt::Key_Left, Qt::ShiftModifier);
@@ -228,7 +228,7 @@ TEST_F(TableTest, theHeadsObeyTheKeyboard)
     EXPECT_EQ(model->library().sortOrder().front(), (RowComparator{RowComparator::Column::duration, false}));
     QTest::keyClick(header, Qt::Key_Home);
     QTest::keyClick(header, Qt::Key_Left);
-    EXPECT_EQ(header->accessibleName(), "Spaltenkopf Konvertieren");
+    EXPECT_EQ(view.columns().current(), Column::include);
 }
 
 TEST_F(TableTest, headersSortAndTheLibraryOpensFolders)
@@ -295,7 +295,15 @@ TEST_F(TableTest, aRowSaysWhatHappensToItsFile)
     const QModelIndex state = rows.indexOf(file.id).siblingAtColumn(Column::status);
     model->library().change(file, [](FileItem &changed) { changed.status = Status::Analyzing{0.5}; });
     EXPECT_EQ(state.data(Qt::AccessibleTextRole).toString(), "Qualitätsprüfung, 50 %") << "the bar, in words";
+    model->library().change(file, [&](FileItem &changed) {
+        changed.status = Status::NoSavings{5};
+        changed.isSampling = true;
+        changed.url = folder / "a.mp4";
+    });
+    EXPECT_EQ(state.data().toString(), "Stichprobe wird gemessen") << "also after a run";
+    EXPECT_EQ(state.siblingAtColumn(Column::name).data().toString(), "a.mp4") << "as it is called now";
     model->library().change(file, [](FileItem &changed) {
+        changed.isSampling = false;
         changed.status = Status::Idle{};
         changed.mayBeIncomplete = true;
     });
@@ -375,9 +383,53 @@ TEST_F(TableTest, aFolderSumsUpItsFiles)
     set("a/2.mkv", Status::Done{10, 5});
     set("a/3.mkv", Status::Done{10, 5});
     EXPECT_EQ(status().text, "fertig");
+    for (const char *name : {"a/1.mkv", "a/2.mkv", "a/3.mkv"}) { // as the files are that took their place
+        MediaInfo smaller = *item(name).info;
+        smaller.fileSize = 5;
+        model->library().setInfo(item(name), smaller);
+    }
+    model->recompute();
+    EXPECT_EQ(rows.node(a).sizeValue, 30) << "what the rows below show, too";
+    EXPECT_EQ(rows.node(a).estimateValue, 15);
     EXPECT_EQ(status().icon, "check-circle");
     set("a/3.mkv", Status::Failed{"x"});
     EXPECT_EQ(status().text, "1 mit Fehler");
+}
+
+TEST_F(TableTest, theCurrentRowIsAlwaysInSight)
+{
+    open({"a/tief/1.mkv", "a/2.mkv", "b/3.mkv", "z.mkv"});
+    LibraryView view(*model);
+    view.resize(900, 400);
+    view.show();
+    settle();
+    const auto current = [&] { return view.rows().node(view.currentIndex()).name; };
+    Library &library = model->library();
+    view.setCurrentIndex(view.rows().indexOf(folder / "a/tief/1.mkv"));
+    library.toggleFolder(folder / "a");
+    EXPECT_EQ(current(), "a");
+    model->rescan();
+    EXPECT_TRUE(idle());
+    library.expandAll(false);
+    EXPECT_EQ(current(), "a");
+
+    QTest::keyClick(&view, Qt::Key_Asterisk);
+    EXPECT_THAT(library.expandedFolders(), ElementsAre(folder / "a", folder / "a/tief")) << "and no files";
+    EXPECT_TRUE(view.isExpanded(view.rows().indexOf(folder / "a/tief").siblingAtColumn(0)));
+    QTest::keyClick(&view, Qt::Key_Minus);
+    EXPECT_THAT(library.expandedFolders(), ElementsAre(folder / "a/tief"));
+    QTest::keyClick(&view, Qt::Key_Plus);
+    EXPECT_THAT(library.expandedFolders(), ElementsAre(folder / "a", folder / "a/tief"));
+    view.setCurrentIndex(view.rows().index(0, 0));
+    QTest::keyClick(&view, Qt::Key_Left);
+    EXPECT_THAT(library.expandedFolders(), ElementsAre(folder / "a/tief"));
+    QTest::keyClick(&view, Qt::Key_Z);
+    EXPECT_EQ(current(), "z.mkv") << "typing goes by the names";
+
+    library.expandAll(false);
+    library.setSelection({folder / "b/3.mkv"});
+    EXPECT_THAT(library.expandedFolders(), ElementsAre(folder / "b")) << "what somebody goes to is shown";
+    EXPECT_EQ(current(), "3.mkv");
 }
 
 TEST_F(TableTest, aNewSearchLeavesTheReaderWhereTheyWere)

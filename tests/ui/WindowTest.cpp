@@ -226,7 +226,9 @@ TEST_F(WindowTest, aDroppedFolderIsOpenedAndNothingElse)
 TEST_F(WindowTest, whatIsOpenedBeforeFfmpegIsFoundIsSearchedThen)
 {
     film("a.mkv");
+    const Sandbox other;
     AppModel::Options options;
+    options.openFolder = other.path(); // the folder of the call; somebody was faster
     options.settings = ConversionSettings();
     options.toolFolders = {toolbox.path()};
     model = std::make_unique<AppModel>(options);
@@ -372,7 +374,9 @@ TEST_F(WindowTest, thePanelTellsWhatIsGoingOn)
     giveSample("b.mkv");
     model->startConversion();
     EXPECT_EQ(RunPanel::lookOf(*model)->count, "0 von 2 Dateien");
+    EXPECT_EQ(RunPanel::turnOf(*model), "Konvertierung läuft");
     model->togglePause();
+    EXPECT_EQ(RunPanel::turnOf(*model), "Pausiert");
     EXPECT_EQ(RunPanel::lookOf(*model)->detail, "Pausiert");
     model->togglePause();
     EXPECT_TRUE(idle());
@@ -380,6 +384,7 @@ TEST_F(WindowTest, thePanelTellsWhatIsGoingOn)
     ASSERT_TRUE(end.has_value());
     EXPECT_THAT(end->headline.toStdString(), StartsWith("Fertig: 1 konvertiert · 1 mit Fehler – Dauer "));
     EXPECT_EQ(end->icon, "warning");
+    EXPECT_EQ(RunPanel::turnOf(*model), end->headline);
     EXPECT_FALSE(end->progress.has_value());
 }
 

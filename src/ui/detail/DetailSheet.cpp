@@ -14,6 +14,7 @@
 #include "ui/detail/DetailViews.h"
 #include "ui/detail/SearchText.h"
 #include "ui/detail/TrackText.h"
+#include "ui/look/Announcer.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
 
@@ -62,6 +63,7 @@ DetailSheet::DetailSheet(AppModel &model, QWidget *parent) : QDialog(parent), m_
     column->setContentsMargins({});
     column->setSpacing(0);
     m_scroll = new VerticalScroll(makeContents());
+    m_scroll->setAccessibleName(QStringLiteral("Einzelheiten"));
     column->addWidget(m_scroll, 1);
     column->addWidget(new Rule);
     column->addLayout(makeButtons());
@@ -191,6 +193,7 @@ void DetailSheet::follow()
         refresh();
         updateNeighbours();
         m_scroll->verticalScrollBar()->setValue(0);
+        announce(*this, m_name->text());
     });
     for (const auto signal :
          {&AppModel::activityChanged, &AppModel::toolsChanged, &AppModel::settingsChanged})
@@ -251,7 +254,12 @@ void DetailSheet::updateHead(const FileItem &item)
     m_state->setTone(state.tone == Tone::muted ? Tone::text : state.tone);
     m_bar->setValue(state.bar.value_or(0), state.tone);
     m_bar->setVisible(state.bar.has_value());
-    put(m_facts, DetailText::facts(item), &DetailViews::facts);
+    const auto facts = DetailText::facts(item);
+    put(m_facts, facts, &DetailViews::facts);
+    QStringList spoken{m_name->text(), state.text};
+    for (const auto &fact : facts)
+        spoken += fact.name + QLatin1Char(' ') + fact.value;
+    m_scroll->setAccessibleDescription(spoken.join(QStringLiteral(", ")));
 }
 
 void DetailSheet::updateSections(const FileItem &item, const ConversionSettings &settings)
@@ -289,12 +297,16 @@ void DetailSheet::updateSearch(const FileItem &item, const ConversionSettings &s
         record.canMeasure =
             item.isActionable() && item.plan->encodesVideo() && !m_model.isBusy() && m_model.tools();
     }
+    const bool isNew = m_search.shown != record;
     put(m_search, record, [this](const SearchRecord &made) {
         if (made.search)
             return DetailViews::search(*made.search, made.sample);
         return DetailViews::noSearch(made.why, made.canMeasure ? [this] { emit measureRequested(); }
                                                                : std::function<void()>());
     });
+    if (auto *measure = m_searchSection->findChild<QPushButton *>(QStringLiteral("measure"));
+        measure != nullptr && isNew)
+        setTabOrder(m_error->findChild<QPushButton *>(), measure); // it may be younger than what follows
 }
 
 void DetailSheet::updateButtons()

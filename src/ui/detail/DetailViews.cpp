@@ -213,7 +213,7 @@ QWidget *noSearch(const QString &why, const std::function<void()> &measure)
     row->addWidget(new FlowLabel(why, Size::body, Tone::muted), 1);
     if (measure) {
         auto *button =
-            new QPushButton(Icon::named(QStringLiteral("gauge")), QStringLiteral("Genau schätzen"));
+            new QPushButton(Icon::named(QStringLiteral("gauge")), QStringLiteral("&Genau schätzen"));
         button->setObjectName(QStringLiteral("measure"));
         QObject::connect(button, &QPushButton::clicked, button, measure);
         row->addWidget(button, 0, Qt::AlignTop);

@@ -1,6 +1,6 @@
 #include "ui/look/Parts.h"
 
-#include <QApplication>
+#include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
 #include <QEvent>
@@ -171,11 +171,14 @@ void Bar::setValue(std::optional<double> fraction, Theme::Tone tone)
 {
     if (fraction == m_fraction && tone == m_tone)
         return;
+    const auto percent = [](std::optional<double> value) { return std::lround(value.value_or(0) * 100); };
+    const bool isWorthTelling = percent(fraction) != percent(m_fraction);
     m_fraction = fraction;
     m_tone = tone;
-    if (const QString share = fraction ? qt(Fmt::percent(*fraction)) : QString();
-        share != accessibleDescription())
-        setAccessibleDescription(share);
+    if (isWorthTelling) {
+        QAccessibleValueChangeEvent event(this, fraction.value_or(0));
+        QAccessible::updateAccessibility(&event);
+    }
     animate();
     update();
 }

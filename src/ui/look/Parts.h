@@ -104,6 +104,7 @@ class Bar : public QWidget {
 public:
     explicit Bar(QWidget *parent = nullptr);
     void setValue(std::optional<double> fraction, Theme::Tone tone = Theme::Tone::accent);
+    std::optional<double> value() const { return m_fraction; }
     QSize sizeHint() const override;
 
 protected:

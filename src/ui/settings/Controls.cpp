@@ -7,6 +7,7 @@
 #include <QWheelEvent>
 #include <algorithm>
 
+#include "ui/look/Announcer.h"
 #include "ui/look/Strings.h"
 
 namespace kestrel {
@@ -30,6 +31,12 @@ Picker::Picker(const QString &accessibleName, QWidget *parent) : QComboBox(paren
     setSizeAdjustPolicy(AdjustToMinimumContentsLengthWithIcon);
     setMinimumContentsLength(8);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    // Of a picker with a label Qt tells screen readers no more than that label.
+    connect(this, &QComboBox::currentTextChanged, this, [this](const QString &text) {
+        setAccessibleDescription(text);
+        if (hasFocus())
+            announce(*this, text);
+    });
 }
 
 void Picker::wheelEvent(QWheelEvent *event)

@@ -179,6 +179,8 @@ Section *SettingsPanel::codecSection()
         m_follow.emplace_back([this, card] {
             card->setSupported(!m_model.tools() || supports(*m_model.tools(), card->codec()));
             card->setChecked(settings().codec == card->codec());
+            card->setFocusPolicy(card->isChecked() ? Qt::StrongFocus
+                                                   : Qt::ClickFocus); // one stop, the arrows go on
         });
     }
     return section;

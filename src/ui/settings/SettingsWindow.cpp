@@ -79,12 +79,6 @@ void SettingsWindow::grow()
         resize(size().expandedTo(sizeHint()).boundedTo(screen()->availableSize()));
 }
 
-void SettingsWindow::showEvent(QShowEvent *event)
-{
-    showPage(); // the network may have changed
-    QDialog::showEvent(event);
-}
-
 Section *SettingsWindow::sleepSection()
 {
     auto *section = new Section("moon", "Während der Konvertierung");

@@ -28,9 +28,6 @@ public:
 signals:
     void revealRequested(const std::filesystem::path &file);
 
-protected:
-    void showEvent(QShowEvent *event) override;
-
 private:
     Section *sleepSection();
     Section *pageSection();

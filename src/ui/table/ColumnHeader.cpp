@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 
+#include "ui/look/Announcer.h"
 #include "ui/look/Theme.h"
 
 namespace kestrel {
@@ -145,9 +146,8 @@ void ColumnHeader::keyPressEvent(QKeyEvent *event)
 void ColumnHeader::goTo(int section)
 {
     m_current = std::clamp(section, 0, count() - 1);
-    setAccessibleName(
-        QStringLiteral("Spaltenkopf %1")
-            .arg(model()->headerData(m_current, Qt::Horizontal, Qt::AccessibleTextRole).toString()));
+    const QString title = m_rows.headerData(m_current, Qt::Horizontal, Qt::AccessibleTextRole).toString();
+    announce(*this, QStringLiteral("Spaltenkopf ") + title); // Qt has no name for a head that has the focus
     viewport()->update();
 }
 

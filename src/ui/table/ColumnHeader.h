@@ -16,6 +16,8 @@ public:
     // The rows outlive it.
     explicit ColumnHeader(LibraryModel &rows, QWidget *parent = nullptr);
 
+    // The head that the keys go to.
+    int current() const { return m_current; }
     // Shares so many pixels among the columns.
     void fit(int width);
     // The widths that somebody chose, to be remembered.

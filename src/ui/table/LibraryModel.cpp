@@ -120,7 +120,7 @@ const RowText::Sources &LibraryModel::sources(const TableNode &node) const
 
 std::optional<QString> LibraryModel::completion(const TableNode &node) const
 {
-    if (m_model.activity().kind != Activity::Kind::converting)
+    if (m_model.activity().kind != Activity::Kind::converting || m_model.isPaused())
         return std::nullopt;
     const auto time = m_model.estimatedCompletion(node.folderItems());
     return time ? std::optional(qt(Fmt::dayTime(*time))) : std::nullopt;

@@ -1,5 +1,6 @@
 #include "ui/table/LibraryView.h"
 
+#include <QAccessible>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QPainter>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <array>
 
+#include "ui/look/Announcer.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
 #include "ui/table/RowDelegate.h"
@@ -91,10 +93,14 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent)
         const QScopedValueRollback following(m_isFollowing, true);
         rows.toggleFolder(folder);
     };
-    connect(this, &QTreeView::expanded, this, [follow](const QModelIndex &index) { follow(index, true); });
+    connect(this, &QTreeView::expanded, this, [this, follow](const QModelIndex &index) {
+        follow(index, true);
+        tellOfCurrent(QStringLiteral("aufgeklappt"));
+    });
     connect(this, &QTreeView::collapsed, this, [this, follow](const QModelIndex &index) {
         follow(index, false);
         leaveClosedFolders();
+        tellOfCurrent(QStringLiteral("zugeklappt"));
     });
     connect(this, &QTreeView::doubleClicked, this, [this](const QModelIndex &index) {
         if (index.column() == Column::include)
@@ -213,6 +219,17 @@ void LibraryView::showSelection()
     }
 }
 
+// The whole rows: Qt repaints the two cells, and the mark of the focus goes around the row.
+void LibraryView::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    QTreeView::currentChanged(current, previous);
+    for (const QModelIndex &index : {current, previous})
+        if (index.isValid()) {
+            const QRect cell = visualRect(index);
+            viewport()->update(0, cell.y(), viewport()->width(), cell.height());
+        }
+}
+
 // A row of the selection takes the others along.
 void LibraryView::toggleIncluded(const QModelIndex &index)
 {
@@ -221,6 +238,28 @@ void LibraryView::toggleIncluded(const QModelIndex &index)
     const bool isIncluded =
         index.siblingAtColumn(Column::include).data(Qt::CheckStateRole).toInt() == Qt::Checked;
     m_model.library().setIncluded(selection.contains(id) ? selection : Library::Ids{id}, !isIncluded);
+    tellOfCurrent(index.siblingAtColumn(Column::include).data(Qt::AccessibleTextRole).toString());
+}
+
+// Not of what happens by itself: all folders open when there is a library.
+void LibraryView::tellOfCurrent(const QString &text)
+{
+    if (hasFocus() && !m_isFollowing)
+        announce(*this, text);
+}
+
+// Qt tells only that the table has the focus, not the row in it.
+void LibraryView::focusInEvent(QFocusEvent *event)
+{
+    QTreeView::focusInEvent(event);
+    if (!currentIndex().isValid())
+        return;
+    const int row =
+        (visualRect(currentIndex()).y() + verticalOffset()) / std::max(1, rowHeight(currentIndex()));
+    QAccessibleEvent focus(this, QAccessible::Focus);
+    focus.setChild((row + 1) * LibraryModel::columns +
+                   currentIndex().column()); // the heads are the first row
+    QAccessible::updateAccessibility(&focus);
 }
 
 // With a modifier the keys are the view's own: Ctrl+Space adds a row to the selection.
@@ -306,7 +345,7 @@ void LibraryView::contextMenuEvent(QContextMenuEvent *event)
 {
     if (event->reason() == QContextMenuEvent::Keyboard && currentIndex().isValid())
         return showMenuAt(currentIndex());
-    emit menuRequested(event->globalPos());
+    emit menuRequested(event->globalPos(), false);
 }
 
 void LibraryView::showMenuAt(const QModelIndex &index)
@@ -314,7 +353,8 @@ void LibraryView::showMenuAt(const QModelIndex &index)
     const QRect room = viewport()->rect();
     const QPoint place = visualRect(index).center(); // may be scrolled away
     emit menuRequested(viewport()->mapToGlobal(QPoint(std::clamp(place.x(), room.left(), room.right()),
-                                                      std::clamp(place.y(), room.top(), room.bottom()))));
+                                                      std::clamp(place.y(), room.top(), room.bottom()))),
+                       true);
 }
 
 void LibraryView::drawRow(QPainter *painter, const QStyleOptionViewItem &option,

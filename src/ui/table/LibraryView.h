@@ -24,18 +24,20 @@ public:
 signals:
     // Return or a double click on a file.
     void detailsRequested(const std::filesystem::path &file);
-    void menuRequested(const QPoint &globalPosition);
+    void menuRequested(const QPoint &globalPosition, bool isByKey);
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
     void keyboardSearch(const QString &search) override;
     void resizeEvent(QResizeEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void leaveEvent(QEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void drawBranches(QPainter *painter, const QRect &rect, const QModelIndex &index) const override;
     void drawRow(QPainter *painter, const QStyleOptionViewItem &option,
                  const QModelIndex &index) const override;
     void paintEvent(QPaintEvent *event) override;
+    void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
     void selectionChanged(const QItemSelection &selected, const QItemSelection &deselected) override;
 
 private:
@@ -47,6 +49,7 @@ private:
     void toggleIncluded(const QModelIndex &index);
     void expand(const TableNode &folder, int key);
     void leaveClosedFolders();
+    void tellOfCurrent(const QString &text);
     void fitColumns();
     void keepPlace();
     void returnToPlace();

@@ -220,6 +220,8 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
             bottom.setLeft(index.column() == Column::name || cell.bar ? top.left() : bottom.left());
         }
     }
+    if (cell.canBreak && !cell.detail.isEmpty())
+        first = caption;
     drawLine(*painter, top, cell.text, first, firstColor, index.column());
     if (cell.bar) {
         QRectF bar(bottom);
@@ -231,7 +233,9 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
         for (const ChipPlace &chip : layOut(chips, bottom, caption))
             drawChip(*painter, chip, caption, option.palette);
     } else if (!cell.detail.isEmpty()) {
-        drawLine(*painter, bottom, cell.detail, caption, colors.muted, index.column());
+        const bool isOneText = cell.canBreak; // in two lines
+        drawLine(*painter, bottom, cell.detail, isOneText ? first : caption,
+                 isOneText ? firstColor : colors.muted, index.column());
     }
 }
 

@@ -1,9 +1,9 @@
 #include "ui/window/Banner.h"
 
-#include <QAccessible>
 #include <QHBoxLayout>
 #include <QToolButton>
 
+#include "ui/look/Announcer.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
 
@@ -46,8 +46,8 @@ void Banner::show()
     if (text == m_text->text())
         return;
     m_text->setText(text);
-    QAccessibleEvent alert(m_text, QAccessible::Alert);
-    QAccessible::updateAccessibility(&alert);
+    setAccessibleDescription(text);
+    announce(*this, text);
 }
 
 } // namespace kestrel

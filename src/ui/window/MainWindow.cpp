@@ -1,5 +1,6 @@
 #include "ui/window/MainWindow.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QHBoxLayout>
@@ -156,6 +157,26 @@ void MainWindow::makeToolBar()
                 button->setPopupMode(QToolButton::MenuButtonPopup);
             }
         }
+    keepFocusOnRun(*bar);
+}
+
+// "Konvertieren" and "Pause" take each other's place, and the focus with it.
+void MainWindow::keepFocusOnRun(const QToolBar &bar)
+{
+    const QPointer<QWidget> convert = bar.widgetForAction(m_commands.convert),
+                            pause = bar.widgetForAction(m_commands.pause);
+    connect(qApp, &QApplication::focusChanged, this, [this, convert, pause](QWidget *old, QWidget *) {
+        if (old == nullptr || !old->isHidden() || (old != convert && old != pause))
+            return;
+        QWidget *next = old == convert ? pause : convert;
+        QMetaObject::invokeMethod(
+            this,
+            [next = QPointer(next)] {
+                if (next != nullptr)
+                    next->setFocus(Qt::OtherFocusReason);
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 QWidget *MainWindow::makeLibraryPage()
@@ -303,10 +324,16 @@ void MainWindow::chooseFolder()
     dialog->setOption(QFileDialog::ShowDirsOnly);
     dialog->setLabelText(QFileDialog::Accept, QStringLiteral("Ordner wählen …"));
     dialog->setDirectory(m_reachable ? QFile::decodeName(m_reachable->c_str()) : QDir::homePath());
-    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString &path) {
-        if (!path.isEmpty())
-            open(QFile::encodeName(path).toStdString());
-    });
+    // When the dialog has gone, and with it the focus.
+    connect(
+        dialog, &QFileDialog::fileSelected, this,
+        [this](const QString &path) {
+            activateWindow();
+            if (!path.isEmpty())
+                open(QFile::encodeName(path).toStdString());
+            m_table->setFocus();
+        },
+        Qt::QueuedConnection);
     dialog->open();
 }
 
@@ -340,7 +367,7 @@ void MainWindow::showDetails()
     m_details->activateWindow();
 }
 
-void MainWindow::showTableMenu(const QPoint &globalPosition)
+void MainWindow::showTableMenu(const QPoint &globalPosition, bool isByKey)
 {
     const Commands &can = m_commands;
     auto *menu = new QMenu(this);
@@ -353,6 +380,8 @@ void MainWindow::showTableMenu(const QPoint &globalPosition)
     menu->addSeparator();
     menu->addActions({can.expandAll, can.collapseAll});
     menu->popup(globalPosition);
+    if (isByKey)
+        menu->setActiveAction(can.details->isEnabled() ? can.details : can.reveal);
 }
 
 void MainWindow::showAbout()

@@ -48,13 +48,14 @@ protected:
 private:
     void makeMenus();
     void makeToolBar();
+    void keepFocusOnRun(const QToolBar &bar);
     QWidget *makeLibraryPage();
     void connectAll();
     void showPage();
     void showFolder();
     void checkLastFolder();
     void showDetails();
-    void showTableMenu(const QPoint &globalPosition);
+    void showTableMenu(const QPoint &globalPosition, bool isByKey);
     void showAbout();
     void saveState();
     void restoreState();

@@ -4,8 +4,10 @@
 #include <QVBoxLayout>
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "format/Fmt.h"
+#include "ui/look/Announcer.h"
 #include "ui/look/Strings.h"
 
 namespace kestrel {
@@ -121,6 +123,29 @@ std::optional<RunPanel::Look> RunPanel::lookOf(const AppModel &model)
                 .tone = Tone::orange};
 }
 
+QString RunPanel::turnOf(const AppModel &model)
+{
+    using Kind = Activity::Kind;
+    if (model.isStopping())
+        return QStringLiteral("wird gestoppt");
+    switch (model.activity().kind) {
+    case Kind::scanning:
+        return QStringLiteral("Suche Videodateien");
+    case Kind::sampling:
+        return QStringLiteral("Stichproben werden gemessen");
+    case Kind::probeClip:
+        return QStringLiteral("Probeclip wird erstellt");
+    case Kind::converting:
+        return model.isPaused() ? QStringLiteral("Pausiert") : QStringLiteral("Konvertierung läuft");
+    case Kind::idle:
+        break;
+    }
+    if (const auto look = lookOf(model))
+        return look->headline;
+    const std::size_t files = model.library().items().size();
+    return files > 0 ? counted(files) + QStringLiteral(", bereit") : QString();
+}
+
 RunPanel::RunPanel(AppModel &model, QWidget *parent)
     : Card(parent), m_model(model), m_icon(new IconLabel(QString(), Tone::accent, 1.8)),
       m_headline(new Label(QString(), Theme::Size::heading)), m_count(new Label(QString())),
@@ -146,7 +171,7 @@ RunPanel::RunPanel(AppModel &model, QWidget *parent)
     column->addWidget(m_savings);
     row->addLayout(column, 1);
     row->addWidget(m_stop);
-    setAccessibleName(QStringLiteral("Fortschritt"));
+    setAccessibleName(QStringLiteral("Ablauf"));
     connect(m_stop, &QPushButton::clicked, this, [this] { m_model.stop(); });
     for (const auto signal : {&AppModel::activityChanged, &AppModel::runChanged, &AppModel::folderChanged})
         connect(&model, signal, this, &RunPanel::update);
@@ -156,6 +181,7 @@ RunPanel::RunPanel(AppModel &model, QWidget *parent)
 
 void RunPanel::update()
 {
+    tell();
     const auto look = lookOf(m_model);
     setVisible(look.has_value());
     if (!look)
@@ -175,8 +201,17 @@ void RunPanel::update()
         m_bar->setValue(*look->progress < 0 ? std::nullopt : look->progress, look->tone);
     m_stop->setVisible(look->canBeStopped);
     m_stop->setEnabled(!m_model.isStopping());
-    setAccessibleDescription(
-        QStringList{look->headline, look->count, look->detail, look->savings}.join(QStringLiteral(", ")));
+    QStringList parts{look->headline, look->count, look->detail, look->savings};
+    parts.removeAll(QString());
+    setAccessibleDescription(parts.join(QStringLiteral(", ")));
+}
+
+// Once for each turn that the work takes; the numbers are told by the bar.
+void RunPanel::tell()
+{
+    const QString turn = turnOf(m_model);
+    if (std::exchange(m_told, turn) != turn)
+        announce(*this, turn);
 }
 
 } // namespace kestrel

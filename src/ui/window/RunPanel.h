@@ -22,17 +22,21 @@ public:
         bool canBeStopped = false;      // by the panel's own button
     };
     static std::optional<Look> lookOf(const AppModel &model);
+    // The same for those who listen: what has begun or ended, without numbers that change.
+    static QString turnOf(const AppModel &model);
 
     explicit RunPanel(AppModel &model, QWidget *parent = nullptr);
 
 private:
     void update();
+    void tell();
 
     AppModel &m_model;
     IconLabel *m_icon;
     Label *m_headline, *m_count, *m_detail, *m_savings;
     Bar *m_bar;
     QPushButton *m_stop;
+    QString m_told;
 };
 
 } // namespace kestrel
