@@ -57,8 +57,15 @@ AppModel::Options harmless()
     return options;
 }
 
+// What takes time after the picture is not of the start.
+[[noreturn]] void endWith(const TemporaryFolder &temporary)
+{
+    std::filesystem::remove_all(temporary.path());
+    std::_Exit(0);
+}
+
 // Whoever started the process measures the time until it has ended.
-ordered_json start(QApplication &application, bool isEmpty)
+[[noreturn]] void start(QApplication &application, bool isEmpty)
 {
     const TemporaryFolder temporary;
     if (isEmpty) {
@@ -67,7 +74,7 @@ ordered_json start(QApplication &application, bool isEmpty)
         const FirstPaint first(window);
         window.show();
         waitUntil([&] { return first.has; });
-        std::_Exit(0);
+        endWith(temporary);
     }
     Theme::apply(application, false);
     AppModel::Options options = harmless();
@@ -77,7 +84,7 @@ ordered_json start(QApplication &application, bool isEmpty)
     const FirstPaint first(window);
     window.show();
     waitUntil([&] { return first.has; });
-    std::_Exit(0);
+    endWith(temporary);
 }
 
 ordered_json table(QApplication &application, const char *folder, const char *tools)

@@ -36,7 +36,7 @@ struct Activity {
     enum class Kind { scanning, sampling, probeClip, idle, converting };
     Kind kind = Kind::idle;
     std::size_t done = 0, total = 0; // files, of a scan or of sampling
-    double progress = 0;             // 0 … 1, of a probe clip
+    double progress = 0;             // 0 … 1, of a probe clip or of the file that is measured
 
     bool operator==(const Activity &) const = default;
 };

@@ -43,6 +43,11 @@ struct RowComparator {
 
     bool operator==(const RowComparator &) const = default;
 };
+// Names from A, figures from the largest.
+inline RowComparator usual(RowComparator::Column column)
+{
+    return {column, column == RowComparator::Column::name};
+}
 using SortOrder = std::vector<RowComparator>;
 // The same order, with this comparator before all others.
 SortOrder sortedFirst(SortOrder order, RowComparator comparator);

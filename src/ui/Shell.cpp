@@ -15,7 +15,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/Launcher.h"
 #include "ui/Demo.h"
-#include "ui/look/Announcer.h"
+#include "ui/look/Accessibility.h"
 #include "ui/look/Theme.h"
 #include "ui/window/MainWindow.h"
 

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""window_test.py KESTREL: works the real window on a screen of its own, with keyboard and mouse, real films and the
-real ffmpeg. Skipped (77) where Xvfb, xdotool or a window manager is missing.
+"""window_test.py KESTREL: works the real window on a screen of its own, with the keyboard, real films and the real
+ffmpeg. Skipped (77) where Xvfb, xdotool or a window manager is missing.
 """
 
 import os

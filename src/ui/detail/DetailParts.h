@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "ui/look/CopyButton.h"
 #include "ui/look/Parts.h"
 
 namespace kestrel {

@@ -14,9 +14,11 @@
 #include "ui/detail/DetailViews.h"
 #include "ui/detail/SearchText.h"
 #include "ui/detail/TrackText.h"
-#include "ui/look/Announcer.h"
+#include "ui/look/Accessibility.h"
+#include "ui/look/Bar.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
+#include "ui/look/VerticalScroll.h"
 
 namespace kestrel {
 

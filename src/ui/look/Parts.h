@@ -2,10 +2,6 @@
 
 #include <QFrame>
 #include <QLabel>
-#include <QPushButton>
-#include <QScrollArea>
-#include <QTimer>
-#include <optional>
 
 #include "ui/look/Theme.h"
 
@@ -43,6 +39,8 @@ class ElidedLabel : public Label {
 public:
     using Label::Label;
     void setElideMode(Qt::TextElideMode mode) { m_mode = mode; }
+    // Instead of the text where that has no room.
+    void setBrief(const QString &text) { m_brief = text; }
     QSize minimumSizeHint() const override;
 
 protected:
@@ -50,6 +48,7 @@ protected:
 
 private:
     Qt::TextElideMode m_mode = Qt::ElideRight;
+    QString m_brief;
 };
 
 // A picture of the icon family, `side` in heights of the text.
@@ -95,64 +94,6 @@ public:
 private:
     Label *m_title;
     QVBoxLayout *m_contents;
-};
-
-// A bar of the share that is done; without a value it shows that something is going on.
-class Bar : public QWidget {
-    Q_OBJECT
-
-public:
-    explicit Bar(QWidget *parent = nullptr);
-    void setValue(std::optional<double> fraction, Theme::Tone tone = Theme::Tone::accent);
-    std::optional<double> value() const { return m_fraction; }
-    QSize sizeHint() const override;
-
-protected:
-    void paintEvent(QPaintEvent *event) override;
-    void timerEvent(QTimerEvent *event) override;
-    void showEvent(QShowEvent *event) override;
-    void hideEvent(QHideEvent *event) override;
-
-private:
-    void animate();
-
-    std::optional<double> m_fraction = 0;
-    Theme::Tone m_tone = Theme::Tone::accent;
-    int m_timer = 0;
-    double m_phase = 0;
-};
-
-// Scrolls its contents up and down only; they are as wide as the place.
-class VerticalScroll : public QScrollArea {
-    Q_OBJECT
-
-public:
-    static constexpr int ring = 2; // pixels around the contents, for the mark of the focus
-
-    explicit VerticalScroll(QWidget *contents, QWidget *parent = nullptr);
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
-
-protected:
-    bool event(QEvent *event) override;
-    bool eventFilter(QObject *watched, QEvent *event) override;
-};
-
-// Says for a moment that it has copied.
-class CopyButton : public QPushButton {
-    Q_OBJECT
-
-public:
-    // `what` names to a screen reader what it copies: "Adresse".
-    explicit CopyButton(QString what);
-    void setCopied(const QString &text) { m_text = text; }
-
-private:
-    void showCopied(bool isDone);
-
-    const QString m_what;
-    QString m_text;
-    QTimer m_timer;
 };
 
 // Sets the first text of the box off from what follows.

@@ -7,7 +7,7 @@
 #include <QWheelEvent>
 #include <algorithm>
 
-#include "ui/look/Announcer.h"
+#include "ui/look/Accessibility.h"
 #include "ui/look/Strings.h"
 
 namespace kestrel {

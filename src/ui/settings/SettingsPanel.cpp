@@ -9,6 +9,7 @@
 #include "encoding/ConversionJob.h"
 #include "format/Fmt.h"
 #include "ui/look/Strings.h"
+#include "ui/look/VerticalScroll.h"
 #include "ui/settings/CodecCard.h"
 #include "ui/settings/Controls.h"
 #include "ui/settings/LanguageList.h"

@@ -9,8 +9,10 @@
 
 #include "media/Log.h"
 #include "model/ToolReport.h"
+#include "ui/look/CopyButton.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
+#include "ui/look/VerticalScroll.h"
 #include "ui/settings/Controls.h"
 #include "ui/settings/QrCode.h"
 

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <array>
 
-#include "ui/look/Announcer.h"
+#include "ui/look/Accessibility.h"
 #include "ui/look/Theme.h"
 
 namespace kestrel {

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <array>
 
-#include "ui/look/Announcer.h"
+#include "ui/look/Accessibility.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
 #include "ui/table/RowDelegate.h"
@@ -145,9 +145,10 @@ void LibraryView::sortBy(int section)
     if (!column)
         return showSortOrder();
     const SortOrder &order = m_model.library().sortOrder();
-    const bool isAgain = !order.empty() && order.front().column == *column;
-    const bool isAscending = isAgain ? !order.front().isAscending : *column == RowComparator::Column::name;
-    m_model.library().setSortOrder(sortedFirst(order, {*column, isAscending}));
+    RowComparator first = usual(*column);
+    if (!order.empty() && order.front().column == *column)
+        first.isAscending = !order.front().isAscending;
+    m_model.library().setSortOrder(sortedFirst(order, first));
     showSortOrder();
 }
 

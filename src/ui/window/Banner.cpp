@@ -3,7 +3,7 @@
 #include <QHBoxLayout>
 #include <QToolButton>
 
-#include "ui/look/Announcer.h"
+#include "ui/look/Accessibility.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
 

@@ -72,9 +72,9 @@ Commands::Commands(AppModel &model, QObject *parent)
       quit(make(this, "&Beenden", "", "", QKeySequence(Qt::CTRL | Qt::Key_Q))),
       details(make(this, "&Details", "info", "", QKeySequence(Qt::CTRL | Qt::Key_I))),
       reveal(make(this, "Im &Finder zeigen", "folder-open", "")), check(make(this, "&Anhaken", "check", "")),
-      uncheck(make(this, "&Haken entfernen", "minus", "")), checkAll(make(this, "A&lle anhaken", "", "")),
-      uncheckAll(make(this, "Alle Haken &entfernen", "", "")),
+      uncheck(make(this, "&Haken entfernen", "minus", "")),
       measureSelection(make(this, "Genau s&chätzen (nur diese)", "gauge", "")),
+      checkAll(make(this, "A&lle anhaken", "", "")), uncheckAll(make(this, "Alle Haken &entfernen", "", "")),
       expandAll(make(this, "Alle &Ordner aufklappen", "chevron-down", "")),
       collapseAll(make(this, "Alle Ordner &zuklappen", "chevron-right", "")),
       sortByName(make(this, "&Datei", "", "")), sortByDuration(make(this, "D&auer", "", "")),
@@ -148,8 +148,7 @@ void Commands::connectActions()
     const auto sort = [this](QAction *action, RowComparator::Column column) {
         action->setCheckable(true);
         connect(action, &QAction::triggered, this, [this, column] {
-            const bool isAscending = column == RowComparator::Column::name;
-            m_model.library().setSortOrder(sortedFirst(m_model.library().sortOrder(), {column, isAscending}));
+            m_model.library().setSortOrder(sortedFirst(m_model.library().sortOrder(), usual(column)));
             showSortOrder();
         });
     };

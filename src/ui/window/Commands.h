@@ -38,8 +38,10 @@ public:
     QAction *const details;
     QAction *const reveal;
     QAction *const check, *const uncheck;
-    QAction *const checkAll, *const uncheckAll;
     QAction *const measureSelection;
+
+    // About all rows.
+    QAction *const checkAll, *const uncheckAll;
     QAction *const expandAll, *const collapseAll;
     QAction *const sortByName, *const sortByDuration, *const sortBySize, *const sortByEstimate;
     QAction *const sortDescending;

@@ -3,44 +3,17 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
-#include "model/ToolReport.h"
 #include "ui/look/Strings.h"
+#include "ui/window/CentredPage.h"
 
 namespace kestrel {
-
-namespace {
-
-// A column in the middle of the window.
-QVBoxLayout *centred(QWidget *view)
-{
-    auto *outer = new QVBoxLayout(view);
-    outer->setContentsMargins(Theme::em(2), Theme::em(2), Theme::em(2), Theme::em(2));
-    outer->addStretch(1);
-    auto *column = new QVBoxLayout;
-    column->setSpacing(Theme::em(0.7));
-    outer->addLayout(column);
-    outer->addStretch(1);
-    return column;
-}
-
-Label *paragraph(const QString &text, Theme::Tone tone)
-{
-    auto *label = new Label(text, Theme::Size::body, tone);
-    label->wrapped();
-    label->setAlignment(Qt::AlignCenter);
-    const int width = Theme::em(26);
-    label->setFixedSize(width, label->heightForWidth(width));
-    return label;
-}
-
-} // namespace
 
 EmptyView::EmptyView(AppModel &model, QWidget *parent)
     : QWidget(parent), m_model(model),
       m_searching(new Label(QStringLiteral("ffmpeg wird gesucht …"), Theme::Size::body, Theme::Tone::muted)),
       m_choose(new QPushButton(QStringLiteral("Ordner &wählen …"))), m_last(new QPushButton)
 {
-    auto *column = centred(this);
+    auto *column = CentredPage::column(this);
     column->addWidget(new IconLabel(QStringLiteral("film-stack"), Theme::Tone::accent, 6), 0,
                       Qt::AlignHCenter);
     column->addSpacing(Theme::em(0.3));
@@ -48,11 +21,12 @@ EmptyView::EmptyView(AppModel &model, QWidget *parent)
     heading->setAlignment(Qt::AlignCenter);
     column->addWidget(heading);
     column->addWidget(
-        paragraph(QStringLiteral(
-                      "Kestrel analysiert alle Videos samt Unterordnern: Codecs, Tonspuren, Untertitel und "
-                      "Größe.\nDanach siehst du, wie viel Platz jede Einstellung spart – bevor irgendetwas "
-                      "verändert wird."),
-                  Theme::Tone::muted),
+        CentredPage::paragraph(
+            QStringLiteral(
+                "Kestrel analysiert alle Videos samt Unterordnern: Codecs, Tonspuren, Untertitel und "
+                "Größe.\nDanach siehst du, wie viel Platz jede Einstellung spart – bevor irgendetwas "
+                "verändert wird."),
+            Theme::Tone::muted),
         0, Qt::AlignHCenter);
     column->addSpacing(Theme::em(0.4));
     m_choose->setDefault(true);
@@ -108,26 +82,6 @@ void EmptyView::paintEvent(QPaintEvent *)
     painter.setPen(QPen(Theme::color(Theme::Tone::accent, palette()), 2, Qt::DashLine));
     painter.setBrush(Theme::tinted(Theme::Tone::accent, palette()));
     painter.drawRoundedRect(rect().adjusted(16, 16, -16, -16), 14, 14);
-}
-
-ToolsMissingView::ToolsMissingView(AppModel &model, QWidget *parent) : QWidget(parent)
-{
-    auto *column = centred(this);
-    column->addWidget(new IconLabel(QStringLiteral("warning"), Theme::Tone::orange, 4), 0, Qt::AlignHCenter);
-    auto *heading = new Label(QStringLiteral("ffmpeg fehlt"), Theme::Size::title);
-    heading->setAlignment(Qt::AlignCenter);
-    column->addWidget(heading);
-    auto *text = new Label(QString(), Theme::Size::body);
-    text->wrapped()->selectable();
-    text->setAlignment(Qt::AlignCenter);
-    column->addWidget(text);
-    column->addWidget(paragraph(QStringLiteral("Unter Debian und Ubuntu: %1 – danach Kestrel neu starten.")
-                                    .arg(qt(ToolReport::installCommand)),
-                                Theme::Tone::muted),
-                      0, Qt::AlignHCenter);
-    const auto show = [&model, text] { text->setText(qt(Text::repaired(model.toolError().value_or("")))); };
-    connect(&model, &AppModel::toolsChanged, this, show);
-    show();
 }
 
 } // namespace kestrel

@@ -36,12 +36,4 @@ private:
     bool m_isDropTarget = false;
 };
 
-// Instead of everything else, where there is no ffmpeg.
-class ToolsMissingView : public QWidget {
-    Q_OBJECT
-
-public:
-    explicit ToolsMissingView(AppModel &model, QWidget *parent = nullptr);
-};
-
 } // namespace kestrel

@@ -4,7 +4,6 @@
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
@@ -16,10 +15,6 @@
 #include "platform/FileManager.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
-#include "ui/settings/SettingsPanel.h"
-#include "ui/window/Banner.h"
-#include "ui/window/RunPanel.h"
-#include "ui/window/Tiles.h"
 
 namespace kestrel {
 
@@ -41,19 +36,6 @@ std::optional<std::filesystem::path> droppedFolder(const QMimeData &data)
     return std::nullopt;
 }
 
-// Where the window is low, or the text large, the table needs the room of the figures.
-class LibraryColumn : public QWidget {
-public:
-    QWidget *figures = nullptr;
-
-protected:
-    void resizeEvent(QResizeEvent *event) override
-    {
-        QWidget::resizeEvent(event);
-        figures->setVisible(height() >= Theme::em(26));
-    }
-};
-
 // What is dropped as "move" may be removed by who gave it.
 void acceptAsCopy(QDropEvent &event)
 {
@@ -66,7 +48,8 @@ void acceptAsCopy(QDropEvent &event)
 MainWindow::MainWindow(AppModel &model, std::filesystem::path stateFile, QWidget *parent)
     : QMainWindow(parent), m_model(model), m_state(std::move(stateFile)),
       m_closedFolders(model.library(), m_state), m_commands(model), m_guard(model),
-      m_pages(new QStackedWidget), m_empty(new EmptyView(model)), m_toolsMissing(new ToolsMissingView(model))
+      m_pages(new QStackedWidget), m_empty(new EmptyView(model)), m_page(new LibraryPage(model)),
+      m_toolsMissing(new ToolsMissingView(model))
 {
     setWindowTitle(QStringLiteral("Kestrel – ") + QString::fromUtf8(subtitle));
     setAcceptDrops(true);
@@ -74,13 +57,12 @@ MainWindow::MainWindow(AppModel &model, std::filesystem::path stateFile, QWidget
     makeToolBar();
     m_pages->addWidget(m_toolsMissing);
     m_pages->addWidget(m_empty);
-    m_pages->addWidget(makeLibraryPage());
+    m_pages->addWidget(m_page);
     setCentralWidget(m_pages);
     resize(1180, 760);
     connectAll();
     restoreState();
     showPage();
-    showFolder();
     checkLastFolder();
 }
 
@@ -179,41 +161,6 @@ void MainWindow::keepFocusOnRun(const QToolBar &bar)
     });
 }
 
-QWidget *MainWindow::makeLibraryPage()
-{
-    auto *left = new LibraryColumn;
-    auto *column = new QVBoxLayout(left);
-    const int margin = Theme::em(0.7);
-    column->setContentsMargins(margin, margin, margin, margin);
-    column->setSpacing(Theme::em(0.55));
-    auto *head = new QHBoxLayout;
-    head->setSpacing(Theme::em(0.7));
-    m_folder = new ElidedLabel(QString(), Theme::Size::value);
-    auto *location = new ElidedLabel(QString(), Theme::Size::body, Theme::Tone::muted);
-    location->setElideMode(Qt::ElideMiddle);
-    m_location = location;
-    m_folder->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
-    m_location->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    head->addWidget(m_folder);
-    head->addWidget(m_location, 1, Qt::AlignBottom);
-    column->addLayout(head);
-    column->addWidget(new Banner(m_model));
-    left->figures = new Tiles(m_model);
-    column->addWidget(left->figures);
-    column->addWidget(new RunPanel(m_model));
-    auto *card = new Card;
-    auto *inside = new QVBoxLayout(card);
-    inside->setContentsMargins(1, 4, 1, 4);
-    m_table = new LibraryView(m_model);
-    inside->addWidget(m_table);
-    column->addWidget(card, 1);
-
-    m_panel = new SettingsPanel(m_model);
-    m_splitter = new PanelSplitter(left, m_panel);
-    setTabOrder(&m_table->columns(), m_splitter->handle(1));
-    return m_splitter;
-}
-
 void MainWindow::connectAll()
 {
     connect(m_empty, &EmptyView::folderWanted, this, &MainWindow::chooseFolder);
@@ -224,17 +171,16 @@ void MainWindow::connectAll()
     connect(&m_commands, &Commands::aboutWanted, this, &MainWindow::showAbout);
     connect(&m_commands, &Commands::revealWanted, this, &MainWindow::reveal);
     connect(m_commands.quit, &QAction::triggered, this, &MainWindow::close);
-    connect(m_commands.showPanel, &QAction::toggled, m_panel, &QWidget::setVisible);
+    connect(m_commands.showPanel, &QAction::toggled, &m_page->panel(), &QWidget::setVisible);
     connect(&m_guard, &QuitGuard::quit, this, &MainWindow::close);
-    connect(m_table, &LibraryView::detailsRequested, this,
+    connect(&table(), &LibraryView::detailsRequested, this,
             [this](const auto &file) { m_model.library().setDetailItem(m_model.library().find(file)); });
-    connect(m_table, &LibraryView::detailsRequested, this, &MainWindow::showDetails);
+    connect(&table(), &LibraryView::detailsRequested, this, &MainWindow::showDetails);
     connect(m_commands.details, &QAction::triggered, this, &MainWindow::showDetails);
-    connect(m_table, &LibraryView::menuRequested, this, &MainWindow::showTableMenu);
+    connect(&table(), &LibraryView::menuRequested, this, &MainWindow::showTableMenu);
     connect(&m_model, &AppModel::toolsChanged, this, &MainWindow::showPage);
     connect(&m_model, &AppModel::folderChanged, this, &MainWindow::checkLastFolder);
     connect(&m_model, &AppModel::folderChanged, this, &MainWindow::showPage);
-    connect(&m_model, &AppModel::folderChanged, this, &MainWindow::showFolder);
     connect(&m_model, &AppModel::clipMade, this, &MainWindow::reveal);
     connect(&m_model.library(), &Library::detailItemChanged, this, &MainWindow::showDetails);
 }
@@ -273,11 +219,11 @@ void MainWindow::showPage()
         m_pages->setCurrentWidget(m_toolsMissing);
     else if (!m_model.rootURL())
         m_pages->setCurrentWidget(m_empty);
-    else if (m_pages->currentWidget() != m_splitter) {
-        m_pages->setCurrentWidget(m_splitter);
-        m_table->setFocus();
+    else if (m_pages->currentWidget() != m_page) {
+        m_pages->setCurrentWidget(m_page);
+        table().setFocus();
     }
-    m_commands.showPanel->setEnabled(m_pages->currentWidget() == m_splitter);
+    m_commands.showPanel->setEnabled(m_pages->currentWidget() == m_page);
 }
 
 void MainWindow::checkLastFolder()
@@ -289,18 +235,6 @@ void MainWindow::checkLastFolder()
         m_reachable = *last;
         m_empty->offer(*last);
     });
-}
-
-void MainWindow::showFolder()
-{
-    const auto &root = m_model.rootURL();
-    if (!root)
-        return;
-    m_folder->setText(shown(root->has_filename() ? root->filename() : *root));
-    QString location = shownBriefly(*root);
-    if (m_model.storage())
-        location = qt(m_model.storage()->title()) + QStringLiteral(" · ") + location;
-    m_location->setText(location);
 }
 
 void MainWindow::open(const std::filesystem::path &folder)
@@ -331,7 +265,7 @@ void MainWindow::chooseFolder()
             activateWindow();
             if (!path.isEmpty())
                 open(QFile::encodeName(path).toStdString());
-            m_table->setFocus();
+            table().setFocus();
         },
         Qt::QueuedConnection);
     dialog->open();
@@ -411,8 +345,8 @@ void MainWindow::closeEvent(QCloseEvent *event)
 void MainWindow::saveState()
 {
     m_state.setValue("geometry", saveGeometry());
-    m_state.setValue("splitter", m_splitter->saveState());
-    m_state.setValue("columns", m_table->columns().chosenWidths());
+    m_state.setValue("splitter", m_page->saveState());
+    m_state.setValue("columns", table().columns().chosenWidths());
     m_state.setValue("panel", m_commands.showPanel->isChecked() ? "1" : "0");
     m_closedFolders.save();
 }
@@ -420,9 +354,9 @@ void MainWindow::saveState()
 void MainWindow::restoreState()
 {
     restoreGeometry(m_state.value("geometry"));
-    if (!m_splitter->restoreState(m_state.value("splitter")))
-        m_splitter->setSizes({10'000, Theme::em(18)});
-    m_table->columns().restoreWidths(m_state.value("columns"));
+    if (!m_page->restoreState(m_state.value("splitter")))
+        m_page->setSizes({10'000, Theme::em(18)});
+    table().columns().restoreWidths(m_state.value("columns"));
     m_commands.showPanel->setChecked(m_state.value("panel") != "0");
 }
 

@@ -9,12 +9,12 @@
 #include "ui/detail/DetailSheet.h"
 #include "ui/look/Parts.h"
 #include "ui/settings/SettingsWindow.h"
-#include "ui/table/LibraryView.h"
 #include "ui/window/ClosedFolders.h"
 #include "ui/window/Commands.h"
 #include "ui/window/EmptyView.h"
-#include "ui/window/PanelSplitter.h"
+#include "ui/window/LibraryPage.h"
 #include "ui/window/QuitGuard.h"
+#include "ui/window/ToolsMissingView.h"
 #include "ui/window/WindowState.h"
 
 namespace kestrel {
@@ -28,7 +28,7 @@ public:
     ~MainWindow() override;
 
     Commands &commands() { return m_commands; }
-    LibraryView &table() { return *m_table; }
+    LibraryView &table() { return m_page->table(); }
     QuitGuard &quitGuard() { return m_guard; }
     void chooseFolder();
     void showSettings();
@@ -49,10 +49,8 @@ private:
     void makeMenus();
     void makeToolBar();
     void keepFocusOnRun(const QToolBar &bar);
-    QWidget *makeLibraryPage();
     void connectAll();
     void showPage();
-    void showFolder();
     void checkLastFolder();
     void showDetails();
     void showTableMenu(const QPoint &globalPosition, bool isByKey);
@@ -71,11 +69,8 @@ private:
     QuitGuard m_guard;
     QStackedWidget *m_pages;
     EmptyView *m_empty;
+    LibraryPage *m_page;
     ToolsMissingView *m_toolsMissing;
-    PanelSplitter *m_splitter = nullptr;
-    Label *m_folder = nullptr, *m_location = nullptr;
-    LibraryView *m_table = nullptr;
-    QWidget *m_panel = nullptr;
     std::optional<FolderCheck> m_lastFolderCheck;
     std::optional<std::filesystem::path> m_reachable; // opened before, and there
     QPointer<SettingsWindow> m_settings;

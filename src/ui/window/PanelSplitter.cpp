@@ -42,7 +42,7 @@ protected:
 
 } // namespace
 
-PanelSplitter::PanelSplitter(QWidget *left, QWidget *right) : QSplitter(Qt::Horizontal)
+void PanelSplitter::setParts(QWidget *left, QWidget *right)
 {
     addWidget(left);
     addWidget(right);

@@ -9,7 +9,8 @@ class PanelSplitter : public QSplitter {
     Q_OBJECT
 
 public:
-    PanelSplitter(QWidget *left, QWidget *right);
+    // Once.
+    void setParts(QWidget *left, QWidget *right);
 
 protected:
     QSplitterHandle *createHandle() override;

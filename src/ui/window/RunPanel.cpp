@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "format/Fmt.h"
-#include "ui/look/Announcer.h"
+#include "ui/look/Accessibility.h"
 #include "ui/look/Strings.h"
 
 namespace kestrel {

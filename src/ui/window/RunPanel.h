@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "model/AppModel.h"
+#include "ui/look/Bar.h"
 #include "ui/look/Parts.h"
 
 namespace kestrel {

@@ -114,6 +114,7 @@ void Tiles::update()
     set(m_after.value, isPlanned ? qt(Fmt::bytes(totals.estimatedBytes)) : none);
     QString grade = isEstimated ? RowText::gradeWord(*totals.weakestKind) : QString();
     m_after.card->setToolTip(isEstimated ? qt(label(*totals.weakestKind)) : QString());
+    m_after.detail->setBrief(grade);
     if (!totals.vmafValues.empty()) {
         const double sum = std::accumulate(totals.vmafValues.begin(), totals.vmafValues.end(), 0.0);
         grade += QStringLiteral(" · VMAF ") +

@@ -21,7 +21,7 @@ protected:
 private:
     struct Tile {
         QWidget *card;
-        Label *value, *detail, *caption;
+        ElidedLabel *value, *detail, *caption;
     };
     Tile add(const char *icon, const char *caption);
     void arrange();

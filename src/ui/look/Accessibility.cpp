@@ -1,17 +1,17 @@
-#include "ui/look/Announcer.h"
+#include "ui/look/Accessibility.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
 #include <QWidget>
 
-#include "ui/look/Parts.h"
+#include "ui/look/Bar.h"
 
 namespace kestrel {
 
 namespace {
 
-// Nothing to see. Screen readers read a notification when it shows; Qt has no event of its own for that before
-// version 6.8.
+// Nothing to see. Screen readers read a notification when it shows; Qt has no event of its own for that
+// before version 6.8.
 class Announcer : public QWidget {
     Q_OBJECT
 
@@ -69,4 +69,4 @@ void installAccessibility()
 
 } // namespace kestrel
 
-#include "Announcer.moc"
+#include "Accessibility.moc"

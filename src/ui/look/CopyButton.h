@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QPushButton>
+#include <QTimer>
+
+namespace kestrel {
+
+// Says for a moment that it has copied.
+class CopyButton : public QPushButton {
+    Q_OBJECT
+
+public:
+    // `what` names to a screen reader what it copies: "Adresse".
+    explicit CopyButton(QString what);
+    void setCopied(const QString &text) { m_text = text; }
+
+private:
+    void showCopied(bool isDone);
+
+    const QString m_what;
+    QString m_text;
+    QTimer m_timer;
+};
+
+} // namespace kestrel

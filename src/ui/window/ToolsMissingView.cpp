@@ -1,0 +1,32 @@
+#include "ui/window/ToolsMissingView.h"
+
+#include <QVBoxLayout>
+
+#include "model/ToolReport.h"
+#include "ui/look/Strings.h"
+#include "ui/window/CentredPage.h"
+
+namespace kestrel {
+
+ToolsMissingView::ToolsMissingView(AppModel &model, QWidget *parent) : QWidget(parent)
+{
+    auto *column = CentredPage::column(this);
+    column->addWidget(new IconLabel(QStringLiteral("warning"), Theme::Tone::orange, 4), 0, Qt::AlignHCenter);
+    auto *heading = new Label(QStringLiteral("ffmpeg fehlt"), Theme::Size::title);
+    heading->setAlignment(Qt::AlignCenter);
+    column->addWidget(heading);
+    auto *text = new Label(QString(), Theme::Size::body);
+    text->wrapped()->selectable();
+    text->setAlignment(Qt::AlignCenter);
+    column->addWidget(text);
+    column->addWidget(
+        CentredPage::paragraph(QStringLiteral("Unter Debian und Ubuntu: %1 – danach Kestrel neu starten.")
+                                   .arg(qt(ToolReport::installCommand)),
+                               Theme::Tone::muted),
+        0, Qt::AlignHCenter);
+    const auto show = [&model, text] { text->setText(qt(Text::repaired(model.toolError().value_or("")))); };
+    connect(&model, &AppModel::toolsChanged, this, show);
+    show();
+}
+
+} // namespace kestrel
