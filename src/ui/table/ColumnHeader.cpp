@@ -7,6 +7,7 @@
 #include <QStyleOptionFocusRect>
 #include <algorithm>
 #include <array>
+#include <functional>
 
 #include "ui/look/Accessibility.h"
 #include "ui/look/Theme.h"
@@ -56,6 +57,8 @@ ColumnHeader::ColumnHeader(LibraryModel &rows, QWidget *parent)
         if (!m_isFitting)
             m_chosen[static_cast<std::size_t>(section)] = width;
     });
+    // The arrow takes room from a title.
+    connect(this, &QHeaderView::sortIndicatorChanged, this, &ColumnHeader::widthsChosen);
 }
 
 QByteArray ColumnHeader::chosenWidths() const
@@ -78,8 +81,9 @@ void ColumnHeader::restoreWidths(const QByteArray &state)
     emit widthsChosen();
 }
 
-// The names take what the others leave. Before the names get too short, others give way; where there is more
-// than enough, those with much to say get some of it.
+// The names take what the others leave. Before the names get short, others give way, but those whose width
+// somebody chose only before they get too short; where there is more than enough, those with much to say get
+// some of it.
 void ColumnHeader::fit(int width)
 {
     std::array<int, LibraryModel::columns> fitted{};
@@ -95,12 +99,18 @@ void ColumnHeader::fit(int width)
         fitted[static_cast<std::size_t>(section)] += given;
         names -= given;
     };
-    for (const int section : yielding) {
-        const int spare = fitted[static_cast<std::size_t>(section)] - Theme::em(widthOf(section).least);
-        give(section, -std::clamp(Theme::em(widthOf(Column::name).usual) - names, 0, std::max(0, spare)));
-    }
+    const auto isChosen = [this](int section) { return m_chosen[static_cast<std::size_t>(section)] > 0; };
+    const auto yieldTo = [&](double wanted, auto mayYield) {
+        for (const int section : yielding) {
+            const int spare = fitted[static_cast<std::size_t>(section)] - Theme::em(widthOf(section).least);
+            if (mayYield(section))
+                give(section, -std::clamp(Theme::em(wanted) - names, 0, std::max(0, spare)));
+        }
+    };
+    yieldTo(widthOf(Column::name).usual, std::not_fn(isChosen));
+    yieldTo(widthOf(Column::name).least, [](int) { return true; });
     for (const int section : {Column::status, Column::video})
-        if (m_chosen[static_cast<std::size_t>(section)] == 0)
+        if (!isChosen(section))
             give(section, std::clamp((names - Theme::em(ampleNames)) / 2, 0,
                                      Theme::em(widthOf(section).most - widthOf(section).usual)));
     fitted[Column::name] = std::max(names, Theme::em(widthOf(Column::name).least));

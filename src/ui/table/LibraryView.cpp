@@ -95,12 +95,12 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent)
     };
     connect(this, &QTreeView::expanded, this, [this, follow](const QModelIndex &index) {
         follow(index, true);
-        tellOfCurrent(QStringLiteral("aufgeklappt"));
+        tell(QStringLiteral("aufgeklappt"));
     });
     connect(this, &QTreeView::collapsed, this, [this, follow](const QModelIndex &index) {
         follow(index, false);
         leaveClosedFolders();
-        tellOfCurrent(QStringLiteral("zugeklappt"));
+        tell(QStringLiteral("zugeklappt"));
     });
     connect(this, &QTreeView::doubleClicked, this, [this](const QModelIndex &index) {
         if (index.column() == Column::include)
@@ -239,11 +239,11 @@ void LibraryView::toggleIncluded(const QModelIndex &index)
     const bool isIncluded =
         index.siblingAtColumn(Column::include).data(Qt::CheckStateRole).toInt() == Qt::Checked;
     m_model.library().setIncluded(selection.contains(id) ? selection : Library::Ids{id}, !isIncluded);
-    tellOfCurrent(index.siblingAtColumn(Column::include).data(Qt::AccessibleTextRole).toString());
+    tell(index.siblingAtColumn(Column::include).data(Qt::AccessibleTextRole).toString());
 }
 
-// Not of what happens by itself: all folders open when there is a library.
-void LibraryView::tellOfCurrent(const QString &text)
+// Of what somebody does; all folders open by themselves when there is a library.
+void LibraryView::tell(const QString &text)
 {
     if (hasFocus() && !m_isFollowing)
         announce(*this, text);
@@ -269,16 +269,15 @@ void LibraryView::keyPressEvent(QKeyEvent *event)
     const QModelIndex current = currentIndex();
     if (current.isValid() && event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier)
         return showMenuAt(current); // for keyboards without a menu key
+    // Qt's own "*" would open files, too; on German keyboards it comes with Shift.
+    if (current.isValid() && (event->text() == "*" || event->text() == "+" || event->text() == "-"))
+        return expand(m_rows.node(current), event->text());
     if (!current.isValid() || (event->modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
         return QTreeView::keyPressEvent(event);
     const TableNode &row = m_rows.node(current);
     switch (event->key()) {
     case Qt::Key_Space:
         return toggleIncluded(current);
-    case Qt::Key_Asterisk:
-    case Qt::Key_Plus:
-    case Qt::Key_Minus:
-        return row.isFolder() ? expand(row, event->key()) : void();
     case Qt::Key_Return:
     case Qt::Key_Enter:
         if (row.isFolder())
@@ -290,15 +289,15 @@ void LibraryView::keyPressEvent(QKeyEvent *event)
     }
 }
 
-void LibraryView::expand(const TableNode &folder, int key)
+void LibraryView::expand(const TableNode &row, const QString &key)
 {
-    Library &library = m_model.library();
-    if (key == Qt::Key_Minus)
-        return setExpanded(m_rows.indexOf(folder, 0), false);
-    Library::Ids folders{folder.id};
-    if (key == Qt::Key_Asterisk)
-        forEachFolder(folder, [&](const TableNode &below) { folders.insert(below.id); });
-    library.open(folders);
+    if (!row.isFolder())
+        return;
+    if (key != "*")
+        return setExpanded(m_rows.indexOf(row, 0), key == "+");
+    Library::Ids folders{row.id};
+    forEachFolder(row, [&](const TableNode &below) { folders.insert(below.id); });
+    m_model.library().open(folders);
 }
 
 // By the names, whatever the column of the current cell.

@@ -47,9 +47,9 @@ private:
     void sortBy(int section);
     void showMenuAt(const QModelIndex &index);
     void toggleIncluded(const QModelIndex &index);
-    void expand(const TableNode &folder, int key);
+    void expand(const TableNode &row, const QString &key);
     void leaveClosedFolders();
-    void tellOfCurrent(const QString &text);
+    void tell(const QString &text);
     void fitColumns();
     void keepPlace();
     void returnToPlace();

@@ -103,10 +103,11 @@ void Tiles::update()
     const bool isPlanned = hasFiles && (isEstimated || m_model.activity().kind != Activity::Kind::scanning);
     set(m_files.value, hasFiles ? QString::number(totals.files) : none);
     const QString duration = qt(Fmt::duration(totals.duration));
-    set(m_files.detail, totals.errors > 0
-                            ? QStringLiteral("%1 · %2 nicht lesbar").arg(duration).arg(totals.errors)
-                        : hasFiles ? QStringLiteral("Laufzeit ") + duration
-                                   : QString());
+    set(m_files.detail,
+        totals.errors > 0       ? QStringLiteral("%1 · %2 nicht lesbar").arg(duration).arg(totals.errors)
+        : hasFiles              ? QStringLiteral("Laufzeit ") + duration
+        : totals.incomplete > 0 ? QStringLiteral("%1 evtl. noch kopiert").arg(totals.incomplete)
+                                : QString());
     const auto before = static_cast<double>(totals.sourceBytes);
     set(m_before.value, hasFiles ? qt(Fmt::bytes(before)) : none);
     set(m_before.detail, isPlanned ? QStringLiteral("%1 zu konvertieren").arg(totals.actionable) : QString());
