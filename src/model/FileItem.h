@@ -46,6 +46,7 @@ struct FileItem {
     double durationValue() const { return info ? info->duration : 0; }
     double estimateValue() const { return estimate ? estimate->total() : 0; }
     bool isFinished() const { return is<Status::Done>(status); }
+    bool hasOutcome() const { return isFinished() || is<Status::NoSavings>(status); }
     bool isCounted() const { return included && info && !mayBeIncomplete; }
     bool isActionable() const { return isCounted() && plan && !plan->isNoop && !isFinished(); }
     // Bytes before and after the run: what came out where it is done, else what is expected or kept.

@@ -165,7 +165,7 @@ void Library::toggleFolder(const std::filesystem::path &folder)
     emit expansionChanged();
 }
 
-void Library::open(const Ids &folders)
+void Library::expand(const Ids &folders)
 {
     const std::size_t before = m_expandedFolders.size();
     m_expandedFolders.insert(folders.begin(), folders.end());

@@ -75,7 +75,7 @@ public:
     Ids closedFolders() const;
     void toggleFolder(const std::filesystem::path &folder);
     // Opens these folders, too.
-    void open(const Ids &folders);
+    void expand(const Ids &folders);
     // Opens all folders but these.
     void expandAllBut(const Ids &folders);
     void expandAll(bool isExpanded);

@@ -81,11 +81,11 @@ void forEachFolder(const TableNode &node, const std::function<void(const TableNo
         }
 }
 
-FolderProgress folderProgress(const TableNode &node)
+FolderProgress folderProgress(const std::vector<FileItem *> &files)
 {
     FolderProgress progress;
     double sum = 0;
-    for (const FileItem *item : node.folderItems()) {
+    for (const FileItem *item : files) {
         if (!item->isActionable() && !item->isFinished() && !is<Status::NoSavings>(item->status))
             continue;
         ++progress.count;
@@ -134,9 +134,8 @@ void updateSums(TableNode &node)
 {
     if (node.item != nullptr) {
         node.durationValue = node.item->durationValue();
-        const bool hasEnded = node.item->isFinished() || is<Status::NoSavings>(node.item->status);
         node.sizeValue = node.item->bytesBefore();
-        node.estimateValue = hasEnded ? node.item->bytesAfter() : node.item->estimateValue();
+        node.estimateValue = node.item->hasOutcome() ? node.item->bytesAfter() : node.item->estimateValue();
         return;
     }
     node.durationValue = 0;

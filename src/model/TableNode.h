@@ -61,7 +61,7 @@ struct FolderProgress {
     bool isActive = false;     // some wait for their turn or are in work
     bool isWorking = false;    // some are in work
 };
-FolderProgress folderProgress(const TableNode &node);
+FolderProgress folderProgress(const std::vector<FileItem *> &files);
 
 namespace TableTree {
 

@@ -140,12 +140,12 @@ TEST_F(LibraryTest, everyChangeIsTold)
 TEST_F(LibraryTest, aFolderKnowsHowFarItIs)
 {
     const TableNode &series = *library.root().children[1];
-    EXPECT_EQ(folderProgress(series).count, 3U);
-    EXPECT_FALSE(folderProgress(series).isActive);
+    EXPECT_EQ(folderProgress(series.folderItems()).count, 3U);
+    EXPECT_FALSE(folderProgress(series.folderItems()).isActive);
     library.change(at(0), [](FileItem &item) { item.status = Status::Running{0.5}; });
     library.change(at(1), [](FileItem &item) { item.status = Status::Failed{"x"}; });
     library.change(at(2), [](FileItem &item) { item.status = Status::Queued{}; });
-    const FolderProgress progress = folderProgress(series);
+    const FolderProgress progress = folderProgress(series.folderItems());
     EXPECT_EQ(progress.processed, 1U);
     EXPECT_DOUBLE_EQ(progress.fraction, 0.5);
     EXPECT_TRUE(progress.isActive);

@@ -76,13 +76,13 @@ TEST_F(ColorSchemeTest, tellsWhatTheDesktopPrefersAndFollowsIt)
 
 TEST_F(ColorSchemeTest, neitherWaitsForThePortalNorOutlivesItsOwner)
 {
-    ASSERT_TRUE(serve("import time; time.sleep(1); " + dark)) << buses.error(service);
+    ASSERT_TRUE(serve("import time; time.sleep(3); " + dark)) << buses.error(service);
     const auto start = std::chrono::steady_clock::now();
     std::optional<ColorScheme> scheme(std::in_place, onChange);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 800ms);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
     ASSERT_TRUE(eventually([&] { return buses.calls(service, "Read") == 1; }));
     scheme.reset();
-    test::workFor(1500ms);
+    test::workFor(3500ms);
     announce("org.freedesktop.appearance", "color-scheme", "uint32:1");
     test::workFor(200ms);
     EXPECT_THAT(told, IsEmpty());

@@ -134,8 +134,7 @@ TEST_F(DetailSheetTest, copiesTheWholeText)
 {
     open("A.avi");
     button("Kopieren")->click();
-    const auto command =
-        DetailText::command(item("A.avi"), model->settings(), model->tools(), model->rootURL());
+    const auto command = DetailText::command(item("A.avi"), model->settings(), model->tools());
     EXPECT_EQ(QApplication::clipboard()->text(), *command);
 
     std::string text = "Fehler <b>1</b>";

@@ -123,7 +123,7 @@ TEST(DetailText, aFileThatIsDoneHasNothingBeforeIt)
     EXPECT_EQ(said(item)[0].word, "umwandeln");
     item.status = Status::Done{4'000'000'000, 2'000'000'000};
     EXPECT_EQ(said(item)[0].word, "");
-    EXPECT_FALSE(DetailText::command(item, {}, Tools{.ffmpeg = "/usr/bin/ffmpeg"}, "/filme"));
+    EXPECT_FALSE(DetailText::command(item, {}, Tools{.ffmpeg = "/usr/bin/ffmpeg"}));
     EXPECT_FALSE(DetailText::estimate(item));
 }
 
@@ -219,17 +219,16 @@ TEST(DetailText, hasACommandOnlyWhereSomethingIsToBeDone)
 {
     const Tools tools{.ffmpeg = "/usr/bin/ffmpeg"};
     const FileItem film = planned(aFilm().named("Ein Film.avi"));
-    const auto command = DetailText::command(film, {}, tools, "/filme");
+    const auto command = DetailText::command(film, {}, tools);
     ASSERT_TRUE(command);
     EXPECT_THAT(command->toStdString(), StartsWith("/usr/bin/ffmpeg -nostdin"));
     EXPECT_THAT(command->toStdString(), HasSubstr(" -i '/filme/Ein Film.avi' "));
-    const std::string written = command->toStdString().substr(command->toStdString().rfind('/') + 1);
-    EXPECT_THAT(written, testing::AllOf(StartsWith(".Ein Film."), testing::EndsWith(".mkv'")))
-        << "overwrites no other film";
-    EXPECT_FALSE(DetailText::command(film, {}, std::nullopt, "/filme"));
-    EXPECT_FALSE(DetailText::command(film, {}, tools, std::nullopt));
-    EXPECT_FALSE(DetailText::command(planned(aFilm().video("hevc", 1920, 1080).bitrate(1'000'000)), {}, tools,
-                                     "/filme"));
+    EXPECT_THAT(command->toStdString(), testing::EndsWith("'/filme/Ein Film (ffmpeg).mkv'"));
+    EXPECT_THAT(command->toStdString(), HasSubstr(" -n "));
+    EXPECT_THAT(command->toStdString(), testing::Not(HasSubstr(" -y ")));
+    EXPECT_FALSE(DetailText::command(film, {}, std::nullopt));
+    EXPECT_FALSE(
+        DetailText::command(planned(aFilm().video("hevc", 1920, 1080).bitrate(1'000'000)), {}, tools));
 }
 
 // As a shell reads it.
@@ -237,9 +236,9 @@ TEST(DetailText, commandsCanBePastedWhateverFilesAreCalled)
 {
     for (const std::string name :
          {"A$HOME `id` \\ 'x' \"y\" *.avi", "a|b>c&d;e#f!g{h}[i]~.avi", "-ä \xc2\xa0.avi",
-          "x\n\t\x1b[31m.avi", "gut\u202Egnp'\\.avi", "\xff\xfe 1.avi"}) {
-        const auto command = DetailText::command(planned(aFilm().named(name)), {},
-                                                 Tools{.ffmpeg = "/usr/bin/printf"}, "/filme");
+          "x\n\t\x1b[31m.avi", "B\u00e4cker\t1.avi", "gut\u202Egnp'\\.avi", "\xff\xfe 1.avi"}) {
+        const auto command =
+            DetailText::command(planned(aFilm().named(name)), {}, Tools{.ffmpeg = "/usr/bin/printf"});
         ASSERT_TRUE(command);
         EXPECT_EQ(DetailText::line(command->toStdString()), *command) << "all of it is seen";
         const std::string script = "set -- " + command->toStdString() +

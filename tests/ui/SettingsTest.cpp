@@ -430,6 +430,7 @@ TEST_F(SettingsTest, everyPickerHasALetterThatLeadsToIt)
     auto *last = named<Picker>(*panel, QStringLiteral("Gleichzeitig"));
     EXPECT_TRUE(last->visibleRegion().isEmpty());
     panel->activateWindow();
+    panel->findChild<CodecCard *>()->setFocus();
     last->setFocus(Qt::ShortcutFocusReason);
     EXPECT_FALSE(last->visibleRegion().isEmpty()) << "comes into sight";
 }

@@ -43,7 +43,7 @@ FileItem plannedWith(FileItem item, const ConversionSettings &settings)
     const SampleResult *sample = item.sample(settings.videoKey());
     item.plan = sample != nullptr ? Planner::planMeasured(*item.info, settings, *sample)
                                   : Planner::plan(*item.info, settings, std::nullopt);
-    item.estimate.reset(); // is of the present ones
+    item.estimate = Estimator::estimate(*item.info, *item.plan, settings, sample, std::nullopt, std::nullopt);
     return item;
 }
 
@@ -278,7 +278,7 @@ void DetailSheet::updateSections(const FileItem &item, const ConversionSettings 
     if (estimate)
         put(m_estimate, *estimate, &DetailViews::estimate);
 
-    const auto command = DetailText::command(item, settings, m_model.tools(), m_model.rootURL());
+    const auto command = DetailText::command(item, settings, m_model.tools());
     m_commandSection->setVisible(command.has_value());
     m_command->setText(command.value_or(QString()));
     m_commandNote->setText(DetailText::commandNote(item, settings));

@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 
 #include "encoding/CommandBuilder.h"
-#include "encoding/ConversionJob.h"
+#include "encoding/TargetName.h"
 #include "format/Fmt.h"
 #include "platform/Text.h"
 #include "ui/detail/TrackText.h"
@@ -73,7 +73,7 @@ QString quoted(const std::string &argument)
     for (const char c : argument)
         codes += c == '\'' || c == '\\' ? std::string{'\\', c}
                  : c >= ' ' && c <= '~' ? std::string{c}
-                                        : fmt::format("\\x{:02x}", static_cast<unsigned char>(c));
+                                        : fmt::format("\\{:03o}", static_cast<unsigned char>(c));
     return QStringLiteral("$'%1'").arg(qt(codes));
 }
 
@@ -194,8 +194,7 @@ std::vector<Fact> facts(const FileItem &item)
 
 std::optional<Estimate> estimate(const FileItem &item)
 {
-    const bool hasEnded = item.isFinished() || is<Status::NoSavings>(item.status);
-    if (!item.info || !item.plan || !item.estimate || hasEnded)
+    if (!item.info || !item.plan || !item.estimate || item.hasOutcome())
         return std::nullopt;
     const SizeEstimate &expected = *item.estimate;
     const auto before = static_cast<double>(item.info->fileSize);
@@ -235,23 +234,23 @@ std::optional<Estimate> estimate(const FileItem &item)
 }
 
 std::optional<QString> command(const FileItem &item, const ConversionSettings &settings,
-                               const std::optional<Tools> &tools,
-                               const std::optional<std::filesystem::path> &root)
+                               const std::optional<Tools> &tools)
 {
     const Plan *plan = TrackText::planOf(item);
-    if (!item.info || plan == nullptr || plan->isNoop || !tools || !root)
+    if (!item.info || plan == nullptr || plan->isNoop || !tools)
         return std::nullopt;
+    const std::filesystem::path film = item.info->url;
+    const auto target = film.parent_path() / TargetName::nameFor(film, " (ffmpeg)", settings);
     QStringList words{quoted(tools->ffmpeg.native())};
-    for (const std::string &argument : CommandBuilder::arguments(
-             *item.info, *plan, settings, ConversionJob::temporaryURL(item.info->url, settings, *root),
-             std::nullopt, CommandBuilder::Streams::all))
-        words += quoted(argument);
+    for (const std::string &argument : CommandBuilder::arguments(*item.info, *plan, settings, target,
+                                                                 std::nullopt, CommandBuilder::Streams::all))
+        words += argument == "-y" ? QStringLiteral("-n") : quoted(argument); // overwrites nothing
     return words.join(QLatin1Char(' '));
 }
 
 QString commandNote(const FileItem &item, const ConversionSettings &settings)
 {
-    QString note = QStringLiteral("Das Ergebnis bekommt zunächst einen vorläufigen, versteckten Namen.");
+    QString note = QStringLiteral("Von Hand schreibt der Befehl eine eigene Datei neben den Film.");
     if (item.plan && item.plan->encodesVideo() && item.sample(settings.videoKey()) == nullptr)
         note += QStringLiteral(" Den CRF-Wert bestimmt vorher noch die Qualitätsprüfung.");
     return note;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <filesystem>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -57,10 +56,10 @@ struct Estimate {
 };
 std::optional<Estimate> estimate(const FileItem &item);
 
-// The command line that converts the file, for a shell; absent where there is none.
+// A command line for a shell that does what the conversion would do, into a file of its own beside the film;
+// absent where there is nothing to do.
 std::optional<QString> command(const FileItem &item, const ConversionSettings &settings,
-                               const std::optional<Tools> &tools,
-                               const std::optional<std::filesystem::path> &root);
+                               const std::optional<Tools> &tools);
 // What the command line does not tell by itself.
 QString commandNote(const FileItem &item, const ConversionSettings &settings);
 

@@ -21,8 +21,9 @@ VerticalScroll::VerticalScroll(QWidget *contents, QWidget *parent) : QScrollArea
     viewport()->setAutoFillBackground(false);
     setViewportMargins(ring, ring, ring, ring);
     // Qt does so for the tab key only, not for the letter of a label. What is clicked is in sight.
-    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
-        if (now != nullptr && widget()->isAncestorOf(now) && QGuiApplication::mouseButtons() == Qt::NoButton)
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *old, QWidget *now) {
+        const bool isMove = old != nullptr && now != nullptr; // not a window that becomes active again
+        if (isMove && widget()->isAncestorOf(now) && QGuiApplication::mouseButtons() == Qt::NoButton)
             ensureWidgetVisible(now, 0, Theme::em(1));
     });
 }

@@ -148,8 +148,10 @@ void ColumnHeader::keyPressEvent(QKeyEvent *event)
         return goTo(0);
     case Qt::Key_End:
         return goTo(count() - 1);
+    case Qt::Key_Down:
+        return parentWidget()->setFocus();
     default:
-        event->ignore(); // else it would move a cursor that heads do not have
+        break; // the table behind would take it for its own
     }
 }
 

@@ -25,7 +25,7 @@ public:
     void restoreWidths(const QByteArray &state);
 
 signals:
-    // By mouse or keyboard; not while an edge is being dragged, but when it is let go.
+    // They are to be fitted anew; not while an edge is being dragged, but when it is let go.
     void widthsChosen();
 
 protected:

@@ -39,6 +39,7 @@ LibraryModel::LibraryModel(AppModel &model, QObject *parent) : QAbstractItemMode
         m_isFilling = true;
         m_folders.clear();
         m_sources.clear();
+        m_completions.clear();
         m_changed.clear();
     });
     connect(&library, &Library::filled, this, [this] {
@@ -122,8 +123,14 @@ std::optional<QString> LibraryModel::completion(const TableNode &node) const
 {
     if (m_model.activity().kind != Activity::Kind::converting || m_model.isPaused())
         return std::nullopt;
+    // Told in minutes; all files below are asked for it.
+    Completion &known = m_completions[&node];
+    const auto now = std::chrono::steady_clock::now();
+    if (now < known.goodUntil)
+        return known.text;
     const auto time = m_model.estimatedCompletion(node.folderItems());
-    return time ? std::optional(qt(Fmt::dayTime(*time))) : std::nullopt;
+    known = {time ? std::optional(qt(Fmt::dayTime(*time))) : std::nullopt, now + 1s};
+    return known.text;
 }
 
 RowText::Cell LibraryModel::cell(const QModelIndex &index) const
@@ -134,7 +141,7 @@ RowText::Cell LibraryModel::cell(const QModelIndex &index) const
     case name:
         return {.text = shown(item != nullptr ? item->name() : row.name),
                 .detail = item != nullptr ? QString() : counted(folder(row).files),
-                .help = shown(item != nullptr ? std::filesystem::path(item->relativePath) : row.id)};
+                .help = shown(item != nullptr ? item->folder() / item->name() : row.id)};
     case duration: {
         const double seconds = item != nullptr ? item->durationValue() : row.durationValue;
         return {.text = seconds > 0 ? qt(Fmt::clock(seconds)) : QStringLiteral("–")};
@@ -265,6 +272,7 @@ void LibraryModel::everythingChanged()
 {
     m_folders.clear();
     m_sources.clear();
+    m_completions.clear();
     m_changed.clear();
     m_teller.stop();
     told(m_model.library().root());

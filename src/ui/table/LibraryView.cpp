@@ -7,7 +7,6 @@
 #include <QScopedValueRollback>
 #include <QScrollBar>
 #include <algorithm>
-#include <array>
 
 #include "ui/look/Accessibility.h"
 #include "ui/look/Icon.h"
@@ -93,14 +92,19 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent)
         const QScopedValueRollback following(m_isFollowing, true);
         rows.toggleFolder(folder);
     };
-    connect(this, &QTreeView::expanded, this, [this, follow](const QModelIndex &index) {
+    const auto isCurrent = [this](const QModelIndex &row) {
+        return currentIndex().siblingAtColumn(0) == row;
+    };
+    connect(this, &QTreeView::expanded, this, [this, follow, isCurrent](const QModelIndex &index) {
         follow(index, true);
-        tell(QStringLiteral("aufgeklappt"));
+        if (isCurrent(index))
+            tell(QStringLiteral("aufgeklappt"));
     });
-    connect(this, &QTreeView::collapsed, this, [this, follow](const QModelIndex &index) {
+    connect(this, &QTreeView::collapsed, this, [this, follow, isCurrent](const QModelIndex &index) {
         follow(index, false);
         leaveClosedFolders();
-        tell(QStringLiteral("zugeklappt"));
+        if (isCurrent(index))
+            tell(QStringLiteral("zugeklappt"));
     });
     connect(this, &QTreeView::doubleClicked, this, [this](const QModelIndex &index) {
         if (index.column() == Column::include)
@@ -211,7 +215,7 @@ void LibraryView::showSelection()
     Library::Ids around;
     for (QModelIndex folder = first.parent(); folder.isValid(); folder = folder.parent())
         around.insert(m_rows.node(folder).id);
-    m_model.library().open(around); // so that it can be seen
+    m_model.library().expand(around); // so that it can be seen
     const QScopedValueRollback following(m_isFollowing, true);
     selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
     if (first.isValid()) {
@@ -297,7 +301,8 @@ void LibraryView::expand(const TableNode &row, const QString &key)
         return setExpanded(m_rows.indexOf(row, 0), key == "+");
     Library::Ids folders{row.id};
     forEachFolder(row, [&](const TableNode &below) { folders.insert(below.id); });
-    m_model.library().open(folders);
+    m_model.library().expand(folders);
+    tell(QStringLiteral("aufgeklappt"));
 }
 
 // By the names, whatever the column of the current cell.
@@ -331,14 +336,14 @@ void LibraryView::returnToPlace()
 {
     if (m_model.library().items().empty())
         return;
-    if (hasFocus()) // which is to be seen
-        selectionModel()->setCurrentIndex(m_rows.index(0, 0), QItemSelectionModel::NoUpdate);
-    if (m_place.root != m_model.library().root().id)
-        return;
-    if (const QModelIndex current = m_rows.indexOf(m_place.current); current.isValid())
-        selectionModel()->setCurrentIndex(current, QItemSelectionModel::NoUpdate);
+    const bool isKnown = m_place.root == m_model.library().root().id;
+    const QModelIndex before = isKnown ? m_rows.indexOf(m_place.current) : QModelIndex();
+    if (before.isValid() || hasFocus()) // which is to be seen
+        selectionModel()->setCurrentIndex(before.isValid() ? before : m_rows.index(0, 0),
+                                          QItemSelectionModel::NoUpdate);
     executeDelayedItemsLayout();
-    verticalScrollBar()->setValue(m_place.scroll);
+    if (isKnown && (before.isValid() || !hasFocus()))
+        verticalScrollBar()->setValue(m_place.scroll);
 }
 
 void LibraryView::contextMenuEvent(QContextMenuEvent *event)

@@ -256,13 +256,14 @@ Cell status(const FileItem &item)
 Folder Folder::of(const TableNode &node)
 {
     Folder folder;
-    for (const FileItem *item : node.folderItems()) {
-        ++folder.files;
+    const std::vector<FileItem *> files = node.folderItems();
+    folder.files = files.size();
+    for (const FileItem *item : files) {
         folder.included += item->included ? 1 : 0;
         folder.converted += item->isFinished() ? 1 : 0;
         folder.failed += is<Status::Failed>(item->status) ? 1 : 0;
     }
-    folder.progress = folderProgress(node);
+    folder.progress = folderProgress(files);
     return folder;
 }
 

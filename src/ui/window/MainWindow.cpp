@@ -3,13 +3,12 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QFileDialog>
-#include <QHBoxLayout>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QToolBar>
 #include <QToolButton>
-#include <QVBoxLayout>
+#include <algorithm>
 
 #include "media/Log.h"
 #include "platform/FileManager.h"
@@ -142,23 +141,28 @@ void MainWindow::makeToolBar()
     keepFocusOnRun(*bar);
 }
 
-// "Konvertieren" and "Pause" take each other's place, and the focus with it.
+// The buttons of a run hide and go dead one after the other; whoever pressed one stays among them.
 void MainWindow::keepFocusOnRun(const QToolBar &bar)
 {
-    const QPointer<QWidget> convert = bar.widgetForAction(m_commands.convert),
-                            pause = bar.widgetForAction(m_commands.pause);
-    connect(qApp, &QApplication::focusChanged, this, [this, convert, pause](QWidget *old, QWidget *) {
-        if (old == nullptr || !old->isHidden() || (old != convert && old != pause))
-            return;
-        QWidget *next = old == convert ? pause : convert;
-        QMetaObject::invokeMethod(
-            this,
-            [next = QPointer(next)] {
-                if (next != nullptr)
-                    next->setFocus(Qt::OtherFocusReason);
-            },
-            Qt::QueuedConnection);
+    m_runButtons = {bar.widgetForAction(m_commands.pause), bar.widgetForAction(m_commands.convert),
+                    bar.widgetForAction(m_commands.stop)};
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *old, QWidget *now) {
+        const bool isOfRun = std::find(m_runButtons.begin(), m_runButtons.end(), old) != m_runButtons.end();
+        const bool wasTaken = isOfRun && (old->isHidden() || !old->isEnabled());
+        m_givesFocusBack = wasTaken ? now : nullptr;
+        if (wasTaken)
+            QMetaObject::invokeMethod(this, &MainWindow::giveFocusBack, Qt::QueuedConnection);
     });
+    connect(&m_model, &AppModel::activityChanged, this, &MainWindow::giveFocusBack, Qt::QueuedConnection);
+}
+
+void MainWindow::giveFocusBack()
+{
+    if (m_givesFocusBack == nullptr || m_givesFocusBack != QApplication::focusWidget())
+        return;
+    for (QWidget *button : m_runButtons)
+        if (!button->isHidden() && button->isEnabled())
+            return button->setFocus(Qt::OtherFocusReason);
 }
 
 void MainWindow::connectAll()

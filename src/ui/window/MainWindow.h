@@ -3,6 +3,7 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <QStackedWidget>
+#include <array>
 #include <optional>
 
 #include "platform/FolderCheck.h"
@@ -49,6 +50,7 @@ private:
     void makeMenus();
     void makeToolBar();
     void keepFocusOnRun(const QToolBar &bar);
+    void giveFocusBack();
     void connectAll();
     void showPage();
     void checkLastFolder();
@@ -73,6 +75,8 @@ private:
     ToolsMissingView *m_toolsMissing;
     std::optional<FolderCheck> m_lastFolderCheck;
     std::optional<std::filesystem::path> m_reachable; // opened before, and there
+    std::array<QWidget *, 3> m_runButtons{};          // of the toolbar
+    QPointer<QWidget> m_givesFocusBack;               // got it because one of them could not keep it
     QPointer<SettingsWindow> m_settings;
     QPointer<DetailSheet> m_details;
 };

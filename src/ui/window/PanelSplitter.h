@@ -9,7 +9,7 @@ class PanelSplitter : public QSplitter {
     Q_OBJECT
 
 public:
-    // Once.
+    // Once; a splitter makes its handle with its parts, and no derived one in its constructor.
     void setParts(QWidget *left, QWidget *right);
 
 protected:
