@@ -65,7 +65,10 @@ MainWindow::MainWindow(AppModel &model, std::filesystem::path stateFile, QWidget
     checkLastFolder();
 }
 
-MainWindow::~MainWindow() = default;
+MainWindow::~MainWindow()
+{
+    disconnect(qApp, nullptr, this, nullptr); // the focus moves once more while its widgets go
+}
 
 void MainWindow::makeMenus()
 {
