@@ -3,15 +3,10 @@
 #include <QTest>
 #include <QWheelEvent>
 
-#include "model/ModelFixture.h"
-#include "support/Builders.h"
 #include "support/Mounts.h"
-#include "ui/Find.h"
+#include "ui/SettingsFixture.h"
 #include "ui/look/Strings.h"
 #include "ui/look/Theme.h"
-#include "ui/settings/CodecCard.h"
-#include "ui/settings/Controls.h"
-#include "ui/settings/SettingsPanel.h"
 
 namespace kestrel::test {
 namespace {
@@ -27,60 +22,6 @@ void choose(Picker &picker, int index)
     for (int i = 0; i < index; ++i)
         QTest::keyClick(&picker, Qt::Key_Down);
 }
-
-class SettingsTest : public ModelTest {
-protected:
-    void ffmpegWithVmaf()
-    {
-        standIn(toolbox, "ffmpeg",
-                "case \"$2\" in -encoders) echo libx265 libsvtav1;; -filters) echo libvmaf;;\n"
-                "-version) echo ffmpeg version 7; esac");
-    }
-    SettingsPanel &show(AppModel::Options options = {})
-    {
-        if (!model)
-            start(std::move(options));
-        panel = std::make_unique<SettingsPanel>(*model);
-        panel->resize(320, 900);
-        panel->show();
-        settle();
-        return *panel;
-    }
-    // A library whose files have this sound.
-    void open(const std::vector<MediaInfo> &films)
-    {
-        for (std::size_t i = 0; i < films.size(); ++i)
-            film(std::to_string(i) + ".mkv");
-        startAndScan();
-        give(films);
-    }
-    void give(const std::vector<MediaInfo> &films)
-    {
-        for (std::size_t i = 0; i < films.size(); ++i)
-            model->library().setInfo(item(std::to_string(i) + ".mkv"), films[i]);
-        model->recompute();
-    }
-    // "Deutsch: 2 Dateien", checked ones with a star, from top to bottom.
-    std::vector<std::string> languages() const
-    {
-        std::vector<std::pair<int, std::string>> rows;
-        for (const auto *row : panel->findChildren<CheckRow *>())
-            if (row->parentWidget()->inherits("kestrel::LanguageList"))
-                rows.emplace_back(row->y(), ((row->isChecked() ? "*" : "") + row->text() +
-                                             (row->detail().isEmpty() ? "" : ": ") + row->detail())
-                                                .toStdString());
-        std::sort(rows.begin(), rows.end());
-        std::vector<std::string> list;
-        for (auto &[y, text] : rows)
-            list.push_back(std::move(text));
-        return list;
-    }
-    CodecCard &card(const QString &name) const { return *named<CodecCard>(*panel, name); }
-    Picker &picker(const QString &name) const { return *named<Picker>(*panel, name); }
-    CheckRow &row(const QString &name) const { return *named<CheckRow>(*panel, name); }
-
-    std::unique_ptr<SettingsPanel> panel;
-};
 
 TEST_F(SettingsTest, eachControlChangesItsFieldAndNoOther)
 {
@@ -246,94 +187,6 @@ TEST_F(SettingsTest, whereTheVideoIsKeptQualityAndResolutionTellWhyTheyDoNothing
         EXPECT_TRUE(picker("Zielauflösung").isEnabled());
         EXPECT_THAT(*panel, Not(says(reason)));
     }
-}
-
-TEST_F(SettingsTest, languagesStandByTheirNumberOfFilesThenByName)
-{
-    open({aFilm().audio("ac3", "eng").audio("ac3", "spa"), aFilm().audio("ac3", "eng").audio("ac3", "ita"),
-          aFilm().audio("ac3", "und")});
-    ConversionSettings settings;
-    settings.audioLanguages = {"deu", "und"};
-    model->setSettings(settings);
-    show();
-    EXPECT_THAT(languages(), ElementsAre("Englisch: 2 Dateien", "Italienisch: 1 Datei", "Spanisch: 1 Datei",
-                                         "*Deutsch: 0 Dateien"));
-    auto *const english = &row("Englisch");
-    give({aFilm().audio("ac3", "spa"), aFilm().audio("ac3", "spa"), aFilm().audio("ac3", "eng")});
-    settle();
-    EXPECT_THAT(languages(), ElementsAre("Spanisch: 2 Dateien", "Englisch: 1 Datei", "*Deutsch: 0 Dateien",
-                                         "Italienisch: 0 Dateien"));
-    EXPECT_EQ(&row("Englisch"), english) << "rows stay, and only move";
-    EXPECT_THAT(*panel,
-                says("Hat eine Datei keine der gewählten Sprachen, bleiben alle ihre Tonspuren erhalten."));
-}
-
-TEST_F(SettingsTest, beforeAFolderIsOpenTheChosenLanguagesStandWithoutNumbers)
-{
-    show();
-    EXPECT_THAT(languages(), ElementsAre("*Deutsch"));
-    EXPECT_THAT(*panel, says("Sobald ein Ordner geöffnet ist"));
-    EXPECT_THAT(*panel, Not(says("Keine solchen Spuren gefunden."))) << "nobody has looked yet";
-    click(row("Deutsch"));
-    settle();
-    EXPECT_THAT(languages(), ElementsAre("Deutsch")) << "can be chosen again";
-
-    film("0.mkv");
-    model->open(folder.path());
-    EXPECT_TRUE(idle());
-    settle();
-    EXPECT_THAT(languages(), ElementsAre("Deutsch: 0 Dateien"));
-    EXPECT_THAT(*panel, Not(says("Sobald ein Ordner geöffnet ist")));
-}
-
-TEST_F(SettingsTest, warnsOfFilesWhoseLanguageNobodyKnows)
-{
-    open({aFilm().audio("ac3", "und"), aFilm().audio("ac3", "und"), aFilm().audio("ac3", "deu")});
-    show();
-    const std::string warning =
-        "2 Dateien haben keine Spur in den gewählten Sprachen, aber Spuren ohne Kennung. „Nur Standardspur“ "
-        "behält die als Standard markierte – bei deutschen Releases meist Deutsch. Vorher per Probeclip "
-        "anhören.";
-    EXPECT_THAT(texts(*panel), Contains(warning));
-    give({aFilm().audio("ac3", "deu"), aFilm().audio("ac3", "deu")});
-    settle();
-    EXPECT_THAT(*panel, Not(says("Spuren ohne Kennung")));
-    click(row("Deutsch"));
-    settle();
-    EXPECT_THAT(*panel, Not(says("Spuren ohne Kennung"))) << "none of the files has such a track";
-}
-
-TEST_F(SettingsTest, tellsHowManyTracksAreLossless)
-{
-    open({aFilm().audio("flac", "deu").audio("truehd", "eng"), aFilm().audio("ac3", "deu")});
-    show();
-    const std::string help = "TrueHD, DTS-HD MA, FLAC, PCM → E-AC3 640 kbit/s (max. 5.1). Spart viel, klingt "
-                             "praktisch gleich.";
-    EXPECT_THAT(texts(*panel), Contains(help + " Betrifft 2 Spuren."));
-    give({aFilm().audio("ac3", "deu")});
-    settle();
-    EXPECT_THAT(texts(*panel), Contains(help + " Keine solchen Spuren gefunden."));
-}
-
-TEST_F(SettingsTest, nothingIsCountedWhileNobodySeesIt)
-{
-    open({aFilm().audio("ac3", "eng")});
-    show();
-    panel->hide();
-    give({aFilm().audio("ac3", "jpn")});
-    settle();
-    EXPECT_THAT(languages(), ElementsAre("Englisch: 1 Datei", "*Deutsch: 0 Dateien"));
-    panel->show();
-    settle();
-    EXPECT_THAT(languages(), Contains("Japanisch: 1 Datei"));
-}
-
-TEST_F(SettingsTest, followsAScanWhileItGoesOn)
-{
-    open({aFilm(), aFilm()});
-    show();
-    model->library().setInfo(item("0.mkv"), aFilm().audio("ac3", "jpn"));
-    EXPECT_TRUE(eventually([this] { return languages().front() == "Japanisch: 1 Datei"; }));
 }
 
 TEST_F(SettingsTest, warnsWhereAShareWouldDeleteTheOriginals)
