@@ -226,6 +226,9 @@ TEST_F(WindowTest, aDroppedFolderIsOpenedAndNothingElse)
 TEST_F(WindowTest, whatIsOpenedBeforeFfmpegIsFoundIsSearchedThen)
 {
     film("a.mkv");
+    standIn(toolbox, "ffmpeg",
+            "while [ ! -e " + quoted(toolbox / "go") +
+                " ]; do sleep 0.02; done\n[ $2 = -encoders ] && echo libx265");
     const Sandbox other;
     AppModel::Options options;
     options.openFolder = other.path(); // the folder of the call; somebody was faster
@@ -233,12 +236,16 @@ TEST_F(WindowTest, whatIsOpenedBeforeFfmpegIsFoundIsSearchedThen)
     options.toolFolders = {toolbox.path()};
     model = std::make_unique<AppModel>(options);
     ASSERT_FALSE(model->tools());
-    model->open(folder.path());
     openWindow();
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    model->open(folder.path());
+    std::ofstream(toolbox / "go").put('1');
     EXPECT_TRUE(eventually([&] { return model->tools().has_value(); }));
     EXPECT_TRUE(idle());
     EXPECT_EQ(model->library().items().size(), 1U);
     EXPECT_TRUE(item("a.mkv").info.has_value());
+    EXPECT_EQ(QApplication::focusWidget(), &window->table()) << "not a button of the page that has gone";
 }
 
 TEST_F(WindowTest, aSearchThatWasGivenUpSaysSo)

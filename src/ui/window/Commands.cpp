@@ -87,6 +87,7 @@ Commands::Commands(AppModel &model, QObject *parent)
     showPanel->setCheckable(true);
     showPanel->setChecked(true);
     quit->setMenuRole(QAction::QuitRole);
+    quit->setShortcutContext(Qt::ApplicationShortcut); // from the details and the settings, too
     connectActions();
     for (const auto signal : {&AppModel::toolsChanged, &AppModel::folderChanged, &AppModel::activityChanged,
                               &AppModel::runChanged})

@@ -50,7 +50,8 @@ void EmptyView::update()
     const bool hasTools = m_model.tools().has_value();
     if (hasTools && !m_choose->isEnabled()) {
         m_choose->setEnabled(true);
-        m_choose->setFocus();
+        if (!m_model.rootURL()) // else its page has gone, and a hidden button would keep the keys
+            m_choose->setFocus();
     }
     m_searching->setVisible(!hasTools && !m_model.toolError());
     m_last->setVisible(hasTools && m_offered);

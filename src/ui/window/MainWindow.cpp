@@ -272,7 +272,8 @@ void MainWindow::chooseFolder()
             activateWindow();
             if (!path.isEmpty())
                 open(QFile::encodeName(path).toStdString());
-            table().setFocus();
+            if (table().isVisible())
+                table().setFocus();
         },
         Qt::QueuedConnection);
     dialog->open();
