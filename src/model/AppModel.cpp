@@ -187,11 +187,9 @@ void AppModel::endScan(const std::optional<std::string> &error)
     const std::size_t incomplete = totals().incomplete;
     if (error)
         setProblem("Analyse fehlgeschlagen: " + *error);
-    else if (wasStopped)
-        setMessage(std::nullopt);
-    else if (m_library.items().empty())
+    else if (!wasStopped && m_library.items().empty())
         setMessage("In diesem Ordner wurden keine Videodateien gefunden.");
-    else if (incomplete > 0)
+    else if (!wasStopped && incomplete > 0)
         setProblem(fmt::format("{} Dateien werden evtl. noch kopiert – später neu analysieren", incomplete));
     else
         setMessage(std::nullopt);

@@ -60,14 +60,12 @@ public:
         });
     }
 
-private slots:
-    void takeSetting(const QString &settingGroup, const QString &setting, const QDBusVariant &value)
+private:
+    Q_SLOT void takeSetting(const QString &settingGroup, const QString &setting, const QDBusVariant &value)
     {
         if (settingGroup == group && setting == key)
             take(value.variant());
     }
-
-private:
     // The answer wraps the number twice, the announcement of a change once.
     void take(QVariant value)
     {

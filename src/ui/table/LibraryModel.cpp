@@ -48,7 +48,7 @@ LibraryModel::LibraryModel(AppModel &model, QObject *parent) : QAbstractItemMode
     });
     connect(&library, &Library::aboutToBeSorted, this,
             [this] { emit layoutAboutToBeChanged({}, VerticalSortHint); });
-    connect(&library, &Library::sorted, this, &LibraryModel::moveRows);
+    connect(&library, &Library::sorted, this, &LibraryModel::followSort);
     connect(&library, &Library::itemChanged, this, &LibraryModel::itemChanged);
     connect(&library, &Library::recomputed, this, &LibraryModel::everythingChanged);
 }
@@ -278,7 +278,7 @@ void LibraryModel::everythingChanged()
     told(m_model.library().root());
 }
 
-void LibraryModel::moveRows()
+void LibraryModel::followSort()
 {
     const QModelIndexList before = persistentIndexList();
     QModelIndexList after;

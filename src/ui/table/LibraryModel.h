@@ -55,7 +55,7 @@ private:
     void everythingChanged();
     void told(const TableNode &parent);
     void tell();
-    void moveRows();
+    void followSort();
     std::optional<QString> completion(const TableNode &folder) const;
 
     AppModel &m_model;
