@@ -54,6 +54,8 @@ struct Plan {
     std::vector<int> attachments;            // stream indexes that are carried over
     std::vector<std::string> notes;          // German remarks in the order they arise
     bool isNoop = false;                     // the conversion would change nothing
+    // Why the file is left as it is, whatever the settings; German. Such a plan is a no-op.
+    std::optional<std::string> leftAlone;
     bool scales = false;                     // the output size differs from the source's
     int qualityValue = 0;                    // CRF for encoding
 
