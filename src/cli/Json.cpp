@@ -59,6 +59,10 @@ Value value(const VideoStreamInfo &video)
         {"resolutionClass", video.resolutionClass()},
         {"isHDR", video.isHDR()},
         {"isInterlaced", video.isInterlaced()},
+        {"rotation", video.rotation},
+        {"isMirrored", video.isMirrored},
+        {"seenWidth", video.seenSize().width},
+        {"seenHeight", video.seenSize().height},
     };
 }
 
@@ -170,6 +174,7 @@ Value value(const MediaInfo &info)
         {"fileSize", info.fileSize},
         {"modified", iso8601(info.modified)},
         {"duration", info.duration},
+        {"playTime", info.playTime()},
         {"formatName", info.formatName},
         {"video", info.video ? value(*info.video) : Value()},
         {"audio", list(info.audio)},
@@ -191,6 +196,7 @@ Value value(const Plan &plan)
         {"attachments", plan.attachments},
         {"notes", plan.notes},
         {"isNoop", plan.isNoop},
+        {"leftAlone", orNull(plan.leftAlone)},
         {"scales", plan.scales},
         {"qualityValue", plan.qualityValue},
     };

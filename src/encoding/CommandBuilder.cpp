@@ -20,6 +20,8 @@ constexpr std::array copyVideo{"-c:v", "copy"};
 constexpr std::array hevcTag{"-tag:v", "hvc1"}; // without it Apple's players refuse HEVC in MP4
 constexpr std::array attachments{"-c:t", "copy"};
 constexpr std::array muxingQueue{"-max_muxing_queue_size", "4096"};
+// Copied sound keeps the cut of the source's edit list: what lies before its start would come back otherwise.
+constexpr std::array withoutLead{"-copypriorss", "0"};
 constexpr std::array matroska{"-f", "matroska"};
 constexpr std::array mp4{"-f", "mp4", "-movflags", "+faststart"};
 // mkvmerge's statistics would survive a re-encode, and lie.
@@ -168,6 +170,8 @@ std::vector<std::string> arguments(const MediaInfo &info, const Plan &plan,
         if (!plan.attachments.empty())
             list.add(attachments);
     }
+    if (withOthers && info.cut != Cut::none)
+        list.add(withoutLead);
     list.add(muxingQueue);
     if (settings.container == OutputContainer::mkv)
         list.add(matroska);

@@ -13,6 +13,7 @@
 #include "encoding/CommandBuilder.h"
 #include "encoding/LocalSwap.h"
 #include "encoding/NetworkSwap.h"
+#include "encoding/PictureCheck.h"
 #include "encoding/StorageLocation.h"
 #include "encoding/TargetName.h"
 #include "encoding/WorkFile.h"
@@ -229,11 +230,12 @@ void ConversionJob::verify(const MediaInfo &result) const
     if (result.audio.size() != planned)
         throw ToolError::failed(
             fmt::format("Prüfung fehlgeschlagen: {} statt {} Tonspuren.", result.audio.size(), planned));
-    if (m_info.duration <= checkedDuration)
-        return;
-    if (!isSameDuration(m_info.duration, result.duration))
+    const double expected = m_info.playTime();
+    if (expected > checkedDuration && !isSameDuration(expected, result.duration))
         throw ToolError::failed(fmt::format("Prüfung fehlgeschlagen: Laufzeit {:.0f} s statt {:.0f} s.",
-                                            std::trunc(result.duration), std::trunc(m_info.duration)));
+                                            std::trunc(result.duration), std::trunc(expected)));
+    if (const auto fault = PictureCheck::fault(m_info, m_plan, result))
+        throw ToolError::failed("Prüfung fehlgeschlagen: " + *fault);
 }
 
 bool ConversionJob::savesEnough(std::int64_t newSize) const

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "encoding/PictureCheck.h"
 #include "encoding/Sampler.h"
 #include "encoding/TargetName.h"
 #include "media/Log.h"
@@ -32,7 +33,10 @@ bool isVideoAsPlanned(const MediaInfo &source, const MediaInfo &target, const Pl
 {
     if (!plan.hasVideo())
         return !target.video;
-    if (!target.video || target.video->width != plan.outputWidth || target.video->height != plan.outputHeight)
+    const bool isCopy = !plan.encodesVideo();
+    const FrameSize expected =
+        isCopy ? source.video->seenSize() : FrameSize{plan.outputWidth, plan.outputHeight};
+    if (!target.video || target.video->seenSize() != expected || PictureCheck::fault(source, plan, target))
         return false;
     return plan.encodesVideo() ? target.video->codec == outputCodec(settings.codec)
                                : target.video->codec == source.video->codec;
@@ -53,12 +57,13 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
         return {*outcome, true, std::nullopt};
 
     Result result;
-    Plan plan = Planner::plan(info, settings, std::nullopt);
+    const Planner::Abilities abilities = Planner::abilities(tools);
+    Plan plan = Planner::plan(info, settings, std::nullopt, abilities);
     if (plan.encodesVideo()) {
         ConversionJob::requireWritableTarget(info.url, settings, root); // before the long search
         if (!sample || !sample->vmafTarget)
             sample = measure(plan, callbacks, stop);
-        plan = Planner::planMeasured(info, settings, *sample);
+        plan = Planner::planMeasured(info, settings, *sample, abilities);
     }
 
     waitWhilePaused(stop);
@@ -103,8 +108,8 @@ std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_t
         return std::nullopt;
     try {
         const MediaInfo found = Prober::probe(target, tools.ffprobe, stop);
-        const Plan plan = Planner::plan(info, settings, std::nullopt);
-        if (!ConversionJob::isSameDuration(info.duration, found.duration) ||
+        const Plan plan = Planner::plan(info, settings, std::nullopt, Planner::abilities(tools));
+        if (!ConversionJob::isSameDuration(info.playTime(), found.duration) ||
             !isVideoAsPlanned(info, found, plan, settings))
             return std::nullopt;
         Log::write("Bereits konvertiert, übersprungen: " + shown(info.url));
@@ -162,7 +167,7 @@ ConversionOutcome FileConversion::convert(const Plan &plan, const Callbacks &cal
             job->suspend();
     }
     callbacks.running(0, 0);
-    const double duration = info.duration;
+    const double duration = info.playTime();
     return job->run({[&](const FFmpegRunner::Progress &progress) {
                          const double fraction = duration > 0 ? progress.seconds / duration : 0;
                          callbacks.running(std::clamp(fraction, 0.0, 1.0), progress.fps);

@@ -125,9 +125,9 @@ Step measureOnce(const Subject &subject, Scoring scoring, const OnProgress &prog
 {
     if (!subject.plan.encodesVideo())
         throw ToolError::failed("Für diese Datei wird kein Video kodiert.");
-    if (!(subject.info.duration > 0))
+    if (!(subject.info.playTime() > 0))
         throw ToolError::failed("Laufzeit unbekannt");
-    const auto parts = segments(subject.info.duration);
+    const auto parts = segments(subject.info.playTime());
     Tally tally;
     for (std::size_t i = 0; i < parts.size(); ++i)
         measureSegment(
@@ -266,8 +266,10 @@ std::string comparisonGraph(const MediaInfo &info, const Plan &plan)
     if (plan.scales)
         reference += fmt::format("scale={}:{}:flags=bicubic,", plan.outputWidth, plan.outputHeight);
     reference += "setpts=PTS-STARTPTS";
-    return fmt::format("[0:v]setpts=PTS-STARTPTS+{}/TB[d];[1:v]{}[r];[d][r]",
-                       CommandBuilder::format(0.5 / fps), reference);
+    const std::string source =
+        info.video && !info.video->isFirst ? fmt::format("1:{}", info.video->index) : "1:v";
+    return fmt::format("[0:v]setpts=PTS-STARTPTS+{}/TB[d];[{}]{}[r];[d][r]",
+                       CommandBuilder::format(0.5 / fps), source, reference);
 }
 
 double vmaf(const fs::path &encoded, const Subject &subject, const Segment &segment, int subsampling,

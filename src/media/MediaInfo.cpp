@@ -98,6 +98,8 @@ constexpr double textSubtitleBytes = 60'000;
 constexpr double pictureSubtitleRate = 25'000; // bits per second
 constexpr double payloadShare = 0.99;          // of a file; the rest is container
 constexpr double leastVideoShare = 0.2;        // of the total rate, however much audio is guessed
+constexpr double leastBytesPerSecond = 500;
+constexpr double mostSoundPerFile = 2; // by stated rates, which may be nominal
 
 constexpr std::array<string_view, 7> textSubtitles{"subrip",   "srt",    "ass", "ssa",
                                                    "mov_text", "webvtt", "text"};
@@ -125,6 +127,19 @@ bool isDtsHd(const AudioStreamInfo &stream)
 }
 
 } // namespace
+
+FrameSize VideoStreamInfo::seenSize() const
+{
+    return isOnItsSide() ? FrameSize{height, width} : FrameSize{width, height};
+}
+
+double VideoStreamInfo::seenAspect() const
+{
+    if (width < 1 || height < 1)
+        return 0;
+    const double aspect = width * pixelAspect / height;
+    return isOnItsSide() ? 1 / aspect : aspect;
+}
 
 std::string VideoStreamInfo::codecDisplay() const
 {
@@ -202,6 +217,22 @@ double SubtitleStreamInfo::estimatedBytes(double duration) const
     return isText() ? textSubtitleBytes : duration * pictureSubtitleRate * 0.125;
 }
 
+double MediaInfo::playTime() const
+{
+    if (!(duration > 0) || canPlayFor(duration))
+        return duration;
+    return lastPacket && canPlayFor(*lastPacket) ? *lastPacket : 0;
+}
+
+bool MediaInfo::canPlayFor(double seconds) const
+{
+    double soundRate = 0;
+    for (const auto &stream : audio)
+        soundRate += static_cast<double>(std::max<std::int64_t>(stream.bitrate.value_or(0), 0));
+    const auto size = static_cast<double>(fileSize);
+    return seconds * soundRate * 0.125 <= size * mostSoundPerFile && seconds * leastBytesPerSecond <= size;
+}
+
 bool MediaInfo::isMatroska() const
 {
     return formatName.find("matroska") != std::string::npos;
@@ -211,16 +242,17 @@ double MediaInfo::videoBitrate() const
 {
     if (video && video->bitrate && *video->bitrate >= 1)
         return static_cast<double>(*video->bitrate);
-    if (!(duration > 0))
+    const double seconds = playTime();
+    if (!(seconds > 0))
         return 0;
-    const double total = static_cast<double>(fileSize) * 8 / duration;
+    const double total = static_cast<double>(fileSize) * 8 / seconds;
     double audioRate = 0;
     for (const auto &stream : audio)
         audioRate += stream.effectiveBitrate();
     double subtitleBytes = 0;
     for (const auto &stream : subtitles)
-        subtitleBytes += stream.estimatedBytes(duration);
-    const double rest = total * payloadShare - audioRate - subtitleBytes * 8 / duration;
+        subtitleBytes += stream.estimatedBytes(seconds);
+    const double rest = total * payloadShare - audioRate - subtitleBytes * 8 / seconds;
     return std::max(rest, total * leastVideoShare);
 }
 

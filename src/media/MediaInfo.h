@@ -13,11 +13,25 @@ namespace kestrel {
 
 using FileTime = std::chrono::sys_time<std::chrono::nanoseconds>;
 
+struct FrameSize { // pixels
+    int width = 0, height = 0;
+    bool operator==(const FrameSize &) const = default;
+};
+
+// What a container's edit list leaves out of its tracks, or does with them otherwise. One that only makes up
+// for the delay of a decoder, or lets a track begin later, is none.
+enum class Cut {
+    none,
+    sound,      // sound at the beginning or the end
+    picture,    // pictures, and maybe sound
+    rearranged, // several stretches, gaps between them, or another speed
+};
+
 struct VideoStreamInfo {
     int index = 0;     // as ffprobe numbers streams, over all kinds
     std::string codec; // ffprobe's name, for example "h264"
     std::optional<std::string> profile;
-    int width = 0, height = 0; // pixels
+    int width = 0, height = 0; // pixels, as coded
     double fps = 0;            // frames per second, 0 when unknown
     std::optional<std::string> pixFmt;
     int bitDepth = 8;
@@ -25,9 +39,20 @@ struct VideoStreamInfo {
     std::optional<std::string> colorTransfer, colorPrimaries, colorSpace;
     std::optional<std::int64_t> bitrate; // bits per second
     bool isDolbyVision = false;
+    int rotation = 0;        // degrees clockwise by which a player turns the picture: 0, 90, 180 or 270
+    bool isMirrored = false; // a player flips it vertically before it turns it
+    // The turn is another angle, or stands only in the old "rotate" tag, which not every player follows.
+    bool hasDoubtfulTurn = false;
+    double pixelAspect = 1; // width over height of a pixel; square where the file does not tell
+    bool isFirst = true;    // of the file's video tracks, cover art included
 
     bool operator==(const VideoStreamInfo &) const = default;
 
+    bool isTurned() const { return rotation != 0 || isMirrored || hasDoubtfulTurn; }
+    // A player exchanges width and height.
+    bool isOnItsSide() const { return rotation == 90 || rotation == 270; }
+    FrameSize seenSize() const; // pixels, as a player turns them
+    double seenAspect() const;  // width over height of the picture as it is seen; 0 when unknown
     std::string codecDisplay() const;
     std::string resolutionClass() const; // "2160p" … "576p", or the height
     bool isHDR() const;                  // PQ or HLG
@@ -74,15 +99,25 @@ struct MediaInfo {
     std::filesystem::path url; // byte for byte as the system names it
     std::int64_t fileSize = 0; // bytes
     FileTime modified;
-    double duration = 0; // seconds, 0 when unknown
+    double duration = 0; // seconds as the container states them, 0 when unknown
     std::string formatName;
     std::optional<VideoStreamInfo> video;
     std::vector<AudioStreamInfo> audio;
     std::vector<SubtitleStreamInfo> subtitles;
     std::vector<int> attachmentIndexes;
+    bool hasSeveralFilms = false; // more than one video track that is neither cover art nor a still
+    Cut cut = Cut::none;
+    // Seconds, where the last packet ends; only looked for when the duration cannot be true.
+    std::optional<double> lastPacket;
 
     bool operator==(const MediaInfo &) const = default;
 
+    // For how long the film plays, in seconds, 0 when unknown: the duration, or where the last packet ends.
+    // Whatever calculates with time takes this.
+    double playTime() const;
+    // A file of this size can hold that much: its sound at the stated rates fits in twice, and each second
+    // has at least 500 bytes.
+    bool canPlayFor(double seconds) const;
     bool isMatroska() const;
     double videoBitrate() const; // bits per second, 0 when it cannot be told
 };

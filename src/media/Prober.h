@@ -40,7 +40,8 @@ std::filesystem::path relativePath(const std::filesystem::path &file, const std:
 MediaInfo probe(const std::filesystem::path &file, const std::filesystem::path &ffprobe,
                 std::stop_token stop);
 
-// The two halves of probe(): ffprobe's own answer, and the record of a file with these attributes.
+// The two halves of probe(): ffprobe's own answer with what it does not tell (see ProbeSupplement), and the
+// record of a file with these attributes.
 std::string ask(const std::filesystem::path &file, const std::filesystem::path &ffprobe,
                 std::stop_token stop);
 MediaInfo read(const std::string &answer, const std::filesystem::path &file,

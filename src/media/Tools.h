@@ -25,6 +25,7 @@ struct Tools {
     bool hasSVTAV1 = false;                // encoder "libsvtav1"
     bool hasVMAF = false;                  // filter "libvmaf"
     std::string version;                   // first line of ffmpeg -version, for display
+    bool keepsTurnInMatroska = false;      // of a picture that is copied
 
     bool operator==(const Tools &) const = default;
 

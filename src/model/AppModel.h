@@ -19,6 +19,7 @@
 #include "model/StatusService.h"
 #include "model/UserDefaults.h"
 #include "planning/ConversionSettings.h"
+#include "planning/Planner.h"
 #include "platform/InstanceLock.h"
 #include "platform/Mailbox.h"
 #include "platform/SleepInhibitor.h"
@@ -93,7 +94,12 @@ public:
 
     void open(const std::filesystem::path &folder);
     void rescan();
-    void recompute() { m_library.recompute(m_settings); }
+    void recompute() { m_library.recompute(m_settings, abilities()); }
+    // Of the located ffmpeg.
+    Planner::Abilities abilities() const
+    {
+        return m_tools ? Planner::abilities(*m_tools) : Planner::Abilities();
+    }
     // Valid until the library changes.
     const Totals &totals() const { return m_library.totals(); }
     void setSettings(const ConversionSettings &settings);

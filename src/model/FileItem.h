@@ -43,7 +43,7 @@ struct FileItem {
     std::string name() const;             // of the file, byte for byte
     std::filesystem::path folder() const; // part of relativePath, empty directly below the root
     std::int64_t sizeValue() const { return info ? info->fileSize : 0; }
-    double durationValue() const { return info ? info->duration : 0; }
+    double durationValue() const { return info ? info->playTime() : 0; }
     double estimateValue() const { return estimate ? estimate->total() : 0; }
     bool isFinished() const { return is<Status::Done>(status); }
     bool hasOutcome() const { return isFinished() || is<Status::NoSavings>(status); }

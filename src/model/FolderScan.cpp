@@ -8,6 +8,7 @@
 #include "encoding/ConversionJob.h"
 #include "encoding/SwapJournal.h"
 #include "media/Log.h"
+#include "media/ProbeSupplement.h"
 #include "media/Prober.h"
 #include "media/ProcessRunner.h"
 #include "platform/Cancelled.h"
@@ -21,11 +22,12 @@ namespace {
 
 constexpr std::size_t probesAtOnce = 8;
 
-// What ffprobe says of itself and its libraries; empty where it does not answer.
+// What a stored answer depends on: what ffprobe says of itself and its libraries, and what we add to it.
 std::string versionOf(const std::filesystem::path &ffprobe, const std::stop_token &stop)
 {
     try {
-        return ProcessRunner::run(ffprobe, {"-version"}, stop).standardOutput;
+        const std::string answer = ProcessRunner::run(ffprobe, {"-version"}, stop).standardOutput;
+        return answer.empty() ? answer : answer + std::to_string(ProbeSupplement::version);
     } catch (const std::exception &) {
         return {};
     }

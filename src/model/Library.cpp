@@ -112,23 +112,24 @@ Library::Factors Library::learn(const ConversionSettings &settings) const
     return {Estimator::median(std::move(content)), Estimator::median(std::move(speed))};
 }
 
-void Library::recompute(const ConversionSettings &settings)
+void Library::recompute(const ConversionSettings &settings, const Planner::Abilities &abilities)
 {
     const std::string key = settings.videoKey();
     const Factors factors = learn(settings);
-    const bool hasNewSettings = m_settings != settings;
+    const bool hasNewSettings = m_settings != settings || m_abilities != abilities;
     const bool hasNewFactors = m_factors != factors;
     for (const auto &item : m_contents.items) {
         if (!item->info || !(hasNewSettings || hasNewFactors || item->needsPlan))
             continue;
         const SampleResult *sample = item->sample(key);
         if (hasNewSettings || item->needsPlan)
-            item->plan = sample != nullptr ? Planner::planMeasured(*item->info, settings, *sample)
-                                           : Planner::plan(*item->info, settings, std::nullopt);
+            item->plan = sample != nullptr ? Planner::planMeasured(*item->info, settings, *sample, abilities)
+                                           : Planner::plan(*item->info, settings, std::nullopt, abilities);
         estimate(*item, settings, sample, factors.content, factors.speed);
         item->needsPlan = false;
     }
     m_settings = settings;
+    m_abilities = abilities;
     m_factors = factors;
     m_totals.reset();
     updateTable();

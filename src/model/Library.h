@@ -12,6 +12,7 @@
 #include "model/TableNode.h"
 #include "model/Totals.h"
 #include "planning/ConversionSettings.h"
+#include "planning/Planner.h"
 
 namespace kestrel {
 
@@ -64,7 +65,7 @@ public:
     void setIncluded(const Ids &rows, std::optional<bool> value);
 
     // Plans and estimates every probed item; what is known already is not computed again.
-    void recompute(const ConversionSettings &settings);
+    void recompute(const ConversionSettings &settings, const Planner::Abilities &abilities = {});
     // With the settings of the last recompute(); valid until the next change.
     const Totals &totals() const;
 
@@ -115,6 +116,7 @@ private:
 
     // What all items were last planned with.
     std::optional<ConversionSettings> m_settings;
+    Planner::Abilities m_abilities;
     Factors m_factors;
     mutable std::optional<Totals> m_totals; // as long as they hold
 };

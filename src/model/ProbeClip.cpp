@@ -106,7 +106,7 @@ void ProbeClip::make(const std::stop_token &stop)
 
 void ProbeClip::encode(const fs::path &clip, const std::stop_token &stop)
 {
-    const Segment segment = segmentOf(m_request.info.duration);
+    const Segment segment = segmentOf(m_request.info.playTime());
     FFmpegRunner runner(m_request.tools.ffmpeg,
                         CommandBuilder::arguments(m_request.info, m_request.plan, m_request.settings, clip,
                                                   segment, CommandBuilder::Streams::all),

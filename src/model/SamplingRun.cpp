@@ -88,7 +88,8 @@ SamplingRun::Outcome SamplingRun::measure(const FileItem *item, const MediaInfo 
 {
     try {
         // Not the item's plan: the settings may have changed since the start.
-        const Plan plan = Planner::plan(info, m_request.settings, std::nullopt);
+        const Plan plan =
+            Planner::plan(info, m_request.settings, std::nullopt, Planner::abilities(m_request.tools));
         const TemporaryFolder folder;
         return {Sampler::search(
                     {info, plan, m_request.settings, m_request.tools, folder.path(), &m_ffmpeg},

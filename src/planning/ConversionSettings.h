@@ -11,6 +11,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "media/MediaInfo.h"
 #include "media/Tools.h"
 
 namespace kestrel {
@@ -30,11 +31,6 @@ enum class UnknownAudioPolicy { keepAll, keepDefault };
 // A closed range.
 struct QualityRange {
     int lowest = 0, highest = 0;
-};
-
-struct FrameSize {
-    int width = 0, height = 0; // pixels
-    bool operator==(const FrameSize &) const = default;
 };
 
 // The case's name in settings files, keys and on the command line.

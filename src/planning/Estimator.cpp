@@ -72,7 +72,7 @@ void estimateEncode(SizeEstimate &estimate, const MediaInfo &info, const Plan &p
     using Kind = SizeEstimate::Kind;
     const double fps = info.video ? info.video->effectiveFps() : 25.0;
     const double pixels = static_cast<double>(plan.outputWidth) * plan.outputHeight;
-    const double megapixels = info.duration * fps * pixels / 1e6;
+    const double megapixels = info.playTime() * fps * pixels / 1e6;
     double bitrate = 0;
     if (sample != nullptr) {
         bitrate = sample->videoBitrate;
@@ -84,10 +84,10 @@ void estimateEncode(SizeEstimate &estimate, const MediaInfo &info, const Plan &p
         estimate.kind = factors.content ? Kind::calibrated : Kind::heuristic;
         const double speed = std::max(
             factors.speed.value_or(1.0) * throughput(settings.codec, SpeedLevel::normal), leastThroughput);
-        const double searched = fps * (searchTrials * sampledSeconds(info.duration)) * pixels / 1e6;
+        const double searched = fps * (searchTrials * sampledSeconds(info.playTime())) * pixels / 1e6;
         estimate.encodeSeconds = megapixels / speed + searched / speed * scoringFactor;
     }
-    estimate.videoBytes = info.duration * bitrate * 0.125;
+    estimate.videoBytes = info.playTime() * bitrate * 0.125;
 }
 
 } // namespace
@@ -146,17 +146,17 @@ SizeEstimate Estimator::estimate(const MediaInfo &info, const Plan &plan, const 
     if (plan.encodesVideo())
         estimateEncode(estimate, info, plan, settings, sample, {contentFactor, speedFactor});
     else if (plan.hasVideo())
-        estimate.videoBytes = info.duration * info.videoBitrate() * 0.125;
+        estimate.videoBytes = info.playTime() * info.videoBitrate() * 0.125;
 
     double audioRate = 0;
     for (const auto &decision : plan.audio)
         audioRate += decision.outputBitrate();
-    estimate.audioBytes = info.duration * audioRate * 0.125;
+    estimate.audioBytes = info.playTime() * audioRate * 0.125;
 
     estimate.otherBytes = (estimate.videoBytes + estimate.audioBytes) * containerShare;
     for (const auto &decision : plan.subtitles)
         if (decision.action != StreamAction::drop)
-            estimate.otherBytes += decision.stream.estimatedBytes(info.duration);
+            estimate.otherBytes += decision.stream.estimatedBytes(info.playTime());
     return estimate;
 }
 

@@ -47,7 +47,9 @@ struct SubtitleDecision {
 // What a conversion does with one file. Made by Planner; a plain value.
 struct Plan {
     VideoAction video;
-    int outputWidth = 0, outputHeight = 0; // pixels, 0 without video
+    // Pixels, 0 without video: of an encode as they are seen, because encoding turns the picture; of a copy
+    // as they are coded.
+    int outputWidth = 0, outputHeight = 0;
     bool deinterlace = false;
     std::vector<AudioDecision> audio;        // one for each source stream, in source order
     std::vector<SubtitleDecision> subtitles; // likewise
@@ -56,8 +58,8 @@ struct Plan {
     bool isNoop = false;                     // the conversion would change nothing
     // Why the file is left as it is, whatever the settings; German. Such a plan is a no-op.
     std::optional<std::string> leftAlone;
-    bool scales = false;                     // the output size differs from the source's
-    int qualityValue = 0;                    // CRF for encoding
+    bool scales = false;  // the output size differs from the source's
+    int qualityValue = 0; // CRF for encoding
 
     bool operator==(const Plan &) const = default;
 

@@ -34,6 +34,7 @@ constexpr std::array<SurroundRate, 3> surroundRates{{{6, 640'000}, {3, 448'000},
 constexpr int mostChannels = 6;
 
 constexpr string_view copied = "wird kopiert";
+constexpr string_view untouched = "bleibt unverändert"; // in a file that is left alone
 constexpr string_view impossibleInMp4 = "in MP4 nicht möglich → E-AC3";
 
 template <std::size_t Size>
@@ -75,7 +76,7 @@ void planVideo(Plan &plan, const MediaInfo &info, const ConversionSettings &sett
         return;
     const VideoStreamInfo &video = *info.video;
     const FrameSize target = targetSize(video, settings.resolution);
-    plan.scales = target != FrameSize{video.width, video.height};
+    plan.scales = target != video.seenSize();
     const bool needsWork = plan.scales || video.isInterlaced();
 
     if (settings.codec == VideoCodecChoice::keepVideo)
@@ -225,10 +226,61 @@ bool changesNothing(const Plan &plan, const MediaInfo &info, const ConversionSet
            plan.attachments.size() == info.attachmentIndexes.size();
 }
 
+// What cannot be done with this film so that it is seen and heard as before. German.
+std::optional<std::string> reasonToLeaveAlone(const MediaInfo &info, const Plan &plan,
+                                              const ConversionSettings &settings, const Abilities &abilities)
+{
+    if (info.duration > 0 && !(info.playTime() > 0))
+        return "Die angegebene Laufzeit kann nicht stimmen, und die wirkliche ist nicht feststellbar – "
+               "bleibt "
+               "unverändert";
+    if (!info.video)
+        return std::nullopt;
+    const VideoStreamInfo &video = *info.video;
+    if (info.hasSeveralFilms)
+        return "Die Datei enthält mehrere Filme – bleibt unverändert";
+    if (info.cut == Cut::rearranged)
+        return "Der Film ist aus Stücken zusammengesetzt (Schnittliste) – bleibt unverändert";
+    if (video.hasDoubtfulTurn)
+        return "Wie das Bild gedreht gehört, ist nicht eindeutig angegeben – bleibt unverändert";
+    if (plan.encodesVideo())
+        return plan.deinterlace && video.isTurned()
+                   ? std::optional<std::string>("Das Bild ist gedreht und im Zeilensprungverfahren – bleibt "
+                                                "unverändert")
+                   : std::nullopt;
+    if (info.cut == Cut::picture)
+        return "Der Film ist geschnitten (Schnittliste), und eine Kopie brächte das Weggeschnittene zurück – "
+               "bleibt unverändert";
+    if (video.isTurned() && settings.container == OutputContainer::mkv && !abilities.keepsTurnInMatroska)
+        return "Das Bild ist gedreht, und dieses ffmpeg kann das in MKV nicht vermerken – bleibt unverändert";
+    return std::nullopt;
+}
+
+Plan leftAlone(const MediaInfo &info, const ConversionSettings &settings, const std::string &reason)
+{
+    Plan plan;
+    plan.qualityValue = qualityValue(settings.codec, settings.quality);
+    if (info.video)
+        copyVideo(plan, *info.video, reason);
+    for (const auto &stream : info.audio)
+        plan.audio.push_back({stream, StreamAction::keep, std::string(untouched), 0, std::nullopt});
+    for (const auto &stream : info.subtitles)
+        plan.subtitles.push_back({stream, StreamAction::keep, std::string(untouched), {}});
+    plan.attachments = info.attachmentIndexes;
+    plan.isNoop = true;
+    plan.leftAlone = reason;
+    return plan;
+}
+
 } // namespace
 
+Abilities abilities(const Tools &tools)
+{
+    return {tools.keepsTurnInMatroska};
+}
+
 Plan plan(const MediaInfo &info, const ConversionSettings &settings,
-          const std::optional<std::string> &videoUnchanged)
+          const std::optional<std::string> &videoUnchanged, const Abilities &abilities)
 {
     Plan plan;
     plan.qualityValue = qualityValue(settings.codec, settings.quality);
@@ -238,14 +290,17 @@ Plan plan(const MediaInfo &info, const ConversionSettings &settings,
         plan.subtitles.push_back(decideSubtitle(stream, settings.container));
     planAttachments(plan, info, settings);
     plan.isNoop = changesNothing(plan, info, settings);
+    if (const auto reason = reasonToLeaveAlone(info, plan, settings, abilities); reason && !plan.isNoop)
+        return leftAlone(info, settings, *reason);
     return plan;
 }
 
-Plan planMeasured(const MediaInfo &info, const ConversionSettings &settings, const SampleResult &sample)
+Plan planMeasured(const MediaInfo &info, const ConversionSettings &settings, const SampleResult &sample,
+                  const Abilities &abilities)
 {
     const bool hardlySaves = sample.vmafTarget && sample.hardlySaves(info.videoBitrate());
-    Plan result =
-        plan(info, settings, hardlySaves ? std::optional<std::string>(measuredUnchanged) : std::nullopt);
+    Plan result = plan(info, settings,
+                       hardlySaves ? std::optional<std::string>(measuredUnchanged) : std::nullopt, abilities);
     if (result.encodesVideo()) // also where it must be scaled or deinterlaced whatever it saves
         result.qualityValue = sample.qualityValue;
     return result;
@@ -253,8 +308,10 @@ Plan planMeasured(const MediaInfo &info, const ConversionSettings &settings, con
 
 FrameSize targetSize(const VideoStreamInfo &video, TargetResolution resolution)
 {
-    const FrameSize source{video.width, video.height};
-    const auto limit = maxSize(resolution);
+    const FrameSize source = video.seenSize();
+    auto limit = maxSize(resolution);
+    if (limit && video.isOnItsSide())
+        std::swap(limit->width, limit->height);
     if (!limit ||
         (source.width <= limit->width + sizeTolerance && source.height <= limit->height + sizeTolerance))
         return source;

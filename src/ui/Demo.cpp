@@ -67,9 +67,9 @@ SampleResult madeUpSample(const FileItem &item)
     sample.vmafMean = 95.2;
     sample.vmafWorst = 93.9;
     sample.videoBitrate = sample.steps.back().bitrate;
-    sample.heuristicBitrate = item.estimate->videoBytes * 8 / std::max(1.0, item.info->duration);
+    sample.heuristicBitrate = item.estimate->videoBytes * 8 / std::max(1.0, item.info->playTime());
     sample.megapixelsPerSecond = 66;
-    sample.measuredSeconds = std::min(30.0, item.info->duration);
+    sample.measuredSeconds = std::min(30.0, item.info->playTime());
     return sample;
 }
 

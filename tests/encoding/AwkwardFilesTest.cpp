@@ -47,14 +47,6 @@ TEST_F(AwkwardFiles, coverArtIsNoVideo)
     EXPECT_EQ(result.audio.size(), 1U);
 }
 
-TEST_F(AwkwardFiles, ofSeveralVideoStreamsTheFirstIsTaken)
-{
-    const MediaInfo result = converted(Clips::make(
-        "two-videos.mkv", std::string(picture) + "-f lavfi -i testsrc=s=64x64:d=1 -map 0 -map 1 " + rich));
-    EXPECT_EQ(result.video->width, 320);
-    EXPECT_EQ(ask(result, "stream=codec_type"), "video\n");
-}
-
 TEST_F(AwkwardFiles, interlacedPicturesBecomeWholeFrames)
 {
     const fs::path clip =

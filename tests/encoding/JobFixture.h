@@ -34,7 +34,9 @@ protected:
 
     ConversionJob jobFor(const MediaInfo &info) const
     {
-        return {info, Planner::plan(info, settings, std::nullopt), settings, tools, folder.path(), 0};
+        return {info,          Planner::plan(info, settings, std::nullopt, Planner::abilities(tools)),
+                settings,      tools,
+                folder.path(), 0};
     }
 
     ConversionOutcome convert(const fs::path &file, std::stop_token stop = {})

@@ -93,11 +93,146 @@ TEST(Prober, readsEverythingThatFFprobeTellsAboutAFilm)
     description.language = "und";
     description.isCommentary = true;
     const SubtitleStreamInfo forced{6, "subrip", "eng", "FORCED only", true, true, 777};
-    const MediaInfo expected{"/filme/Film.mkv",     1000,     modified, 5400.25, "matroska,webm", main,
-                             {german, description}, {forced}, {7}};
+    main.isFirst = false; // behind the cover
+    MediaInfo expected{"/filme/Film.mkv",     1000,     modified, 5400.25, "matroska,webm", main,
+                       {german, description}, {forced}, {7}};
+    expected.hasSeveralFilms = true;
     EXPECT_EQ(Prober::parse(answer, "/filme/Film.mkv", 1000, modified), expected);
     EXPECT_TRUE(
         oneStream(R"("codec_type": "audio", "disposition": {"comment": 1})").audio.at(0).isCommentary);
+}
+
+TEST(Prober, readsHowAPlayerTurnsAndShapesThePicture)
+{
+    struct Case {
+        const char *fields;
+        int rotation;
+        bool isMirrored, isDoubtful;
+        double pixelAspect;
+    };
+    const std::string upright = "\\n00000000: 65536 0 0\\n00000001: 0 65536 0\\n00000002: 0 0 1073741824\\n";
+    const std::string sidewise =
+        "\\n00000000: 0 -65536 0\\n00000001: 65536 0 0\\n00000002: 0 0 1073741824\\n";
+    const std::string flipped = "\\n00000000: 65536 0 0\\n00000001: 0 -65536 0\\n00000002: 0 0 1073741824\\n";
+    const auto sideData = [](const std::string &matrix, const std::string &angle) {
+        return ", \"side_data_list\": [{\"side_data_type\": \"Other\"}, {\"side_data_type\": \"Display "
+               "Matrix\", "
+               "\"displaymatrix\": \"" +
+               matrix + "\", \"rotation\": " + angle + "}]";
+    };
+    const std::string quarter = sideData(sidewise, "90"), clockwise = sideData(sidewise, "-90.00"),
+                      half = sideData(upright, "-180"), askew = sideData(upright, "-30"),
+                      mirror = sideData(flipped, "0"), whole = sideData(upright, "0");
+    const std::string both = quarter + R"(, "tags": {"rotate": "180"})";
+    const Case cases[] = {
+        {"", 0, false, false, 1},
+        {whole.c_str(), 0, false, false, 1},
+        {quarter.c_str(), 270, false, false, 1},
+        {clockwise.c_str(), 90, false, false, 1},
+        {half.c_str(), 180, false, false, 1},
+        {mirror.c_str(), 0, true, false, 1},
+        {askew.c_str(), 0, false, true, 1},
+        {both.c_str(), 270, false, false, 1},
+        {R"(, "tags": {"ROTATE": "90"})", 90, false, true, 1},
+        {R"(, "tags": {"rotate": "0"})", 0, false, false, 1},
+        {R"(, "tags": {"rotate": "left"})", 0, false, false, 1},
+        {R"(, "side_data_list": [5, null, {"rotation": "x"}])", 0, false, false, 1},
+        {R"(, "sample_aspect_ratio": "16:15")", 0, false, false, 16.0 / 15},
+        {R"(, "sample_aspect_ratio": "0:1")", 0, false, false, 1},
+        {R"(, "sample_aspect_ratio": "N/A")", 0, false, false, 1},
+    };
+    for (const auto &[fields, rotation, isMirrored, isDoubtful, pixelAspect] : cases) {
+        const VideoStreamInfo found = video(std::string(R"(, "width": 720, "height": 576)") + fields);
+        EXPECT_EQ(found.rotation, rotation) << fields;
+        EXPECT_EQ(found.isMirrored, isMirrored) << fields;
+        EXPECT_EQ(found.hasDoubtfulTurn, isDoubtful) << fields;
+        EXPECT_DOUBLE_EQ(found.pixelAspect, pixelAspect) << fields;
+        EXPECT_EQ(found.seenSize(), (rotation % 180 == 0 ? FrameSize{720, 576} : FrameSize{576, 720}));
+        const double aspect = 720 * pixelAspect / 576;
+        EXPECT_DOUBLE_EQ(found.seenAspect(), rotation % 180 == 0 ? aspect : 1 / aspect) << fields;
+    }
+}
+
+TEST(Prober, findsTheFilmAmongSeveralVideoTracks)
+{
+    struct Case {
+        const char *first; // fields of the first track; the second is a film
+        int film;          // its index
+        bool hasSeveral;
+    };
+    const Case cases[] = {
+        {R"("nb_frames": "1")", 1, false},
+        {R"("nb_frames": "250")", 0, true},
+        {R"("tags": {"NUMBER_OF_FRAMES": "1"})", 1, false},
+        {R"("tags": {"NUMBER_OF_FRAMES-eng": "250"})", 0, true},
+        {R"("avg_frame_rate": "25/1", "tags": {"DURATION": "00:00:00.040000000"})", 1, false},
+        {R"("avg_frame_rate": "25/1", "tags": {"DURATION": "00:01:00.000000000"})", 0, true},
+        {R"("avg_frame_rate": "25/1", "duration": "0.04")", 1, false},
+        {R"("nb_frames": "250", "disposition": {"still_image": 1})", 1, false},
+        {R"("nb_frames": "250", "disposition": {"timed_thumbnails": 1})", 1, false},
+        {R"("disposition": {"attached_pic": 1})", 1, false},
+        {R"("avg_frame_rate": "0/0", "id": "1")", 1, false}, // counted
+        {R"("avg_frame_rate": "0/0", "id": "2")", 0, true},  // likewise
+    };
+    for (const auto &[first, film, hasSeveral] : cases) {
+        json answer =
+            json::parse(std::string(R"({"streams": [{"codec_type": "video", "codec_name": "mjpeg", )") +
+                        first + R"(}, {"codec_type": "video", "codec_name": "h264", "nb_frames": "99"}]})");
+        answer["kestrel"]["pictures"]["0"] = std::string(first).find("\"2\"") == std::string::npos ? 1 : 2;
+        const MediaInfo info = parsed(answer);
+        EXPECT_EQ(info.video.value().index, film) << first;
+        EXPECT_EQ(info.video->isFirst, film == 0) << first;
+        EXPECT_EQ(info.hasSeveralFilms, hasSeveral) << first;
+    }
+    EXPECT_EQ(video(R"(, "nb_frames": "1")").index, 0); // the only track is the film, whatever it holds
+}
+
+TEST(Prober, doesNotBelieveADurationThatTheFileCannotHold)
+{
+    MediaInfo film;
+    film.fileSize = 1'000'000;
+    AudioStreamInfo sound;
+    sound.bitrate = 128'000;
+    film.audio = {sound};
+    struct Case {
+        double duration;
+        std::optional<double> lastPacket;
+        double expected;
+    };
+    for (const auto &[duration, last, expected] :
+         {Case{60, {}, 60}, Case{125, {}, 125}, Case{126, {}, 0}, Case{8.6e6, 62, 62}, Case{1e308, 62, 62},
+          Case{1e308, 1e9, 0}, Case{0, 62, 0}, Case{60, 5, 60}}) {
+        film.duration = duration;
+        film.lastPacket = last;
+        EXPECT_EQ(film.playTime(), expected) << duration;
+    }
+    film.audio.clear();
+    film.lastPacket.reset();
+    film.duration = 2000;
+    EXPECT_EQ(film.playTime(), 2000); // 500 bytes for each second
+    film.duration = 2001;
+    EXPECT_EQ(film.playTime(), 0);
+}
+
+TEST(Prober, looksForTheLastPacketAndCountsPicturesInRealFiles)
+{
+    const Sandbox sandbox;
+    const path whole = test::Clips::film();
+    std::string bytes = test::readFile(whole);
+    const std::size_t at = bytes.find("\x44\x89\x88"); // Matroska's Duration, eight bytes
+    ASSERT_NE(at, std::string::npos);
+    bytes.replace(at + 3, 8, std::string("\x42\0\0\0\0\0\0\0", 8)); // 2^33 milliseconds
+    const path endless = sandbox.write("endless.mkv", bytes);
+    const MediaInfo info = Prober::probe(endless, test::realTools().ffprobe, {});
+    EXPECT_NEAR(info.duration, 8.59e6, 1e5);
+    EXPECT_NEAR(info.playTime(), 2, 0.1);
+
+    // A transport stream states nothing of its tracks.
+    const path two = test::Clips::make("two.ts", "-f lavfi -i color=red:s=64x64:r=25:d=0.04 -f lavfi -i "
+                                                 "testsrc2=s=320x240:r=25:d=2 -map 0 -map 1 -c:v mpeg2video");
+    const MediaInfo mixed = Prober::probe(two, test::realTools().ffprobe, {});
+    EXPECT_EQ(mixed.video.value().width, 320);
+    EXPECT_FALSE(mixed.hasSeveralFilms);
 }
 
 TEST(Prober, takesFrameRatesOnlyWhenTheyMakeSense)

@@ -341,4 +341,76 @@ TEST(Planner, plansAFileWithoutVideo)
     EXPECT_THAT(plan.notes, IsEmpty());
 }
 
+TEST(Planner, turnsTheLimitWithThePicture)
+{
+    struct Case {
+        int width, height, rotation;
+        TargetResolution limit;
+        FrameSize expected;
+    };
+    for (const auto &[width, height, rotation, limit, expected] :
+         {Case{1280, 720, 90, TargetResolution::p576, {576, 1024}},
+          Case{1280, 720, 180, TargetResolution::p576, {1024, 576}},
+          Case{720, 1280, 270, TargetResolution::p576, {576, 324}},
+          Case{640, 360, 90, TargetResolution::p576, {360, 640}},
+          Case{640, 360, 270, TargetResolution::original, {360, 640}}}) {
+        const Plan plan =
+            planned(aFilm().video("h264", width, height).bitrate(9'000'000).turned(rotation), atMost(limit));
+        EXPECT_EQ((FrameSize{plan.outputWidth, plan.outputHeight}), expected) << width << " " << rotation;
+        EXPECT_EQ(plan.scales, width * height != expected.width * expected.height);
+        EXPECT_TRUE(plan.encodesVideo());
+    }
+}
+
+TEST(Planner, leavesAloneWhatItCannotKeepAsItIs)
+{
+    const ConversionSettings kept = to(VideoCodecChoice::keepVideo);
+    ConversionSettings keptInMp4 = kept;
+    keptInMp4.container = OutputContainer::mp4;
+    const Planner::Abilities old{.keepsTurnInMatroska = false};
+    MediaInfo several = aFilm().audio("aac", "jpn"), doubtful = several, endless = several, late = several;
+    several.hasSeveralFilms = true;
+    doubtful.video->hasDoubtfulTurn = true;
+    endless.duration = 1e308;
+    late.duration = 1e308;
+    late.lastPacket = 3600;
+    const auto avi = [] { return aFilm().named("Film.avi").audio("aac", "deu"); };
+    struct Case {
+        const char *what;
+        MediaInfo film;
+        ConversionSettings settings;
+        Planner::Abilities abilities;
+        const char *reason; // begins so; empty where it is not left alone
+    };
+    const Case cases[] = {
+        {"several films", several, {}, {}, "Die Datei enthält mehrere Filme"},
+        {"a turn that is not clear", doubtful, {}, {}, "Wie das Bild gedreht gehört"},
+        {"a time that nobody knows", endless, {}, {}, "Die angegebene Laufzeit"},
+        {"a time known from the last packet", late, {}, {}, ""},
+        {"pieces", avi().cut(Cut::rearranged), {}, {}, "Der Film ist aus Stücken"},
+        {"a cut that is encoded", avi().cut(Cut::picture), {}, {}, ""},
+        {"a cut that is copied", avi().cut(Cut::picture), kept, {}, "Der Film ist geschnitten"},
+        {"sound that is cut", avi().cut(Cut::sound), kept, {}, ""},
+        {"a turn into Matroska", avi().turned(90), kept, old, "Das Bild ist gedreht, und dieses ffmpeg"},
+        {"the same with a newer ffmpeg", avi().turned(90), kept, {}, ""},
+        {"the same into MP4", avi().turned(90), keptInMp4, old, ""},
+        {"the same encoded", avi().turned(90), {}, old, ""},
+        {"turned and interlaced",
+         avi().turned(90).interlaced(),
+         {},
+         {},
+         "Das Bild ist gedreht und im Zeilen"},
+        {"nothing to do anyway", aFilm().cut(Cut::picture), kept, {}, ""},
+    };
+    for (const auto &[what, film, settings, abilities, reason] : cases) {
+        const Plan plan = Planner::plan(film, settings, std::nullopt, abilities);
+        EXPECT_THAT(plan.leftAlone.value_or(""), testing::StartsWith(reason)) << what;
+        EXPECT_EQ(plan.leftAlone.has_value(), *reason != '\0') << what;
+        if (!plan.leftAlone)
+            continue;
+        EXPECT_TRUE(plan.isNoop && !plan.encodesVideo()) << what;
+        EXPECT_EQ(plan.keptAudio().size(), film.audio.size()) << what;
+    }
+}
+
 } // namespace kestrel

@@ -55,6 +55,18 @@ FilmBuilder &FilmBuilder::interlaced()
     return *this;
 }
 
+FilmBuilder &FilmBuilder::turned(int degreesClockwise)
+{
+    m_info.video->rotation = degreesClockwise;
+    return *this;
+}
+
+FilmBuilder &FilmBuilder::cut(Cut cut)
+{
+    m_info.cut = cut;
+    return *this;
+}
+
 FilmBuilder &FilmBuilder::hdr()
 {
     m_info.video->colorTransfer = "smpte2084";

@@ -19,10 +19,12 @@ public:
     FilmBuilder &bitrate(std::int64_t bitsPerSecond);
     FilmBuilder &unknownBitrate();
     FilmBuilder &interlaced();
+    FilmBuilder &turned(int degreesClockwise);
     FilmBuilder &hdr();
     FilmBuilder &dolbyVision();
     FilmBuilder &withoutVideo();
     FilmBuilder &duration(double seconds);
+    FilmBuilder &cut(Cut cut);
     FilmBuilder &fileSize(std::int64_t bytes);
     FilmBuilder &audio(const std::string &codec, const std::string &language, int channels = 2);
     FilmBuilder &subtitle(const std::string &codec, const std::string &language = "deu");

@@ -38,11 +38,11 @@ QString asTitle(const QString &name)
 }
 
 // The file as those settings have it, which are not the present ones.
-FileItem plannedWith(FileItem item, const ConversionSettings &settings)
+FileItem plannedWith(FileItem item, const ConversionSettings &settings, const Planner::Abilities &abilities)
 {
     const SampleResult *sample = item.sample(settings.videoKey());
-    item.plan = sample != nullptr ? Planner::planMeasured(*item.info, settings, *sample)
-                                  : Planner::plan(*item.info, settings, std::nullopt);
+    item.plan = sample != nullptr ? Planner::planMeasured(*item.info, settings, *sample, abilities)
+                                  : Planner::plan(*item.info, settings, std::nullopt, abilities);
     item.estimate = Estimator::estimate(*item.info, *item.plan, settings, sample, std::nullopt, std::nullopt);
     return item;
 }
@@ -230,7 +230,7 @@ void DetailSheet::refresh()
         updateSections(*item, settings);
         updateSearch(*item, settings);
     } else {
-        const FileItem asConverted = plannedWith(*item, settings);
+        const FileItem asConverted = plannedWith(*item, settings, m_model.abilities());
         updateSections(asConverted, settings);
         updateSearch(asConverted, settings);
     }

@@ -86,11 +86,24 @@ QString dynamicRange(const VideoStreamInfo &video)
     return video.colorTransfer == "smpte2084" ? QStringLiteral("HDR (PQ)") : QStringLiteral("HDR (HLG)");
 }
 
+QString turn(const VideoStreamInfo &video)
+{
+    if (video.hasDoubtfulTurn)
+        return QStringLiteral("vielleicht gedreht");
+    if (video.rotation == 0)
+        return QStringLiteral("gespiegelt");
+    const QString angle = QStringLiteral("um %1° gedreht").arg(video.rotation);
+    return video.isMirrored ? QStringLiteral("gespiegelt und ") + angle : angle;
+}
+
 Track describe(const VideoStreamInfo &video)
 {
     QStringList head, details;
     head.push_back(line(video.codecDisplay()));
-    head.push_back(frameSize(video.width, video.height));
+    const FrameSize seen = video.seenSize();
+    head.push_back(frameSize(seen.width, seen.height));
+    if (video.isTurned())
+        details.push_back(turn(video));
     if (video.fps > 0 && std::isfinite(video.fps))
         details.push_back(frameRate(video.fps) + QStringLiteral(" fps"));
     if (video.bitDepth > 0)

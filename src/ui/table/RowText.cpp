@@ -125,7 +125,8 @@ Cell video(const FileItem &item, const ConversionSettings &settings)
     if (plan.encodesVideo()) {
         cell.text += QStringLiteral(" → ");
         if (plan.scales)
-            cell.text += QStringLiteral("%1p ").arg(plan.outputHeight);
+            cell.text += QStringLiteral("%1p ").arg(item.info->video->isOnItsSide() ? plan.outputWidth
+                                                                                    : plan.outputHeight);
         cell.text += qt(shortName(settings.codec));
         cell.brief = cell.text.section(QStringLiteral(" · "), 1);
         cell.help = QStringLiteral("wird neu kodiert: %1, %2")
