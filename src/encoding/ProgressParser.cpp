@@ -27,6 +27,7 @@ constexpr std::array<std::string_view, 8> lossPhrases{"Read error",
                                                       "Error muxing a packet",
                                                       "Error writing trailer",
                                                       "Error closing file"};
+constexpr std::string_view unknownTime = "Can't write packet with unknown timestamp";
 
 // ffmpeg names the input and a reason where it stops reading before the end. Of a name with line ends
 // only the last line stands before the reason.
@@ -100,6 +101,7 @@ void ErrorTail::keep(std::string_view line)
                             [&](std::string_view phrase) { return text.find(phrase) != text.npos; }) ||
                 std::any_of(m_inputs.begin(), m_inputs.end(),
                             [&](const std::string &input) { return namesInput(text, input); });
+    m_lacksTimes = m_lacksTimes || text.find(unknownTime) != text.npos;
     if (!text.empty())
         m_lines.emplace_back(text);
     if (m_lines.size() > keptLines)
