@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include "encoding/CommandBuilder.h"
+#include "encoding/FilmWriter.h"
 #include "encoding/LocalSwap.h"
 #include "encoding/NetworkSwap.h"
 #include "encoding/PictureCheck.h"
@@ -208,18 +209,16 @@ void ConversionJob::encode(const Workplace &place, const FFmpegRunner::OnProgres
 {
     const auto arguments = CommandBuilder::arguments(m_info, m_plan, m_settings, place.output, std::nullopt,
                                                      CommandBuilder::Streams::all);
-    FFmpegRunner runner(m_tools.ffmpeg, arguments, progress);
     Log::write(fmt::format("Start: {}{}\n  {}", shown(m_info.url),
                            place.isNetwork ? " (Netzlaufwerk, lokal kodiert)" : "",
                            Text::repaired(CommandBuilder::displayString("ffmpeg", arguments))));
-    const int status = m_ffmpeg.run(runner, stop);
-    throwIfStopped(stop);
-    if (status == 0 && !runner.lostSomething())
+    const FilmWriter::End end = FilmWriter::write(m_ffmpeg, m_tools.ffmpeg, arguments, progress, stop);
+    if (end.isWhole())
         return;
-    Log::write(fmt::format("Fehler ({}): {}\n{}", status, shown(m_info.url.filename()), runner.errorTail()));
-    if (status == 0)
-        throw ToolError::failed("ffmpeg konnte nicht alles lesen oder schreiben:\n" + runner.errorTail());
-    throw ToolError::failed(fmt::format("ffmpeg meldet einen Fehler ({}):\n{}", status, runner.errorTail()));
+    Log::write(fmt::format("Fehler ({}): {}\n{}", end.status, shown(m_info.url.filename()), end.errorTail));
+    if (end.status == 0)
+        throw ToolError::failed("ffmpeg konnte nicht alles lesen oder schreiben:\n" + end.errorTail);
+    throw ToolError::failed(fmt::format("ffmpeg meldet einen Fehler ({}):\n{}", end.status, end.errorTail));
 }
 
 void ConversionJob::verify(const MediaInfo &result) const

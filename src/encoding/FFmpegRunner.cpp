@@ -92,4 +92,10 @@ bool FFmpegRunner::lostSomething() const
     return m_errors.tellsOfLoss();
 }
 
+bool FFmpegRunner::lacksTimes() const
+{
+    const std::scoped_lock guard(m_lock);
+    return m_errors.tellsOfUnknownTime();
+}
+
 } // namespace kestrel

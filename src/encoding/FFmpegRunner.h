@@ -38,6 +38,8 @@ public:
     std::string errorTail() const;
     // See ErrorTail; to be asked after an exit with status 0.
     bool lostSomething() const;
+    // See ErrorTail; to be asked after a failure.
+    bool lacksTimes() const;
 
 private:
     // Set once.

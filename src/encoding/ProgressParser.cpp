@@ -17,9 +17,17 @@ namespace {
 constexpr std::size_t keptLines = 60, shownLines = 12;
 constexpr std::size_t longestLine = 65536; // bytes; a longer one is cut there
 
-constexpr std::array<std::string_view, 5> lossPhrases{"Error writing trailer of ", "Error closing file ",
-                                                      "av_interleaved_write_frame(): ", "Read error",
-                                                      "Input/output error"};
+// The words of ffmpeg 5.1 and 7.1. A read error that 5.1 reports under the input's name is "Error during
+// demuxing" in 7.1.
+constexpr std::array<std::string_view, 8> lossPhrases{"Read error",
+                                                      "Input/output error",
+                                                      "Error during demuxing: ",
+                                                      "av_interleaved_write_frame(): ",
+                                                      "Error submitting a packet to the muxer: ",
+                                                      "Error muxing a packet",
+                                                      "Error writing trailer",
+                                                      "Error closing file"};
+constexpr std::string_view unknownTime = "Can't write packet with unknown timestamp";
 
 // ffmpeg names the input and a reason where it stops reading before the end. Of a name with line ends
 // only the last line stands before the reason.
@@ -93,6 +101,7 @@ void ErrorTail::keep(std::string_view line)
                             [&](std::string_view phrase) { return text.find(phrase) != text.npos; }) ||
                 std::any_of(m_inputs.begin(), m_inputs.end(),
                             [&](const std::string &input) { return namesInput(text, input); });
+    m_lacksTimes = m_lacksTimes || text.find(unknownTime) != text.npos;
     if (!text.empty())
         m_lines.emplace_back(text);
     if (m_lines.size() > keptLines)

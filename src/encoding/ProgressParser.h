@@ -41,9 +41,11 @@ public:
     // The last twelve lines, a line that has not ended included.
     std::string text() const;
     // ffmpeg lost a part of the film and told so only in words: when reading fails it takes that for the
-    // end of the input, when the disk is full it ends where it is. Both times it exits with status 0 and
-    // leaves a file that looks whole by its header.
+    // end of the input, when the disk is full it ends where it is. Both times it may exit with status 0 and
+    // leave a file that looks whole by its header.
     bool tellsOfLoss() const { return m_hasLost; }
+    // A packet of the source states no time, and the container that is written needs one.
+    bool tellsOfUnknownTime() const { return m_lacksTimes; }
 
 private:
     void keep(std::string_view line);
@@ -52,6 +54,7 @@ private:
     std::string m_rest;
     std::deque<std::string> m_lines; // oldest first
     bool m_hasLost = false;
+    bool m_lacksTimes = false;
 };
 
 } // namespace kestrel

@@ -7,7 +7,7 @@
 #include <fmt/format.h>
 
 #include "encoding/CommandBuilder.h"
-#include "encoding/FFmpegRunner.h"
+#include "encoding/FilmWriter.h"
 #include "encoding/WorkFile.h"
 #include "media/Prober.h"
 #include "platform/Cancelled.h"
@@ -107,18 +107,17 @@ void ProbeClip::make(const std::stop_token &stop)
 void ProbeClip::encode(const fs::path &clip, const std::stop_token &stop)
 {
     const Segment segment = segmentOf(m_request.info.playTime());
-    FFmpegRunner runner(m_request.tools.ffmpeg,
-                        CommandBuilder::arguments(m_request.info, m_request.plan, m_request.settings, clip,
-                                                  segment, CommandBuilder::Streams::all),
-                        [&](const FFmpegRunner::Progress &progress) {
-                            const double fraction =
-                                segment.length > 0 ? progress.seconds / segment.length : 0;
-                            m_outbox.post(0, std::clamp(fraction, 0.0, 1.0));
-                        });
-    const int status = m_ffmpeg.run(runner, stop);
-    throwIfStopped(stop);
-    if (status != 0 || runner.lostSomething())
-        throw ToolError::failed(runner.errorTail());
+    const auto end = FilmWriter::write(
+        m_ffmpeg, m_request.tools.ffmpeg,
+        CommandBuilder::arguments(m_request.info, m_request.plan, m_request.settings, clip, segment,
+                                  CommandBuilder::Streams::all),
+        [&](const FFmpegRunner::Progress &progress) {
+            const double fraction = segment.length > 0 ? progress.seconds / segment.length : 0;
+            m_outbox.post(0, std::clamp(fraction, 0.0, 1.0));
+        },
+        stop);
+    if (!end.isWhole())
+        throw ToolError::failed(end.errorTail);
 }
 
 } // namespace kestrel

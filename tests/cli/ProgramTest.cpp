@@ -223,11 +223,12 @@ TEST(Program, convertsTellsAsItGoesAndCountsFailures)
         EXPECT_THAT(keys(event), ElementsAre("event", "relativePath", "status", "fraction", "fps", "old",
                                              "new", "finalURL", "text"));
         auto &list = states[event["relativePath"]];
-        if (list.empty() || list.back() != event["status"])
-            list.push_back(event["status"]);
-        if (event["status"] == "done")
+        const std::string status = event["status"];
+        if (list.empty() || list.back() != status)
+            list.push_back(status);
+        if (status == "done")
             done = event;
-        if (event["status"] == "failed")
+        if (status == "failed")
             failed = event;
     }
     EXPECT_THAT(states["gut.mkv"], ElementsAre("analyzing", "running", "done"));
@@ -339,9 +340,9 @@ TEST(Program, showsARunToABrowserFromItsFirstToItsLastSecond)
     std::jthread browser([&](const std::stop_token &stop) {
         for (; !stop.stop_requested(); std::this_thread::sleep_for(std::chrono::milliseconds(150)))
             if (const std::string answer = httpGet(OwnPort::number, "/status.json"); !answer.empty()) {
-                const Json snapshot = Json::parse(answer.substr(answer.find("\r\n\r\n")));
-                if (states.empty() || states.back() != snapshot["state"])
-                    states.push_back(snapshot["state"]);
+                const std::string state = Json::parse(answer.substr(answer.find("\r\n\r\n"))).at("state");
+                if (states.empty() || states.back() != state)
+                    states.push_back(state);
             }
     });
     const auto output = convert({});

@@ -1,5 +1,6 @@
 // Real files of every awkward kind: each is planned and converted, or is refused with a sentence.
 
+#include <algorithm>
 #include <functional>
 
 #include "encoding/JobFixture.h"
@@ -123,6 +124,52 @@ TEST_F(AwkwardFiles, aVariableFrameRateKeepsItsDuration)
         "-f lavfi -i testsrc2=s=320x240:r=30:d=3 -vf select='lt(t\\,1)+not(mod(n\\,5))' -vsync vfr " +
             std::string(rich)));
     EXPECT_NEAR(result.duration, 3, 0.2);
+}
+
+// Program streams and AVI files state no time for their B frames, which Matroska refuses. ffmpeg makes times
+// then.
+TEST_F(AwkwardFiles, framesWithoutTimesAreCopied)
+{
+    const fs::path calls = toolbox / "calls";
+    ffmpeg("echo \"$*\" >> " + quoted(calls) + "; exec /usr/bin/ffmpeg \"$@\"");
+    const auto runs = [&] {
+        const std::string text = readFile(calls);
+        return std::count(text.begin(), text.end(), '\n');
+    };
+    settings.codec = VideoCodecChoice::keepVideo;
+    const auto sumOfPictures = [](const fs::path &file) {
+        return ProcessRunner::run("/usr/bin/ffmpeg",
+                                  {"-v", "error", "-i", file.native(), "-map", "0:v", "-fps_mode",
+                                   "passthrough", "-f", "md5", "-"},
+                                  {})
+            .standardOutput;
+    };
+    // So small that several pictures share a packet of the program stream.
+    const std::string film =
+        "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -f lavfi -i sine=d=4 -bf 2 -qscale:v 8 ";
+    for (const auto &[name, codecs] : std::vector<std::pair<const char *, const char *>>{
+             {"b-frames.vob", "-c:v mpeg2video -c:a mp2"},
+             {"b-frames.mpg", "-c:v mpeg1video -c:a mp2"},
+             {"b-frames.avi", "-c:v mpeg4 -vtag DIVX -c:a libmp3lame"}}) {
+        fs::remove(calls);
+        const fs::path source = folder.put(Clips::make(name, film + codecs), name);
+        MediaInfo info = probe(source);
+        info.fileSize *= 2; // so that the copy counts as a saving
+        const ConversionOutcome outcome = convert(info);
+        ASSERT_TRUE(outcome.finalURL) << name;
+        EXPECT_EQ(runs(), 2) << name;
+        EXPECT_THAT(readFile(calls), HasSubstr(" -fflags +genpts -i ")) << name;
+
+        const MediaInfo result = probe(*outcome.finalURL);
+        EXPECT_EQ(result.video->codec, info.video->codec) << name;
+        EXPECT_NEAR(result.duration, 4, 0.1) << name;
+        EXPECT_EQ(sumOfPictures(*outcome.finalURL), sumOfPictures(Clips::make(name, ""))) << name;
+        fs::remove(*outcome.finalURL);
+    }
+    fs::remove(calls);
+    ffmpeg("echo \"$*\" >> " + quoted(calls) + "; echo kaputt >&2; exit 1");
+    EXPECT_THAT(failure(folder.put(Clips::film(), "Film.mkv")), HasSubstr("kaputt"));
+    EXPECT_EQ(runs(), 1) << "for no other reason";
 }
 
 TEST_F(AwkwardFiles, soundWithoutPictureIsConverted)

@@ -68,6 +68,7 @@ protected:
     int uploads = 0;
 };
 
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;

@@ -76,6 +76,43 @@ TEST(ErrorTail, keepsNoEmptyLinesAndRepairsTheOthers)
     EXPECT_EQ(tail.text(), "eins\nGr\uFFFDn\nohne Ende !");
 }
 
+// The lines are those of ffmpeg 5.1 and 7.1 when a disk is full, gone or fails while they read, write or
+// close.
+TEST(ErrorTail, knowsALossInTheWordsOfEveryVersion)
+{
+    const auto tellsOfLoss = [](const char *line) {
+        ErrorTail tail({"in.mkv"});
+        tail.consume(line + std::string("\n"));
+        return tail.tellsOfLoss();
+    };
+    for (const char *line :
+         {"in.mkv: No such device", "in.mkv: Stale file handle",
+          "[matroska,webm @ 0x5592c7a76100] Read error",
+          "av_interleaved_write_frame(): No space left on device",
+          "Error writing trailer of out.mkv: No space left on device",
+          "Error closing file out.mkv: Disk quota exceeded",
+          "[in#0/matroska,webm @ 0x5576ee5355c0] Error during demuxing: No such device",
+          "[in#0/mpegts @ 0x5587cfeda5c0] Error during demuxing: Stale file handle",
+          "[vost#0:0/libx264 @ 0x5623d6b29780] Error submitting a packet to the muxer: No space left on "
+          "device",
+          "[out#0/matroska @ 0x55ae3843b800] Error muxing a packet",
+          "[out#0/matroska @ 0x55ae3843b800] Error writing trailer: No space left on device",
+          "[out#0/mp4 @ 0x55911fb60fc0] Error closing file: Disk quota exceeded"})
+        EXPECT_TRUE(tellsOfLoss(line)) << line;
+    // Of damaged films that were read and written to their end.
+    for (const char *line :
+         {"[matroska,webm @ 0x55a8dbf86100] File ended prematurely",
+          "[h264 @ 0x55b30f52ea40] Invalid NAL unit size (4069 > 3850).",
+          "[h264 @ 0x557fb12778c0] error while decoding MB 0 2",
+          "Error while decoding stream #0:0: Invalid data found when processing input",
+          "[vist#0:0/h264 @ 0x55ef] [dec:h264 @ 0x55ef] Decoding error: Invalid data found when processing "
+          "input",
+          "[vist#0:0/h264 @ 0x55ef] Error submitting packet to decoder: Invalid data found when processing "
+          "input",
+          "[mpeg2video @ 0x560495ce1780] ac-tex damaged at 2 13", "Last message repeated 2 times"})
+        EXPECT_FALSE(tellsOfLoss(line)) << line;
+}
+
 TEST(ErrorTail, holdsOutAgainstALineWithoutEnd)
 {
     ErrorTail tail;

@@ -143,13 +143,20 @@ TEST_F(SamplingTest, aClipComesFromTheLaterPartOrIsTheWholeFile)
               "Fernseher testen.");
     EXPECT_THAT(readFile(toolbox / "call"), HasSubstr("-ss 1260"));
 
+    ffmpeg(
+        R"(case "$*" in *'-ss 1260.000 -t 60.000 -fflags +genpts -i '*) echo 'with times' > "$last"; exit;; esac
+echo "[matroska @ 0x564652fe7b00] Can't write packet with unknown timestamp" >&2; exit 1)");
+    model->makeProbeClip();
+    EXPECT_TRUE(idle());
+    EXPECT_EQ(readFile(made), "with times\n");
+
     ffmpeg("echo half > \"$last\"; echo kaputt >&2; exit 1");
     model->makeProbeClip();
     EXPECT_TRUE(idle());
     EXPECT_EQ(model->message(), "Probeclip fehlgeschlagen: kaputt");
     EXPECT_TRUE(model->isMessageOfProblem());
     EXPECT_THAT(names(made.parent_path()), ElementsAre(made.filename().native())) << "no partial file";
-    EXPECT_EQ(readFile(made), "clip\n") << "the one from before stays";
+    EXPECT_EQ(readFile(made), "with times\n") << "the one from before stays";
     fs::remove_all(made.parent_path());
     std::ofstream(made.parent_path()) << "in the way";
     model->makeProbeClip();

@@ -3,6 +3,7 @@
 #include <QAccessible>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QScopedValueRollback>
 #include <QScrollBar>
@@ -199,6 +200,19 @@ void LibraryView::selectionChanged(const QItemSelection &selected, const QItemSe
             ids.insert(m_rows.node(m_rows.index(row, 0, range.parent())).id);
     const QScopedValueRollback following(m_isFollowing, true);
     m_model.library().setSelection(std::move(ids));
+}
+
+// A click on the check mark of a selected row is meant for all selected rows. Newer Qt would reduce the
+// selection to that one before the delegate learns of the click.
+QItemSelectionModel::SelectionFlags LibraryView::selectionCommand(const QModelIndex &index,
+                                                                  const QEvent *event) const
+{
+    const bool isButton = event != nullptr && (event->type() == QEvent::MouseButtonPress ||
+                                               event->type() == QEvent::MouseButtonRelease);
+    if (isButton && index.column() == Column::include && selectionModel()->isSelected(index) &&
+        static_cast<const QMouseEvent *>(event)->modifiers() == Qt::NoModifier)
+        return QItemSelectionModel::NoUpdate;
+    return QTreeView::selectionCommand(index, event);
 }
 
 void LibraryView::showSelection()
