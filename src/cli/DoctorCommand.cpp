@@ -6,6 +6,7 @@
 
 #include "cli/Commands.h"
 #include "cli/Terminal.h"
+#include "encoding/HiddenOriginal.h"
 #include "encoding/SwapJournal.h"
 #include "media/ByteFormat.h"
 #include "media/Log.h"
@@ -75,6 +76,18 @@ void place(const char *name, const fs::path &path)
     row(name, Terminal::shown(path.native()), state(path));
 }
 
+void tellPendingSwaps()
+{
+    const auto swaps = pendingSwaps(hiddenOriginalsElsewhere());
+    if (swaps.empty())
+        return;
+    Terminal::print("\n{}\n", Terminal::bold("Unterbrochene Tauschvorgänge"));
+    Terminal::print(
+        "  Kestrel repariert sie beim nächsten Start, sobald es kann. Von Hand, solange keines läuft:\n");
+    for (const auto &swap : swaps)
+        Terminal::print("  {}\n    {}\n", Terminal::shown(swap.title()), Terminal::shown(swap.moveLine()));
+}
+
 } // namespace
 
 int runDoctor(const Interrupt &interrupt)
@@ -98,7 +111,12 @@ int runDoctor(const Interrupt &interrupt)
     place("Einstellungen", UserDefaults::standard().file());
     place("Analysen", ProbeStore::usualFile());
     place("Probeclips", ProbeClip::folder());
-    place("Tauschvorgänge", SwapJournal::file());
+    if (const auto problem = SwapJournal::problem())
+        row("Tauschvorgänge", Terminal::shown(SwapJournal::file().native()),
+            Terminal::red("nicht lesbar: " + *problem) +
+                "; bis dahin wird auf Netzlaufwerken nichts ersetzt");
+    else
+        place("Tauschvorgänge", SwapJournal::file());
     place("Arbeitsordner", Paths::caches() / "Kestrel/Arbeit");
     place("Sperrdatei", Paths::applicationSupport() / "Kestrel/instanz.lock");
     place("Temporäres", Paths::temporary());
@@ -106,6 +124,7 @@ int runDoctor(const Interrupt &interrupt)
     row("neben den Videos", ".*.kestrel-tmp.*, .*.kestrel-upload, .*.kestrel-original",
         "versteckte Arbeitsdateien, nur während eines Laufs");
     row("neben dem Ordner", "„ORDNER (Kestrel)“", "Ausgabe bei --output separateFolder");
+    tellPendingSwaps();
     return status;
 }
 

@@ -173,6 +173,9 @@ void Session::open(const fs::path &folder)
     throwIfStopped(m_interrupt.token());
     if (m_model.scanError())
         throw ToolError::failed("Analyse fehlgeschlagen: " + *m_model.scanError());
+    for (const auto &original : m_model.hiddenHere())
+        Terminal::complain(
+            fmt::format("{}\n  {}", Terminal::shown(original.title()), Terminal::shown(original.moveLine())));
     tellMissing();
 }
 

@@ -16,6 +16,7 @@
 #include "encoding/NetworkSwap.h"
 #include "encoding/PictureCheck.h"
 #include "encoding/StorageLocation.h"
+#include "encoding/SwapJournal.h"
 #include "encoding/TargetName.h"
 #include "encoding/WorkFile.h"
 #include "media/ByteFormat.h"
@@ -272,7 +273,7 @@ void ConversionJob::upload(Workplace &place, std::int64_t newSize, const std::fu
 void ConversionJob::requireUnchangedSource(const Workplace &place) const
 {
     const auto now = Files::tryAttributes(m_info.url);
-    if (!now || !now->sameVersion(place.source))
+    if (!now || !isUnchanged(m_info.url, *now, place.source))
         throw ToolError::failed(
             "Die Datei wurde während der Umwandlung verändert – sie bleibt, wie sie ist.");
 }
@@ -332,6 +333,13 @@ bool ConversionJob::isSameDuration(double source, double result)
     return std::abs(source - result) <= std::max(source * durationToleranceShare, durationTolerance);
 }
 
+bool ConversionJob::isUnchanged(const fs::path &file, const Files::Attributes &now,
+                                const Files::Attributes &before)
+{
+    return now.sameVersion(before) ||
+           (now.sameContent(before) && StorageLocation::detect(file.parent_path()).isNetwork());
+}
+
 fs::path ConversionJob::outputRoot(const fs::path &root)
 {
     const fs::path folder = Files::standardized(root);
@@ -381,6 +389,12 @@ void ConversionJob::requireWritableTarget(const fs::path &file, const Conversion
         folder = folder.parent_path(); // it will be made
     if (::access(folder.c_str(), W_OK) != 0)
         throw fs::filesystem_error("access", folder, std::error_code(errno, std::generic_category()));
+    if (settings.outputMode != OutputMode::replaceOriginal || !StorageLocation::detect(folder).isNetwork())
+        return;
+    if (const auto problem = SwapJournal::problem())
+        throw ToolError::failed(fmt::format(
+            "Die Liste der Tauschvorgänge ist nicht lesbar ({}) – das Original bleibt, wie es ist.",
+            *problem));
 }
 
 void ConversionJob::requireSpace(const fs::path &folder, std::int64_t bytes)

@@ -57,6 +57,11 @@ public:
     // Within the larger of three seconds and 1.5 % of the source's duration; in seconds.
     static bool isSameDuration(double source, double result);
 
+    // The file is the one that it was before. A share may number its files anew at any time (sshfs does), so
+    // that there the same size and time must do.
+    static bool isUnchanged(const std::filesystem::path &file, const Files::Attributes &now,
+                            const Files::Attributes &before);
+
     // The separate output folder beside the opened one.
     static std::filesystem::path outputRoot(const std::filesystem::path &root);
     static std::filesystem::path targetDirectory(const std::filesystem::path &file,
@@ -75,7 +80,8 @@ public:
     // Empties it. Never while jobs run, of this or another process.
     static void cleanLocalWork();
 
-    // Throws the file system's error when nothing can be written where the finished file is to go.
+    // Throws the file system's error when nothing can be written where the finished file is to go, and
+    // ToolError when no original could be replaced there.
     static void requireWritableTarget(const std::filesystem::path &file, const ConversionSettings &settings,
                                       const std::filesystem::path &root);
     // Throws ToolError when the volume has less than this much space; one that says 0, or nothing,

@@ -71,7 +71,7 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
         result.outcome = {ConversionOutcome::Kind::noSavings, info.fileSize, info.fileSize, std::nullopt};
         return result;
     }
-    if (!Files::attributes(info.url).sameVersion(source))
+    if (!ConversionJob::isUnchanged(info.url, Files::attributes(info.url), source))
         throw ToolError::failed("Die Datei wurde während der Messung verändert – bitte neu analysieren.");
     result.outcome = convert(plan, callbacks, stop);
     if (result.outcome.kind == ConversionOutcome::Kind::replaced) {

@@ -8,6 +8,7 @@
 #include "encoding/SwapJournal.h"
 #include "encoding/WorkFile.h"
 #include "media/Log.h"
+#include "media/Prober.h"
 #include "media/Tools.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
@@ -18,8 +19,6 @@ namespace kestrel {
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::string_view backupSuffix = ".kestrel-original";
 
 bool tryMove(const fs::path &from, const fs::path &to)
 {
@@ -49,22 +48,31 @@ void requireSize(const fs::path &file, std::int64_t size)
         throw fs::filesystem_error("size", file, std::make_error_code(std::errc::io_error));
 }
 
+bool hasContent(const fs::path &file, const Files::Attributes &expected)
+{
+    const auto attributes = Files::tryAttributes(file);
+    return attributes && attributes->sameContent(expected);
+}
+
+bool isFile(const fs::path &file, const Files::Attributes &expected)
+{
+    const auto attributes = Files::tryAttributes(file);
+    return attributes && attributes->device == expected.device && attributes->inode == expected.inode;
+}
+
 void arrive(const fs::path &replacement, const fs::path &final, std::int64_t newSize)
 {
+    const Files::Attributes fresh = Files::attributes(replacement);
     Files::moveToFreeName(replacement, final);
     try {
         requireSize(final, newSize);
         Files::sync(final.parent_path());
     } catch (const fs::filesystem_error &) {
-        tryMove(final, replacement);
+        // Somebody else's file under this name is not ours to move: what lies at the work name is removed.
+        if (isFile(final, fresh) || hasContent(final, fresh))
+            tryMove(final, replacement);
         throw;
     }
-}
-
-bool hasContent(const fs::path &file, const Files::Attributes &expected)
-{
-    const auto attributes = Files::tryAttributes(file);
-    return attributes && attributes->sameContent(expected);
 }
 
 // "Film (Original).avi", "Film (Original 2).avi" … beside the source; absent when none can be taken.
@@ -83,6 +91,8 @@ void clearBackupName(const SwapJournal::Entry &entry)
 {
     if (Files::presence(entry.backup) == Files::Presence::absent)
         return;
+    if (Files::areNamesOfOneFile(entry.backup, entry.original) && tryRemove(entry.backup))
+        return; // the source itself: an earlier move was cut off in the middle
     const auto visible = makeVisible(entry.backup, entry.original);
     if (!visible)
         throw ToolError::failed("Von einem früheren Tausch liegt hier noch ein Original unter " +
@@ -128,7 +138,8 @@ void swapOnNetwork(const fs::path &source, const Files::Attributes &expected, co
                    const fs::path &final, std::int64_t newSize)
 {
     const SwapJournal::Entry entry{
-        source, WorkFile::firstName(source.parent_path(), source.filename().native(), backupSuffix), final};
+        source, WorkFile::firstName(source.parent_path(), source.filename().native(), Prober::setAsideSuffix),
+        final};
     clearBackupName(entry);
     if (!SwapJournal::add(entry, newSize))
         throw ToolError::failed("Der Tausch konnte nicht vermerkt werden – das Original bleibt, wie es ist.");

@@ -17,12 +17,13 @@ struct NetworkType {
     std::string_view type, protocol;
 };
 
-constexpr std::array<NetworkType, 5> networkTypes{{
+constexpr std::array<NetworkType, 6> networkTypes{{
     {"smbfs", "SMB"},
     {"nfs", "NFS"},
     {"afpfs", "AFP"},
     {"webdav", "WebDAV"},
     {"ftp", "FTP"},
+    {"sftp", "SFTP"},
 }};
 
 constexpr std::array<const char *, 4> recycleBins{".recycle", "#recycle", "@Recycle", ".Trashes"};

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
 #include <string_view>
 #include <system_error>
 
@@ -11,6 +12,8 @@
 #include <nlohmann/json.hpp>
 
 #include "media/Log.h"
+#include "platform/Cancelled.h"
+#include "platform/ErrorText.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -28,12 +31,10 @@ using nlohmann::ordered_json;
 
 namespace {
 
-// An entry as it stands in the file. The mount point tells an unmounted share, whose empty mount point
-// still exists as a folder, from a share on which the backup is gone.
-struct Record {
-    Entry entry;
-    std::optional<fs::path> mount;
-    std::optional<std::int64_t> newSize;
+// What the file holds: the entries that can be understood, and all of its text where some cannot.
+struct Content {
+    std::vector<Record> records;
+    std::string damaged;
 };
 
 fs::path folder()
@@ -87,27 +88,80 @@ fs::path decodePath(const json &value)
     return bytes;
 }
 
-std::vector<Record> load()
+Record decode(const json &value)
+{
+    const auto path = [&](const char *key) {
+        fs::path result = decodePath(value.at(key));
+        if (!result.is_absolute())
+            throw std::invalid_argument(key);
+        return result;
+    };
+    Record record{{path("original"), path("backup"), path("final")}, std::nullopt, std::nullopt};
+    if (value.contains("mount"))
+        record.mount = decodePath(value.at("mount"));
+    if (value.contains("newSize"))
+        record.newSize = value.at("newSize").get<std::int64_t>();
+    return record;
+}
+
+Content parse(std::string text)
+{
+    Content content;
+    const json list = json::parse(text, nullptr, false);
+    bool isWhole = list.is_array() || text.empty();
+    if (list.is_array())
+        for (const json &value : list) {
+            try {
+                content.records.push_back(decode(value));
+            } catch (const std::exception &) {
+                isWhole = false;
+            }
+        }
+    if (!isWhole)
+        content.damaged = std::move(text);
+    return content;
+}
+
+// Throws where the journal is there and cannot be read.
+Content read()
 {
     try {
-        const json list = json::parse(Files::readAll(file()));
-        std::vector<Record> records;
-        if (!list.is_array())
+        return parse(Files::readAll(file()));
+    } catch (const fs::filesystem_error &error) {
+        if (error.code() == std::errc::no_such_file_or_directory)
             return {};
-        for (const json &value : list) {
-            Record record{{decodePath(value.at("original")), decodePath(value.at("backup")),
-                           decodePath(value.at("final"))},
-                          std::nullopt,
-                          std::nullopt};
-            if (value.contains("mount"))
-                record.mount = decodePath(value.at("mount"));
-            if (value.contains("newSize"))
-                record.newSize = value.at("newSize").get<std::int64_t>();
-            records.push_back(std::move(record));
+        throw;
+    }
+}
+
+// Leaves a text that cannot be understood to a person, beside the journal.
+void keepDamaged(const std::string &text)
+{
+    for (int number = 1;; ++number) {
+        const fs::path name = folder() / fmt::format("tauschvorgaenge (unlesbar{}).json",
+                                                     number == 1 ? "" : fmt::format(" {}", number));
+        if (Files::presence(name) == Files::Presence::absent) {
+            Files::writeAtomically(name, text);
+            Log::write("Tauschvorgänge, die nicht zu verstehen sind: " + Text::repaired(name.native()));
+            return;
         }
-        return records;
-    } catch (const std::exception &) {
-        return {};
+        if (Files::readAll(name) == text)
+            return;
+    }
+}
+
+// The entries, to be changed and saved; absent while nothing may be changed, because the journal cannot be
+// read or what is damaged cannot be kept.
+std::optional<std::vector<Record>> load()
+{
+    try {
+        Content content = read();
+        if (!content.damaged.empty())
+            keepDamaged(content.damaged);
+        return std::move(content.records);
+    } catch (const fs::filesystem_error &error) {
+        Log::write("Tauschvorgänge nicht lesbar: " + ErrorText::describe(error));
+        return std::nullopt;
     }
 }
 
@@ -136,13 +190,6 @@ bool save(const std::vector<Record> &records)
     }
 }
 
-bool isShareThere(const Record &record)
-{
-    const fs::path folder = record.entry.backup.parent_path();
-    std::error_code error;
-    return fs::is_directory(folder, error) && (!record.mount || Volume::of(folder).root == record.mount);
-}
-
 template <typename Operation>
 bool succeeds(Operation operation)
 {
@@ -169,17 +216,37 @@ bool showBackup(const Entry &entry, std::vector<std::string> &messages)
     return false;
 }
 
+// The film has its own name, and the backup's is only another one for it: a move by link and unlink was cut
+// off in between. Some shares (sshfs) do not tell; there the same bytes mean that one of the two may go.
+bool isOnlySecondName(const Entry &entry, const std::stop_token &stop)
+{
+    if (Files::areNamesOfOneFile(entry.backup, entry.original))
+        return true;
+    const auto isFile = [](const fs::path &path) {
+        std::error_code unreadable;
+        return fs::symlink_status(path, unreadable).type() == fs::file_type::regular;
+    };
+    return isFile(entry.backup) && isFile(entry.original) &&
+           Files::attributes(entry.backup).sameContent(Files::attributes(entry.original)) &&
+           Files::haveSameBytes(entry.backup, entry.original, stop);
+}
+
 // Repairs one swap; true when nothing is left to do for it. What cannot be looked at now is left for
-// another time.
-bool repair(const Record &record, std::vector<std::string> &messages)
+// another time, also by an exception.
+bool repair(const Record &record, std::vector<std::string> &messages, const std::stop_token &stop)
 {
     using Files::Presence;
     const Entry &entry = record.entry;
-    if (!isShareThere(record))
+    if (!record.isShareThere())
         return false;
     const Presence backup = Files::presence(entry.backup), final = Files::presence(entry.final);
     if (backup != Presence::there)
         return backup == Presence::absent;
+    if (isOnlySecondName(entry, stop)) {
+        Files::remove(entry.backup);
+        messages.push_back("Original wiederhergestellt: " + Text::repaired(entry.original.native()));
+        return true;
+    }
     if (final == Presence::absent) {
         const bool restored = succeeds([&] { Files::moveToFreeName(entry.backup, entry.original); });
         if (restored)
@@ -198,6 +265,13 @@ bool repair(const Record &record, std::vector<std::string> &messages)
 
 } // namespace
 
+bool Record::isShareThere() const
+{
+    const fs::path place = entry.backup.parent_path();
+    std::error_code error;
+    return fs::is_directory(place, error) && (!mount || Volume::of(place).root == mount);
+}
+
 fs::path file()
 {
     return folder() / "tauschvorgaenge.json";
@@ -212,38 +286,73 @@ fs::path visibleName(const fs::path &original, int number)
 bool add(const Entry &entry, std::optional<std::int64_t> newSize)
 {
     const Guard guard;
-    std::vector<Record> records = load();
-    records.push_back({entry, Volume::of(entry.backup.parent_path()).root, newSize});
-    return save(records);
+    auto records = load();
+    if (!records)
+        return false;
+    records->push_back({entry, Volume::of(entry.backup.parent_path()).root, newSize});
+    return save(*records);
 }
 
 void remove(const Entry &entry)
 {
     const Guard guard;
-    std::vector<Record> records = load();
-    std::erase_if(records, [&](const Record &record) { return record.entry == entry; });
-    save(records);
+    auto records = load();
+    if (!records)
+        return;
+    std::erase_if(*records, [&](const Record &record) { return record.entry == entry; });
+    save(*records);
 }
 
-std::vector<std::string> recover()
+std::vector<std::string> recover(const std::stop_token &stop)
 {
     const Guard guard;
     std::vector<Record> kept;
     std::vector<std::string> messages;
-    for (auto &record : load())
-        if (!repair(record, messages))
+    auto records = load();
+    if (!records)
+        return {};
+    for (auto &record : *records) {
+        bool isDone = false;
+        try {
+            isDone = repair(record, messages, stop);
+        } catch (const fs::filesystem_error &error) {
+            Log::write("Tausch nicht repariert: " + ErrorText::describe(error));
+        } catch (const Cancelled &) { // NOLINT(bugprone-empty-catch): another time
+        }
+        if (!isDone)
             kept.push_back(std::move(record));
+    }
     save(kept);
     for (const auto &message : messages)
         Log::write(message);
     return messages;
 }
 
-std::vector<Entry> entries()
+std::vector<Record> records()
 {
     const Guard guard;
+    try {
+        return read().records;
+    } catch (const fs::filesystem_error &) {
+        return {};
+    }
+}
+
+std::optional<std::string> problem()
+{
+    const Guard guard;
+    try {
+        read();
+        return std::nullopt;
+    } catch (const fs::filesystem_error &error) {
+        return ErrorText::reason(error);
+    }
+}
+
+std::vector<Entry> entries()
+{
     std::vector<Entry> result;
-    for (const auto &record : load())
+    for (const auto &record : records())
         result.push_back(record.entry);
     return result;
 }

@@ -7,6 +7,8 @@
 #include <system_error>
 #include <utility>
 
+#include <fmt/format.h>
+
 #include "media/Log.h"
 #include "media/Prober.h"
 #include "platform/Cancelled.h"
@@ -47,6 +49,11 @@ bool isLeftover(const fs::path &name)
 {
     return isHidden(name) && (name.native().ends_with(".kestrel-upload") ||
                               name.native().find(".kestrel-tmp.") != std::string::npos);
+}
+
+bool isSetAside(const fs::path &name)
+{
+    return isHidden(name) && name.native().ends_with(setAsideSuffix);
 }
 
 bool isVideo(const fs::path &file)
@@ -101,25 +108,27 @@ void walk(const fs::path &root, const std::stop_token &stop,
 
 } // namespace
 
-std::vector<fs::path> findVideos(const fs::path &root, std::stop_token stop)
+Listing list(const fs::path &root, std::stop_token stop)
 {
-    std::vector<fs::path> found;
+    Listing found;
     walk(root, stop, [&](const fs::directory_entry &entry) {
         const fs::path name = entry.path().filename();
+        std::error_code unreadable;
+        const auto isFile = [&] { return entry.symlink_status(unreadable).type() == fs::file_type::regular; };
+        if (isSetAside(name) && isFile())
+            found.setAside.push_back(entry.path());
         if (isHidden(name))
             return false;
-        std::error_code unreadable;
-        if (hasExtension(name, videoExtensions) &&
-            entry.symlink_status(unreadable).type() == fs::file_type::regular)
-            found.push_back(entry.path());
+        if (hasExtension(name, videoExtensions) && isFile())
+            found.videos.push_back(entry.path());
         return true;
     });
-    return sortedNaturally(found);
+    return {sortedNaturally(found.videos), sortedNaturally(found.setAside)};
 }
 
-std::vector<fs::path> findVideos(const fs::path &root, const std::set<fs::path> &names, std::stop_token stop)
+Listing list(const fs::path &root, const std::set<fs::path> &names, std::stop_token stop)
 {
-    std::vector<fs::path> found;
+    Listing found;
     for (const auto &name : names) {
         throwIfStopped(stop);
         if (name.empty() || name.is_absolute())
@@ -129,9 +138,22 @@ std::vector<fs::path> findVideos(const fs::path &root, const std::set<fs::path> 
         for (const auto &part : name.parent_path())
             isReachable = isReachable && holdsVideos(folder /= part);
         if (isReachable && isVideo(root / name))
-            found.push_back(root / name);
+            found.videos.push_back(root / name);
+        const fs::path aside = folder / fmt::format(".{}{}", name.filename().native(), setAsideSuffix);
+        if (isReachable && Files::exists(aside))
+            found.setAside.push_back(aside);
     }
-    return sortedNaturally(found);
+    return {sortedNaturally(found.videos), sortedNaturally(found.setAside)};
+}
+
+std::vector<fs::path> findVideos(const fs::path &root, std::stop_token stop)
+{
+    return list(root, std::move(stop)).videos;
+}
+
+std::vector<fs::path> findVideos(const fs::path &root, const std::set<fs::path> &names, std::stop_token stop)
+{
+    return list(root, names, std::move(stop)).videos;
 }
 
 std::vector<fs::path> findLeftovers(const fs::path &root, std::stop_token stop)

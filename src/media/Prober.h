@@ -5,6 +5,7 @@
 #include <set>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <nlohmann/json_fwd.hpp>
@@ -16,6 +17,18 @@
 
 // From a folder to media records. No shared state: everything may run on any thread.
 namespace kestrel::Prober {
+
+// How the hidden name of an original ends that a swap on a share has moved aside.
+inline constexpr std::string_view setAsideSuffix = ".kestrel-original";
+
+struct Listing {
+    std::vector<std::filesystem::path> videos;
+    std::vector<std::filesystem::path> setAside; // originals that no swap should have left behind
+};
+// One way through the folder: findVideos, and what it passes by under a hidden name.
+Listing list(const std::filesystem::path &root, std::stop_token stop);
+Listing list(const std::filesystem::path &root, const std::set<std::filesystem::path> &names,
+             std::stop_token stop);
 
 // All video files below the folder, in natural order of their full paths. Skips hidden names and the
 // contents of packages, follows no links; what cannot be listed is passed over.

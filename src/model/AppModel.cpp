@@ -25,6 +25,18 @@ namespace {
 
 constexpr std::chrono::seconds growingAge{90}; // younger files may still be being copied
 
+// Names the first few; one line each.
+std::string hiddenNames(const std::vector<HiddenOriginal> &hidden)
+{
+    constexpr std::size_t most = 3;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(most, hidden.size()); ++i)
+        text += (i > 0 ? "\n" : "") + hidden[i].title();
+    if (hidden.size() > most)
+        text += fmt::format("\nEbenso weitere: {}.", hidden.size() - most);
+    return text;
+}
+
 } // namespace
 
 struct AppModel::Located {
@@ -32,6 +44,7 @@ struct AppModel::Located {
     std::string error;
     std::unique_ptr<InstanceLock> lock;
     std::vector<std::string> messages; // of repaired swaps
+    std::vector<HiddenOriginal> pendingSwaps;
 };
 
 AppModel::AppModel(Options options)
@@ -62,7 +75,8 @@ void AppModel::loadTools()
                 if (located.lock->isAlone()) {
                     ConversionJob::cleanLocalWork();
                     TemporaryFolder::removeAbandoned();
-                    located.messages = SwapJournal::recover();
+                    located.messages = SwapJournal::recover(stop);
+                    located.pendingSwaps = kestrel::pendingSwaps({});
                 }
             }
         } catch (const Cancelled &) {
@@ -81,6 +95,7 @@ void AppModel::takeTools(Located located)
     m_lock = std::move(located.lock);
     for (const auto &message : located.messages)
         emit repaired(message);
+    setPendingSwaps(std::move(located.pendingSwaps));
     if (!located.tools) {
         m_toolError = located.error;
         emit toolsChanged();
@@ -138,6 +153,7 @@ void AppModel::rescan()
     if (!m_tools || !m_rootURL || isBusy())
         return;
     m_library.setSelection({});
+    m_hiddenHere.clear();
     setMessage("Suche Videodateien …");
     // What names single files shares the folder with other machines, whose work in progress must stay.
     InstanceLock *lock = m_options.only ? nullptr : m_lock.get();
@@ -164,6 +180,10 @@ void AppModel::connectScan(FolderScan &scan)
     connect(&scan, &FolderScan::progressed, this, [this](std::size_t done) {
         setActivity({Activity::Kind::scanning, done, m_activity.total});
     });
+    connect(&scan, &FolderScan::metHidden, this, [this](const auto &here, const auto &everywhere) {
+        m_hiddenHere = here;
+        setPendingSwaps(everywhere);
+    });
     connect(&scan, &FolderScan::ended, this, &AppModel::endScan);
 }
 
@@ -178,6 +198,14 @@ void AppModel::takeProbe(std::size_t index, const ProbeOutcome &outcome)
     m_library.setInfo(item, *outcome.info);
 }
 
+void AppModel::setPendingSwaps(std::vector<HiddenOriginal> swaps)
+{
+    if (swaps == m_pendingSwaps)
+        return;
+    m_pendingSwaps = std::move(swaps);
+    emit pendingSwapsChanged();
+}
+
 void AppModel::endScan(const std::optional<std::string> &error)
 {
     m_scanError = error;
@@ -187,6 +215,8 @@ void AppModel::endScan(const std::optional<std::string> &error)
     const std::size_t incomplete = totals().incomplete;
     if (error)
         setProblem("Analyse fehlgeschlagen: " + *error);
+    else if (!wasStopped && !m_hiddenHere.empty())
+        setProblem(hiddenNames(m_hiddenHere) + "\nDer Befehl zum Zurückholen steht in den Einstellungen.");
     else if (!wasStopped && m_library.items().empty())
         setMessage("In diesem Ordner wurden keine Videodateien gefunden.");
     else if (!wasStopped && incomplete > 0)

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "encoding/HiddenOriginal.h"
 #include "encoding/StorageLocation.h"
 #include "media/Tools.h"
 #include "model/Library.h"
@@ -79,6 +80,10 @@ public:
     // The message tells of something that went wrong or needs care.
     bool isMessageOfProblem() const { return m_isMessageOfProblem; }
     const std::optional<std::string> &scanError() const { return m_scanError; } // of the last scan; German
+    // Originals that a cut-off swap on a share has left hidden: in the open folder, and all that are known
+    // of.
+    const std::vector<HiddenOriginal> &hiddenHere() const { return m_hiddenHere; }
+    const std::vector<HiddenOriginal> &pendingSwaps() const { return m_pendingSwaps; }
     const std::optional<RunStats> &run() const { return m_run; }
     const std::optional<std::filesystem::path> lastFolder() const { return m_options.store.lastFolder(); }
     // Another copy of the program was there when this one started, or when it last scanned.
@@ -144,6 +149,7 @@ signals:
     void folderChanged(); // the folder, or what is known of its storage
     void settingsChanged();
     void repaired(const std::string &message); // an interrupted swap; German
+    void pendingSwapsChanged();
     void activityChanged();
     void messageChanged();
     void runChanged(); // books, progress or pause
@@ -163,6 +169,7 @@ private:
     void takeTools(Located located);
     void connectScan(FolderScan &scan);
     void takeProbe(std::size_t index, const ProbeOutcome &outcome);
+    void setPendingSwaps(std::vector<HiddenOriginal> swaps);
     void endScan(const std::optional<std::string> &error);
     void endConversion();
     void endClip();
@@ -192,6 +199,7 @@ private:
     std::optional<std::string> m_message;
     bool m_isMessageOfProblem = false;
     std::optional<std::string> m_scanError;
+    std::vector<HiddenOriginal> m_hiddenHere, m_pendingSwaps;
     std::optional<RunStats> m_run;
     bool m_isRunOfLibrary = false;
     std::vector<FileItem *> m_simulated; // of a simulated run, in its order

@@ -78,24 +78,35 @@ void FolderScan::stop()
 void FolderScan::work(const std::stop_token &stop)
 {
     m_mailbox.post([this, storage = StorageLocation::detect(m_request.root)] { emit located(storage); });
-    repair(stop);
+    const bool isAlone = repair(stop);
     const auto &root = m_request.root;
     const auto &only = m_request.only;
-    const FileList files = only ? Prober::findVideos(root, *only, stop) : Prober::findVideos(root, stop);
+    const auto [files, setAside] = only ? Prober::list(root, *only, stop) : Prober::list(root, stop);
     throwIfStopped(stop);
     m_mailbox.post(
         [this, contents = std::make_shared<Library::Contents>(files, root)] { emit listed(contents); });
     if (!files.empty())
         probeAll(files, stop);
+    throwIfStopped(stop);
+    tellHidden(setAside, isAlone);
 }
 
-// Another instance's work in progress looks like something left behind.
-void FolderScan::repair(const std::stop_token &stop)
+// A swap of another computer's that was under way when the folder was searched has ended by now.
+void FolderScan::tellHidden(FileList met, bool isAlone)
+{
+    std::erase_if(met, [](const auto &hidden) { return !Files::exists(hidden); });
+    const auto here = hiddenOriginals(met);
+    m_mailbox.post(
+        [this, here, everywhere = isAlone ? pendingSwaps(met) : here] { emit metHidden(here, everywhere); });
+}
+
+// Another instance's work in progress looks like something left behind. False when there is one.
+bool FolderScan::repair(const std::stop_token &stop)
 {
     if (m_request.lock == nullptr || !m_request.lock->becomeAlone())
-        return;
+        return false;
     const auto share = onExit([this] { m_request.lock->share(); });
-    for (const auto &message : SwapJournal::recover())
+    for (const auto &message : SwapJournal::recover(stop))
         m_mailbox.post([this, message] { emit repaired(message); });
 
     // Nobody who starts has to wait while a large folder is searched.
@@ -106,6 +117,7 @@ void FolderScan::repair(const std::stop_token &stop)
             leftovers.push_back(std::move(file));
     if (!leftovers.empty() && m_request.lock->becomeAlone())
         Prober::removeLeftovers(leftovers);
+    return true;
 }
 
 void FolderScan::probeAll(const FileList &files, const std::stop_token &stop)

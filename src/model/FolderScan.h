@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "encoding/HiddenOriginal.h"
 #include "encoding/StorageLocation.h"
 #include "media/MediaInfo.h"
 #include "media/ProbeStore.h"
@@ -58,6 +59,10 @@ signals:
     void repaired(const std::string &message);
     void probed(std::size_t index, const kestrel::ProbeOutcome &outcome);
     void progressed(std::size_t done); // after one or several were probed
+    // Originals that swaps left hidden: in this folder, and whichever else the journal knows of (none of
+    // these while another instance may be in the middle of a swap).
+    void metHidden(const std::vector<kestrel::HiddenOriginal> &here,
+                   const std::vector<kestrel::HiddenOriginal> &everywhere);
     // The last signal, also when stopped; with the reason where the scan failed as a whole.
     void ended(const std::optional<std::string> &error);
 
@@ -65,7 +70,8 @@ private:
     using FileList = std::vector<std::filesystem::path>;
 
     void work(const std::stop_token &stop);
-    void repair(const std::stop_token &stop);
+    bool repair(const std::stop_token &stop);
+    void tellHidden(FileList met, bool isAlone);
     void probeAll(const FileList &files, const std::stop_token &stop);
     std::optional<ProbeOutcome> probe(const std::filesystem::path &file, ProbeStore &store,
                                       const std::stop_token &stop) const;

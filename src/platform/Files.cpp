@@ -78,6 +78,31 @@ std::size_t readSome(const FileDescriptor &descriptor, std::string &buffer, cons
     }
 }
 
+// Returns less than the buffer holds only at the end of the file.
+std::size_t readFully(const FileDescriptor &descriptor, std::string &buffer, const fs::path &path)
+{
+    std::size_t filled = 0;
+    while (filled < buffer.size()) {
+        const ssize_t count = ::read(descriptor.get(), buffer.data() + filled, buffer.size() - filled);
+        if (count == 0)
+            break;
+        if (count < 0 && errno != EINTR)
+            fail("read", path);
+        filled += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    return filled;
+}
+
+// The second half of a move by link: the file keeps the new name only, or where that fails the old one.
+void giveUpName(const fs::path &from, const fs::path &to)
+{
+    if (::unlink(from.c_str()) == 0 || errno == ENOENT)
+        return;
+    const int reason = errno;
+    ::unlink(to.c_str());
+    fail("unlink", from, reason);
+}
+
 } // namespace
 
 bool Attributes::sameVersion(const Attributes &other) const
@@ -169,16 +194,50 @@ void copy(const fs::path &from, const fs::path &to, std::stop_token stop)
     sync(to.parent_path());
 }
 
+bool areNamesOfOneFile(const fs::path &a, const fs::path &b)
+{
+    struct stat first {
+    }, second{};
+    // The count of links tells two names from one that is spelled in two ways, and from made-up numbers.
+    return ::lstat(a.c_str(), &first) == 0 && ::lstat(b.c_str(), &second) == 0 && S_ISREG(first.st_mode) &&
+           S_ISREG(second.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino &&
+           first.st_nlink > 1 && second.st_nlink > 1;
+}
+
+bool haveSameBytes(const fs::path &a, const fs::path &b, std::stop_token stop)
+{
+    const FileDescriptor first = openFor(a, O_RDONLY), second = openFor(b, O_RDONLY);
+    std::string one(copyChunk, '\0'), other(copyChunk, '\0');
+    for (;;) {
+        throwIfStopped(stop);
+        const std::size_t count = readFully(first, one, a);
+        if (count != readFully(second, other, b) || one.compare(0, count, other, 0, count) != 0)
+            return false;
+        if (count < copyChunk)
+            return true;
+    }
+}
+
 void moveToFreeName(const fs::path &from, const fs::path &to)
 {
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
         return;
-    if (!meansUnsupported(errno))
-        fail("rename", from);
-    // This file system cannot rename so; a look beforehand is the best that is left.
-    if (Files::exists(to))
-        fail("rename", from, EEXIST);
-    moveOver(from, to);
+    if (meansUnsupported(errno)) {
+        // Most network file systems cannot rename so, but they make no second name over anything either.
+        if (::link(from.c_str(), to.c_str()) == 0)
+            return giveUpName(from, to);
+        if (meansUnsupported(errno) || errno == EPERM || errno == EMLINK) { // it knows no links
+            // A look beforehand is the best that is left.
+            if (Files::exists(to))
+                fail("rename", from, EEXIST);
+            return moveOver(from, to);
+        }
+    }
+    const int reason = errno;
+    // Such a move was cut off in the middle, or the server's answer was lost.
+    if (reason == EEXIST && areNamesOfOneFile(from, to))
+        return Files::remove(from);
+    fail("rename", from, reason);
 }
 
 void moveOver(const fs::path &from, const fs::path &to)

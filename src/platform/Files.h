@@ -53,7 +53,13 @@ bool trySync(const std::filesystem::path &fileOrFolder);
 // Throws Cancelled when asked to stop; what was written so far stays.
 void copy(const std::filesystem::path &from, const std::filesystem::path &to, std::stop_token stop);
 
-// Renames within one file system; fails with "file exists" rather than replace anything.
+// Two names of one file, not a link to it. False also where the file system does not tell.
+bool areNamesOfOneFile(const std::filesystem::path &a, const std::filesystem::path &b);
+// Compares every byte. Throws Cancelled when asked to stop.
+bool haveSameBytes(const std::filesystem::path &a, const std::filesystem::path &b, std::stop_token stop);
+
+// Renames within one file system; fails with "file exists" rather than replace anything. On a network file
+// system a kill in the middle may leave the file under both names; another call then ends the move.
 void moveToFreeName(const std::filesystem::path &from, const std::filesystem::path &to);
 // Renames within one file system; replaces a file at the target.
 void moveOver(const std::filesystem::path &from, const std::filesystem::path &to);

@@ -10,6 +10,8 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace kestrel {
 
@@ -28,6 +30,21 @@ FileDescriptor locked(const fs::path &folder)
     return file;
 }
 
+bool hasOurName(const fs::path &folder)
+{
+    const std::string name = folder.filename().native();
+    return name.starts_with(prefix) && isUuid(std::string_view(name).substr(prefix.size()));
+}
+
+// Everybody may put anything into the system's temporary folder, under any name.
+bool isOurs(const FileDescriptor &folder)
+{
+    struct stat status {};
+    constexpr mode_t rights = 0777;
+    return ::fstat(folder.get(), &status) == 0 && status.st_uid == ::geteuid() &&
+           (status.st_mode & rights) == S_IRWXU;
+}
+
 } // namespace
 
 TemporaryFolder::TemporaryFolder()
@@ -35,8 +52,8 @@ TemporaryFolder::TemporaryFolder()
     for (int attempt = 0; attempt < 3; ++attempt) {
         m_path = Paths::temporary() / (std::string(prefix) + freshUuid());
         fs::create_directories(m_path.parent_path());
-        fs::create_directory(m_path);
-        fs::permissions(m_path, fs::perms::owner_all);
+        if (::mkdir(m_path.c_str(), S_IRWXU) != 0)
+            throw fs::filesystem_error("mkdir", m_path, std::error_code(errno, std::generic_category()));
         m_lock = locked(m_path);
         // Until it was locked, another process may have taken it for abandoned.
         if (Files::exists(m_path))
@@ -55,8 +72,8 @@ void TemporaryFolder::removeAbandoned()
 {
     std::error_code ignored;
     for (const auto &folder : Files::list(Paths::temporary(), ignored))
-        if (folder.filename().native().starts_with(prefix))
-            if (const FileDescriptor lock = locked(folder); lock)
+        if (hasOurName(folder))
+            if (const FileDescriptor lock = locked(folder); lock && isOurs(lock))
                 fs::remove_all(folder, ignored);
 }
 

@@ -25,7 +25,7 @@ struct TypeName {
     std::string_view here, required;
 };
 
-constexpr std::array<TypeName, 8> networkTypes{{
+constexpr std::array<TypeName, 9> networkTypes{{
     {"cifs", "smbfs"},
     {"smb3", "smbfs"},
     {"fuse.smbnetfs", "smbfs"},
@@ -34,11 +34,12 @@ constexpr std::array<TypeName, 8> networkTypes{{
     {"fuse.afpfs", "afpfs"},
     {"fuse.davfs2", "webdav"},
     {"fuse.curlftpfs", "ftp"},
+    {"fuse.sshfs", "sftp"},
 }};
 
 // A desktop's virtual mount names the protocol in the first folder below it, up to a ":" where the
 // address follows.
-constexpr std::array<TypeName, 8> virtualProtocols{{
+constexpr std::array<TypeName, 9> virtualProtocols{{
     {"smb-share", "smbfs"},
     {"smb", "smbfs"},
     {"nfs", "nfs"},
@@ -47,6 +48,7 @@ constexpr std::array<TypeName, 8> virtualProtocols{{
     {"dav", "webdav"},
     {"davs", "webdav"},
     {"ftp", "ftp"},
+    {"sftp", "sftp"},
 }};
 
 template <std::size_t Size>
@@ -91,19 +93,9 @@ bool isBelow(const fs::path &path, const fs::path &folder)
     return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first == folder.end();
 }
 
-std::vector<Mount> readMounts()
-{
-    std::vector<Mount> mounts;
-    std::ifstream table("/proc/self/mountinfo");
-    for (std::string line; std::getline(table, line);)
-        if (auto mount = Mount::parse(line))
-            mounts.push_back(std::move(*mount));
-    return mounts;
-}
-
 std::optional<Mount> mountOf(const fs::path &path)
 {
-    std::vector<Mount> mounts = readMounts();
+    std::vector<Mount> mounts = Mount::all();
     struct statx status {};
     if (::statx(AT_FDCWD, path.c_str(), 0, STATX_MNT_ID, &status) == 0 &&
         (status.stx_mask & STATX_MNT_ID) != 0)
@@ -201,6 +193,18 @@ std::string value(std::string_view fields, std::string_view key)
     return {};
 }
 
+// "user@host:/folder"; a folder without "/" lies in the user's own one.
+std::optional<std::string> sftpAddress(std::string_view source)
+{
+    const std::size_t bracket = source.find(']'); // of an IPv6 address, which has colons itself
+    const std::size_t colon = source.find(':', bracket == std::string_view::npos ? 0 : bracket);
+    if (colon == std::string_view::npos)
+        return std::nullopt;
+    const std::string_view folder = source.substr(colon + 1);
+    return "sftp://" + std::string(source.substr(0, colon)) + (folder.starts_with('/') ? "" : "/~/") +
+           std::string(folder);
+}
+
 // Below gvfs: one folder "protocol:key=value,…" for each share.
 void describeGvfs(Volume &volume, const Mount &mount, const fs::path &path)
 {
@@ -220,7 +224,7 @@ void describeGvfs(Volume &volume, const Mount &mount, const fs::path &path)
         value(fields, "share").empty() ? value(fields, "volume") : value(fields, "share");
     volume.fileSystemType = *type;
     volume.root = mount.point / folder;
-    volume.name = share.empty() ? folder : share;
+    volume.name = !share.empty() ? share : !server.empty() ? server : folder;
     if (server.empty())
         return;
     const std::string scheme = protocol.substr(0, protocol.find('-'));
@@ -270,6 +274,16 @@ std::optional<Mount> Mount::parse(std::string_view line)
     return mount;
 }
 
+std::vector<Mount> Mount::all()
+{
+    std::vector<Mount> mounts;
+    std::ifstream table("/proc/self/mountinfo");
+    for (std::string line; std::getline(table, line);)
+        if (auto mount = parse(line))
+            mounts.push_back(std::move(*mount));
+    return mounts;
+}
+
 Volume describeMount(const Mount &mount, const fs::path &path)
 {
     Volume volume;
@@ -287,6 +301,8 @@ Volume describeMount(const Mount &mount, const fs::path &path)
             volume.remountURL = "smb:" + mount.source;
         else if (const auto colon = mount.source.find(":/"); *type == "nfs" && colon != std::string::npos)
             volume.remountURL = "nfs://" + mount.source.substr(0, colon) + mount.source.substr(colon + 1);
+        else if (*type == "sftp")
+            volume.remountURL = sftpAddress(mount.source);
         else if (mount.source.find("://") != std::string::npos)
             volume.remountURL = mount.source;
     } else if (mount.type == "fuse" &&

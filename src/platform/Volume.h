@@ -4,13 +4,15 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace kestrel {
 
 // What the system tells about the volume that holds a path. Whatever it does not tell stays absent.
 struct Volume {
-    // The type by the names that StorageLocation knows: "smbfs", "nfs", "afpfs", "webdav" and "ftp" for
-    // the network file systems, the system's own name for any other, empty when unknown.
+    // The type by the names that StorageLocation knows: "smbfs", "nfs", "afpfs", "webdav", "ftp" and
+    // "sftp" for the network file systems, the system's own name for any other, empty when unknown.
     std::string fileSystemType;
     std::optional<std::string> name;
     std::optional<bool> isInternal;
@@ -30,6 +32,7 @@ struct Mount {
 
     // Reads a line of /proc/self/mountinfo (proc(5)); absent when it has not that form.
     static std::optional<Mount> parse(std::string_view line);
+    static std::vector<Mount> all();
 };
 
 // What a mount says about a path below it; the part of Volume::of that needs no disk. Exposed for tests.

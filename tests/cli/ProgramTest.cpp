@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "encoding/SwapJournal.h"
 #include "model/UserDefaults.h"
 #include "support/Clips.h"
 #include "support/Http.h"
@@ -83,6 +84,26 @@ TEST(Program, answersEverybodyWhoAsksWhatItIs)
     EXPECT_EQ(doctor.status, 0);
     EXPECT_THAT(doctor.standardOutput, HasSubstr("libx265"));
     EXPECT_THAT(doctor.standardOutput, HasSubstr((home() / "Library/Logs/Kestrel/Kestrel.log").native()));
+}
+
+TEST(Program, namesFilmsThatACutOffSwapLeftHidden)
+{
+    const Sandbox share;
+    const fs::path hidden = share.write(".Film.mkv.kestrel-original", "original");
+    const std::string line = "mv -n -- '" + hidden.native() + "' '" + (share / "Film.mkv").native() + "'";
+    SwapJournal::add({share / "Film.mkv", hidden, share / "Film.mp4"});
+    EXPECT_THAT(kestrel({"doctor"}).standardOutput, HasSubstr(line));
+    EXPECT_TRUE(fs::exists(hidden)) << "a look changes nothing";
+    const auto plan = kestrel({"plan", share.path()});
+    EXPECT_THAT(plan.standardError,
+                HasSubstr("„Film.mkv“ ist nach einem unterbrochenen Tausch noch versteckt"));
+    EXPECT_THAT(plan.standardError, HasSubstr(line));
+    fs::remove(SwapJournal::file());
+
+    fs::create_symlink("/proc/self/mem", SwapJournal::file());
+    EXPECT_THAT(kestrel({"doctor"}).standardOutput, HasSubstr("nicht lesbar: Lese- oder Schreibfehler"));
+    fs::remove(SwapJournal::file());
+    EXPECT_THAT(kestrel({"doctor"}).standardOutput, Not(HasSubstr("Unterbrochene Tauschvorgänge")));
 }
 
 TEST(Program, saysWhenThereIsNoScreenForTheWindow)

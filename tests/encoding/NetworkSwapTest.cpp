@@ -1,5 +1,7 @@
 #include "encoding/NetworkSwap.h"
 
+#include <fstream>
+
 #include "encoding/JobFixture.h"
 #include "encoding/StorageLocation.h"
 #include "encoding/SwapJournal.h"
@@ -142,24 +144,37 @@ TEST(NetworkSwap, aSourceThatChangedAtTheLastMomentStays)
     EXPECT_FALSE(fs::exists(SwapJournal::file()));
 }
 
-// Killed between any two steps: after the recovery either file is there whole under a name that a
+// How many visible or hidden names hold this content; work files, which the next scan removes, aside.
+int namesWith(const fs::path &folder, const std::string &content)
+{
+    int count = 0;
+    for (const auto &name : names(folder))
+        if (!name.ends_with(".kestrel-upload") && readFile(folder / name) == content)
+            ++count;
+    return count;
+}
+
+// Killed between any two steps: after the recovery either film is there whole, once, under a name that a
 // person finds, and the journal is empty.
-TEST(NetworkSwap, aCrashAtAnyPointIsRepaired)
+void expectRepairAfterEveryKill(const fs::path &place)
 {
     for (const char *finalName : {"Film.mkv", "Film.mp4"}) {
         int kills = 0;
         for (bool wasKilled = true; wasKilled; ++kills) {
-            const Sandbox share;
-            const fs::path source = share.write("Film.mkv", "original");
-            const fs::path upload = share.write(".Film.kestrel-upload", "new");
+            const fs::path share = place / (finalName + std::to_string(kills));
+            fs::create_directory(share);
+            const fs::path source = share / "Film.mkv", upload = share / ".Film.kestrel-upload";
+            std::ofstream(source) << "original";
+            std::ofstream(upload) << "new";
             const fs::path final = share / finalName;
             wasKilled = killedBeforeChange(
                 kills, [&] { swapOnNetwork(source, Files::attributes(source), upload, final, 3); });
             SwapJournal::recover();
 
-            const bool hasOriginal = readFile(source) == "original";
             const bool hasNew = readFile(final) == "new";
-            EXPECT_TRUE(hasOriginal || hasNew) << "killed before change " << kills;
+            EXPECT_TRUE(readFile(source) == "original" || hasNew) << "killed before change " << kills;
+            EXPECT_LE(namesWith(share, "original"), 1) << kills;
+            EXPECT_LE(namesWith(share, "new"), 1) << kills;
             EXPECT_FALSE(fs::exists(share / ".Film.mkv.kestrel-original")) << kills;
             EXPECT_FALSE(fs::exists(SwapJournal::file())) << kills;
             if (!wasKilled) {
@@ -168,6 +183,88 @@ TEST(NetworkSwap, aCrashAtAnyPointIsRepaired)
         }
         EXPECT_GT(kills, 8);
     }
+}
+
+TEST(NetworkSwap, aCrashAtAnyPointIsRepaired)
+{
+    const Sandbox folder;
+    expectRepairAfterEveryKill(folder.path());
+}
+
+// There the film has two names for a moment; only the first of these shares tells that they are one file's.
+TEST_F(ShareTest, aCrashAtAnyPointIsRepairedWhereMovesAreMadeOfLinks)
+{
+    SKIP_WITHOUT(share);
+    expectRepairAfterEveryKill(folder / "nas");
+    fs::create_directory(folder / "sftp");
+    const Mount sshfs = Mount::sshfs(folder / "sftp", folder / "ssh");
+    SKIP_WITHOUT(sshfs);
+    expectRepairAfterEveryKill(folder / "ssh");
+}
+
+// Somebody saves a film under this name at any moment of the swap.
+TEST_F(ShareTest, aFileThatAppearsUnderTheFilmsNameIsNeverReplaced)
+{
+    SKIP_WITHOUT(share);
+    const std::string theirs = "somebody else's";
+    for (const char *finalName : {"Film.mkv", "Film.mp4"}) {
+        bool wasReached = true;
+        for (int n = 0; wasReached; ++n) {
+            const fs::path place = folder / "nas" / (finalName + std::to_string(n));
+            fs::create_directory(place);
+            const fs::path source = place / "Film.mkv", upload = place / ".Film.kestrel-upload";
+            std::ofstream(source) << "original";
+            std::ofstream(upload) << "new";
+            const fs::path final = place / finalName;
+            bool hasAppeared = false;
+            wasReached = interruptedBeforeChange(
+                n, [&] { swapOnNetwork(source, Files::attributes(source), upload, final, 3); },
+                [&] {
+                    hasAppeared = !fs::exists(final);
+                    if (hasAppeared)
+                        std::ofstream(final) << theirs;
+                });
+            SwapJournal::recover();
+            EXPECT_EQ(namesWith(place, theirs), hasAppeared ? 1 : 0) << finalName << " before change " << n;
+            EXPECT_EQ(namesWith(place, "original") + namesWith(place, "new"), 1) << finalName << " " << n;
+        }
+    }
+    EXPECT_THAT(SwapJournal::entries(), IsEmpty());
+}
+
+TEST(NetworkSwap, aSecondNameOfTheSourceIsNoEarlierOriginal)
+{
+    const Sandbox share;
+    const fs::path source = share.write("Film.avi", "original");
+    fs::create_hard_link(source, share / ".Film.avi.kestrel-original");
+    const fs::path upload = share.write(".Film.kestrel-upload", "new");
+    swapOnNetwork(source, Files::attributes(source), upload, share / "Film.mkv", 3);
+    EXPECT_THAT(names(share.path()), ElementsAre("Film.mkv"));
+}
+
+// sshfs numbers the files anew whenever the kernel has forgotten them, and after a reconnection.
+TEST_F(ShareTest, aFilmOnSshfsIsSwappedAlsoAfterAReconnection)
+{
+    fs::create_directory(folder / "sftp");
+    const Mount sshfs = Mount::sshfs(folder / "sftp", folder / "ssh");
+    SKIP_WITHOUT(sshfs);
+    const StorageLocation location = StorageLocation::detect(folder / "ssh");
+    EXPECT_EQ(location.title(), "Netzwerk (SFTP)");
+    EXPECT_FALSE(location.hasRecycleBin);
+    fs::create_directory(folder / "sftp/.recycle");
+    EXPECT_TRUE(StorageLocation::detect(folder / "ssh").hasRecycleBin);
+
+    folder.put(Clips::film(), "sftp/A.mkv");
+    const fs::path film = folder.put(Clips::film(), "ssh/Film.mkv");
+    const auto before = fs::last_write_time(film);
+    ffmpeg("/usr/bin/ffmpeg \"$@\" || exit\ncd /; umount " + quoted(folder / "ssh") +
+           "; sshfs -o 'ssh_command=sh -c /usr/lib/openssh/sftp-server' server:" + quoted(folder / "sftp") +
+           " " + quoted(folder / "ssh") + "; stat " + quoted(folder / "ssh/A.mkv"));
+    EXPECT_EQ(failure(film), "");
+    EXPECT_EQ(probe(film).video->codec, "hevc");
+    EXPECT_EQ(fs::last_write_time(film), before);
+    EXPECT_EQ(uploads, 1);
+    EXPECT_THAT(names(folder / "sftp"), ElementsAre(".recycle", "A.mkv", "Film.mkv"));
 }
 
 TEST_F(JobTest, aCrashAtAnyPointOfALocalSwapLosesNothing)

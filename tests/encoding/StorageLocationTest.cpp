@@ -40,10 +40,15 @@ TEST(StorageLocation, isANetworkByTheTypeOfItsFileSystem)
     const Sandbox sandbox;
     const struct {
         const char *type, *title;
-    } cases[] = {{"smbfs", "Netzwerk (SMB)"}, {"nfs", "Netzwerk (NFS)"},
-                 {"afpfs", "Netzwerk (AFP)"}, {"webdav", "Netzwerk (WebDAV)"},
-                 {"ftp", "Netzwerk (FTP)"},   {"SMBFS", "Lokal"},
-                 {"ext4", "Lokal"},           {"", "Lokal"}};
+    } cases[] = {{"smbfs", "Netzwerk (SMB)"},
+                 {"nfs", "Netzwerk (NFS)"},
+                 {"afpfs", "Netzwerk (AFP)"},
+                 {"webdav", "Netzwerk (WebDAV)"},
+                 {"ftp", "Netzwerk (FTP)"},
+                 {"sftp", "Netzwerk (SFTP)"},
+                 {"SMBFS", "Lokal"},
+                 {"ext4", "Lokal"},
+                 {"", "Lokal"}};
     for (const auto &[type, title] : cases) {
         const auto location = StorageLocation::classify(share(type, sandbox.path()), sandbox / "Serien");
         EXPECT_EQ(location.title(), title);
@@ -119,6 +124,10 @@ TEST(Mount, tellsTheShareItShows)
          "nas"},
         {mounted("fuse", "https://nas/dav"), "/mnt/nas", "webdav", "https://nas/dav", "/mnt/nas", "nas"},
         {mounted("fuse", "curlftpfs#ftp://nas/"), "/mnt/nas", "ftp", "ftp://nas/", "/mnt/nas", "nas"},
+        {mounted("fuse.sshfs", "anna@nas:/filme"), "/mnt/nas/a", "sftp", "sftp://anna@nas/filme", "/mnt/nas",
+         "nas"},
+        {mounted("fuse.sshfs", "[fd00::1]:filme"), "/mnt/nas", "sftp", "sftp://[fd00::1]/~/filme", "/mnt/nas",
+         "nas"},
         {mounted("fuse", "/dev/sdb1"), "/mnt/nas", "fuse", nullptr, "/mnt/nas", "nas"},
         {mounted("fuse.mergerfs", "a:b"), "/mnt/nas", "fuse.mergerfs", nullptr, "/mnt/nas", "nas"},
         {mounted("ext4", "/dev/sda1", "/"), "/home", "ext4", nullptr, "/", nullptr},
@@ -128,12 +137,16 @@ TEST(Mount, tellsTheShareItShows)
         {mounted("fuse.gvfsd-fuse", "gvfsd-fuse", gvfs),
          "/run/user/1000/gvfs/afp-volume:host=nas,user=x,volume=filme", "afpfs", "afp://nas/filme",
          "/run/user/1000/gvfs/afp-volume:host=nas,user=x,volume=filme", "filme"},
-        {mounted("fuse.gvfsd-fuse", "gvfsd-fuse", gvfs), "/run/user/1000/gvfs/sftp:host=nas/a",
+        {mounted("fuse.gvfsd-fuse", "gvfsd-fuse", gvfs), "/run/user/1000/gvfs/sftp:host=nas,user=x/a", "sftp",
+         "sftp://nas/", "/run/user/1000/gvfs/sftp:host=nas,user=x", "nas"},
+        {mounted("fuse.gvfsd-fuse", "gvfsd-fuse", gvfs), "/run/user/1000/gvfs/mtp:host=phone/a",
          "fuse.gvfsd-fuse", nullptr, gvfs, "gvfs"},
         {mounted("fuse.kio-fuse", "kio-fuse", kio), "/run/user/1000/kio-fuse-x/smb/nas/filme/Serien", "smbfs",
          "smb://nas/filme", "/run/user/1000/kio-fuse-x/smb/nas/filme", "filme"},
         {mounted("fuse.kio-fuse", "kio-fuse", kio), "/run/user/1000/kio-fuse-x/ftp/nas/a/b", "ftp",
          "ftp://nas", "/run/user/1000/kio-fuse-x/ftp/nas", "nas"},
+        {mounted("fuse.kio-fuse", "kio-fuse", kio), "/run/user/1000/kio-fuse-x/sftp/x@nas/a/b", "sftp",
+         "sftp://x@nas", "/run/user/1000/kio-fuse-x/sftp/x@nas", "x@nas"},
     };
     for (const auto &[mount, path, type, url, root, name] : cases) {
         const Volume volume = describeMount(mount, path);

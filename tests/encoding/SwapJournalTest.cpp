@@ -4,9 +4,13 @@
 #include <thread>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "encoding/NetworkSwap.h"
+#include "media/Tools.h"
+#include "platform/Files.h"
 #include "support/Sandbox.h"
 
 namespace kestrel::test {
@@ -143,16 +147,86 @@ TEST_F(SwapJournalTest, waitsForAShareThatIsNotMounted)
     EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry()));
 }
 
-TEST_F(SwapJournalTest, anUnreadableJournalCountsAsEmpty)
+TEST_F(SwapJournalTest, whatIsNoJournalIsKeptBesideItUnderAVisibleName)
 {
-    for (const char *text : {"no json", "[]", "{}", "[{\"original\": 1}]", ""}) {
+    const auto kept = [](const char *number = "") {
+        return SwapJournal::file().parent_path() / fmt::format("tauschvorgaenge (unlesbar{}).json", number);
+    };
+    for (const std::string text : {"no json", "{}", "[{\"original\": 1}]", "[{", "null"}) {
         writeJournal(text);
         EXPECT_THAT(SwapJournal::recover(), IsEmpty()) << text;
         EXPECT_FALSE(fs::exists(SwapJournal::file())) << text;
+        EXPECT_EQ(readFile(kept()), text);
+        fs::remove(kept());
+    }
+    for (const char *text : {"[]", ""}) { // nothing is in it
+        writeJournal(text);
+        EXPECT_THAT(SwapJournal::recover(), IsEmpty()) << text;
+        EXPECT_FALSE(fs::exists(SwapJournal::file()) || fs::exists(kept())) << text;
     }
     writeJournal("no json");
-    SwapJournal::add(entry());
+    EXPECT_TRUE(SwapJournal::add(entry()));
     EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry()));
+    writeJournal("no json either");
+    SwapJournal::remove(entry());
+    EXPECT_EQ(readFile(kept()), "no json");
+    EXPECT_EQ(readFile(kept(" 2")), "no json either");
+    fs::remove(kept());
+    fs::remove(kept(" 2"));
+}
+
+TEST_F(SwapJournalTest, oneBadEntryDoesNotCostTheOthers)
+{
+    share.write(".Film.mkv.kestrel-original", "original");
+    SwapJournal::add(entry());
+    std::string text = readFile(SwapJournal::file());
+    text.insert(1, R"({"original":"/a"},[],{"original":"a","backup":".a","final":"a"},)");
+    writeJournal(text);
+    EXPECT_THAT(SwapJournal::entries(), ElementsAre(entry()));
+    EXPECT_THAT(SwapJournal::recover(),
+                ElementsAre("Original wiederhergestellt: " + (share / "Film.mkv").native()));
+    const fs::path kept = SwapJournal::file().parent_path() / "tauschvorgaenge (unlesbar).json";
+    EXPECT_EQ(readFile(kept), text);
+    fs::remove(kept);
+}
+
+TEST_F(SwapJournalTest, isLeftAloneWhileItCannotBeReadAndNoSwapBegins)
+{
+    share.write("Film.avi", "original");
+    share.write(".Film.kestrel-upload", "new");
+    fs::create_directories(SwapJournal::file().parent_path());
+    // Reading from an address where nothing is fails with an I/O error.
+    fs::create_symlink("/proc/self/mem", SwapJournal::file());
+    EXPECT_EQ(SwapJournal::problem(), "Lese- oder Schreibfehler");
+    EXPECT_THAT(SwapJournal::recover(), IsEmpty());
+    SwapJournal::remove(entry());
+    EXPECT_FALSE(SwapJournal::add(entry()));
+    EXPECT_THROW(swapOnNetwork(share / "Film.avi", Files::attributes(share / "Film.avi"),
+                               share / ".Film.kestrel-upload", share / "Film.mkv", 3),
+                 ToolError);
+    EXPECT_EQ(readFile(share / "Film.avi"), "original");
+    EXPECT_TRUE(fs::is_symlink(SwapJournal::file()));
+    fs::remove(SwapJournal::file());
+    EXPECT_EQ(SwapJournal::problem(), std::nullopt);
+}
+
+TEST_F(SwapJournalTest, aFilmWithTwoNamesIsOneFilm)
+{
+    for (const char *final : {"Film.mkv", "Film.mp4"}) {
+        share.write("Film.mkv", "original");
+        fs::create_hard_link(share / "Film.mkv", share / ".Film.mkv.kestrel-original");
+        SwapJournal::add(entry(final), 3);
+        EXPECT_THAT(SwapJournal::recover(),
+                    ElementsAre("Original wiederhergestellt: " + (share / "Film.mkv").native()));
+        EXPECT_THAT(names(share.path()), ElementsAre("Film.mkv"));
+        EXPECT_FALSE(fs::exists(SwapJournal::file()));
+    }
+    // A link to the hidden film is no film.
+    fs::rename(share / "Film.mkv", share / ".Film.mkv.kestrel-original");
+    fs::create_symlink(".Film.mkv.kestrel-original", share / "Film.mkv");
+    SwapJournal::add(entry(), 3);
+    SwapJournal::recover();
+    EXPECT_EQ(readFile(share / "Film (Original).mkv"), "original");
 }
 
 TEST_F(SwapJournalTest, carriesPathsOfAnyBytes)

@@ -1,8 +1,10 @@
 #include <fstream>
 
+#include "encoding/HiddenOriginal.h"
 #include "encoding/SwapJournal.h"
 #include "media/ProbeStore.h"
 #include "model/ModelFixture.h"
+#include "support/Mounts.h"
 
 namespace kestrel::test {
 namespace {
@@ -147,6 +149,71 @@ TEST_F(ModelTest, leftoversGoOnlyWhileNobodyElseIsThere)
     folder.write(".film.kestrel-tmp.mkv", "");
     startAndScan(readOnly);
     EXPECT_TRUE(fs::exists(leftover));
+}
+
+// The journal knows only the place where the share was mounted then.
+TEST_F(ModelTest, aFilmThatASwapLeftHiddenIsNamedWhereItLiesNow)
+{
+    folder.write("server/Serien/.Über'n Wolken.mkv.kestrel-original", "original");
+    folder.write("server/Serien/.2.kestrel-original", "a film of another computer");
+    const fs::path before = folder / "alt/Serien", now = folder / "neu/Serien";
+    {
+        const Mount share = Mount::share(folder / "server", folder / "alt");
+        SKIP_WITHOUT(share);
+        SwapJournal::add({before / "Über'n Wolken.mkv", before / ".Über'n Wolken.mkv.kestrel-original",
+                          before / "Über'n Wolken.mp4"});
+    }
+    start();
+    ASSERT_EQ(model->pendingSwaps().size(), 1U);
+    EXPECT_FALSE(model->pendingSwaps()[0].isThere);
+    EXPECT_THAT(model->pendingSwaps()[0].title(), HasSubstr("zurzeit nicht eingebunden"));
+
+    const Mount share = Mount::share(folder / "server", folder / "neu");
+    SKIP_WITHOUT(share);
+    EXPECT_THAT(hiddenOriginalsElsewhere(), ElementsAre(now / ".Über'n Wolken.mkv.kestrel-original"));
+    model->open(folder / "neu");
+    EXPECT_TRUE(idle());
+    EXPECT_EQ(model->message(), "„2“ ist nach einem unterbrochenen Tausch noch versteckt: „" +
+                                    (now / ".2.kestrel-original").native() +
+                                    "“\n„Über'n Wolken.mkv“ ist nach einem " +
+                                    "unterbrochenen Tausch noch versteckt: „" +
+                                    (now / ".Über'n Wolken.mkv.kestrel-original").native() +
+                                    "“\nDer Befehl zum Zurückholen steht in den Einstellungen.");
+    EXPECT_TRUE(model->isMessageOfProblem());
+    EXPECT_THAT(names(now), ElementsAre(".2.kestrel-original", ".Über'n Wolken.mkv.kestrel-original"));
+    ASSERT_EQ(model->pendingSwaps().size(), 2U)
+        << "the journal's film and the one that lies here are the same";
+
+    // The lines work as they are, and never over anything.
+    folder.write("neu/Serien/2", "another film");
+    for (const auto &hidden :
+         pendingSwaps({now / ".2.kestrel-original", now / ".Über'n Wolken.mkv.kestrel-original"}))
+        EXPECT_TRUE(shell("bash -c " + quoted(fs::path(hidden.moveLine()))));
+    EXPECT_THAT(names(now), ElementsAre("2", "2 (Original)", "Über'n Wolken.mkv"));
+    EXPECT_EQ(readFile(now / "2"), "another film");
+
+    model->rescan();
+    EXPECT_TRUE(idle());
+    EXPECT_THAT(model->hiddenHere(), IsEmpty());
+    EXPECT_EQ(model->library().items().size(), 1U);
+
+    AppModel::Options options;
+    options.only = std::set<fs::path>{"Serien/Über'n Wolken.mkv"};
+    fs::rename(now / "Über'n Wolken.mkv", now / ".Über'n Wolken.mkv.kestrel-original");
+    start(options).open(folder / "neu");
+    EXPECT_TRUE(idle());
+    EXPECT_EQ(model->hiddenHere().size(), 1U) << "also where single files are named";
+}
+
+TEST_F(ModelTest, aLineThatBringsAFilmBackCarriesNamesOfAnyBytes)
+{
+    const std::string name = "\xff '\\ \n\u0085$(x).mkv";
+    const fs::path hidden = folder.write("." + name + ".kestrel-original", "original");
+    const auto found = hiddenOriginals({hidden});
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].moveLine().find_first_not_of("\n"), 0U);
+    EXPECT_TRUE(shell("bash -c " + quoted(fs::path(found[0].moveLine()))));
+    EXPECT_THAT(names(folder.path()), ElementsAre(name));
 }
 
 TEST_F(ModelTest, settingsOutliveTheProgramAndNoDamageStopsTheStart)

@@ -48,6 +48,66 @@ TEST(Files, neverMovesOverAnything)
     EXPECT_FALSE(Files::exists(file));
 }
 
+// Neither of the two knows a rename that replaces nothing; the second one knows no links either.
+TEST(Files, neverMovesOverAnythingOnAShare)
+{
+    const Sandbox sandbox;
+    for (const char *name : {"a", "b"})
+        test::fs::create_directory(sandbox / name);
+    const auto linking = test::Mount::share(sandbox / "a", sandbox / "nas");
+    SKIP_WITHOUT(linking);
+    const auto linkless = test::Mount::sshfs(sandbox / "b", sandbox / "server", "disable_hardlink");
+    SKIP_WITHOUT(linkless);
+    for (const path &share : {sandbox / "nas", sandbox / "server"}) {
+        const path file = sandbox.write(share / "Film.mkv", "neu"), other = share / "besetzt.mkv";
+        sandbox.write(other, "alt");
+        EXPECT_EQ(failureOf([&] { Files::moveToFreeName(file, other); }), std::errc::file_exists) << share;
+        EXPECT_EQ(failureOf([&] { Files::moveToFreeName(share / "fehlt", share / "x"); }),
+                  std::errc::no_such_file_or_directory)
+            << share;
+        EXPECT_EQ(readFile(other), "alt");
+        Files::moveToFreeName(file, share / "frei.mkv");
+        EXPECT_EQ(readFile(share / "frei.mkv"), "neu");
+        test::fs::create_directory(share / "Ordner");
+        Files::moveToFreeName(share / "Ordner", share / "Anderer");
+        EXPECT_THAT(test::names(share), ElementsAre("Anderer", "besetzt.mkv", "frei.mkv"));
+    }
+}
+
+TEST(Files, endsAMoveThatWasCutOffBetweenTwoNames)
+{
+    const Sandbox sandbox;
+    const auto file = sandbox.write("Film.mkv", "neu");
+    test::fs::create_hard_link(file, sandbox / "Ziel.mkv");
+    EXPECT_TRUE(Files::areNamesOfOneFile(file, sandbox / "Ziel.mkv"));
+    Files::moveToFreeName(file, sandbox / "Ziel.mkv");
+    EXPECT_THAT(test::names(sandbox.path()), ElementsAre("Ziel.mkv"));
+    EXPECT_EQ(readFile(sandbox / "Ziel.mkv"), "neu");
+
+    // A link to a file, and a file under its own name, are no second names of it.
+    test::fs::create_symlink("Ziel.mkv", sandbox / "Link.mkv");
+    for (const path &name : {sandbox / "Link.mkv", sandbox / "Ziel.mkv"}) {
+        EXPECT_FALSE(Files::areNamesOfOneFile(name, sandbox / "Ziel.mkv"));
+        EXPECT_EQ(failureOf([&] { Files::moveToFreeName(sandbox / "Ziel.mkv", name); }),
+                  std::errc::file_exists)
+            << name;
+        EXPECT_EQ(readFile(sandbox / "Ziel.mkv"), "neu");
+    }
+}
+
+TEST(Files, comparesEveryByte)
+{
+    const Sandbox sandbox;
+    const std::string content(9'000'000, 'x');
+    const auto file = sandbox.write("a", content);
+    EXPECT_TRUE(Files::haveSameBytes(file, sandbox.write("b", content), {}));
+    EXPECT_FALSE(Files::haveSameBytes(file, sandbox.write("b", content + "x"), {}));
+    EXPECT_FALSE(Files::haveSameBytes(file, sandbox.write("b", content.substr(1) + "y"), {}));
+    std::stop_source stopped;
+    stopped.request_stop();
+    EXPECT_THROW(Files::haveSameBytes(file, file, stopped.get_token()), Cancelled);
+}
+
 TEST(Files, tellsVersionsOfAFileApart)
 {
     const Sandbox sandbox;

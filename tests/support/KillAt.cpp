@@ -16,8 +16,9 @@ namespace kestrel::test {
 namespace {
 
 #ifdef __x86_64__
-constexpr std::array changes{SYS_rename, SYS_renameat, SYS_renameat2, SYS_unlink,    SYS_unlinkat,
-                             SYS_rmdir,  SYS_mkdir,    SYS_mkdirat,   SYS_utimensat, SYS_fsync};
+constexpr std::array changes{SYS_rename,    SYS_renameat, SYS_renameat2, SYS_link,    SYS_linkat,
+                             SYS_unlink,    SYS_unlinkat, SYS_rmdir,     SYS_mkdir,   SYS_mkdirat,
+                             SYS_utimensat, SYS_fsync,    SYS_chmod,     SYS_fchmodat};
 
 bool isChange(pid_t child)
 {
@@ -33,9 +34,8 @@ bool isChange(pid_t)
 }
 #endif
 
-} // namespace
-
-bool killedBeforeChange(int n, const std::function<void()> &action)
+// Returns false when the action ended before it got to its n-th change.
+bool runUntilChange(int n, const std::function<void()> &action, const std::function<void(pid_t)> &reached)
 {
     const pid_t child = ::fork();
     if (child < 0)
@@ -63,11 +63,27 @@ bool killedBeforeChange(int n, const std::function<void()> &action)
             continue;
         entering = !entering;
         if (entering && isChange(child) && seen++ == n) {
-            ::kill(child, SIGKILL);
+            reached(child);
             ::waitpid(child, &status, 0);
             return true;
         }
     }
+}
+
+} // namespace
+
+bool killedBeforeChange(int n, const std::function<void()> &action)
+{
+    return runUntilChange(n, action, [](pid_t child) { ::kill(child, SIGKILL); });
+}
+
+bool interruptedBeforeChange(int n, const std::function<void()> &action,
+                             const std::function<void()> &meanwhile)
+{
+    return runUntilChange(n, action, [&](pid_t child) {
+        meanwhile();
+        ::ptrace(PTRACE_DETACH, child, nullptr, nullptr);
+    });
 }
 
 } // namespace kestrel::test

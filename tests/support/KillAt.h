@@ -8,4 +8,9 @@ namespace kestrel::test {
 // changes files, counted from 0. Returns false when the action ended before it got so far.
 bool killedBeforeChange(int n, const std::function<void()> &action);
 
+// The same, but instead of the kill somebody does something else right before that call, and the action goes
+// on to its end.
+bool interruptedBeforeChange(int n, const std::function<void()> &action,
+                             const std::function<void()> &meanwhile);
+
 } // namespace kestrel::test

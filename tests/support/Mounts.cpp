@@ -21,6 +21,12 @@ Mount Mount::share(const fs::path &source, const fs::path &point)
     return {point, fmt::format("bindfs -o subtype=smbnetfs {} {}", quoted(source), quoted(point))};
 }
 
+Mount Mount::sshfs(const fs::path &source, const fs::path &point, const std::string &options)
+{
+    return {point, fmt::format("sshfs -o 'ssh_command=sh -c /usr/lib/openssh/sftp-server'{} server:{} {}",
+                               options.empty() ? "" : "," + options, quoted(source), quoted(point))};
+}
+
 Mount::~Mount()
 {
     if (!m_point.empty() && !m_problem)

@@ -15,6 +15,8 @@ public:
     static Mount tmpfs(const fs::path &point, long bytes);
     // A FUSE pass-through to a folder, which the kernel lists as an SMB share.
     static Mount share(const fs::path &source, const fs::path &point);
+    // A real sshfs, with the SFTP server at the other end of a pipe: no network.
+    static Mount sshfs(const fs::path &source, const fs::path &point, const std::string &options = "");
     ~Mount();
     Mount(Mount &&other) noexcept;
     Mount(const Mount &) = delete;

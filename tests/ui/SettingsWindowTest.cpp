@@ -127,6 +127,25 @@ TEST_F(SettingsWindowTest, asksToRevealTheLog)
     EXPECT_EQ(revealed, Log::file());
 }
 
+TEST_F(SettingsWindowTest, listsSwapsThatWereCutOffWithTheCommandThatEndsThem)
+{
+    show();
+    EXPECT_THAT(*window, Not(says("Tauschvorgänge")));
+    const fs::path hidden = folder.write(".Film.mkv.kestrel-original", "original");
+    model->open(folder.path());
+    ASSERT_TRUE(idle());
+    const std::string line = "mv -n -- '" + hidden.native() + "' '" + (folder / "Film.mkv").native() + "'";
+    EXPECT_THAT(*window, says("„Film.mkv“ ist nach einem unterbrochenen Tausch noch versteckt"));
+    EXPECT_THAT(texts(*window), Contains(line));
+    click(*named<QPushButton>(*window, "Befehl kopieren"));
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), qt(line));
+
+    fs::rename(hidden, folder / "Film.mkv");
+    model->rescan();
+    ASSERT_TRUE(idle());
+    EXPECT_THAT(*window, Not(says("Tauschvorgänge")));
+}
+
 // Whether every line of the picture consists of whole modules, black or white, with white all around.
 void expectSharpCode(double scale)
 {

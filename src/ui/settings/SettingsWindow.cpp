@@ -41,6 +41,21 @@ QWidget *capabilityRow(const ToolReport::Capability &capability)
     return whole;
 }
 
+QWidget *swapRow(const HiddenOriginal &swap)
+{
+    auto *whole = new QWidget;
+    auto *column = new QVBoxLayout(whole);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(Theme::em(0.3));
+    column->addWidget((new Label(qt(swap.title())))->wrapped()->selectable());
+    column->addWidget((new Label(qt(swap.moveLine()), Theme::Size::caption))->wrapped()->selectable());
+    auto *copy = new CopyButton(QStringLiteral("Befehl"));
+    copy->setAutoDefault(false);
+    copy->setCopied(qt(swap.moveLine()));
+    column->addWidget(copy, 0, Qt::AlignLeft);
+    return whole;
+}
+
 } // namespace
 
 SettingsWindow::SettingsWindow(AppModel &model, QWidget *parent)
@@ -52,7 +67,7 @@ SettingsWindow::SettingsWindow(AppModel &model, QWidget *parent)
     const int margin = Theme::em(0.8);
     column->setContentsMargins(margin, margin, margin, margin);
     column->setSpacing(margin);
-    for (Section *section : {sleepSection(), pageSection(), toolSection()})
+    for (Section *section : {swapSection(), sleepSection(), pageSection(), toolSection()})
         column->addWidget(section);
     column->addStretch(1);
     auto *whole = new QVBoxLayout(this);
@@ -63,8 +78,10 @@ SettingsWindow::SettingsWindow(AppModel &model, QWidget *parent)
 
     connect(&model, &AppModel::statusServerChanged, this, &SettingsWindow::showPage);
     connect(&model, &AppModel::toolsChanged, this, &SettingsWindow::showTools);
+    connect(&model, &AppModel::pendingSwapsChanged, this, &SettingsWindow::showSwaps);
     showPage();
     showTools();
+    showSwaps();
 }
 
 QSize SettingsWindow::sizeHint() const
@@ -166,6 +183,21 @@ Section *SettingsWindow::toolSection()
     return section;
 }
 
+// Away while there is nothing to tell.
+Section *SettingsWindow::swapSection()
+{
+    m_swaps = new Section("warning", "Unterbrochene Tauschvorgänge");
+    m_swaps->contents()->addWidget(caption(
+        "Kestrel repariert sie beim nächsten Start oder Analysieren, sobald es kann. Von Hand geht es "
+        "im Terminal, solange nichts konvertiert wird:"));
+    m_swapList = new QWidget;
+    auto *list = new QVBoxLayout(m_swapList);
+    list->setContentsMargins(0, 0, 0, 0);
+    list->setSpacing(Theme::em(0.6));
+    m_swaps->contents()->addWidget(m_swapList);
+    return m_swaps;
+}
+
 void SettingsWindow::addPlace(QGridLayout &rows)
 {
     auto *file = new ElidedLabel(shownBriefly(Log::file()));
@@ -215,6 +247,16 @@ void SettingsWindow::showTools()
         for (const auto &capability : ToolReport::capabilities(*tools))
             m_capabilities->layout()->addWidget(capabilityRow(capability));
     m_capabilities->setVisible(tools.has_value());
+    grow();
+}
+
+void SettingsWindow::showSwaps()
+{
+    const auto &swaps = m_model.pendingSwaps();
+    qDeleteAll(m_swapList->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly));
+    for (const auto &swap : swaps)
+        m_swapList->layout()->addWidget(swapRow(swap));
+    m_swaps->setVisible(!swaps.empty());
     grow();
 }
 

@@ -15,7 +15,7 @@ class Note;
 class QrCode;
 class Section;
 
-// What concerns this computer: its sleep, the status page, ffmpeg and the log.
+// What concerns this computer: its sleep, the status page, ffmpeg, the log, and swaps that were cut off.
 class SettingsWindow : public QDialog {
     Q_OBJECT
 
@@ -33,9 +33,11 @@ private:
     Section *pageSection();
     QWidget *servedPage();
     Section *toolSection();
+    Section *swapSection();
     void addPlace(QGridLayout &rows);
     void showPage();
     void showTools();
+    void showSwaps();
     void grow();
 
     AppModel &m_model;
@@ -50,6 +52,9 @@ private:
     Label *m_program, *m_version;
     Note *m_toolError;
     QWidget *m_capabilities;
+
+    Section *m_swaps;
+    QWidget *m_swapList;
 };
 
 } // namespace kestrel

@@ -1,0 +1,145 @@
+#include "encoding/HiddenOriginal.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+
+#include <fmt/format.h>
+
+#include "encoding/StorageLocation.h"
+#include "encoding/SwapJournal.h"
+#include "media/Prober.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "platform/Volume.h"
+
+namespace kestrel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// As bash reads it; bytes that no terminal shows stand as octal digits.
+std::string quoted(const std::string &word)
+{
+    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F || c == 0xC2; }; // U+0080 …
+    const bool isPlain = Text::repaired(word) == word && std::none_of(word.begin(), word.end(), isControl);
+    std::string result = isPlain ? "'" : "$'";
+    for (const char c : word) {
+        if (isPlain)
+            result += c == '\'' ? std::string("'\\''") : std::string(1, c);
+        else if (isControl(static_cast<unsigned char>(c)) || static_cast<unsigned char>(c) > 0x7F ||
+                 c == '\'' || c == '\\')
+            result += fmt::format("\\{:03o}", static_cast<unsigned char>(c));
+        else
+            result += c;
+    }
+    return result + "'";
+}
+
+// A name that is free in the film's folder, as far as one can see.
+fs::path freeName(const fs::path &film)
+{
+    constexpr int most = 99;
+    fs::path name = film;
+    for (int number = 1; Files::exists(name) && number <= most; ++number)
+        name = SwapJournal::visibleName(film, number);
+    return name;
+}
+
+// ".Film.mkv.kestrel-original"
+fs::path filmOf(const fs::path &hidden)
+{
+    std::string name = hidden.filename().native();
+    if (name.starts_with('.'))
+        name.erase(0, 1);
+    if (name.ends_with(Prober::setAsideSuffix))
+        name.erase(name.size() - Prober::setAsideSuffix.size());
+    return hidden.parent_path() / name;
+}
+
+// Below its share; the whole path where the share is unknown.
+fs::path placeOnShare(const SwapJournal::Record &record)
+{
+    const fs::path &backup = record.entry.backup;
+    return record.mount ? backup.lexically_relative(*record.mount) : backup;
+}
+
+// The same file, although its share may be mounted at another place now.
+bool isOf(const SwapJournal::Record &record, const fs::path &met)
+{
+    const fs::path place = placeOnShare(record);
+    const auto parts = std::distance(place.begin(), place.end());
+    return met == record.entry.backup ||
+           (place.is_relative() && std::distance(met.begin(), met.end()) > parts &&
+            std::equal(place.begin(), place.end(), std::prev(met.end(), parts)));
+}
+
+std::optional<HiddenOriginal> pending(const SwapJournal::Record &record)
+{
+    const auto &[original, backup, final] = record.entry;
+    if (!record.isShareThere())
+        return HiddenOriginal{backup, original, false};
+    if (Files::presence(backup) == Files::Presence::absent)
+        return std::nullopt; // nothing is left to be repaired
+    return HiddenOriginal{backup, freeName(original)};
+}
+
+} // namespace
+
+std::string HiddenOriginal::title() const
+{
+    return fmt::format("„{}“ ist nach einem unterbrochenen Tausch noch versteckt: „{}“{}",
+                       Text::repaired(film.filename().native()), Text::repaired(hidden.native()),
+                       isThere ? "" : " (die Freigabe ist dort zurzeit nicht eingebunden)");
+}
+
+std::string HiddenOriginal::moveLine() const
+{
+    return fmt::format("mv -n -- {} {}", quoted(hidden.native()), quoted(film.native()));
+}
+
+std::vector<HiddenOriginal> hiddenOriginals(const std::vector<fs::path> &met)
+{
+    const auto records = SwapJournal::records();
+    std::vector<HiddenOriginal> result;
+    for (const auto &hidden : met) {
+        const auto known = std::find_if(records.begin(), records.end(),
+                                        [&](const auto &record) { return isOf(record, hidden); });
+        const fs::path film =
+            known == records.end() ? filmOf(hidden) : hidden.parent_path() / known->entry.original.filename();
+        result.push_back({hidden, freeName(film)});
+    }
+    return result;
+}
+
+std::vector<HiddenOriginal> pendingSwaps(const std::vector<fs::path> &met)
+{
+    std::vector<HiddenOriginal> result = hiddenOriginals(met);
+    for (const auto &record : SwapJournal::records()) {
+        if (std::any_of(met.begin(), met.end(), [&](const fs::path &path) { return isOf(record, path); }))
+            continue;
+        if (auto swap = pending(record);
+            swap && std::find(result.begin(), result.end(), *swap) == result.end())
+            result.push_back(std::move(*swap));
+    }
+    return result;
+}
+
+std::vector<fs::path> hiddenOriginalsElsewhere()
+{
+    std::vector<fs::path> found;
+    for (const auto &record : SwapJournal::records()) {
+        if (!record.mount || record.isShareThere())
+            continue;
+        for (const auto &mount : Mount::all()) {
+            const fs::path place = mount.point / placeOnShare(record);
+            const Volume volume = describeMount(mount, mount.point);
+            if (StorageLocation::classify(volume, mount.point).isNetwork() && Files::exists(place))
+                found.push_back(place);
+        }
+    }
+    return found;
+}
+
+} // namespace kestrel
