@@ -5,6 +5,7 @@
 
 #include "media/ProcessRunner.h"
 #include "platform/Text.h"
+#include "platform/Wording.h"
 
 #include <unistd.h>
 
@@ -40,7 +41,8 @@ std::string firstLine(std::string_view text)
 
 ToolError ToolError::notFound(const std::string &tool)
 {
-    return ToolError(tool + " wurde nicht gefunden. Installation im Terminal: brew install ffmpeg");
+    return ToolError(tool + " wurde nicht gefunden. Installation im Terminal: " +
+                     std::string(Wording::text(Words::installFfmpeg)));
 }
 
 ToolError ToolError::failed(const std::string &message)
