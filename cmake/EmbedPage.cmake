@@ -1,10 +1,14 @@
 # Makes one constant of the status page's three files and one of its icon:
-#   cmake -DPAGE=folder -DICON=file.png -DOUTPUT=StatusPage.cpp -P EmbedPage.cmake
+#   cmake -DPAGE=folder -DWORDS=page-words -DICON=file.png -DOUTPUT=StatusPage.cpp -P EmbedPage.cmake
 file(READ ${PAGE}/page.html html)
 file(READ ${PAGE}/page.css style)
 file(READ ${PAGE}/page.js script)
 string(REPLACE "@STYLE@\n" "${style}" html "${html}")
 string(REPLACE "@SCRIPT@\n" "${script}" html "${html}")
+while(html MATCHES "@([A-Z_]+)@")
+  execute_process(COMMAND ${WORDS} ${CMAKE_MATCH_1} OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+  string(REPLACE "@${CMAKE_MATCH_1}@" "${text}" html "${html}")
+endwhile()
 
 file(READ ${ICON} icon HEX)
 string(LENGTH "${icon}" digits)

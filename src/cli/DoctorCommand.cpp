@@ -98,7 +98,6 @@ int runDoctor(const Interrupt &interrupt)
         tellTools(Tools::locate(interrupt.token()), interrupt.token());
     } catch (const ToolError &error) {
         Terminal::print("  {}\n", Terminal::red(error.what()));
-        row("Unter Debian", std::string(ToolReport::installCommand));
         status = ExitStatus::unusable;
     }
     std::string folders;

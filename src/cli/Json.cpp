@@ -1,14 +1,13 @@
 #include "cli/Json.h"
 
-#include <chrono>
 #include <optional>
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include "encoding/CommandBuilder.h"
 #include "encoding/ConversionJob.h"
 #include "platform/Text.h"
+#include "platform/Timestamp.h"
 
 namespace kestrel::Json {
 
@@ -18,11 +17,6 @@ template <typename Type>
 Value orNull(const std::optional<Type> &value)
 {
     return value ? Value(*value) : Value();
-}
-
-std::string iso8601(FileTime time)
-{
-    return fmt::format("{:%Y-%m-%dT%H:%M:%S}Z", std::chrono::floor<std::chrono::seconds>(time));
 }
 
 const char *name(StreamAction action)
@@ -172,7 +166,7 @@ Value value(const MediaInfo &info)
     return {
         {"url", text(info.url)},
         {"fileSize", info.fileSize},
-        {"modified", iso8601(info.modified)},
+        {"modified", timestamp(info.modified)},
         {"duration", info.duration},
         {"playTime", info.playTime()},
         {"formatName", info.formatName},

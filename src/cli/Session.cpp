@@ -185,8 +185,7 @@ void Session::requireTools()
     waitUntil([this] { return m_model.tools() || m_model.toolError(); });
     throwIfStopped(m_interrupt.token());
     if (m_model.toolError())
-        throw ToolError::failed(
-            fmt::format("{}\nUnter Debian: sudo apt install ffmpeg", *m_model.toolError()));
+        throw ToolError::failed(*m_model.toolError());
     if (m_model.settings().codec == wanted)
         return;
     const auto sentence =

@@ -9,10 +9,10 @@
 #include <system_error>
 #include <thread>
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include "platform/Paths.h"
+#include "platform/Timestamp.h"
 
 namespace kestrel::Log {
 
@@ -90,8 +90,7 @@ const fs::path &file()
 
 void write(std::string_view message)
 {
-    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-    std::string line = fmt::format("[{:%Y-%m-%dT%H:%M:%S}Z] {}\n", now, message);
+    std::string line = fmt::format("[{}] {}\n", timestamp(std::chrono::system_clock::now()), message);
     file(); // made before the queue, so that it outlives it
     queue().push(std::move(line));
 }

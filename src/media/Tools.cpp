@@ -6,6 +6,7 @@
 
 #include "media/ProcessRunner.h"
 #include "platform/Text.h"
+#include "platform/Wording.h"
 
 #include <unistd.h>
 
@@ -52,7 +53,8 @@ int libraryVersion(const std::string &text, const std::string &library)
 
 ToolError ToolError::notFound(const std::string &tool)
 {
-    return ToolError(tool + " wurde nicht gefunden. Installation im Terminal: brew install ffmpeg");
+    return ToolError(tool + " wurde nicht gefunden. Installation im Terminal: " +
+                     std::string(Wording::text(Words::installFfmpeg)));
 }
 
 ToolError ToolError::failed(const std::string &message)

@@ -8,8 +8,6 @@
 // What the located ffmpeg is able to do, and how to get what it lacks; in German.
 namespace kestrel::ToolReport {
 
-inline constexpr std::string_view installCommand = "sudo apt install ffmpeg"; // on Debian
-
 struct Capability {
     std::string_view name;
     bool isThere;

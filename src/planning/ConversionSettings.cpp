@@ -5,6 +5,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "platform/Wording.h"
+
 namespace kestrel {
 
 using nlohmann::json;
@@ -32,7 +34,7 @@ constexpr std::array<CodecTraits, 3> codecTraits{{
      {19, 21, 23, 25, 28}, {14, 36}, -0.6,
      {"medium", "slow"}, {1.25, 1.0}, {125, 45}, {1.0, 1.4, 1.4, 1.4}},
     {VideoCodecChoice::av1SVT, "av1SVT", "AV1", "AV1",
-     "Gleiche Kompression wie H.265, auf Apple Computern schneller", "av1",
+     {}, "av1", // see summary()
      {14, 19, 23, 27, 32}, {8, 50}, -0.28,
      {"8", "6"}, {1.3, 0.9}, {440, 230}, {1.0, 1.2, 1.22, 1.22}},
     {VideoCodecChoice::keepVideo, "keepVideo", "Codec beibehalten", "beibehalten",
@@ -184,7 +186,10 @@ string_view title(OutputContainer container) { return row(containerLabels, conta
 string_view title(OutputMode mode) { return row(modeLabels, mode).title; }
 string_view title(UnknownAudioPolicy policy) { return row(policyLabels, policy).title; }
 string_view shortName(VideoCodecChoice codec) { return row(codecTraits, codec).shortName; }
-string_view summary(VideoCodecChoice codec) { return row(codecTraits, codec).summary; }
+string_view summary(VideoCodecChoice codec)
+{
+    return codec == VideoCodecChoice::av1SVT ? Wording::text(Words::av1Summary) : row(codecTraits, codec).summary;
+}
 string_view explanation(QualityLevel quality) { return row(qualityTraits, quality).explanation; }
 // clang-format on
 

@@ -209,7 +209,7 @@ function render(s) {
     list("folders", "Ordner", withKeys(s.folders || [], (f) => f.name, (f) => folder(f, fill))),
     list("recent", "Zuletzt fertig", withKeys(s.recent || [], (r) => r.name, recent)),
     !s.folder && h("p", { key: "empty", class: "card empty" },
-      "Öffne in Kestrel auf dem Mac einen Ordner – dann erscheint hier der Fortschritt."),
+      "@WITHOUT_FOLDER@"),
     h("footer", { key: "footer" }, "Stand " + time + (s.computer ? " · " + s.computer : "")),
   ].flat().filter(Boolean)));
   document.title = s.state === "converting" && hasProgress ? percentText(s.progress) + " · Kestrel" : "Kestrel";

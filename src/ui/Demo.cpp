@@ -4,6 +4,7 @@
 #include <QDialog>
 #include <QEventLoop>
 #include <QMessageBox>
+#include <QPainter>
 #include <QPixmap>
 #include <QTimer>
 #include <cstdio>
@@ -73,6 +74,24 @@ SampleResult madeUpSample(const FileItem &item)
     return sample;
 }
 
+// Says below the picture that what it shows is made up.
+QPixmap captioned(const QPixmap &picture, const QPalette &palette)
+{
+    const auto &colors = Theme::colors(palette);
+    const QSizeF size = picture.deviceIndependentSize();
+    const QRectF strip(0, size.height(), size.width(), Theme::em(1.8));
+    QPixmap whole(QSizeF(size.width(), strip.bottom()).toSize() * picture.devicePixelRatio());
+    whole.setDevicePixelRatio(picture.devicePixelRatio());
+    whole.fill(colors.card);
+    QPainter painter(&whole);
+    painter.drawPixmap(QPointF(), picture);
+    painter.fillRect(QRectF(0, strip.top(), strip.width(), 1), colors.line);
+    painter.setFont(Theme::font(Theme::Size::caption));
+    painter.setPen(colors.muted);
+    painter.drawText(strip, Qt::AlignCenter, QStringLiteral("Simulierter Lauf"));
+    return whole;
+}
+
 class Camera {
 public:
     explicit Camera(std::filesystem::path folder) : m_folder(std::move(folder)) {}
@@ -85,7 +104,7 @@ public:
     void takeAtOnce(QWidget &widget, const char *name)
     {
         const auto file = m_folder / (std::string(name) + ".png");
-        if (!widget.grab().save(QString::fromStdString(file.native()))) {
+        if (!captioned(widget.grab(), widget.palette()).save(QString::fromStdString(file.native()))) {
             fmt::print(stderr, "{} kann nicht geschrieben werden.\n", Text::repaired(file.native()));
             m_hasFailed = true;
         }

@@ -13,6 +13,7 @@
 #include "model/UserDefaults.h"
 #include "support/Clips.h"
 #include "support/Http.h"
+#include "support/LocalTime.h"
 #include "support/StatusPort.h"
 
 namespace kestrel::test {
@@ -207,6 +208,17 @@ TEST(Program, planTellsEverythingAndChangesNothing)
     EXPECT_EQ(totals["weakestKind"], "heuristic");
     EXPECT_TRUE(fs::exists(leftover));
     EXPECT_FALSE(fs::exists(sandbox.path().native() + " (Kestrel)"));
+}
+
+TEST(Program, timesAreUtcInEveryTimeZone)
+{
+    using namespace std::chrono;
+    const LocalTime japan("JST-9");
+    const Sandbox sandbox;
+    const fs::path film = sandbox.put(Clips::film(), "film.mkv");
+    fs::last_write_time(film, file_clock::from_sys(sys_days(2026y / January / 2) + 20h + 15min + 9s));
+    const Json plan = Json::parse(kestrel({"plan", sandbox.path(), "--json"}).standardOutput);
+    EXPECT_EQ(plan["files"][0]["info"]["modified"], "2026-01-02T20:15:09Z");
 }
 
 TEST(Program, theTableFitsAndSteersNoTerminal)

@@ -1,5 +1,7 @@
 #include "media/Log.h"
 
+#include <array>
+#include <ctime>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -7,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/LocalTime.h"
 #include "support/Sandbox.h"
 
 namespace kestrel {
@@ -17,6 +20,14 @@ using test::readFile;
 using testing::MatchesRegex;
 
 const std::string stamp = "\\[[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z\\] ";
+
+std::string utcNow()
+{
+    const std::time_t now = std::time(nullptr);
+    std::array<char, sizeof "2026-01-02T20:15:00Z"> text{};
+    std::strftime(text.data(), text.size(), "%FT%TZ", std::gmtime(&now));
+    return text.data();
+}
 
 // The place is chosen once for each process; every test begins without a file there.
 class LogFile : public testing::Test {
@@ -35,6 +46,17 @@ TEST_F(LogFile, growsByOneStampedLineForEachCall)
     Log::flush();
     EXPECT_THAT(readFile(Log::file()),
                 MatchesRegex(stamp + "Rest entfernt: /filme/ä\n" + stamp + "zwei\nund drei\n"));
+}
+
+TEST_F(LogFile, isStampedWithUtcInEveryTimeZone)
+{
+    const test::LocalTime japan("JST-9");
+    const std::string before = utcNow();
+    Log::write("x");
+    Log::flush();
+    const std::string written = readFile(Log::file()).substr(1, before.size());
+    EXPECT_LE(before, written);
+    EXPECT_LE(written, utcNow());
 }
 
 TEST_F(LogFile, keepsLinesWholeAndInOrderWithinEachThread)

@@ -70,9 +70,9 @@ TEST_F(Located, takesTheFirstFolderWithAnExecutableFile)
 
 TEST_F(Located, saysWhichToolIsMissingAndWhatToInstall)
 {
-    EXPECT_EQ(failure(), "ffmpeg wurde nicht gefunden. Installation im Terminal: brew install ffmpeg");
+    EXPECT_EQ(failure(), "ffmpeg wurde nicht gefunden. Installation im Terminal: sudo apt install ffmpeg");
     standIn(sandbox, "a/ffmpeg", fullFFmpeg);
-    EXPECT_EQ(failure(), "ffprobe wurde nicht gefunden. Installation im Terminal: brew install ffmpeg");
+    EXPECT_EQ(failure(), "ffprobe wurde nicht gefunden. Installation im Terminal: sudo apt install ffmpeg");
 }
 
 } // namespace kestrel

@@ -265,7 +265,7 @@ TEST_F(ModelTest, aCodecThatFfmpegLacksIsGivenUpForGood)
     fs::remove(toolbox / "ffprobe");
     start().open(folder.path());
     EXPECT_EQ(model->toolError(),
-              "ffprobe wurde nicht gefunden. Installation im Terminal: brew install ffmpeg");
+              "ffprobe wurde nicht gefunden. Installation im Terminal: sudo apt install ffmpeg");
     EXPECT_FALSE(model->isBusy());
 }
 

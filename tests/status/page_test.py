@@ -157,7 +157,7 @@ class Page(unittest.TestCase):
         self.load(empty())
         self.assertEqual(self.text("h1"), ["Kein Ordner geöffnet"])
         self.assertEqual(self.text(".empty"),
-                         ["Öffne in Kestrel auf dem Mac einen Ordner – dann erscheint hier der Fortschritt."])
+                         ["Öffne in Kestrel auf dem Computer einen Ordner – dann erscheint hier der Fortschritt."])
         self.assertEqual(self.text("h2"), [])
         self.refresh(snapshot())
         self.refresh(empty())
@@ -225,7 +225,7 @@ class Page(unittest.TestCase):
             self.browser.run("refresh()")
             self.browser.wait_for("document.body.classList.contains('is-offline')")
             self.assertEqual(self.text("#offline"), [
-                "Keine Verbindung zum Mac. Läuft Kestrel noch, und ist das iPhone im selben WLAN?"])
+                "Keine Verbindung zum Computer. Läuft Kestrel noch, und ist das Smartphone im selben WLAN?"])
             self.browser.wait_for("getComputedStyle(document.querySelector('main')).opacity === '0.45'")
             self.assertEqual(self.text(".percent"), before)
             self.show(snapshot(progress=0.5))

@@ -155,7 +155,7 @@ TEST_F(DetailSheetTest, asksForWhatOthersDo)
     QObject::connect(sheet.get(), &DetailSheet::revealRequested,
                      [&](const fs::path &file) { revealed = file; });
     QObject::connect(sheet.get(), &DetailSheet::measureRequested, [&] { ++measured; });
-    button("Im Finder zeigen")->click();
+    button("Im Dateimanager zeigen")->click();
     EXPECT_EQ(revealed, folder / "B.avi");
     button("Genau schätzen")->click();
     EXPECT_EQ(measured, 1);

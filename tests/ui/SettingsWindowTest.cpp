@@ -65,12 +65,12 @@ TEST_F(SettingsWindowTest, theServedPageIsShownWithItsAddresses)
     if (model->statusURLs().empty())
         GTEST_SKIP() << "no network card is up";
     const QString first = qt(model->statusURLs().front());
-    EXPECT_THAT(*window, says("Mit der iPhone-Kamera scannen oder in Safari eingeben:"));
+    EXPECT_THAT(*window, says("Mit der Kamera des Smartphones scannen oder im Browser eingeben:"));
     EXPECT_THAT(texts(*window), Contains(first.toStdString()));
     EXPECT_THAT(*window,
                 says("Über Teilen → „Zum Home-Bildschirm“ wird die Seite zum App-Symbol. Sie "
-                     "aktualisiert sich von selbst, funktioniert im selben WLAN wie der Mac und kann "
-                     "nichts steuern."));
+                     "aktualisiert sich von selbst, funktioniert im selben WLAN wie der Computer und "
+                     "kann nichts steuern."));
     const auto *code = window->findChild<QrCode *>();
     EXPECT_EQ(code->accessibleName(), first);
     EXPECT_TRUE(code->isVisible());
@@ -79,7 +79,7 @@ TEST_F(SettingsWindowTest, theServedPageIsShownWithItsAddresses)
 
     click(*named<CheckRow>(*window, "Fortschritt im Heimnetz als Webseite anzeigen"));
     EXPECT_FALSE(code->isVisible());
-    EXPECT_THAT(*window, Not(says("Safari")));
+    EXPECT_THAT(*window, Not(says("im Browser eingeben")));
 }
 
 TEST_F(SettingsWindowTest, aPageThatCannotBeServedTellsWhy)
@@ -90,7 +90,7 @@ TEST_F(SettingsWindowTest, aPageThatCannotBeServedTellsWhy)
     show({.servesStatusPage = true});
     ASSERT_TRUE(eventually([&] { return model->statusServerError().has_value(); }));
     EXPECT_THAT(texts(*window), Contains(*model->statusServerError()));
-    EXPECT_THAT(*window, Not(says("Safari")));
+    EXPECT_THAT(*window, Not(says("im Browser eingeben")));
 }
 
 TEST_F(SettingsWindowTest, namesFfmpegAndWhatItCan)
@@ -112,7 +112,8 @@ TEST_F(SettingsWindowTest, aMissingFfmpegIsNotFound)
     fs::remove(toolbox / "ffmpeg");
     show();
     EXPECT_THAT(texts(*window), Contains("nicht gefunden"));
-    EXPECT_THAT(*window, says("sudo apt install ffmpeg"));
+    EXPECT_THAT(texts(*window),
+                Contains("ffmpeg wurde nicht gefunden. Installation im Terminal: sudo apt install ffmpeg"));
     EXPECT_THAT(*window, Not(says("libvmaf")));
 }
 
@@ -123,7 +124,7 @@ TEST_F(SettingsWindowTest, asksToRevealTheLog)
     fs::path revealed;
     QObject::connect(window.get(), &SettingsWindow::revealRequested,
                      [&](const fs::path &file) { revealed = file; });
-    click(*named<QPushButton>(*window, "Im Finder zeigen"));
+    click(*named<QPushButton>(*window, "Im Dateimanager zeigen"));
     EXPECT_EQ(revealed, Log::file());
 }
 

@@ -126,7 +126,12 @@ TEST_F(WindowTest, aScreenReaderIsToldWhatTheToolsDo)
             told.insert(
                 QAccessible::queryAccessibleInterface(button)->text(QAccessible::Description).toStdString());
     EXPECT_THAT(told, testing::Contains("Messung beenden – bisherige Stichproben bleiben erhalten"));
-    EXPECT_THAT(told, testing::Contains("Allgemeine Einstellungen (⌘,)"));
+    for (const char *help : {"Ordner mit Videos wählen (Strg+O)", "Ordner neu einlesen (Strg+R)",
+                             "Allgemeine Einstellungen (Strg+,)",
+                             "60 Sekunden der ausgewählten Datei mit den aktuellen Einstellungen erzeugen – "
+                             "zum Testen am Fernseher "
+                             "(landet in Movies/Kestrel Probeclips)"})
+        EXPECT_THAT(told, testing::Contains(help));
     EXPECT_THAT(told, testing::Each(testing::Not(HasSubstr("<")))) << "no markup";
     model->stop();
     EXPECT_TRUE(idle());
@@ -160,6 +165,7 @@ TEST_F(WindowTest, showsThePageThatFits)
     openWindow();
     EXPECT_TRUE(shows("ffmpeg fehlt"));
     EXPECT_TRUE(shows(qt(*model->toolError())));
+    EXPECT_TRUE(shows("Danach Kestrel neu starten.")) << "how to install it is told once";
 }
 
 TEST_F(WindowTest, theFolderOfLastTimeIsOfferedWhereItIsThere)

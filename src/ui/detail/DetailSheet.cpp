@@ -145,11 +145,12 @@ QWidget *DetailSheet::makeContents()
 
 QLayout *DetailSheet::makeButtons()
 {
-    m_reveal = button(QStringLiteral("external"), QStringLiteral("Im &Finder zeigen"), {});
+    m_reveal = button(QStringLiteral("external"), revealLabel(), {});
     m_clip = button(
         QStringLiteral("film"), QStringLiteral("&Probeclip"),
         QStringLiteral("60 Sekunden dieser Datei mit den aktuellen Einstellungen erzeugen – zum Testen am "
-                       "Fernseher (landet in Filme/Kestrel Probeclips)"));
+                       "Fernseher (landet in %1)")
+            .arg(qt(Wording::text(Words::clipFolder))));
     m_previous = button({}, QStringLiteral("&Vorherige"), QStringLiteral("Die Datei darüber zeigen (Alt+↑)"));
     connect(new QShortcut(Qt::ALT | Qt::Key_Up, this), &QShortcut::activated, m_previous,
             &QPushButton::click);

@@ -7,12 +7,19 @@
 #include <string_view>
 
 #include "platform/Text.h"
+#include "platform/Wording.h"
 
 namespace kestrel {
 
 inline QString qt(std::string_view text)
 {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+// With a letter to choose it by.
+inline QString revealLabel()
+{
+    return QLatin1Char('&') + qt(Wording::text(Words::revealFile));
 }
 
 // A name or path, with broken bytes replaced.

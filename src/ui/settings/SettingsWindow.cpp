@@ -20,7 +20,7 @@ namespace kestrel {
 
 namespace {
 
-constexpr double usualWidth = 36; // in heights of the text
+constexpr double usualWidth = 39; // in heights of the text
 
 QWidget *capabilityRow(const ToolReport::Capability &capability)
 {
@@ -104,15 +104,13 @@ Section *SettingsWindow::sleepSection()
     section->contents()->addWidget(
         switchRow(m_model, "Ruhezustand des Computers während der Konvertierung deaktivieren",
                   &ConversionSettings::preventSleep));
-    section->contents()->addWidget(caption(
-        "Der Mac schläft nicht ein, solange konvertiert oder gemessen wird – auch wenn die Einstellung "
-        "mitten im Lauf geändert wird. Der Bildschirm darf sich trotzdem ausschalten."));
+    section->contents()->addWidget(caption(qt(Wording::text(Words::sleepNote))));
     return section;
 }
 
 Section *SettingsWindow::pageSection()
 {
-    auto *section = new Section("phone", "Fortschritt auf dem iPhone");
+    auto *section = new Section("phone", qt(Wording::text(Words::pageHeading)));
     m_pageError = new Note("warning", Theme::Tone::orange);
     m_served = servedPage();
     section->contents()->addWidget(
@@ -132,7 +130,7 @@ QWidget *SettingsWindow::servedPage()
 
     auto *texts = new QVBoxLayout;
     texts->setSpacing(Theme::em(0.5));
-    texts->addWidget((new Label("Mit der iPhone-Kamera scannen oder in Safari eingeben:"))->wrapped());
+    texts->addWidget((new Label(qt(Wording::text(Words::pageInvitation))))->wrapped());
     texts->addWidget(m_address);
     texts->addWidget(m_copy, 0, Qt::AlignLeft);
     texts->addWidget(m_otherAddresses);
@@ -147,9 +145,7 @@ QWidget *SettingsWindow::servedPage()
     column->setContentsMargins(0, Theme::em(0.2), 0, 0);
     column->setSpacing(Theme::em(0.6));
     column->addLayout(row);
-    column->addWidget(caption(
-        "Über Teilen → „Zum Home-Bildschirm“ wird die Seite zum App-Symbol. Sie aktualisiert sich von "
-        "selbst, funktioniert im selben WLAN wie der Mac und kann nichts steuern."));
+    column->addWidget(caption(qt(Wording::text(Words::pageNote))));
     return served;
 }
 
@@ -201,7 +197,7 @@ Section *SettingsWindow::swapSection()
 void SettingsWindow::addPlace(QGridLayout &rows)
 {
     auto *file = new ElidedLabel(shownBriefly(Log::file()));
-    auto *reveal = new QPushButton(Icon::named("folder-open"), "Im &Finder zeigen");
+    auto *reveal = new QPushButton(Icon::named("folder-open"), revealLabel());
     reveal->setAutoDefault(false);
     connect(reveal, &QPushButton::clicked, this, [this] { emit revealRequested(Log::file()); });
     auto *row = new QHBoxLayout;
@@ -239,9 +235,7 @@ void SettingsWindow::showTools()
                        : error ? QStringLiteral("nicht gefunden")
                                : QStringLiteral("wird gesucht …"));
     m_version->setText(tools ? qt(tools->version) : QStringLiteral("–"));
-    m_toolError->setText(
-        error ? QStringLiteral("%1\nUnter Debian: %2").arg(qt(*error), qt(ToolReport::installCommand))
-              : QString());
+    m_toolError->setText(qt(error.value_or("")));
     qDeleteAll(m_capabilities->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly));
     if (tools)
         for (const auto &capability : ToolReport::capabilities(*tools))

@@ -8,16 +8,16 @@ namespace kestrel {
 
 namespace {
 
-QAction *make(QObject *parent, const char *text, const char *icon, const char *help,
+QAction *make(QObject *parent, const QString &text, const char *icon, const QString &help,
               const QKeySequence &shortcut = {}, Theme::Tone tone = Theme::Tone::text)
 {
-    auto *action = new QAction(QString::fromUtf8(text), parent);
+    auto *action = new QAction(text, parent);
     if (*icon != '\0')
         action->setIcon(Icon::named(QString::fromUtf8(icon), tone));
-    if (*help != '\0') {
-        action->setToolTip(plainTip(QString::fromUtf8(help)));
-        action->setStatusTip(QString::fromUtf8(help));
-        action->setWhatsThis(QString::fromUtf8(help));
+    if (!help.isEmpty()) {
+        action->setToolTip(plainTip(help));
+        action->setStatusTip(help);
+        action->setWhatsThis(help);
     }
     action->setShortcut(shortcut);
     return action;
@@ -43,11 +43,11 @@ void become(QAction *action, const QString &text, const char *icon, const char *
 
 Commands::Commands(AppModel &model, QObject *parent)
     : QObject(parent),
-      chooseFolder(make(this, "Ordner wählen", "folder-add", "Ordner mit Videos wählen (⌘O)")),
+      chooseFolder(make(this, "Ordner wählen", "folder-add", qt(Wording::text(Words::chooseFolderHelp)))),
       openFolder(make(this, "&Ordner öffnen …", "folder-add", "", QKeySequence::Open)),
-      rescan(make(this, "&Neu analysieren", "refresh", "Ordner neu einlesen (⌘R)",
+      rescan(make(this, "&Neu analysieren", "refresh", qt(Wording::text(Words::rescanHelp)),
                   QKeySequence(Qt::CTRL | Qt::Key_R))),
-      settings(make(this, "&Einstellungen", "settings", "Allgemeine Einstellungen (⌘,)",
+      settings(make(this, "&Einstellungen", "settings", qt(Wording::text(Words::settingsHelp)),
                     QKeySequence(Qt::CTRL | Qt::Key_Comma))),
       measure(make(this, "&Genau schätzen", "gauge", measureHelp)),
       measure3(make(this, "&3 Dateien messen", "", "")), measure6(make(this, "&6 Dateien messen", "", "")),
@@ -55,8 +55,9 @@ Commands::Commands(AppModel &model, QObject *parent)
       measureAll(make(this, "&Alle Dateien messen", "", "")),
       probeClip(
           make(this, "P&robeclip", "film",
-               "60 Sekunden der ausgewählten Datei mit den aktuellen Einstellungen erzeugen – zum Testen am "
-               "Fernseher (landet in Filme/Kestrel Probeclips)")),
+               QStringLiteral("60 Sekunden der ausgewählten Datei mit den aktuellen Einstellungen erzeugen "
+                              "– zum Testen am Fernseher (landet in %1)")
+                   .arg(qt(Wording::text(Words::clipFolder))))),
       convert(make(this, "&Konvertieren", "play",
                    "Alle angehakten Dateien mit den aktuellen Einstellungen konvertieren",
                    QKeySequence(Qt::CTRL | Qt::Key_Return))),
@@ -71,7 +72,7 @@ Commands::Commands(AppModel &model, QObject *parent)
       about(make(this, "Ü&ber Kestrel", "info", "")),
       quit(make(this, "&Beenden", "", "", QKeySequence(Qt::CTRL | Qt::Key_Q))),
       details(make(this, "&Details", "info", "", QKeySequence(Qt::CTRL | Qt::Key_I))),
-      reveal(make(this, "Im &Finder zeigen", "folder-open", "")), check(make(this, "&Anhaken", "check", "")),
+      reveal(make(this, revealLabel(), "folder-open", "")), check(make(this, "&Anhaken", "check", "")),
       uncheck(make(this, "&Haken entfernen", "minus", "")),
       measureSelection(make(this, "Genau s&chätzen (nur diese)", "gauge", "")),
       checkAll(make(this, "A&lle anhaken", "", "")), uncheckAll(make(this, "Alle Haken &entfernen", "", "")),

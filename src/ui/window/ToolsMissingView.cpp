@@ -2,7 +2,6 @@
 
 #include <QVBoxLayout>
 
-#include "model/ToolReport.h"
 #include "ui/look/Strings.h"
 #include "ui/window/CentredPage.h"
 
@@ -20,10 +19,8 @@ ToolsMissingView::ToolsMissingView(AppModel &model, QWidget *parent) : QWidget(p
     text->setAlignment(Qt::AlignCenter);
     column->addWidget(text);
     column->addWidget(
-        CentredPage::paragraph(QStringLiteral("Unter Debian und Ubuntu: %1 – danach Kestrel neu starten.")
-                                   .arg(qt(ToolReport::installCommand)),
-                               Theme::Tone::muted),
-        0, Qt::AlignHCenter);
+        CentredPage::paragraph(QStringLiteral("Danach Kestrel neu starten."), Theme::Tone::muted), 0,
+        Qt::AlignHCenter);
     const auto show = [&model, text] { text->setText(qt(Text::repaired(model.toolError().value_or("")))); };
     connect(&model, &AppModel::toolsChanged, this, show);
     show();
