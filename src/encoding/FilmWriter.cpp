@@ -23,8 +23,9 @@ std::vector<std::string> withMadeTimes(const std::vector<std::string> &arguments
 
 } // namespace
 
-End write(CurrentRunner &current, const std::filesystem::path &ffmpeg, const std::vector<std::string> &arguments,
-          const FFmpegRunner::OnProgress &progress, const std::stop_token &stop)
+End write(CurrentRunner &current, const std::filesystem::path &ffmpeg,
+          const std::vector<std::string> &arguments, const FFmpegRunner::OnProgress &progress,
+          const std::stop_token &stop)
 {
     bool lacksTimes = false;
     const auto run = [&](const std::vector<std::string> &words) {
