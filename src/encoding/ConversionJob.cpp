@@ -1,7 +1,6 @@
 #include "encoding/ConversionJob.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <limits>
 #include <mutex>
@@ -26,8 +25,6 @@
 #include "platform/Text.h"
 #include "platform/Uuid.h"
 #include "platform/Volume.h"
-
-#include <unistd.h>
 
 namespace kestrel {
 
@@ -370,16 +367,6 @@ fs::path ConversionJob::localWorkRoot()
 void ConversionJob::cleanLocalWork()
 {
     removeQuietly(Paths::caches() / "Kestrel/Arbeit");
-}
-
-void ConversionJob::requireWritableTarget(const fs::path &file, const ConversionSettings &settings,
-                                          const fs::path &root)
-{
-    fs::path folder = targetDirectory(file, settings, root);
-    while (folder.has_relative_path() && Files::presence(folder) == Files::Presence::absent)
-        folder = folder.parent_path(); // it will be made
-    if (::access(folder.c_str(), W_OK) != 0)
-        throw fs::filesystem_error("access", folder, std::error_code(errno, std::generic_category()));
 }
 
 void ConversionJob::requireSpace(const fs::path &folder, std::int64_t bytes)

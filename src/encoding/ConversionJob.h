@@ -75,9 +75,6 @@ public:
     // Empties it. Never while jobs run, of this or another process.
     static void cleanLocalWork();
 
-    // Throws the file system's error when nothing can be written where the finished file is to go.
-    static void requireWritableTarget(const std::filesystem::path &file, const ConversionSettings &settings,
-                                      const std::filesystem::path &root);
     // Throws ToolError when the volume has less than this much space; one that says 0, or nothing,
     // passes.
     static void requireSpace(const std::filesystem::path &folder, std::int64_t bytes);

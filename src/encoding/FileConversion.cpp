@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "encoding/PlaceCheck.h"
 #include "encoding/Sampler.h"
 #include "encoding/TargetName.h"
 #include "media/Log.h"
@@ -54,8 +55,9 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
 
     Result result;
     Plan plan = Planner::plan(info, settings, std::nullopt);
+    if (!plan.isNoop)
+        requirePlace(info.url, settings, root);
     if (plan.encodesVideo()) {
-        ConversionJob::requireWritableTarget(info.url, settings, root); // before the long search
         if (!sample || !sample->vmafTarget)
             sample = measure(plan, callbacks, stop);
         plan = Planner::planMeasured(info, settings, *sample);
