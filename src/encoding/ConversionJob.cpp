@@ -151,12 +151,12 @@ ConversionOutcome ConversionJob::run(const Callbacks &callbacks, std::stop_token
         upload(place, result.fileSize, callbacks.onUpload, stop);
     throwIfStopped(stop);
 
-    const fs::path final = putInPlace(place, result.fileSize);
+    const auto [final, note] = putInPlace(place, result.fileSize);
     hasSucceeded = true;
     Log::write(fmt::format("Fertig: {} {} → {}", shown(final), m_info.fileSize, result.fileSize));
     const auto kind = m_settings.outputMode == OutputMode::separateFolder ? ConversionOutcome::Kind::written
                                                                           : ConversionOutcome::Kind::replaced;
-    return {kind, m_info.fileSize, result.fileSize, final};
+    return {kind, m_info.fileSize, result.fileSize, final, note};
 }
 
 ConversionJob::Workplace ConversionJob::prepare() const
@@ -273,7 +273,7 @@ void ConversionJob::requireUnchangedSource(const Workplace &place) const
             "Die Datei wurde während der Umwandlung verändert – sie bleibt, wie sie ist.");
 }
 
-fs::path ConversionJob::putInPlace(Workplace &place, std::int64_t newSize) const
+ConversionJob::Placed ConversionJob::putInPlace(Workplace &place, std::int64_t newSize) const
 {
     takeOver(place);
     if (!place.isNetwork) { // an upload is on the disk already
@@ -287,7 +287,7 @@ fs::path ConversionJob::putInPlace(Workplace &place, std::int64_t newSize) const
     Files::moveOver(place.ready, final);
     place.isMoved = true;
     Files::trySync(place.target);
-    return final;
+    return {final, {}};
 }
 
 // The result carries its source's time and rights before it gets its name.
@@ -302,20 +302,20 @@ void ConversionJob::takeOver(const Workplace &place)
     }
 }
 
-fs::path ConversionJob::replaceOriginal(Workplace &place, std::int64_t newSize) const
+ConversionJob::Placed ConversionJob::replaceOriginal(Workplace &place, std::int64_t newSize) const
 {
     fs::path final = place.target / finalName();
     const bool isTaken = !isSameFile(final, m_info.url) && Files::exists(final);
     if (!place.isNetwork) {
         const fs::path visible = LocalSwap::showBeside(place.ready, m_info.url, m_settings);
         place.isMoved = true;
-        return LocalSwap::takePlace(visible, m_info.url, isTaken ? fs::path() : final);
+        return {LocalSwap::takePlace(visible, m_info.url, isTaken ? fs::path() : final), {}};
     }
     if (isTaken)
         final = TargetName::freeName(place.target, m_info.url, m_settings);
-    swapOnNetwork(m_info.url, place.source, place.ready, final, newSize);
+    const auto left = swapOnNetwork(m_info.url, place.source, place.ready, final, newSize);
     place.isMoved = true;
-    return final;
+    return {final, left};
 }
 
 std::string ConversionJob::finalName() const

@@ -27,8 +27,9 @@ struct ConversionOutcome {
     };
 
     Kind kind = Kind::noSavings;
-    std::int64_t originalSize = 0, newSize = 0;    // bytes
-    std::optional<std::filesystem::path> finalURL; // absent for noSavings
+    std::int64_t originalSize = 0, newSize = 0;     // bytes
+    std::optional<std::filesystem::path> finalURL;  // absent for noSavings
+    std::optional<std::string> note = std::nullopt; // what else the user is to know; German
 
     bool operator==(const ConversionOutcome &) const = default;
 };
@@ -83,6 +84,10 @@ public:
 
 private:
     struct Workplace;
+    struct Placed {
+        std::filesystem::path final;
+        std::optional<std::string> note;
+    };
 
     Workplace prepare() const;
     void cleanUp(Workplace &place, bool hasSucceeded) const;
@@ -93,8 +98,8 @@ private:
     void upload(Workplace &place, std::int64_t newSize, const std::function<void()> &onUpload,
                 const std::stop_token &stop) const;
     void requireUnchangedSource(const Workplace &place) const;
-    std::filesystem::path putInPlace(Workplace &place, std::int64_t newSize) const;
-    std::filesystem::path replaceOriginal(Workplace &place, std::int64_t newSize) const;
+    Placed putInPlace(Workplace &place, std::int64_t newSize) const;
+    Placed replaceOriginal(Workplace &place, std::int64_t newSize) const;
     static void takeOver(const Workplace &place);
     std::string finalName() const;
 
