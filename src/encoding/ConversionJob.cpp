@@ -12,6 +12,7 @@
 #include "encoding/CommandBuilder.h"
 #include "encoding/LocalSwap.h"
 #include "encoding/NetworkSwap.h"
+#include "encoding/ResultCheck.h"
 #include "encoding/StorageLocation.h"
 #include "encoding/TargetName.h"
 #include "encoding/WorkFile.h"
@@ -33,10 +34,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view uploadSuffix = ".kestrel-upload";
-constexpr double mostOfOriginal = 0.95; // what a re-encode may keep of the original's size
-constexpr double checkedDuration = 30;  // seconds; shorter files are not checked for their duration
-constexpr double durationTolerance = 3; // seconds, at least
-constexpr double durationToleranceShare = 0.015;
 
 struct Space {
     double factor;        // of the expected size
@@ -141,8 +138,9 @@ ConversionOutcome ConversionJob::run(const Callbacks &callbacks, std::stop_token
 
     encode(place, callbacks.progress, stop);
     const MediaInfo result = Prober::probe(place.output, m_tools.ffprobe, stop);
-    verify(result);
-    if (!savesEnough(result.fileSize)) {
+    const auto expected = ResultCheck::Expected::of(m_plan);
+    ResultCheck::verify(m_info, result, expected);
+    if (!ResultCheck::savesEnough(m_info.fileSize, result.fileSize, expected)) {
         Log::write(fmt::format("Keine Ersparnis: {} {} → {}", shown(m_info.url.filename()), m_info.fileSize,
                                result.fileSize));
         return {ConversionOutcome::Kind::noSavings, m_info.fileSize, result.fileSize, std::nullopt};
@@ -218,28 +216,6 @@ void ConversionJob::encode(const Workplace &place, const FFmpegRunner::OnProgres
     throw ToolError::failed(fmt::format("ffmpeg meldet einen Fehler ({}):\n{}", status, runner.errorTail()));
 }
 
-void ConversionJob::verify(const MediaInfo &result) const
-{
-    if (m_plan.hasVideo() && !result.video)
-        throw ToolError::failed("Prüfung fehlgeschlagen: Videospur fehlt.");
-    const std::size_t planned = m_plan.keptAudio().size();
-    if (result.audio.size() != planned)
-        throw ToolError::failed(
-            fmt::format("Prüfung fehlgeschlagen: {} statt {} Tonspuren.", result.audio.size(), planned));
-    if (m_info.duration <= checkedDuration)
-        return;
-    if (!isSameDuration(m_info.duration, result.duration))
-        throw ToolError::failed(fmt::format("Prüfung fehlgeschlagen: Laufzeit {:.0f} s statt {:.0f} s.",
-                                            std::trunc(result.duration), std::trunc(m_info.duration)));
-}
-
-bool ConversionJob::savesEnough(std::int64_t newSize) const
-{
-    const auto original = static_cast<double>(m_info.fileSize);
-    const double limit = m_plan.encodesVideo() ? original * mostOfOriginal : original - 1;
-    return static_cast<double>(newSize) <= limit;
-}
-
 void ConversionJob::upload(Workplace &place, std::int64_t newSize, const std::function<void()> &onUpload,
                            const std::stop_token &stop) const
 {
@@ -307,9 +283,13 @@ ConversionJob::Placed ConversionJob::replaceOriginal(Workplace &place, std::int6
     fs::path final = place.target / finalName();
     const bool isTaken = !isSameFile(final, m_info.url) && Files::exists(final);
     if (!place.isNetwork) {
-        const fs::path visible = LocalSwap::showBeside(place.ready, m_info.url, m_settings);
+        const auto record = LocalSwap::showBeside({place.ready,
+                                                   {m_info.url, place.source},
+                                                   isTaken ? fs::path() : final,
+                                                   ResultCheck::Expected::of(m_plan)},
+                                                  m_settings);
         place.isMoved = true;
-        return {LocalSwap::takePlace(visible, m_info.url, isTaken ? fs::path() : final), {}};
+        return {LocalSwap::takePlace(record), {}};
     }
     if (isTaken)
         final = TargetName::freeName(place.target, m_info.url, m_settings);
@@ -321,11 +301,6 @@ ConversionJob::Placed ConversionJob::replaceOriginal(Workplace &place, std::int6
 std::string ConversionJob::finalName() const
 {
     return TargetName::nameFor(m_info.url, "", m_settings);
-}
-
-bool ConversionJob::isSameDuration(double source, double result)
-{
-    return std::abs(source - result) <= std::max(source * durationToleranceShare, durationTolerance);
 }
 
 fs::path ConversionJob::outputRoot(const fs::path &root)

@@ -55,9 +55,6 @@ public:
     void suspend() { m_ffmpeg.suspend(); }
     void resume() { m_ffmpeg.resume(); }
 
-    // Within the larger of three seconds and 1.5 % of the source's duration; in seconds.
-    static bool isSameDuration(double source, double result);
-
     // The separate output folder beside the opened one.
     static std::filesystem::path outputRoot(const std::filesystem::path &root);
     static std::filesystem::path targetDirectory(const std::filesystem::path &file,
@@ -93,8 +90,6 @@ private:
     void cleanUp(Workplace &place, bool hasSucceeded) const;
     void encode(const Workplace &place, const FFmpegRunner::OnProgress &progress,
                 const std::stop_token &stop);
-    void verify(const MediaInfo &result) const;
-    bool savesEnough(std::int64_t newSize) const;
     void upload(Workplace &place, std::int64_t newSize, const std::function<void()> &onUpload,
                 const std::stop_token &stop) const;
     void requireUnchangedSource(const Workplace &place) const;

@@ -7,6 +7,7 @@
 
 #include "encoding/ConversionJob.h"
 #include "encoding/SwapJournal.h"
+#include "encoding/UnfinishedSwaps.h"
 #include "media/Log.h"
 #include "media/Prober.h"
 #include "media/ProcessRunner.h"
@@ -79,7 +80,8 @@ void FolderScan::work(const std::stop_token &stop)
     repair(stop);
     const auto &root = m_request.root;
     const auto &only = m_request.only;
-    const FileList files = only ? Prober::findVideos(root, *only, stop) : Prober::findVideos(root, stop);
+    const FileList files = UnfinishedSwaps::withoutResults(only ? Prober::findVideos(root, *only, stop)
+                                                                : Prober::findVideos(root, stop));
     throwIfStopped(stop);
     m_mailbox.post(
         [this, contents = std::make_shared<Library::Contents>(files, root)] { emit listed(contents); });
@@ -93,8 +95,12 @@ void FolderScan::repair(const std::stop_token &stop)
     if (m_request.lock == nullptr || !m_request.lock->becomeAlone())
         return;
     const auto share = onExit([this] { m_request.lock->share(); });
-    for (const auto &message : SwapJournal::recover())
-        m_mailbox.post([this, message] { emit repaired(message); });
+    const auto report = [this](const std::vector<std::string> &messages) {
+        for (const auto &message : messages)
+            m_mailbox.post([this, message] { emit repaired(message); });
+    };
+    report(SwapJournal::recover());
+    report(UnfinishedSwaps::finish(m_request.tools.ffprobe, stop));
 
     // Nobody who starts has to wait while a large folder is searched.
     m_request.lock->share();

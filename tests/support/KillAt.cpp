@@ -16,8 +16,9 @@ namespace kestrel::test {
 namespace {
 
 #ifdef __x86_64__
-constexpr std::array changes{SYS_rename, SYS_renameat, SYS_renameat2, SYS_unlink,    SYS_unlinkat,
-                             SYS_rmdir,  SYS_mkdir,    SYS_mkdirat,   SYS_utimensat, SYS_fsync};
+constexpr std::array changes{SYS_rename,    SYS_renameat, SYS_renameat2, SYS_unlink,    SYS_unlinkat,
+                             SYS_rmdir,     SYS_mkdir,    SYS_mkdirat,   SYS_utimensat, SYS_fsync,
+                             SYS_fdatasync, SYS_pwrite64, SYS_ftruncate};
 
 bool isChange(pid_t child)
 {
