@@ -111,9 +111,10 @@ std::string describeState(const FileReport &report)
     case FileStatus::uploading:
         return "wird hochgeladen";
     case FileStatus::done:
-        return fmt::format("fertig, {} → {} ({})", size(report.oldSize), size(report.newSize),
+        return fmt::format("fertig, {} → {} ({}){}", size(report.oldSize), size(report.newSize),
                            Fmt::change(static_cast<double>(report.oldSize.value_or(0)),
-                                       static_cast<double>(report.newSize.value_or(0))));
+                                       static_cast<double>(report.newSize.value_or(0))),
+                           report.text ? ". " + Terminal::shown(*report.text) : "");
     case FileStatus::noSavings:
         return "keine Ersparnis, bleibt unverändert";
     case FileStatus::failed:
@@ -146,6 +147,7 @@ std::optional<FileReport> FileReport::of(const FileItem &item)
         report.oldSize = done->before;
         report.newSize = done->after;
         report.finalURL = item.resultURL;
+        report.text = done->note;
     } else if (const auto *kept = std::get_if<Status::NoSavings>(&item.status)) {
         report.status = FileStatus::noSavings;
         report.oldSize = item.sizeValue();

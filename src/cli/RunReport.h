@@ -21,7 +21,7 @@ struct FileReport {
     std::optional<double> fraction, fps;
     std::optional<std::int64_t> oldSize, newSize; // bytes
     std::optional<std::filesystem::path> finalURL;
-    std::optional<std::string> text; // why it failed
+    std::optional<std::string> text; // why it failed, or what else is to be known
 
     // Absent while the file waits for its turn.
     static std::optional<FileReport> of(const FileItem &item);

@@ -1,7 +1,6 @@
 #include "encoding/ConversionJob.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <limits>
 #include <mutex>
@@ -14,7 +13,7 @@
 #include "encoding/FilmWriter.h"
 #include "encoding/LocalSwap.h"
 #include "encoding/NetworkSwap.h"
-#include "encoding/PictureCheck.h"
+#include "encoding/ResultCheck.h"
 #include "encoding/StorageLocation.h"
 #include "encoding/SwapJournal.h"
 #include "encoding/TargetName.h"
@@ -30,8 +29,6 @@
 #include "platform/Uuid.h"
 #include "platform/Volume.h"
 
-#include <unistd.h>
-
 namespace kestrel {
 
 namespace fs = std::filesystem;
@@ -39,10 +36,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view uploadSuffix = ".kestrel-upload";
-constexpr double mostOfOriginal = 0.95; // what a re-encode may keep of the original's size
-constexpr double checkedDuration = 30;  // seconds; shorter files are not checked for their duration
-constexpr double durationTolerance = 3; // seconds, at least
-constexpr double durationToleranceShare = 0.015;
 
 struct Space {
     double factor;        // of the expected size
@@ -147,8 +140,9 @@ ConversionOutcome ConversionJob::run(const Callbacks &callbacks, std::stop_token
 
     encode(place, callbacks.progress, stop);
     const MediaInfo result = Prober::probe(place.output, m_tools.ffprobe, stop);
-    verify(result);
-    if (!savesEnough(result.fileSize)) {
+    const auto expected = ResultCheck::Expected::of(m_plan);
+    ResultCheck::verify(m_info, result, expected);
+    if (!ResultCheck::savesEnough(m_info.fileSize, result.fileSize, expected)) {
         Log::write(fmt::format("Keine Ersparnis: {} {} → {}", shown(m_info.url.filename()), m_info.fileSize,
                                result.fileSize));
         return {ConversionOutcome::Kind::noSavings, m_info.fileSize, result.fileSize, std::nullopt};
@@ -157,12 +151,16 @@ ConversionOutcome ConversionJob::run(const Callbacks &callbacks, std::stop_token
         upload(place, result.fileSize, callbacks.onUpload, stop);
     throwIfStopped(stop);
 
-    const fs::path final = putInPlace(place, result.fileSize);
+    auto [final, note] = putInPlace(place, result.fileSize);
     hasSucceeded = true;
     Log::write(fmt::format("Fertig: {} {} → {}", shown(final), m_info.fileSize, result.fileSize));
+    if (const auto shorter = ResultCheck::lengthNote(m_info, result)) {
+        Log::write(fmt::format("{}: {}", shown(final), *shorter));
+        note = note ? *note + ' ' + *shorter : *shorter;
+    }
     const auto kind = m_settings.outputMode == OutputMode::separateFolder ? ConversionOutcome::Kind::written
                                                                           : ConversionOutcome::Kind::replaced;
-    return {kind, m_info.fileSize, result.fileSize, final};
+    return {kind, m_info.fileSize, result.fileSize, final, note};
 }
 
 ConversionJob::Workplace ConversionJob::prepare() const
@@ -222,29 +220,6 @@ void ConversionJob::encode(const Workplace &place, const FFmpegRunner::OnProgres
     throw ToolError::failed(fmt::format("ffmpeg meldet einen Fehler ({}):\n{}", end.status, end.errorTail));
 }
 
-void ConversionJob::verify(const MediaInfo &result) const
-{
-    if (m_plan.hasVideo() && !result.video)
-        throw ToolError::failed("Prüfung fehlgeschlagen: Videospur fehlt.");
-    const std::size_t planned = m_plan.keptAudio().size();
-    if (result.audio.size() != planned)
-        throw ToolError::failed(
-            fmt::format("Prüfung fehlgeschlagen: {} statt {} Tonspuren.", result.audio.size(), planned));
-    const double expected = m_info.playTime();
-    if (expected > checkedDuration && !isSameDuration(expected, result.duration))
-        throw ToolError::failed(fmt::format("Prüfung fehlgeschlagen: Laufzeit {:.0f} s statt {:.0f} s.",
-                                            std::trunc(result.duration), std::trunc(expected)));
-    if (const auto fault = PictureCheck::fault(m_info, m_plan, result))
-        throw ToolError::failed("Prüfung fehlgeschlagen: " + *fault);
-}
-
-bool ConversionJob::savesEnough(std::int64_t newSize) const
-{
-    const auto original = static_cast<double>(m_info.fileSize);
-    const double limit = m_plan.encodesVideo() ? original * mostOfOriginal : original - 1;
-    return static_cast<double>(newSize) <= limit;
-}
-
 void ConversionJob::upload(Workplace &place, std::int64_t newSize, const std::function<void()> &onUpload,
                            const std::stop_token &stop) const
 {
@@ -278,7 +253,7 @@ void ConversionJob::requireUnchangedSource(const Workplace &place) const
             "Die Datei wurde während der Umwandlung verändert – sie bleibt, wie sie ist.");
 }
 
-fs::path ConversionJob::putInPlace(Workplace &place, std::int64_t newSize) const
+ConversionJob::Placed ConversionJob::putInPlace(Workplace &place, std::int64_t newSize) const
 {
     takeOver(place);
     if (!place.isNetwork) { // an upload is on the disk already
@@ -292,7 +267,7 @@ fs::path ConversionJob::putInPlace(Workplace &place, std::int64_t newSize) const
     Files::moveOver(place.ready, final);
     place.isMoved = true;
     Files::trySync(place.target);
-    return final;
+    return {final, {}};
 }
 
 // The result carries its source's time and rights before it gets its name.
@@ -307,30 +282,29 @@ void ConversionJob::takeOver(const Workplace &place)
     }
 }
 
-fs::path ConversionJob::replaceOriginal(Workplace &place, std::int64_t newSize) const
+ConversionJob::Placed ConversionJob::replaceOriginal(Workplace &place, std::int64_t newSize) const
 {
     fs::path final = place.target / finalName();
     const bool isTaken = !isSameFile(final, m_info.url) && Files::exists(final);
     if (!place.isNetwork) {
-        const fs::path visible = LocalSwap::showBeside(place.ready, m_info.url, m_settings);
+        const auto record = LocalSwap::showBeside({place.ready,
+                                                   {m_info.url, place.source},
+                                                   isTaken ? fs::path() : final,
+                                                   ResultCheck::Expected::of(m_plan)},
+                                                  m_settings);
         place.isMoved = true;
-        return LocalSwap::takePlace(visible, m_info.url, isTaken ? fs::path() : final);
+        return {LocalSwap::takePlace(record), {}};
     }
     if (isTaken)
         final = TargetName::freeName(place.target, m_info.url, m_settings);
-    swapOnNetwork(m_info.url, place.source, place.ready, final, newSize);
+    const auto left = swapOnNetwork(m_info.url, place.source, place.ready, final, newSize);
     place.isMoved = true;
-    return final;
+    return {final, left};
 }
 
 std::string ConversionJob::finalName() const
 {
     return TargetName::nameFor(m_info.url, "", m_settings);
-}
-
-bool ConversionJob::isSameDuration(double source, double result)
-{
-    return std::abs(source - result) <= std::max(source * durationToleranceShare, durationTolerance);
 }
 
 bool ConversionJob::isUnchanged(const fs::path &file, const Files::Attributes &now,
@@ -379,22 +353,6 @@ fs::path ConversionJob::localWorkRoot()
 void ConversionJob::cleanLocalWork()
 {
     removeQuietly(Paths::caches() / "Kestrel/Arbeit");
-}
-
-void ConversionJob::requireWritableTarget(const fs::path &file, const ConversionSettings &settings,
-                                          const fs::path &root)
-{
-    fs::path folder = targetDirectory(file, settings, root);
-    while (folder.has_relative_path() && Files::presence(folder) == Files::Presence::absent)
-        folder = folder.parent_path(); // it will be made
-    if (::access(folder.c_str(), W_OK) != 0)
-        throw fs::filesystem_error("access", folder, std::error_code(errno, std::generic_category()));
-    if (settings.outputMode != OutputMode::replaceOriginal || !StorageLocation::detect(folder).isNetwork())
-        return;
-    if (const auto problem = SwapJournal::problem())
-        throw ToolError::failed(fmt::format(
-            "Die Liste der Tauschvorgänge ist nicht lesbar ({}) – das Original bleibt, wie es ist.",
-            *problem));
 }
 
 void ConversionJob::requireSpace(const fs::path &folder, std::int64_t bytes)

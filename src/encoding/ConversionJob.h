@@ -27,8 +27,9 @@ struct ConversionOutcome {
     };
 
     Kind kind = Kind::noSavings;
-    std::int64_t originalSize = 0, newSize = 0;    // bytes
-    std::optional<std::filesystem::path> finalURL; // absent for noSavings
+    std::int64_t originalSize = 0, newSize = 0;     // bytes
+    std::optional<std::filesystem::path> finalURL;  // absent for noSavings
+    std::optional<std::string> note = std::nullopt; // what else the user is to know; German
 
     bool operator==(const ConversionOutcome &) const = default;
 };
@@ -54,9 +55,6 @@ public:
     void suspend() { m_ffmpeg.suspend(); }
     void resume() { m_ffmpeg.resume(); }
 
-    // Within the larger of three seconds and 1.5 % of the source's duration; in seconds.
-    static bool isSameDuration(double source, double result);
-
     // The file is the one that it was before. A share may number its files anew at any time (sshfs does), so
     // that there the same size and time must do.
     static bool isUnchanged(const std::filesystem::path &file, const Files::Attributes &now,
@@ -80,10 +78,6 @@ public:
     // Empties it. Never while jobs run, of this or another process.
     static void cleanLocalWork();
 
-    // Throws the file system's error when nothing can be written where the finished file is to go, and
-    // ToolError when no original could be replaced there.
-    static void requireWritableTarget(const std::filesystem::path &file, const ConversionSettings &settings,
-                                      const std::filesystem::path &root);
     // Throws ToolError when the volume has less than this much space; one that says 0, or nothing,
     // passes.
     static void requireSpace(const std::filesystem::path &folder, std::int64_t bytes);
@@ -92,18 +86,20 @@ public:
 
 private:
     struct Workplace;
+    struct Placed {
+        std::filesystem::path final;
+        std::optional<std::string> note;
+    };
 
     Workplace prepare() const;
     void cleanUp(Workplace &place, bool hasSucceeded) const;
     void encode(const Workplace &place, const FFmpegRunner::OnProgress &progress,
                 const std::stop_token &stop);
-    void verify(const MediaInfo &result) const;
-    bool savesEnough(std::int64_t newSize) const;
     void upload(Workplace &place, std::int64_t newSize, const std::function<void()> &onUpload,
                 const std::stop_token &stop) const;
     void requireUnchangedSource(const Workplace &place) const;
-    std::filesystem::path putInPlace(Workplace &place, std::int64_t newSize) const;
-    std::filesystem::path replaceOriginal(Workplace &place, std::int64_t newSize) const;
+    Placed putInPlace(Workplace &place, std::int64_t newSize) const;
+    Placed replaceOriginal(Workplace &place, std::int64_t newSize) const;
     static void takeOver(const Workplace &place);
     std::string finalName() const;
 

@@ -4,9 +4,11 @@
 
 #include <fmt/format.h>
 
-#include "encoding/PictureCheck.h"
+#include "encoding/PlaceCheck.h"
+#include "encoding/ResultCheck.h"
 #include "encoding/Sampler.h"
 #include "encoding/TargetName.h"
+#include "encoding/UnfinishedSwaps.h"
 #include "media/Log.h"
 #include "media/Prober.h"
 #include "planning/Estimator.h"
@@ -36,7 +38,8 @@ bool isVideoAsPlanned(const MediaInfo &source, const MediaInfo &target, const Pl
     const bool isCopy = !plan.encodesVideo();
     const FrameSize expected =
         isCopy ? source.video->seenSize() : FrameSize{plan.outputWidth, plan.outputHeight};
-    if (!target.video || target.video->seenSize() != expected || PictureCheck::fault(source, plan, target))
+    if (!target.video || target.video->seenSize() != expected ||
+        ResultCheck::pictureFault(source, target, ResultCheck::Expected::of(plan)))
         return false;
     return plan.encodesVideo() ? target.video->codec == outputCodec(settings.codec)
                                : target.video->codec == source.video->codec;
@@ -55,12 +58,17 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
     const Files::Attributes source = Files::attributes(info.url);
     if (auto outcome = findConverted(stop))
         return {*outcome, true, std::nullopt};
+    if (auto outcome = finishEarlierSwap(stop)) {
+        Result result = withNewInfo(*outcome);
+        result.wasConvertedBefore = true;
+        return result;
+    }
 
-    Result result;
     const Planner::Abilities abilities = Planner::abilities(tools);
     Plan plan = Planner::plan(info, settings, std::nullopt, abilities);
+    if (!plan.isNoop)
+        requirePlace(info.url, settings, root);
     if (plan.encodesVideo()) {
-        ConversionJob::requireWritableTarget(info.url, settings, root); // before the long search
         if (!sample || !sample->vmafTarget)
             sample = measure(plan, callbacks, stop);
         plan = Planner::planMeasured(info, settings, *sample, abilities);
@@ -68,21 +76,34 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
 
     waitWhilePaused(stop);
     if (plan.isNoop) {
-        result.outcome = {ConversionOutcome::Kind::noSavings, info.fileSize, info.fileSize, std::nullopt};
-        return result;
+        const auto kind = ConversionOutcome::Kind::noSavings;
+        return {{kind, info.fileSize, info.fileSize, std::nullopt}, false, std::nullopt};
     }
     if (!ConversionJob::isUnchanged(info.url, Files::attributes(info.url), source))
         throw ToolError::failed("Die Datei wurde während der Messung verändert – bitte neu analysieren.");
-    result.outcome = convert(plan, callbacks, stop);
-    if (result.outcome.kind == ConversionOutcome::Kind::replaced) {
+    return withNewInfo(convert(plan, callbacks, stop));
+}
+
+FileConversion::Result FileConversion::withNewInfo(const ConversionOutcome &outcome) const
+{
+    Result result{outcome, false, std::nullopt};
+    if (outcome.kind == ConversionOutcome::Kind::replaced) {
         try {
-            result.newInfo = Prober::probe(*result.outcome.finalURL, tools.ffprobe, {});
+            result.newInfo = Prober::probe(*outcome.finalURL, m_request.tools.ffprobe, {});
         } catch (const std::exception &error) {
-            Log::write(fmt::format("Neue Datei nicht analysiert: {} ({})", shown(*result.outcome.finalURL),
+            Log::write(fmt::format("Neue Datei nicht analysiert: {} ({})", shown(*outcome.finalURL),
                                    ErrorText::describe(error)));
         }
     }
     return result;
+}
+
+// What an earlier run has made of this film lies beside it.
+std::optional<ConversionOutcome> FileConversion::finishEarlierSwap(const std::stop_token &stop) const
+{
+    if (m_request.settings.outputMode != OutputMode::replaceOriginal)
+        return std::nullopt;
+    return UnfinishedSwaps::finish(m_request.info.url, m_request.tools.ffprobe, stop);
 }
 
 // Hours may have gone by since the file was probed: another one may stand in its place.
@@ -109,7 +130,7 @@ std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_t
     try {
         const MediaInfo found = Prober::probe(target, tools.ffprobe, stop);
         const Plan plan = Planner::plan(info, settings, std::nullopt, Planner::abilities(tools));
-        if (!ConversionJob::isSameDuration(info.playTime(), found.duration) ||
+        if (!ResultCheck::isSameDuration(info.playTime(), found.duration) ||
             !isVideoAsPlanned(info, found, plan, settings))
             return std::nullopt;
         Log::write("Bereits konvertiert, übersprungen: " + shown(info.url));

@@ -53,6 +53,8 @@ public:
 
 private:
     void refresh(const std::stop_token &stop);
+    Result withNewInfo(const ConversionOutcome &outcome) const;
+    std::optional<ConversionOutcome> finishEarlierSwap(const std::stop_token &stop) const;
     std::optional<ConversionOutcome> findConverted(const std::stop_token &stop) const;
     SampleResult measure(const Plan &plan, const Callbacks &callbacks, const std::stop_token &stop);
     void waitWhilePaused(const std::stop_token &stop);

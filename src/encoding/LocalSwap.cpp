@@ -16,39 +16,53 @@ namespace kestrel::LocalSwap {
 
 namespace fs = std::filesystem;
 
-fs::path showBeside(const fs::path &finished, const fs::path &source, const ConversionSettings &settings)
+ResultRecords::Record showBeside(const Swap &swap, const ConversionSettings &settings)
 {
+    const fs::path &source = swap.source.path;
+    const Files::Attributes result = Files::attributes(swap.finished);
     for (;;) {
-        const fs::path name = TargetName::freeName(finished.parent_path(), source, settings);
+        const fs::path name = TargetName::freeName(swap.finished.parent_path(), source, settings);
+        const auto record = ResultRecords::add({0,
+                                                {fs::absolute(source), swap.source.attributes},
+                                                {fs::absolute(name), result},
+                                                swap.final,
+                                                swap.expected});
         try {
-            Files::moveToFreeName(finished, name);
-            return name;
+            Files::moveToFreeName(swap.finished, name);
+            return record;
         } catch (const fs::filesystem_error &error) {
+            ResultRecords::remove(record);
             if (error.code() != std::errc::file_exists) // else somebody was quicker
                 throw;
         }
     }
 }
 
-fs::path takePlace(const fs::path &visible, const fs::path &source, const fs::path &final)
+fs::path takePlace(const ResultRecords::Record &record)
 {
     try {
-        Trash::put(source);
+        Trash::put(record.source.path);
     } catch (const fs::filesystem_error &error) {
         throw ToolError::failed(
             fmt::format("Original konnte nicht in den Papierkorb gelegt werden ({}). Neue Datei: {}",
-                        ErrorText::reason(error), Text::repaired(visible.filename().native())));
+                        ErrorText::reason(error), Text::repaired(record.result.path.filename().native())));
     }
-    fs::path result = visible;
+    return takeName(record);
+}
+
+fs::path takeName(const ResultRecords::Record &record)
+{
+    fs::path result = record.result.path;
     try {
-        if (!final.empty()) {
-            Files::moveToFreeName(visible, final);
-            result = final;
+        if (!record.final.empty()) {
+            Files::moveToFreeName(result, record.final);
+            result = record.final;
         }
     } catch (const fs::filesystem_error &error) {
         Log::write("Neue Datei behält ihren Namen: " + ErrorText::describe(error));
     }
     Files::trySync(result.parent_path());
+    ResultRecords::remove(record);
     return result;
 }
 

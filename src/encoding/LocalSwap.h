@@ -2,22 +2,33 @@
 
 #include <filesystem>
 
+#include "encoding/ResultRecords.h"
 #include "planning/ConversionSettings.h"
 
 // Puts a finished file in the place of an original on a local volume, so that at every moment both films
 // have a name that a person finds: the new one becomes visible beside the original, the original goes to
-// the trash, and only then the new one takes its name.
+// the trash, and only then the new one takes its name. A record kept from the first step to the last lets a
+// later run finish what a kill cuts off.
 namespace kestrel::LocalSwap {
 
-// Gives the finished file a " (Kestrel)" name in its folder that nobody else has, and returns it. Throws
-// std::filesystem::filesystem_error.
-std::filesystem::path showBeside(const std::filesystem::path &finished, const std::filesystem::path &source,
-                                 const ConversionSettings &settings);
+// What is to take which place.
+struct Swap {
+    std::filesystem::path finished;
+    ResultRecords::File source;
+    std::filesystem::path final; // empty: the visible name stays
+    ResultCheck::Expected expected;
+};
 
-// Puts the original into the trash, and the visible file under its final name; an empty one leaves it where
-// it is, and so does a name that somebody has taken meanwhile. Returns where the file is now. Throws
-// ToolError with both files in their places where the trash does not take the original.
-std::filesystem::path takePlace(const std::filesystem::path &visible, const std::filesystem::path &source,
-                                const std::filesystem::path &final);
+// Gives the finished file a " (Kestrel)" name in its folder that nobody else has. Throws
+// std::filesystem::filesystem_error.
+ResultRecords::Record showBeside(const Swap &swap, const ConversionSettings &settings);
+
+// Puts the original into the trash, and the visible file under its final name, unless somebody has taken
+// that meanwhile. Returns where the file is now. Throws ToolError with both files in their places, and the
+// record kept, where the trash does not take the original.
+std::filesystem::path takePlace(const ResultRecords::Record &record);
+
+// The last step of it, for an original that has gone already.
+std::filesystem::path takeName(const ResultRecords::Record &record);
 
 } // namespace kestrel::LocalSwap

@@ -30,16 +30,6 @@ bool tryMove(const fs::path &from, const fs::path &to)
     }
 }
 
-bool tryRemove(const fs::path &file)
-{
-    try {
-        Files::remove(file);
-        return true;
-    } catch (const fs::filesystem_error &) {
-        return false;
-    }
-}
-
 // The last look before the original goes: somebody else on the share may have got in between.
 void requireSize(const fs::path &file, std::int64_t size)
 {
@@ -122,20 +112,35 @@ void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected
 }
 
 // A visible name makes it recognisable in the share's recycle bin. One that somebody has changed by now
-// stays.
-void disposeOfBackup(const SwapJournal::Entry &entry, const Files::Attributes &expected)
+// stays. Returns a sentence about what has not gone.
+std::optional<std::string> disposeOfBackup(const SwapJournal::Entry &entry, const Files::Attributes &expected)
 {
     const auto visible = makeVisible(entry.backup, entry.original);
     const fs::path file = visible.value_or(entry.backup);
-    const bool isGone = hasContent(file, expected) && tryRemove(file);
-    if (isGone || visible)
+    std::string reason;
+    try {
+        if (hasContent(file, expected))
+            Files::remove(file);
+        else
+            reason = "Es wurde inzwischen verändert";
+    } catch (const fs::filesystem_error &error) {
+        reason = ErrorText::reason(error);
+    }
+    if (reason.empty() || visible)
         SwapJournal::remove(entry);
+    if (reason.empty())
+        return std::nullopt;
+    const std::string note = fmt::format("Das Original wurde nicht gelöscht ({}). Es belegt weiter Platz: {}",
+                                         reason, Text::repaired(file.native()));
+    Log::write(note);
+    return note;
 }
 
 } // namespace
 
-void swapOnNetwork(const fs::path &source, const Files::Attributes &expected, const fs::path &replacement,
-                   const fs::path &final, std::int64_t newSize)
+std::optional<std::string> swapOnNetwork(const fs::path &source, const Files::Attributes &expected,
+                                         const fs::path &replacement, const fs::path &final,
+                                         std::int64_t newSize)
 {
     const SwapJournal::Entry entry{
         source, WorkFile::firstName(source.parent_path(), source.filename().native(), Prober::setAsideSuffix),
@@ -156,7 +161,7 @@ void swapOnNetwork(const fs::path &source, const Files::Attributes &expected, co
             "Neue Datei konnte nicht übernommen werden – Original ist wiederhergestellt: " +
             ErrorText::reason(error));
     }
-    disposeOfBackup(entry, expected);
+    return disposeOfBackup(entry, expected);
 }
 
 } // namespace kestrel

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
+#include <string>
 
 #include "platform/Files.h"
 
@@ -12,9 +14,11 @@ namespace kestrel {
 // `newSize` is its size in bytes; `expected` is what was converted: a source that is another one now is
 // left alone. Afterwards the original is deleted, which moves it into the share's recycle bin where there is
 // one. What lies under the backup's hidden name already is an original from a swap that nobody could repair;
-// it gets a visible name. Throws ToolError with the original in its old place.
-void swapOnNetwork(const std::filesystem::path &source, const Files::Attributes &expected,
-                   const std::filesystem::path &replacement, const std::filesystem::path &final,
-                   std::int64_t newSize);
+// it gets a visible name. Returns what an original that could not be deleted is now called and why, as a
+// German sentence. Throws ToolError with the original in its old place.
+std::optional<std::string> swapOnNetwork(const std::filesystem::path &source,
+                                         const Files::Attributes &expected,
+                                         const std::filesystem::path &replacement,
+                                         const std::filesystem::path &final, std::int64_t newSize);
 
 } // namespace kestrel

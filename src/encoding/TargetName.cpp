@@ -39,12 +39,7 @@ std::string mark(int number)
 bool isAnothersResult(const fs::path &target, const timespec &modified)
 {
     const auto found = Files::tryAttributes(target);
-    if (!found)
-        return Files::exists(target);
-    const double apart = static_cast<double>(found->modified.tv_sec - modified.tv_sec) +
-                         static_cast<double>(found->modified.tv_nsec - modified.tv_nsec) / 1e9;
-    const bool isCoarse = found->modified.tv_nsec == 0; // a file system that counts in seconds, or two
-    return std::abs(apart) > (isCoarse ? 2 : 0.001);
+    return found ? !carriesTime(*found, modified) : Files::exists(target);
 }
 
 } // namespace
@@ -67,6 +62,14 @@ fs::path freeName(const fs::path &folder, const fs::path &source, const Conversi
         if (!Files::exists(folder / name))
             return folder / name;
     }
+}
+
+bool carriesTime(const Files::Attributes &file, const timespec &modified)
+{
+    const double apart = static_cast<double>(file.modified.tv_sec - modified.tv_sec) +
+                         static_cast<double>(file.modified.tv_nsec - modified.tv_nsec) / 1e9;
+    const bool isCoarse = file.modified.tv_nsec == 0; // a file system that counts in seconds, or two
+    return std::abs(apart) <= (isCoarse ? 2 : 0.001);
 }
 
 fs::path claim(const fs::path &folder, const fs::path &source, const timespec &modified,

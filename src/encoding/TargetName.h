@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "planning/ConversionSettings.h"
+#include "platform/Files.h"
 
 #include <time.h>
 
@@ -18,6 +19,9 @@ std::string nameFor(const std::filesystem::path &source, std::string_view mark,
 // too long for the file system.
 std::filesystem::path freeName(const std::filesystem::path &folder, const std::filesystem::path &source,
                                const ConversionSettings &settings);
+
+// The file has this time of modification, as precisely as its file system counts.
+bool carriesTime(const Files::Attributes &file, const timespec &modified);
 
 // The target of a source in an output folder that other sources write to as well: "Film.mkv", but
 // "Film (Kestrel).mkv" where another source of this process has that name already (two sources that

@@ -15,13 +15,13 @@ namespace kestrel::EditLists {
 
 namespace {
 
-constexpr std::uint32_t mostEntries = 4096;  // of an edit list; a longer one is read up to here
-constexpr std::uint32_t startSamples = 32;   // among which the first picture is looked for
-constexpr int mostBoxes = 20'000;            // of the whole file
-constexpr double longestSoundDelay = 0.1;    // seconds that a sound decoder may need to begin, or pad at the end
-constexpr double pictureTolerance = 0.75;    // frames
-constexpr double pictureEndTolerance = 1.5;  // frames
-constexpr double timeResolution = 0.002;     // seconds; lengths are mostly counted in milliseconds
+constexpr std::uint32_t mostEntries = 4096; // of an edit list; a longer one is read up to here
+constexpr std::uint32_t startSamples = 32;  // among which the first picture is looked for
+constexpr int mostBoxes = 20'000;           // of the whole file
+constexpr double longestSoundDelay = 0.1; // seconds that a sound decoder may need to begin, or pad at the end
+constexpr double pictureTolerance = 0.75; // frames
+constexpr double pictureEndTolerance = 1.5; // frames
+constexpr double timeResolution = 0.002;    // seconds; lengths are mostly counted in milliseconds
 
 // A stretch of the file that holds a box's content.
 struct Range {
@@ -291,7 +291,8 @@ std::vector<TrackEdits> fromJson(const nlohmann::json &list)
     try {
         for (const auto &entry : list) {
             TrackEdits track;
-            track.kind = entry.at("isPicture").get<bool>() ? TrackEdits::Kind::picture : TrackEdits::Kind::sound;
+            track.kind =
+                entry.at("isPicture").get<bool>() ? TrackEdits::Kind::picture : TrackEdits::Kind::sound;
             track.begin = entry.at("begin").get<double>();
             track.end = entry.at("end").get<double>();
             track.frame = entry.at("frame").get<double>();

@@ -308,7 +308,8 @@ void parseFilm(MediaInfo &info, const json &streams, const json &counted)
     const auto first = std::find_if(streams.begin(), streams.end(), [](const json &object) {
         return asString(at(object, "codec_type")) == "video";
     });
-    info.video->isFirst = Stream(*first, static_cast<int>(first - streams.begin())).index() == info.video->index;
+    info.video->isFirst =
+        Stream(*first, static_cast<int>(first - streams.begin())).index() == info.video->index;
 }
 
 AudioStreamInfo parseAudio(const Stream &stream)
@@ -374,7 +375,8 @@ std::vector<int> ProbeAnswer::uncountedTracks(const json &answer)
     return tracks.size() > 1 ? indexes : std::vector<int>();
 }
 
-MediaInfo Prober::parse(const json &answer, const std::filesystem::path &file, std::int64_t fileSize, FileTime modified)
+MediaInfo Prober::parse(const json &answer, const std::filesystem::path &file, std::int64_t fileSize,
+                        FileTime modified)
 {
     static const json none = json::array();
     const json &format = at(answer, "format");

@@ -39,11 +39,6 @@ std::int64_t today()
     return floor<days>(system_clock::now()).time_since_epoch().count();
 }
 
-std::int64_t nanoseconds(const timespec &time)
-{
-    return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
-}
-
 bool isSettled(const Files::Attributes &attributes)
 {
     const std::int64_t now = std::chrono::duration_cast<std::chrono::nanoseconds>(
@@ -53,37 +48,12 @@ bool isSettled(const Files::Attributes &attributes)
            now - nanoseconds(attributes.modified) > settledAge;
 }
 
-// Binds the values in their order and goes on; the statement starts anew afterwards.
-class Binding {
-public:
-    explicit Binding(sqlite3_stmt *statement) : m_statement(statement) {}
-    ~Binding() { ::sqlite3_reset(m_statement); }
-    Binding(const Binding &) = delete;
-    Binding &operator=(const Binding &) = delete;
-
-    Binding &operator<<(std::int64_t value)
-    {
-        ::sqlite3_bind_int64(m_statement, ++m_count, value);
-        return *this;
-    }
-    // The text must outlive the binding.
-    Binding &operator<<(const std::string &bytes)
-    {
-        ::sqlite3_bind_blob64(m_statement, ++m_count, bytes.data(), bytes.size(), SQLITE_STATIC);
-        return *this;
-    }
-    Binding &operator<<(const Files::Attributes &attributes)
-    {
-        return *this << static_cast<std::int64_t>(attributes.device)
-                     << static_cast<std::int64_t>(attributes.inode) << attributes.size
-                     << nanoseconds(attributes.modified) << nanoseconds(attributes.changed);
-    }
-    int step() { return ::sqlite3_step(m_statement); }
-
-private:
-    sqlite3_stmt *m_statement;
-    int m_count = 0;
-};
+SqlBinding &operator<<(SqlBinding &binding, const Files::Attributes &attributes)
+{
+    return binding << static_cast<std::int64_t>(attributes.device)
+                   << static_cast<std::int64_t>(attributes.inode) << attributes.size
+                   << nanoseconds(attributes.modified) << nanoseconds(attributes.changed);
+}
 
 } // namespace
 
@@ -132,7 +102,7 @@ bool ProbeStore::open(const fs::path &file)
     // A crash may cost the newest answers, never the store.
     if (!run("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"))
         return false;
-    const Statement version = prepare("PRAGMA user_version");
+    const SqlStatement version = prepare("PRAGMA user_version");
     if (!version || ::sqlite3_step(version.get()) != SQLITE_ROW)
         return false;
     const int found = ::sqlite3_column_int(version.get(), 0);
@@ -159,11 +129,9 @@ bool ProbeStore::run(const char *statements)
     return ::sqlite3_exec(m_database, statements, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
-ProbeStore::Statement ProbeStore::prepare(const char *statement)
+SqlStatement ProbeStore::prepare(const char *statement)
 {
-    sqlite3_stmt *prepared = nullptr;
-    ::sqlite3_prepare_v2(m_database, statement, -1, &prepared, nullptr);
-    return {prepared, ::sqlite3_finalize};
+    return prepareSql(m_database, statement);
 }
 
 std::optional<std::string> ProbeStore::find(const fs::path &file, const Files::Attributes &attributes)
@@ -171,12 +139,12 @@ std::optional<std::string> ProbeStore::find(const fs::path &file, const Files::A
     const std::scoped_lock guard(m_lock);
     if (m_database == nullptr || m_isBusy)
         return std::nullopt;
-    const Statement statement =
+    const SqlStatement statement =
         prepare("SELECT answer, seen FROM probe WHERE path = ? AND device = ? AND inode = ? "
                 "AND size = ? AND modified = ? AND changed = ? AND version = ?");
     if (!statement)
         return std::nullopt;
-    Binding binding(statement.get());
+    SqlBinding binding(statement.get());
     binding << file.native() << attributes << m_version;
     const int result = binding.step();
     noteDamage(result);
@@ -210,8 +178,8 @@ void ProbeStore::save()
     if (m_database == nullptr)
         return;
     savePending();
-    if (const Statement statement = prepare("DELETE FROM probe WHERE seen < ? OR seen > ?")) {
-        Binding binding(statement.get());
+    if (const SqlStatement statement = prepare("DELETE FROM probe WHERE seen < ? OR seen > ?")) {
+        SqlBinding binding(statement.get());
         binding << today() - daysKept << today() + daysKept; // after a clock that went wrong
         binding.step();
     }
@@ -223,17 +191,17 @@ void ProbeStore::savePending()
         return;
     if (run("BEGIN IMMEDIATE")) {
         const std::int64_t day = today();
-        if (const Statement insert =
+        if (const SqlStatement insert =
                 prepare("INSERT OR REPLACE INTO probe (path, device, inode, size, modified, "
                         "changed, version, answer, seen) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"))
             for (const auto &[path, entry] : m_added) {
-                Binding binding(insert.get());
+                SqlBinding binding(insert.get());
                 binding << path.native() << entry.attributes << m_version << entry.answer << day;
                 noteDamage(binding.step());
             }
-        if (const Statement see = prepare("UPDATE probe SET seen = ? WHERE path = ?"))
+        if (const SqlStatement see = prepare("UPDATE probe SET seen = ? WHERE path = ?"))
             for (const auto &path : m_seen) {
-                Binding binding(see.get());
+                SqlBinding binding(see.get());
                 binding << day << path.native();
                 binding.step();
             }

@@ -2,16 +2,13 @@
 
 #include <filesystem>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "media/SqlBinding.h"
 #include "platform/Files.h"
-
-struct sqlite3;
-struct sqlite3_stmt;
 
 namespace kestrel {
 
@@ -41,13 +38,12 @@ private:
         Files::Attributes attributes;
         std::string answer;
     };
-    using Statement = std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt *)>;
 
     bool open(const std::filesystem::path &file);
     bool run(const char *statements);
     void noteDamage(int result);
     void removeFile() const;
-    Statement prepare(const char *statement);
+    SqlStatement prepare(const char *statement);
     void savePending();
 
     // Set once.

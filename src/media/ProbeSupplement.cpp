@@ -28,8 +28,8 @@ bool isQuickTime(const MediaInfo &info)
 json packets(const MediaInfo &info, const std::filesystem::path &ffprobe, std::vector<std::string> options,
              const std::stop_token &stop)
 {
-    std::vector<std::string> arguments{"-v", "error", "-print_format", "json", "-show_entries",
-                                       "packet=pts_time,duration_time"};
+    std::vector<std::string> arguments{"-v",   "error",         "-print_format",
+                                       "json", "-show_entries", "packet=pts_time,duration_time"};
     arguments.insert(arguments.end(), std::make_move_iterator(options.begin()),
                      std::make_move_iterator(options.end()));
     arguments.push_back(info.url.native());
@@ -46,8 +46,7 @@ std::optional<double> lastEnd(const json &packets)
     std::optional<double> last;
     for (const json &packet : packets)
         if (const auto time = ProbeAnswer::asDouble(ProbeAnswer::at(packet, "pts_time"))) {
-            const double length =
-                ProbeAnswer::asDouble(ProbeAnswer::at(packet, "duration_time")).value_or(0);
+            const double length = ProbeAnswer::asDouble(ProbeAnswer::at(packet, "duration_time")).value_or(0);
             last = std::max(last.value_or(0), *time + length);
         }
     return last;

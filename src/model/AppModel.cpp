@@ -8,6 +8,7 @@
 
 #include "encoding/ConversionJob.h"
 #include "encoding/SwapJournal.h"
+#include "encoding/UnfinishedSwaps.h"
 #include "media/Log.h"
 #include "model/ConversionRun.h"
 #include "model/FolderScan.h"
@@ -43,7 +44,7 @@ struct AppModel::Located {
     std::optional<Tools> tools;
     std::string error;
     std::unique_ptr<InstanceLock> lock;
-    std::vector<std::string> messages; // of repaired swaps
+    std::vector<std::string> messages; // of repaired and finished swaps
     std::vector<HiddenOriginal> pendingSwaps;
 };
 
@@ -76,6 +77,8 @@ void AppModel::loadTools()
                     ConversionJob::cleanLocalWork();
                     TemporaryFolder::removeAbandoned();
                     located.messages = SwapJournal::recover(stop);
+                    for (auto &message : UnfinishedSwaps::finish(located.tools->ffprobe, stop))
+                        located.messages.push_back(std::move(message));
                     located.pendingSwaps = kestrel::pendingSwaps({});
                 }
             }

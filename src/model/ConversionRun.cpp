@@ -158,7 +158,7 @@ void ConversionRun::book(FileItem &item, const FileConversion::Result &result)
         if (outcome.kind == ConversionOutcome::Kind::noSavings)
             file.status = Status::NoSavings{outcome.newSize};
         else
-            file.status = Status::Done{outcome.originalSize, outcome.newSize};
+            file.status = Status::Done{outcome.originalSize, outcome.newSize, outcome.note};
         file.resultURL = outcome.finalURL;
         if (outcome.kind == ConversionOutcome::Kind::replaced && outcome.finalURL)
             file.url = *outcome.finalURL;

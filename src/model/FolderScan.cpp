@@ -7,6 +7,7 @@
 
 #include "encoding/ConversionJob.h"
 #include "encoding/SwapJournal.h"
+#include "encoding/UnfinishedSwaps.h"
 #include "media/Log.h"
 #include "media/ProbeSupplement.h"
 #include "media/Prober.h"
@@ -81,7 +82,8 @@ void FolderScan::work(const std::stop_token &stop)
     const bool isAlone = repair(stop);
     const auto &root = m_request.root;
     const auto &only = m_request.only;
-    const auto [files, setAside] = only ? Prober::list(root, *only, stop) : Prober::list(root, stop);
+    const auto [found, setAside] = only ? Prober::list(root, *only, stop) : Prober::list(root, stop);
+    const FileList files = UnfinishedSwaps::withoutResults(found);
     throwIfStopped(stop);
     m_mailbox.post(
         [this, contents = std::make_shared<Library::Contents>(files, root)] { emit listed(contents); });
@@ -106,8 +108,12 @@ bool FolderScan::repair(const std::stop_token &stop)
     if (m_request.lock == nullptr || !m_request.lock->becomeAlone())
         return false;
     const auto share = onExit([this] { m_request.lock->share(); });
-    for (const auto &message : SwapJournal::recover(stop))
-        m_mailbox.post([this, message] { emit repaired(message); });
+    const auto report = [this](const std::vector<std::string> &messages) {
+        for (const auto &message : messages)
+            m_mailbox.post([this, message] { emit repaired(message); });
+    };
+    report(SwapJournal::recover(stop));
+    report(UnfinishedSwaps::finish(m_request.tools.ffprobe, stop));
 
     // Nobody who starts has to wait while a large folder is searched.
     m_request.lock->share();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -19,6 +20,7 @@ struct Running { // being converted
 };
 struct Done { // converted; bytes before and after
     std::int64_t before = 0, after = 0;
+    std::optional<std::string> note = std::nullopt; // what else the user is to know; German
     bool operator==(const Done &) const = default;
 };
 struct NoSavings { // not worth it, the file was kept; bytes

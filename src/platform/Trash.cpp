@@ -18,6 +18,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace kestrel::Trash {
@@ -57,18 +58,40 @@ bool isSharedTrash(const fs::path &folder)
            (status.st_mode & S_ISVTX) != 0;
 }
 
-// The topmost folder above the file that is on the file's device.
+std::error_code lastError()
+{
+    return {errno, std::generic_category()};
+}
+
+// Renames work within one mount of one device: a device that is mounted twice is two places.
+struct Place {
+    std::uint64_t device = 0, mount = 0;
+    bool operator==(const Place &) const = default;
+};
+
+Place placeOf(const fs::path &folder)
+{
+    struct statx status {};
+    if (::statx(AT_FDCWD, folder.c_str(), 0, STATX_MNT_ID, &status) != 0)
+        return {};
+    return {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_mnt_id};
+}
+
+// The topmost folder above the file that is in the file's place.
 fs::path volumeRoot(const fs::path &file)
 {
-    const auto deviceOf = [](const fs::path &path) {
-        const auto attributes = Files::tryAttributes(path);
-        return attributes ? attributes->device : 0;
-    };
     fs::path root = file.parent_path();
-    const auto device = deviceOf(root);
-    while (root.has_relative_path() && deviceOf(root.parent_path()) == device)
+    const Place place = placeOf(root);
+    while (root.has_relative_path() && placeOf(root.parent_path()) == place)
         root = root.parent_path();
     return root;
+}
+
+fs::path nearestExisting(fs::path folder)
+{
+    while (folder.has_relative_path() && Files::presence(folder) == Files::Presence::absent)
+        folder = folder.parent_path();
+    return folder;
 }
 
 Can homeCan()
@@ -85,12 +108,33 @@ Can volumeCan(const fs::path &file)
     return {root / (".Trash-" + user), root};
 }
 
+bool isForHome(const fs::path &file)
+{
+    return placeOf(nearestExisting(homeCan().folder)) == placeOf(file.parent_path());
+}
+
+std::error_code whyNotWritable(const fs::path &folder)
+{
+    return ::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0 ? std::error_code()
+                                                                               : lastError();
+}
+
+// Why a folder of the trash can neither be used nor made.
+std::error_code whyNotUsable(const fs::path &folder)
+{
+    const fs::path existing = nearestExisting(folder);
+    if (existing == folder && !isOwnFolder(folder))
+        return std::make_error_code(std::errc::permission_denied);
+    return whyNotWritable(existing);
+}
+
 void makeFolder(const fs::path &folder)
 {
-    std::error_code error;
-    fs::create_directories(folder.parent_path(), error);
+    std::error_code error = whyNotUsable(folder);
+    if (!error)
+        fs::create_directories(folder.parent_path(), error);
     if (!error && ::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
-        error = std::error_code(errno, std::generic_category());
+        error = lastError();
     if (!error && !isOwnFolder(folder))
         error = std::make_error_code(std::errc::permission_denied);
     if (error)
@@ -143,39 +187,72 @@ fs::path putInto(const Can &can, const fs::path &file)
     return target;
 }
 
+bool isLocked(const fs::path &path)
+{
+    struct statx status {};
+    return ::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, 0, &status) == 0 &&
+           (status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
+}
+
 // Why the file itself cannot be moved, whatever the trash: asked first, so that the person reads the
 // reason that matters.
-void requireMovable(const fs::path &file)
+std::optional<Obstacle> obstacleInPlace(const fs::path &file)
 {
-    struct stat status {};
-    if (::lstat(file.c_str(), &status) != 0)
-        throw fs::filesystem_error("trash", file, std::error_code(errno, std::generic_category()));
-    if (::faccessat(AT_FDCWD, file.parent_path().c_str(), W_OK | X_OK, AT_EACCESS) != 0)
-        throw fs::filesystem_error("trash", file, std::error_code(errno, std::generic_category()));
+    using Kind = Obstacle::Kind;
+    const auto forbidden = std::make_error_code(std::errc::operation_not_permitted);
+    const fs::path folder = file.parent_path();
+    struct stat own {
+    }, above{};
+    if (::lstat(file.c_str(), &own) != 0 || ::stat(folder.c_str(), &above) != 0)
+        throw fs::filesystem_error("trash", file, lastError());
+    if (isLocked(folder))
+        return Obstacle{Kind::lockedFolder, forbidden};
+    if (const auto error = whyNotWritable(folder))
+        return Obstacle{Kind::folder, error};
+    if (isLocked(file))
+        return Obstacle{Kind::lockedFile, forbidden};
+    const uid_t user = ::geteuid();
+    if ((above.st_mode & S_ISVTX) != 0 && user != 0 && user != own.st_uid && user != above.st_uid)
+        return Obstacle{Kind::anothersFile, forbidden};
+    return std::nullopt;
+}
+
+// With the folders above it resolved, but never the file itself.
+fs::path resolved(const fs::path &path)
+{
+    const fs::path absolute = fs::absolute(path);
+    return fs::canonical(absolute.parent_path()) / absolute.filename();
 }
 
 } // namespace
 
 fs::path put(const fs::path &path)
 {
-    // Resolve the folders above, but never the file itself.
-    const fs::path absolute = fs::absolute(path);
-    const fs::path file = fs::canonical(absolute.parent_path()) / absolute.filename();
-    requireMovable(file);
-
-    const Can home = homeCan();
-    const auto homeDevice = Files::tryAttributes(Paths::home());
-    const auto fileDevice = Files::tryAttributes(file.parent_path());
-    if (homeDevice && fileDevice && homeDevice->device == fileDevice->device) {
+    const fs::path file = resolved(path);
+    if (const auto obstacle = obstacleInPlace(file))
+        throw fs::filesystem_error("trash", file, obstacle->reason);
+    if (isForHome(file)) {
         try {
-            return putInto(home, file);
+            return putInto(homeCan(), file);
         } catch (const fs::filesystem_error &error) {
-            // Two mounts of one device still do not rename into each other.
+            // Some file systems do not rename within one place either.
             if (error.code() != std::errc::cross_device_link)
                 throw;
         }
     }
     return putInto(volumeCan(file), file);
+}
+
+std::optional<Obstacle> obstacle(const fs::path &path)
+{
+    const fs::path file = resolved(path);
+    if (const auto found = obstacleInPlace(file))
+        return found;
+    const fs::path can = (isForHome(file) ? homeCan() : volumeCan(file)).folder;
+    for (const fs::path &folder : {can, can / "files", can / "info"})
+        if (const auto error = whyNotUsable(folder))
+            return Obstacle{Obstacle::Kind::trash, error};
+    return std::nullopt;
 }
 
 } // namespace kestrel::Trash

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
+#include <system_error>
 
 // The desktop's trash (freedesktop.org Trash specification 1.0). Written here rather than taken from a
 // toolkit, because names that are no valid UTF-8 must survive and the reason of a failure must be told.
@@ -10,5 +12,24 @@ namespace kestrel::Trash {
 // deletes: first to the user's own trash, then to the one at the root of the file's volume. Throws
 // std::filesystem::filesystem_error when neither can take it; the file is then where it was.
 std::filesystem::path put(const std::filesystem::path &file);
+
+// What keeps put() from taking a file.
+struct Obstacle {
+    enum class Kind {
+        lockedFile,   // immutable, or one that may only grow
+        lockedFolder, // likewise the folder that holds the file
+        folder,       // nothing may be changed in it
+        anothersFile, // in a sticky folder, where only its owner may move it
+        trash,        // can neither be used nor made
+    };
+    Kind kind = Kind::trash;
+    std::error_code reason;
+
+    bool operator==(const Obstacle &) const = default;
+};
+
+// As far as that can be seen without changing anything. Throws std::filesystem::filesystem_error when the
+// file is not there.
+std::optional<Obstacle> obstacle(const std::filesystem::path &file);
 
 } // namespace kestrel::Trash

@@ -5,6 +5,9 @@
 
 #include "encoding/JobFixture.h"
 #include "platform/Cancelled.h"
+#include "platform/OnExit.h"
+#include "support/Mounts.h"
+#include "support/OrdinaryUser.h"
 
 namespace kestrel::test {
 namespace {
@@ -36,6 +39,16 @@ echo "{\"pooled_metrics\":{\"vmaf\":{\"mean\":$(( score / 10 )).$(( score % 10 )
                                [this](const SampleResult &found) { measured = found; },
                                [this](double, double) { ++runningReports; }, [] {}},
                               {});
+    }
+
+    std::string failure(const MediaInfo &info)
+    {
+        try {
+            run(info);
+            return {};
+        } catch (const ToolError &error) {
+            return error.what();
+        }
     }
 
     static std::vector<int> values(const SampleResult &result)
@@ -182,24 +195,58 @@ TEST_F(FileConversionTest, tellsWhyInGerman)
 {
     const fs::path film = folder.put(Clips::film(), "Film.mkv");
     MediaInfo info = probe(film);
-    const auto failure = [&] {
-        try {
-            run(info);
-            return std::string();
-        } catch (const ToolError &error) {
-            return std::string(error.what());
-        }
-    };
     info.duration = 0;
-    EXPECT_EQ(failure(), "Qualitätssuche fehlgeschlagen: Laufzeit unbekannt");
+    EXPECT_EQ(failure(info), "Qualitätssuche fehlgeschlagen: Laufzeit unbekannt");
     info.duration = 2;
     ffmpeg("echo kaputt >&2; exit 1");
-    EXPECT_EQ(failure(), "Qualitätssuche fehlgeschlagen: Probekodierung fehlgeschlagen: kaputt");
+    EXPECT_EQ(failure(info), "Qualitätssuche fehlgeschlagen: Probekodierung fehlgeschlagen: kaputt");
     tools.hasVMAF = true;
     ffmpeg("case \"$*\" in *libvmaf*) echo kein Modell >&2; exit 0;; esac; exec /usr/bin/ffmpeg \"$@\"");
-    EXPECT_EQ(failure(), "Qualitätssuche fehlgeschlagen: VMAF-Messung fehlgeschlagen: kein Modell");
+    EXPECT_EQ(failure(info), "Qualitätssuche fehlgeschlagen: VMAF-Messung fehlgeschlagen: kein Modell");
     fs::remove(film);
-    EXPECT_EQ(failure(), "Datei ist nicht mehr vorhanden.");
+    EXPECT_EQ(failure(info), "Datei ist nicht mehr vorhanden.");
+}
+
+TEST_F(FileConversionTest, anOriginalThatCannotBeMovedIsFoundOutBeforeAnyWork)
+{
+    const fs::path film = folder.put(Clips::film(), "Film.mov");
+    const MediaInfo info = probe(film);
+    if (!shell("chattr +i " + quoted(film) + " 2>/dev/null"))
+        GTEST_SKIP() << "chattr +i needs root and a file system that knows it";
+    const auto unlock = onExit([&] { shell("chattr -i " + quoted(film)); });
+    ffmpeg("touch " + quoted(toolbox / "ran"));
+    for (const auto codec : {VideoCodecChoice::hevcX265, VideoCodecChoice::keepVideo}) {
+        settings.codec = codec;
+        ASSERT_FALSE(Planner::plan(info, settings, std::nullopt).isNoop);
+        EXPECT_EQ(
+            failure(info),
+            "Das Original ist gegen Änderungen gesperrt (chattr +i oder +a) und ließe sich nicht in den "
+            "Papierkorb legen – es bleibt, wie es ist.");
+    }
+    EXPECT_FALSE(fs::exists(toolbox / "ran"));
+    EXPECT_THAT(names(folder.path()), ElementsAre("Film.mov"));
+}
+
+// Every run would make the same results again, because none of them would be known as one.
+TEST_F(FileConversionTest, anOutputFolderThatTakesNoTimesIsFoundOutBeforeAnyWork)
+{
+    SKIP_UNLESS_ROOT();
+    const fs::path opened = folder / "Filme", server = folder / "server", output = folder / "Filme (Kestrel)";
+    fs::create_directories(server);
+    const Mount mount = Mount::passThrough(server, output, "--force-user=root --perms=a+rwX");
+    SKIP_WITHOUT(mount);
+    settings.outputMode = OutputMode::separateFolder;
+    const MediaInfo info = probe(folder.put(Clips::film(), "Filme/Serie/Film.mkv"));
+    ffmpeg("touch " + quoted(server / "ran"));
+    openWayTo(folder.path());
+
+    EXPECT_EQ(asOrdinaryUser([&] {
+                  FileConversion({info, settings, tools, opened, std::nullopt}).run({}, {});
+                  return "";
+              }),
+              "Im Ausgabeordner lässt sich das Änderungsdatum nicht setzen. Daran erkennt Kestrel, was schon "
+              "konvertiert ist – die Datei bleibt, wie sie ist.");
+    EXPECT_THAT(names(server), IsEmpty());
 }
 
 TEST_F(FileConversionTest, aPausedFileWaitsBeforeItsEncodeAndCanBeStopped)

@@ -85,6 +85,25 @@ TEST_F(ShareTest, theShareGoesAwayDuringTheEncode)
     EXPECT_THAT(names(workRoot()), IsEmpty());
 }
 
+TEST_F(ShareTest, anOriginalThatCannotBeDeletedIsNamed)
+{
+    SKIP_WITHOUT(share);
+    const Mount strict = Mount::share(behind(), folder / "strict", "--delete-deny");
+    SKIP_WITHOUT(strict);
+    const fs::path film = folder.put(Clips::film(), "strict/Film.mkv");
+
+    const ConversionOutcome outcome = convert(film);
+
+    EXPECT_EQ(outcome.kind, ConversionOutcome::Kind::replaced);
+    EXPECT_EQ(probe(film).video->codec, "hevc");
+    EXPECT_EQ(outcome.note.value_or(""),
+              "Das Original wurde nicht gelöscht (Keine Berechtigung). Es belegt weiter Platz: " +
+                  (folder / "strict/Film (Original).mkv").native());
+    EXPECT_EQ(readFile(folder / "server/Film (Original).mkv"), readFile(Clips::film()));
+    EXPECT_THAT(names(folder / "server"), ElementsAre("Film (Original).mkv", "Film.mkv"));
+    EXPECT_FALSE(fs::exists(SwapJournal::file()));
+}
+
 TEST(NetworkSwap, aFailureRestoresTheOriginal)
 {
     const Sandbox share;

@@ -13,13 +13,15 @@ namespace {
 constexpr double frame = 0.04, soundPacket = 0.03; // seconds; a cut falls between two packets of sound
 
 // Four corners of different brightness, and enough noise to shrink.
-const std::string picture = "-f lavfi -i \"color=c=0x505050:s=320x180:r=25:d=1,drawbox=x=0:y=0:w=160:h=90:c=white:t=fill,"
-                            "drawbox=x=160:y=0:w=160:h=90:c=0xa0a0a0:t=fill,drawbox=x=160:y=90:w=160:h=90:c=black:t=fill,"
-                            "noise=alls=12:allf=t,format=yuv420p\" ";
+const std::string picture =
+    "-f lavfi -i \"color=c=0x505050:s=320x180:r=25:d=1,drawbox=x=0:y=0:w=160:h=90:c=white:t=fill,"
+    "drawbox=x=160:y=0:w=160:h=90:c=0xa0a0a0:t=fill,drawbox=x=160:y=90:w=160:h=90:c=black:t=fill,"
+    "noise=alls=12:allf=t,format=yuv420p\" ";
 // A flash and a beep two seconds from the start of six, otherwise dark and still.
-const std::string flash = "-f lavfi -i \"color=c=black:s=96x54:r=25:d=6,drawbox=c=white:t=fill:enable='between(t,1.99,2.19)',"
-                          "noise=alls=30:allf=t,format=yuv420p\" -f lavfi -i \"sine=f=1000:d=6,volume='between(t,2,2.2)':"
-                          "eval=frame\" ";
+const std::string flash =
+    "-f lavfi -i \"color=c=black:s=96x54:r=25:d=6,drawbox=c=white:t=fill:enable='between(t,1.99,2.19)',"
+    "noise=alls=30:allf=t,format=yuv420p\" -f lavfi -i \"sine=f=1000:d=6,volume='between(t,2,2.2)':"
+    "eval=frame\" ";
 const std::string rich = "-c:v libx264 -preset ultrafast -crf 1 -bf 2 -b_strategy 0 -g 50 ";
 
 class SeenFilm : public JobTest {
@@ -52,7 +54,8 @@ struct Way {
 constexpr std::array<Way, 3> ways{{{"encode"}, {"scale", false, TargetResolution::p576}, {"copy", true}}};
 
 class TurnedFilm : public SeenFilm, public testing::WithParamInterface<Way> {};
-INSTANTIATE_TEST_SUITE_P(Ways, TurnedFilm, testing::ValuesIn(ways), [](const auto &way) { return way.param.name; });
+INSTANTIATE_TEST_SUITE_P(Ways, TurnedFilm, testing::ValuesIn(ways),
+                         [](const auto &way) { return way.param.name; });
 
 TEST_P(TurnedFilm, isSeenAsItsSource)
 {
@@ -66,8 +69,8 @@ TEST_P(TurnedFilm, isSeenAsItsSource)
     const bool scales = way.resolution != TargetResolution::original;
     const fs::path clip =
         Clips::make(scales ? "corners-large.mov" : "corners.mov",
-                    picture + "-f lavfi -i sine=d=1 " + (scales ? "-vf scale=1280:720 -frames:v 2 " : "") + rich +
-                        "-c:a pcm_s16le");
+                    picture + "-f lavfi -i sine=d=1 " + (scales ? "-vf scale=1280:720 -frames:v 2 " : "") +
+                        rich + "-c:a pcm_s16le");
     for (const auto container : {OutputContainer::mkv, OutputContainer::mp4})
         for (const bool isMirrored : {false, true})
             for (const int quarters : {0, 1, 2, 3}) {
@@ -105,20 +108,22 @@ TEST_F(SeenFilm, aTurnThatGotLostKeepsTheOriginal)
 {
     keepThePicture();
     tools.keepsTurnInMatroska = true;
-    const fs::path source =
-        folder.put(Clips::make("corners.mov", picture + "-f lavfi -i sine=d=1 " + rich + "-c:a pcm_s16le"), "Film.mov");
+    const fs::path source = folder.put(
+        Clips::make("corners.mov", picture + "-f lavfi -i sine=d=1 " + rich + "-c:a pcm_s16le"), "Film.mov");
     Mp4::turn(source, 1);
     const fs::path upright = folder.put(source, "upright.mov");
     Mp4::turn(upright, 0);
-    ffmpeg("exec /usr/bin/ffmpeg -nostdin -v error -y -i " + quoted(upright) + " -c:v copy -c:a eac3 \"$last\"");
+    ffmpeg("exec /usr/bin/ffmpeg -nostdin -v error -y -i " + quoted(upright) +
+           " -c:v copy -c:a eac3 \"$last\"");
     EXPECT_EQ(failure(source), "Prüfung fehlgeschlagen: Das Bild ist anders gedreht als im Original.");
     EXPECT_TRUE(fs::exists(source));
 
     const fs::path wide = folder.put(Clips::film(), "Breit.mkv");
     settings.codec = VideoCodecChoice::hevcX265;
     ffmpeg("exec /usr/bin/ffmpeg -nostdin -v error -y -i " + quoted(wide) +
-           " -vf setsar=16/15 -c:v libx265 -crf 30 -preset ultrafast -x265-params log-level=error -c:a copy \"$last\"");
-    EXPECT_EQ(failure(wide), "Prüfung fehlgeschlagen: Das Bild hat eine andere Form (1.42 statt 1.33).");
+           " -vf setsar=16/15 -c:v libx265 -crf 30 -preset ultrafast -x265-params log-level=error -c:a copy "
+           "\"$last\"");
+    EXPECT_EQ(failure(wide), "Prüfung fehlgeschlagen: Das Bild hat eine andere Form (1,42 statt 1,33).");
     EXPECT_TRUE(fs::exists(wide));
 }
 
@@ -126,10 +131,11 @@ TEST_F(SeenFilm, aspectRatiosSurvive)
 {
     for (const auto resolution : {TargetResolution::original, TargetResolution::p576}) {
         settings.resolution = resolution;
-        const fs::path source = folder.put(
-            Clips::make("anamorphic.mpg", picture + "-vf scale=1440:1080,setsar=4/3 -frames:v 2 -c:v mpeg2video "
-                                                    "-qscale:v 2 -f mpeg"),
-            "Film.mpg");
+        const fs::path source =
+            folder.put(Clips::make("anamorphic.mpg",
+                                   picture + "-vf scale=1440:1080,setsar=4/3 -frames:v 2 -c:v mpeg2video "
+                                             "-qscale:v 2 -f mpeg"),
+                       "Film.mpg");
         const Seen before = look(source), after = look(converted(source));
         EXPECT_NEAR(before.aspect, 16.0 / 9, 0.01);
         EXPECT_NEAR(after.aspect / before.aspect, 1, 0.01);
@@ -140,19 +146,25 @@ TEST_F(SeenFilm, aspectRatiosSurvive)
 TEST_F(SeenFilm, theFilmIsTakenWhereAStillComesFirst)
 {
     const std::string still = "-f lavfi -i color=red:s=64x64:r=25:d=0.04 ";
-    const fs::path cover = Clips::make("still-then-film.mkv", still + picture + "-f lavfi -i sine=d=1 -map 0 -map 1 -map 2 "
-                                                          "-c:v:0 mjpeg -c:v:1 libx264 -preset ultrafast "
-                                                          "-crf 1 -c:a ac3");
+    const fs::path cover =
+        Clips::make("still-then-film.mkv", still + picture +
+                                               "-f lavfi -i sine=d=1 -map 0 -map 1 -map 2 "
+                                               "-c:v:0 mjpeg -c:v:1 libx264 -preset ultrafast "
+                                               "-crf 1 -c:a ac3");
     const fs::path source = folder.put(cover, "Film.mkv");
     ASSERT_EQ(probe(source).video->codec, "h264");
     const Seen after = look(converted(source));
     EXPECT_NEAR(after.aspect, 16.0 / 9, 0.01);
     EXPECT_EQ(after.pictures, 25);
 
-    const fs::path two = folder.put(Clips::make("two-videos.mkv", picture + "-f lavfi -i testsrc=s=64x64:d=1 "
-                                                                  "-map 0 -map 1 " + rich), "Zwei.mkv");
+    const fs::path two = folder.put(Clips::make("two-videos.mkv", picture +
+                                                                      "-f lavfi -i testsrc=s=64x64:d=1 "
+                                                                      "-map 0 -map 1 " +
+                                                                      rich),
+                                    "Zwei.mkv");
     EXPECT_EQ(planned(two).leftAlone, "Die Datei enthält mehrere Filme – bleibt unverändert");
-    const fs::path motion = folder.put(Clips::make("motion.avi", picture + "-c:v mjpeg -qscale:v 2"), "Motion.avi");
+    const fs::path motion =
+        folder.put(Clips::make("motion.avi", picture + "-c:v mjpeg -qscale:v 2"), "Motion.avi");
     EXPECT_EQ(look(converted(motion)).pictures, 25);
 }
 
@@ -163,8 +175,8 @@ TEST_F(SeenFilm, whatAnEditListLeavesOutStaysOut)
         const char *what;
         double start, length; // of picture and sound
     };
-    for (const auto &[what, start, length] : {Case{"whole", 0, 6}, Case{"front", 1.4, 4.6}, Case{"end", 0, 4},
-                                              Case{"both", 1.4, 2.4}})
+    for (const auto &[what, start, length] :
+         {Case{"whole", 0, 6}, Case{"front", 1.4, 4.6}, Case{"end", 0, 4}, Case{"both", 1.4, 2.4}})
         for (const auto container : {OutputContainer::mkv, OutputContainer::mp4}) {
             if (container == OutputContainer::mp4 && length > 3)
                 continue; // one suffices
@@ -194,23 +206,34 @@ TEST_F(SeenFilm, whatAnEditListLeavesOutStaysOut)
     folder.put(whole, "Film.mp4");
     Mp4::edit(source, 's', {{0.6, 5.4}});
     const Seen before = look(source);
-    const auto arguments = CommandBuilder::arguments(probe(source), planned(source), settings, folder / "copy.mkv",
-                                                     std::nullopt, CommandBuilder::Streams::all);
+    const auto arguments =
+        CommandBuilder::arguments(probe(source), planned(source), settings, folder / "copy.mkv", std::nullopt,
+                                  CommandBuilder::Streams::all);
     ASSERT_EQ(ProcessRunner::run(tools.ffmpeg, arguments, {}).status, 0);
     const Seen after = look(folder / "copy.mkv");
     EXPECT_EQ(after.pictures, before.pictures);
     EXPECT_NEAR(*after.beep - *after.flash, *before.beep - *before.flash, frame / 2 + soundPacket);
 }
 
+TEST_F(SeenFilm, aSourceThatEndsEarlierThanItSaysIsNoted)
+{
+    // The header of the movie still gives six seconds.
+    const fs::path source = folder.put(Clips::make("flash-small.mp4", flash + rich + "-c:a aac"), "Film.mp4");
+    Mp4::edit(source, 'v', {{2 * frame, 4}});
+    Mp4::edit(source, 's', {{1024.0 / 44100, 4}});
+    EXPECT_EQ(convert(source).note, "Der Film ist 4,00 s lang; der Container des Originals gab 6,00 s an.");
+    EXPECT_EQ(convert(folder.put(Clips::film(), "Whole.mkv")).note, std::nullopt);
+}
+
 TEST_F(SeenFilm, soundStaysInTimeWhereATrackBeginsLater)
 {
     for (const char *offset : {"late-sound", "late-picture"}) {
         const bool isSound = std::string(offset) == "late-sound";
-        const fs::path clip = Clips::make(
-            std::string(offset) + "-small.mp4",
-            isSound ? flash.substr(0, flash.rfind("-f lavfi")) + "-itsoffset 0.7 " + flash.substr(flash.rfind("-f lavfi")) +
-                          rich + "-c:a aac"
-                    : "-itsoffset 0.7 " + flash + rich + "-c:a aac");
+        const fs::path clip =
+            Clips::make(std::string(offset) + "-small.mp4",
+                        isSound ? flash.substr(0, flash.rfind("-f lavfi")) + "-itsoffset 0.7 " +
+                                      flash.substr(flash.rfind("-f lavfi")) + rich + "-c:a aac"
+                                : "-itsoffset 0.7 " + flash + rich + "-c:a aac");
         for (const auto container : {OutputContainer::mkv, OutputContainer::mp4}) {
             SCOPED_TRACE(testing::Message() << offset << " into " << id(container));
             settings.container = container;

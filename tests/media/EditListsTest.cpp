@@ -24,8 +24,9 @@ Cut judged(Kind kind, const Stretches &stretches)
 
 fs::path delayed()
 {
-    return Clips::make("edits.mp4", "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -itsoffset 0.7 -f lavfi -i sine=d=4 "
-                                    "-c:v libx264 -preset ultrafast -bf 2 -b_strategy 0 -c:a aac");
+    return Clips::make("edits.mp4",
+                       "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -itsoffset 0.7 -f lavfi -i sine=d=4 "
+                       "-c:v libx264 -preset ultrafast -bf 2 -b_strategy 0 -c:a aac");
 }
 
 TEST(EditLists, onlyThoseCutThatLeaveSomethingOut)

@@ -1,6 +1,7 @@
 #include <fstream>
 
 #include "encoding/HiddenOriginal.h"
+#include "encoding/LocalSwap.h"
 #include "encoding/SwapJournal.h"
 #include "media/ProbeStore.h"
 #include "model/ModelFixture.h"
@@ -110,6 +111,25 @@ TEST_F(ModelTest, unchangedFilesAreNotProbedAgain)
     startAndScan();
     EXPECT_EQ(asked(), 7U) << "a damaged store is none";
     EXPECT_TRUE(item("b.mkv").info);
+}
+
+TEST_F(ModelTest, aReplacementThatWasCutOffIsFinishedUnlessNothingMayChange)
+{
+    film("a.mkv");
+    const fs::path work = folder.write(".a.kestrel-tmp.mkv", std::string(5'000, 'y'));
+    const auto record = LocalSwap::showBeside(
+        {work, {folder / "a.mkv", Files::attributes(folder / "a.mkv")}, folder / "a.mkv", {true, true, 0}},
+        {});
+    AppModel::Options readOnly;
+    readOnly.changesFiles = false;
+    startAndScan(readOnly);
+    EXPECT_EQ(model->library().items().size(), 1U) << "the result is no film of its own";
+    EXPECT_THAT(names(folder.path()), ElementsAre("a (Kestrel).mkv", "a.mkv"));
+
+    start(); // also without a folder
+    EXPECT_THAT(names(folder.path()), ElementsAre("a.mkv"));
+    EXPECT_EQ(readFile(folder / "a.mkv").size(), 5'000U);
+    EXPECT_EQ(readFile(home() / ".local/share/Trash/files/a.mkv").size(), 10'000U);
 }
 
 TEST_F(ModelTest, leftoversGoOnlyWhileNobodyElseIsThere)

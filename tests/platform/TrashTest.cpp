@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "support/Mounts.h"
+#include "support/OrdinaryUser.h"
 #include "support/Sandbox.h"
 
 #include <unistd.h>
@@ -157,6 +158,110 @@ TEST_F(VolumeTrash, leavesTheFileWhereTheTrashIsNoFolderOfTheUsers)
     EXPECT_THROW(Trash::put(file), test::fs::filesystem_error);
     EXPECT_EQ(readFile(file), "Inhalt");
     EXPECT_THAT(names(volume / "fremd"), IsEmpty());
+}
+
+// What put() cannot do is known beforehand, and looking changes nothing.
+class TrashObstacle : public VolumeTrash {
+protected:
+    using Kind = Trash::Obstacle::Kind;
+
+    static std::optional<Kind> kindOf(const path &file)
+    {
+        const auto found = Trash::obstacle(file);
+        return found ? std::optional(found->kind) : std::nullopt;
+    }
+    // The obstacle's number, and whether the file went to the trash all the same.
+    static std::string lookedAtAndPut(const path &file)
+    {
+        const auto found = kindOf(file);
+        bool isMoved = true;
+        try {
+            Trash::put(file);
+        } catch (const test::fs::filesystem_error &) {
+            isMoved = false;
+        }
+        return (found ? std::to_string(static_cast<int>(*found)) : "none") + (isMoved ? " moved" : " stayed");
+    }
+    static std::string stays(Kind kind) { return std::to_string(static_cast<int>(kind)) + " stayed"; }
+
+    const path film = sandbox.write("Platte/Serie/Film.mkv", "Inhalt");
+    const path folder = volume / "Serie";
+};
+
+TEST_F(TrashObstacle, noneWhereTheFileGoes)
+{
+    SKIP_WITHOUT(mount);
+    EXPECT_EQ(kindOf(film), std::nullopt);
+    EXPECT_THAT(names(volume), ElementsAre("Serie")) << "looking makes no trash";
+    EXPECT_EQ(lookedAtAndPut(film), "none moved");
+    EXPECT_EQ(lookedAtAndPut(sandbox.write("zu Hause.mkv", "")), "none moved");
+    EXPECT_THROW(Trash::obstacle(film), test::fs::filesystem_error) << "it has gone";
+}
+
+TEST_F(TrashObstacle, isAFileOrFolderThatIsLocked)
+{
+    SKIP_WITHOUT(mount);
+    const auto withAttribute = [](const char *flag, const path &what, const path &file) {
+        if (!test::shell(std::string("chattr +") + flag + " " + test::quoted(what) + " 2>/dev/null"))
+            return std::string("cannot be tried");
+        const std::string said = lookedAtAndPut(file);
+        test::shell(std::string("chattr -") + flag + " " + test::quoted(what));
+        return said;
+    };
+    const path home = sandbox.write("zu Hause/Film.mkv", "");
+    for (const path &file : {film, home}) {
+        if (withAttribute("i", file, file) == "cannot be tried")
+            GTEST_SKIP() << "chattr needs root and a file system that knows it";
+        for (const char *flag : {"i", "a"}) {
+            EXPECT_EQ(withAttribute(flag, file, file), stays(Kind::lockedFile)) << flag << file;
+            EXPECT_EQ(withAttribute(flag, file.parent_path(), file), stays(Kind::lockedFolder)) << flag;
+        }
+    }
+}
+
+TEST_F(TrashObstacle, isAFolderThatCannotBeChanged)
+{
+    SKIP_WITHOUT(mount);
+    ASSERT_TRUE(mount.makeReadOnly());
+    EXPECT_EQ(lookedAtAndPut(film), stays(Kind::folder));
+    EXPECT_EQ(Trash::obstacle(film)->reason, std::errc::read_only_file_system);
+}
+
+TEST_F(TrashObstacle, isATrashThatIsNoFolderOfTheUsers)
+{
+    SKIP_WITHOUT(mount);
+    test::fs::create_directory(volume / "fremd");
+    test::fs::create_directory_symlink("fremd", volume / (".Trash-" + user));
+    EXPECT_EQ(lookedAtAndPut(film), stays(Kind::trash));
+}
+
+TEST_F(TrashObstacle, isWhatAnOrdinaryUserMayNotDo)
+{
+    SKIP_WITHOUT(mount);
+    SKIP_UNLESS_ROOT();
+    using test::fs::perms;
+    const auto said = [&] { return test::asOrdinaryUser([&] { return lookedAtAndPut(film); }); };
+    test::openWayTo(sandbox.path());
+    test::fs::permissions(volume, perms(0755));
+
+    EXPECT_EQ(said(), stays(Kind::folder));
+    test::fs::permissions(folder, perms(01777));
+    EXPECT_EQ(said(), stays(Kind::anothersFile));
+    ASSERT_EQ(::chown(film.c_str(), test::ordinaryUser, 0), 0);
+    EXPECT_EQ(said(), stays(Kind::trash)) << "nothing may be made at the volume's root";
+    test::fs::permissions(volume, perms(0777));
+    EXPECT_EQ(said(), "none moved");
+}
+
+TEST_F(HomeTrash, aDeviceMountedTwiceIsTwoVolumes)
+{
+    const auto mount = test::Mount::bind(sandbox.path(), sandbox / "noch einmal");
+    SKIP_WITHOUT(mount);
+    sandbox.write("Film.mkv", "Inhalt");
+    const path file = sandbox / "noch einmal/Film.mkv";
+    EXPECT_EQ(Trash::obstacle(file), std::nullopt);
+    EXPECT_EQ(Trash::put(file),
+              sandbox / ("noch einmal/.Trash-" + std::to_string(::getuid())) / "files/Film.mkv");
 }
 
 } // namespace kestrel

@@ -16,9 +16,10 @@ namespace kestrel::test {
 namespace {
 
 #ifdef __x86_64__
-constexpr std::array changes{SYS_rename,    SYS_renameat, SYS_renameat2, SYS_link,    SYS_linkat,
-                             SYS_unlink,    SYS_unlinkat, SYS_rmdir,     SYS_mkdir,   SYS_mkdirat,
-                             SYS_utimensat, SYS_fsync,    SYS_chmod,     SYS_fchmodat};
+constexpr std::array changes{SYS_rename,    SYS_renameat, SYS_renameat2, SYS_link,     SYS_linkat,
+                             SYS_unlink,    SYS_unlinkat, SYS_rmdir,     SYS_mkdir,    SYS_mkdirat,
+                             SYS_utimensat, SYS_fsync,    SYS_fdatasync, SYS_pwrite64, SYS_ftruncate,
+                             SYS_chmod,     SYS_fchmodat};
 
 bool isChange(pid_t child)
 {

@@ -16,9 +16,19 @@ Mount Mount::tmpfs(const fs::path &point, long bytes)
     return {point, fmt::format("mount -t tmpfs -o size={} kestrel-test {}", bytes, quoted(point))};
 }
 
-Mount Mount::share(const fs::path &source, const fs::path &point)
+Mount Mount::passThrough(const fs::path &source, const fs::path &point, const std::string &options)
 {
-    return {point, fmt::format("bindfs -o subtype=smbnetfs {} {}", quoted(source), quoted(point))};
+    return {point, fmt::format("bindfs {} {} {}", options, quoted(source), quoted(point))};
+}
+
+Mount Mount::share(const fs::path &source, const fs::path &point, const std::string &options)
+{
+    return passThrough(source, point, "-o subtype=smbnetfs " + options);
+}
+
+Mount Mount::bind(const fs::path &source, const fs::path &point)
+{
+    return {point, fmt::format("mount --bind {} {}", quoted(source), quoted(point))};
 }
 
 Mount Mount::sshfs(const fs::path &source, const fs::path &point, const std::string &options)

@@ -13,8 +13,12 @@ class Mount {
 public:
     // A file system in memory of so many bytes.
     static Mount tmpfs(const fs::path &point, long bytes);
-    // A FUSE pass-through to a folder, which the kernel lists as an SMB share.
-    static Mount share(const fs::path &source, const fs::path &point);
+    // A FUSE pass-through to a folder, with options of bindfs.
+    static Mount passThrough(const fs::path &source, const fs::path &point, const std::string &options);
+    // The same, listed by the kernel as an SMB share.
+    static Mount share(const fs::path &source, const fs::path &point, const std::string &options = "");
+    // The folder once more, as a mount of its own.
+    static Mount bind(const fs::path &source, const fs::path &point);
     // A real sshfs, with the SFTP server at the other end of a pipe: no network.
     static Mount sshfs(const fs::path &source, const fs::path &point, const std::string &options = "");
     ~Mount();

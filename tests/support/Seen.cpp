@@ -63,13 +63,13 @@ Seen look(const fs::path &file)
             seen.beep = time;
 
     // The program turns the picture for a raw output as a player does.
-    const std::string raw = run("ffmpeg", {"-nostdin", "-v", "error", "-i", file.native(), "-frames:v", "1", "-vf",
-                                           "scale=2:2:flags=area,format=gray", "-f", "rawvideo", "-"});
+    const std::string raw = run("ffmpeg", {"-nostdin", "-v", "error", "-i", file.native(), "-frames:v", "1",
+                                           "-vf", "scale=2:2:flags=area,format=gray", "-f", "rawvideo", "-"});
     for (std::size_t i = 0; i < std::min<std::size_t>(raw.size(), 4); ++i)
         seen.corners[i] = static_cast<unsigned char>(raw[i]);
-    std::istringstream header(run("ffmpeg", {"-nostdin", "-v", "error", "-i", file.native(), "-frames:v", "1", "-vf",
-                                             "scale=iw*sar:ih", "-f", "yuv4mpegpipe", "-pix_fmt", "yuv420p",
-                                             "-strict", "-1", "-"}));
+    std::istringstream header(run("ffmpeg", {"-nostdin", "-v", "error", "-i", file.native(), "-frames:v", "1",
+                                             "-vf", "scale=iw*sar:ih", "-f", "yuv4mpegpipe", "-pix_fmt",
+                                             "yuv420p", "-strict", "-1", "-"}));
     std::string word;
     double width = 0, height = 0;
     while (header >> word && word != "FRAME")

@@ -10,11 +10,11 @@
 namespace kestrel::test {
 
 struct Seen {
-    std::array<int, 4> corners{};         // brightness, 0 … 255: top left, top right, bottom left, bottom right
-    double aspect = 0;                    // width over height on the screen
-    int pictures = 0;                     // that are shown
-    double first = 0, last = 0;           // when the first and the last picture are shown; seconds
-    std::optional<double> flash, beep;    // when the first bright picture is shown and the first sound is heard
+    std::array<int, 4> corners{}; // brightness, 0 … 255: top left, top right, bottom left, bottom right
+    double aspect = 0;            // width over height on the screen
+    int pictures = 0;             // that are shown
+    double first = 0, last = 0;   // when the first and the last picture are shown; seconds
+    std::optional<double> flash, beep; // when the first bright picture is shown and the first sound is heard
 };
 
 Seen look(const fs::path &film);

@@ -73,6 +73,9 @@ TEST_F(TableTest, aRowSaysWhatHappensToItsFile)
               "Fertige Datei wird aufs Netzlaufwerk kopiert und geprüft – erst danach wird getauscht."},
              {Status::Done{2'147'483'648, 1'073'741'824}, "Ergebnis: −50 %", "2,0 GB → 1,0 GB",
               "check-circle", "Ergebnis: 2,0 GB → 1,0 GB (−50 %)"},
+             {Status::Done{2'147'483'648, 1'073'741'824, "Das Original wurde nicht gelöscht."},
+              "Ergebnis: −50 %", "2,0 GB → 1,0 GB", "warning",
+              "Ergebnis: 2,0 GB → 1,0 GB (−50 %)\nDas Original wurde nicht gelöscht."},
              {Status::NoSavings{1'073'741'824}, "Original bleibt", "keine Ersparnis", "info",
               "Das Ergebnis (1,0 GB) wäre nicht genug kleiner gewesen – Original bleibt."},
              {Status::Failed{"kaputt\nganz"}, "Fehler", "kaputt ganz", "warning", "kaputt\nganz"}}) {

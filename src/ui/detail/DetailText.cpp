@@ -130,6 +130,8 @@ State state(const FileItem &item)
         const auto before = static_cast<double>(done->before), after = static_cast<double>(done->after);
         state.text = QStringLiteral("Ergebnis: %1 → %2 (%3)")
                          .arg(qt(Fmt::bytes(before)), qt(Fmt::bytes(after)), qt(Fmt::change(before, after)));
+        if (done->note)
+            state.text += QStringLiteral(". ") + line(*done->note).simplified();
     } else if (const auto *kept = std::get_if<Status::NoSavings>(&item.status)) {
         state.text = QStringLiteral("Das Ergebnis (%1) wäre nicht genug kleiner gewesen – Original bleibt.")
                          .arg(qt(Fmt::bytes(kept->size)));

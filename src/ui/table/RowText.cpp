@@ -218,11 +218,13 @@ Cell status(const FileItem &item)
             QStringLiteral("%1 → %2").arg(qt(Fmt::bytes(done->before)), qt(Fmt::bytes(done->after)));
         const QString change =
             qt(Fmt::change(static_cast<double>(done->before), static_cast<double>(done->after)));
+        const QString note = qt(Text::repaired(done->note.value_or("")));
+        const QString help = QStringLiteral("Ergebnis: %1 (%2)").arg(sizes, change);
         return {.text = QStringLiteral("Ergebnis: ") + change,
                 .detail = sizes,
-                .icon = QStringLiteral("check-circle"),
-                .tone = Tone::green,
-                .help = QStringLiteral("Ergebnis: %1 (%2)").arg(sizes, change)};
+                .icon = note.isEmpty() ? QStringLiteral("check-circle") : QStringLiteral("warning"),
+                .tone = note.isEmpty() ? Tone::green : Tone::orange,
+                .help = note.isEmpty() ? help : help + QStringLiteral("\n") + note};
     }
     if (const auto *kept = std::get_if<Status::NoSavings>(&item.status))
         return {.text = QStringLiteral("Original bleibt"),
