@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QFileDialog>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
@@ -14,6 +13,7 @@
 #include "platform/FileManager.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
+#include "ui/window/FolderDialog.h"
 
 namespace kestrel {
 
@@ -258,24 +258,20 @@ void MainWindow::open(const std::filesystem::path &folder)
 
 void MainWindow::chooseFolder()
 {
-    auto *dialog = new QFileDialog(
-        this, QStringLiteral("Ordner mit Videos wählen – Unterordner werden mit durchsucht."));
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setFileMode(QFileDialog::Directory);
-    dialog->setOption(QFileDialog::ShowDirsOnly);
-    dialog->setLabelText(QFileDialog::Accept, QStringLiteral("Ordner wählen …"));
-    dialog->setDirectory(m_reachable ? QFile::decodeName(m_reachable->c_str()) : QDir::homePath());
-    // When the dialog has gone, and with it the focus.
-    connect(
-        dialog, &QFileDialog::fileSelected, this,
-        [this](const QString &path) {
-            activateWindow();
-            if (!path.isEmpty())
-                open(QFile::encodeName(path).toStdString());
-            if (table().isVisible())
-                table().setFocus();
-        },
-        Qt::QueuedConnection);
+    auto *dialog =
+        new FolderDialog(m_reachable ? QFile::decodeName(m_reachable->c_str()) : QDir::homePath(), this);
+    connect(dialog, &FolderDialog::chosen, this, [this](const std::filesystem::path &folder) {
+        // When the dialog has gone, and with it the focus.
+        QMetaObject::invokeMethod(
+            this,
+            [this, folder] {
+                activateWindow();
+                open(folder);
+                if (table().isVisible())
+                    table().setFocus();
+            },
+            Qt::QueuedConnection);
+    });
     dialog->open();
 }
 
