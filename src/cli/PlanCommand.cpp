@@ -49,7 +49,7 @@ std::string describeVideo(const MediaInfo &info, const Plan &plan, const Convers
 std::string describe(const FileItem &file, const ConversionSettings &settings)
 {
     if (file.probeError)
-        return "nicht lesbar: " + Terminal::shown(file.shortProbeError());
+        return "nicht lesbar: " + Terminal::line(file.shortProbeError());
     if (file.mayBeIncomplete)
         return "wird evtl. noch kopiert";
     if (file.plan->isNoop)

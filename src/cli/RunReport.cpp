@@ -119,7 +119,7 @@ std::string describeState(const FileReport &report)
     case FileStatus::failed:
         break;
     }
-    return "gescheitert: " + Terminal::shown(report.text.value_or(""));
+    return "gescheitert: " + Terminal::line(explained({report.text.value_or(""), report.isQuoted}));
 }
 
 std::string_view id(FileStatus status)
@@ -153,6 +153,7 @@ std::optional<FileReport> FileReport::of(const FileItem &item)
     } else if (const auto *failed = std::get_if<Status::Failed>(&item.status)) {
         report.status = FileStatus::failed;
         report.text = failed->text;
+        report.isQuoted = failed->isQuoted;
     } else if (is<Status::Queued>(item.status)) {
         return std::nullopt;
     }

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "media/MediaInfo.h"
 #include "model/JobStatus.h"
@@ -57,6 +58,16 @@ struct FileItem {
 
     // The part of ffprobe's text that says most, on one line.
     std::string shortProbeError() const;
+    // The same in German, where it is one of the usual reasons.
+    std::optional<std::string> knownProbeError() const;
+    // All of the text below a sentence of our own.
+    std::string explainedProbeError() const;
+
+private:
+    std::string_view probeReason() const;
 };
+
+// Why a file failed, as a person reads it: German, with a sentence of our own before the words of a program.
+std::string explained(const Status::Failed &failed);
 
 } // namespace kestrel

@@ -134,7 +134,7 @@ State state(const FileItem &item)
         state.text = QStringLiteral("Das Ergebnis (%1) wäre nicht genug kleiner gewesen – Original bleibt.")
                          .arg(qt(Fmt::bytes(kept->size)));
     } else if (const auto *failed = std::get_if<Status::Failed>(&item.status)) {
-        state.text = line(failed->text).simplified();
+        state.text = line(explained(*failed)).simplified();
     } else if (item.probeError && !item.mayBeIncomplete) {
         state = {QStringLiteral("warning"),
                  QStringLiteral("nicht lesbar: ") + line(item.shortProbeError()),
@@ -162,9 +162,9 @@ State state(const FileItem &item)
 std::optional<QString> error(const FileItem &item)
 {
     if (const auto *failed = std::get_if<Status::Failed>(&item.status))
-        return lines(Text::trimmed(failed->text));
+        return lines(Text::trimmed(explained(*failed)));
     if (item.probeError)
-        return lines(Text::trimmed(*item.probeError));
+        return lines(item.explainedProbeError());
     return std::nullopt;
 }
 

@@ -113,7 +113,7 @@ Cell video(const FileItem &item, const ConversionSettings &settings)
         return {.text = QStringLiteral("nicht lesbar"),
                 .icon = QStringLiteral("warning"),
                 .tone = Tone::orange,
-                .help = qt(Text::repaired(*item.probeError))};
+                .help = qt(Text::repaired(item.explainedProbeError()))};
     if (!item.info)
         return {};
     if (!item.info->video)
@@ -231,23 +231,28 @@ Cell status(const FileItem &item)
                 .help =
                     QStringLiteral("Das Ergebnis (%1) wäre nicht genug kleiner gewesen – Original bleibt.")
                         .arg(qt(Fmt::bytes(kept->size)))};
-    if (const auto *failed = std::get_if<Status::Failed>(&item.status))
+    if (const auto *failed = std::get_if<Status::Failed>(&item.status)) {
+        const QString why = qt(Text::repaired(explained(*failed)));
         return {.text = QStringLiteral("Fehler"),
-                .detail = qt(Text::repaired(failed->text)).simplified(),
+                .detail = why.simplified(),
                 .icon = QStringLiteral("warning"),
                 .tone = Tone::red,
-                .help = qt(Text::repaired(failed->text))};
+                .help = why};
+    }
     if (item.mayBeIncomplete)
         return {.text = QStringLiteral("wird evtl. noch kopiert"),
                 .icon = QStringLiteral("clock"),
                 .tone = Tone::orange,
                 .help = QStringLiteral("wird evtl. noch kopiert"),
                 .canBreak = true};
-    if (item.probeError)
-        return {.text = qt(item.shortProbeError()),
+    if (item.probeError) {
+        const auto known = item.knownProbeError();
+        const QString why = qt(Text::repaired(item.explainedProbeError()));
+        return {.text = known ? qt(*known) : why.simplified(),
                 .tone = Tone::muted,
-                .help = qt(Text::repaired(*item.probeError)),
+                .help = why,
                 .canBreak = true};
+    }
     if (is<Status::Queued>(item.status))
         return {.text = QStringLiteral("wartet"), .icon = QStringLiteral("clock"), .tone = Tone::muted};
     return {};
