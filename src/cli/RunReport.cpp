@@ -87,6 +87,8 @@ public:
 
     void finished(const RunStats &run) override
     {
+        if (!run.isComplete())
+            printLine("Gestoppt");
         printLine(run.finishedText());
         if (const auto text = run.soFarText())
             printLine(*text);

@@ -77,6 +77,17 @@ TEST_F(WindowTest, commandsArePossibleWhenTheyMakeSense)
     EXPECT_EQ(RunPanel::lookOf(*model)->detail, "wird gestoppt …");
     EXPECT_TRUE(idle());
     EXPECT_EQ(possible(), "open choose rescan measure 3 clip convert details check ");
+    EXPECT_EQ(RunPanel::lookOf(*model)->headline, "Gestoppt");
+    EXPECT_TRUE(RunPanel::lookOf(*model)->sentence.startsWith("Fertig: 0 konvertiert · 1 abgebrochen"));
+    EXPECT_TRUE(RunPanel::turnOf(*model).startsWith("Gestoppt. Fertig: 0"));
+
+    can.uncheckAll->trigger();
+    EXPECT_EQ(possible(), "open choose rescan measure 3 clip details check ") << "nothing is chosen";
+    can.checkAll->trigger();
+    EXPECT_TRUE(can.convert->isEnabled());
+    model->library().change(item("a.mkv"), [](FileItem &file) { file.plan->isNoop = true; });
+    can.update();
+    EXPECT_FALSE(can.convert->isEnabled());
 }
 
 TEST_F(WindowTest, aScreenReaderIsToldWhatTheToolsDo)
@@ -350,6 +361,7 @@ TEST_F(WindowTest, thePanelTellsWhatIsGoingOn)
     giveSample("b.mkv");
     model->startConversion();
     EXPECT_EQ(RunPanel::lookOf(*model)->count, "0 von 2 Dateien");
+    EXPECT_EQ(countedOf(0, 1), "0 von 1 Datei");
     EXPECT_EQ(RunPanel::turnOf(*model), "Konvertierung läuft");
     model->togglePause();
     EXPECT_EQ(RunPanel::turnOf(*model), "Pausiert");
