@@ -114,7 +114,7 @@ std::string renderTotals(const Totals &totals)
     if (totals.actionable > 0)
         text += fmt::format("{} → etwa {} ({}, {}) · Rechenzeit etwa {}\n", Fmt::bytes(source),
                             Fmt::bytes(totals.estimatedBytes), Fmt::change(source, totals.estimatedBytes),
-                            label(*totals.weakestKind), Fmt::duration(totals.encodeSeconds));
+                            totals.gradeText(), Fmt::duration(totals.encodeSeconds));
     else if (totals.files > 0)
         text += fmt::format("{} – es gibt nichts zu konvertieren.\n", Fmt::bytes(source));
     if (totals.errors > 0)
