@@ -50,6 +50,9 @@ struct FileItem {
     bool hasOutcome() const { return isFinished() || is<Status::NoSavings>(status); }
     bool isCounted() const { return included && info && !mayBeIncomplete; }
     bool isActionable() const { return isCounted() && plan && !plan->isNoop && !isFinished(); }
+    // Whether there is anything to choose, and with it a check mark: the file is not known to be unreadable,
+    // done, or without anything to do.
+    bool isChoosable() const { return !probeError && !(plan && plan->isNoop) && !isFinished(); }
     // Bytes before and after the run: what came out where it is done, else what is expected or kept.
     std::int64_t bytesBefore() const;
     double bytesAfter() const;

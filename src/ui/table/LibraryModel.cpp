@@ -167,6 +167,17 @@ std::vector<RowText::Chip> LibraryModel::chips(const QModelIndex &index) const
     return item != nullptr ? RowText::chips(*item) : std::vector<RowText::Chip>();
 }
 
+QVariant LibraryModel::checkState(const TableNode &row) const
+{
+    if (row.item == nullptr) {
+        const auto state = folder(row).checkState();
+        return state ? QVariant(*state) : QVariant();
+    }
+    if (!row.item->isChoosable())
+        return {};
+    return row.item->included ? Qt::Checked : Qt::Unchecked;
+}
+
 QVariant LibraryModel::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())
@@ -182,11 +193,12 @@ QVariant LibraryModel::data(const QModelIndex &index, int role) const
     case Qt::CheckStateRole:
         if (index.column() != include)
             return {};
-        return row.item != nullptr ? (row.item->included ? Qt::Checked : Qt::Unchecked)
-                                   : folder(row).checkState();
+        return checkState(row);
     case Qt::AccessibleTextRole: {
-        if (index.column() == include)
-            return spoken(static_cast<Qt::CheckState>(data(index, Qt::CheckStateRole).toInt()));
+        if (index.column() == include) {
+            const QVariant state = checkState(row);
+            return state.isValid() ? spoken(static_cast<Qt::CheckState>(state.toInt())) : QString();
+        }
         const RowText::Cell all = cell(index);
         QStringList parts{all.text, all.detail};
         for (const auto &chip : chips(index))
@@ -232,7 +244,7 @@ Qt::ItemFlags LibraryModel::flags(const QModelIndex &index) const
     if (!index.isValid())
         return {};
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
-    if (index.column() == include)
+    if (index.column() == include && checkState(node(index)).isValid())
         flags |= Qt::ItemIsUserCheckable;
     if (!node(index).isFolder())
         flags |= Qt::ItemNeverHasChildren;

@@ -57,6 +57,8 @@ private:
     void tell();
     void followSort();
     std::optional<QString> completion(const TableNode &folder) const;
+    // Invalid where there is nothing to choose.
+    QVariant checkState(const TableNode &row) const;
 
     AppModel &m_model;
     bool m_isFilling = false;

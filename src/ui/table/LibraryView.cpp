@@ -240,8 +240,10 @@ void LibraryView::toggleIncluded(const QModelIndex &index)
 {
     const auto &id = m_rows.node(index).id;
     const Library::Ids &selection = m_model.library().selection();
-    const bool isIncluded =
-        index.siblingAtColumn(Column::include).data(Qt::CheckStateRole).toInt() == Qt::Checked;
+    const QVariant state = index.siblingAtColumn(Column::include).data(Qt::CheckStateRole);
+    if (!state.isValid())
+        return; // there is nothing to choose
+    const bool isIncluded = state.toInt() == Qt::Checked;
     m_model.library().setIncluded(selection.contains(id) ? selection : Library::Ids{id}, !isIncluded);
     tell(index.siblingAtColumn(Column::include).data(Qt::AccessibleTextRole).toString());
 }

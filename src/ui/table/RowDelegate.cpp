@@ -183,8 +183,9 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
     const bool isLeftOut = row.item != nullptr && !row.item->included && !row.item->isFinished();
 
     if (index.column() == Column::include) {
-        const auto state = static_cast<Qt::CheckState>(index.data(Qt::CheckStateRole).toInt());
-        Draw::check(*painter, checkPlace(option.rect), state, true, option.palette);
+        if (const QVariant state = index.data(Qt::CheckStateRole); state.isValid())
+            Draw::check(*painter, checkPlace(option.rect), static_cast<Qt::CheckState>(state.toInt()), true,
+                        option.palette);
         return;
     }
     const QFont body = Theme::font(Theme::Size::body), caption = Theme::font(Theme::Size::caption);

@@ -264,7 +264,8 @@ Folder Folder::of(const TableNode &node)
     const std::vector<FileItem *> files = node.folderItems();
     folder.files = files.size();
     for (const FileItem *item : files) {
-        folder.included += item->included ? 1 : 0;
+        folder.choosable += item->isChoosable() ? 1 : 0;
+        folder.included += item->isChoosable() && item->included ? 1 : 0;
         folder.converted += item->isFinished() ? 1 : 0;
         folder.failed += is<Status::Failed>(item->status) ? 1 : 0;
     }
@@ -289,9 +290,11 @@ Sources Sources::of(const TableNode &node)
     return sources;
 }
 
-Qt::CheckState Folder::checkState() const
+std::optional<Qt::CheckState> Folder::checkState() const
 {
-    return included == 0 ? Qt::Unchecked : included == files ? Qt::Checked : Qt::PartiallyChecked;
+    if (choosable == 0)
+        return std::nullopt;
+    return included == 0 ? Qt::Unchecked : included == choosable ? Qt::Checked : Qt::PartiallyChecked;
 }
 
 Cell video(const Sources &sources)
