@@ -23,6 +23,8 @@ void tellWhatIsLeftOut(const Library &library)
                 fmt::format("{}: nicht lesbar: {}", name, Terminal::line(file->shortProbeError())));
         else if (file->mayBeIncomplete)
             Terminal::complain(fmt::format("{}: wird evtl. noch kopiert – später neu analysieren", name));
+        else if (file->plan && file->plan->leftAlone)
+            Terminal::complain(fmt::format("{}: {}", name, Terminal::line(*file->plan->leftAlone)));
     }
 }
 

@@ -52,6 +52,8 @@ std::string describe(const FileItem &file, const ConversionSettings &settings)
         return "nicht lesbar: " + Terminal::line(file.shortProbeError());
     if (file.mayBeIncomplete)
         return "wird evtl. noch kopiert";
+    if (file.plan->leftAlone)
+        return Terminal::line(*file.plan->leftAlone);
     if (file.plan->isNoop)
         return "nichts zu tun";
     std::vector<std::string> parts{describeVideo(*file.info, *file.plan, settings)};
@@ -95,10 +97,13 @@ std::string count(std::size_t number, const char *one, const char *many)
 std::string renderNotes(const Library &library)
 {
     std::map<std::string, std::size_t> notes;
-    for (const auto &file : library.items())
+    for (const auto &file : library.items()) {
         if (file->isActionable())
             for (const auto &note : file->plan->notes)
                 ++notes[note];
+        else if (file->plan && file->plan->leftAlone)
+            ++notes[Terminal::line(*file->plan->leftAlone)];
+    }
     std::string text;
     for (const auto &[note, files] : notes)
         text += fmt::format("{}: {}\n", count(files, "Datei", "Dateien"), note);

@@ -112,6 +112,9 @@ TEST_F(TableTest, aRowSaysWhatHappensToItsFile)
     EXPECT_THAT(RowText::estimate(file).detail.toStdString(), HasSubstr("gemessen"));
     model->library().change(file, [](FileItem &changed) { changed.plan->isNoop = true; });
     EXPECT_EQ(RowText::estimate(file).text, "nichts zu tun");
+    model->library().change(file, [](FileItem &changed) { changed.plan->leftAlone = "enthält zwei Filme"; });
+    EXPECT_EQ(RowText::estimate(file).text, "enthält zwei Filme");
+    EXPECT_EQ(RowText::estimate(file).help, "enthält zwei Filme");
     model->library().change(file, [](FileItem &changed) { changed.info->video.reset(); });
     EXPECT_EQ(RowText::video(file, model->settings()).text, "kein Video");
     model->library().change(file, [](FileItem &changed) {

@@ -143,6 +143,8 @@ State state(const FileItem &item)
     } else if (state.text.isEmpty()) {
         if (!item.info || !item.plan)
             state = {QStringLiteral("clock"), QStringLiteral("noch nicht analysiert"), Tone::muted, {}};
+        else if (item.plan->leftAlone)
+            state = {QStringLiteral("info"), line(*item.plan->leftAlone), Tone::muted, {}};
         else if (item.plan->isNoop)
             state = {QStringLiteral("check-circle"), QStringLiteral("nichts zu tun"), Tone::muted, {}};
         else if (!item.included)
@@ -204,7 +206,10 @@ std::optional<Estimate> estimate(const FileItem &item)
     estimate.grade[0] = estimate.grade[0].toUpper();
     if (item.plan->isNoop) {
         estimate.sizes = qt(Fmt::bytes(before));
-        estimate.explanation = QStringLiteral("An dieser Datei ist nichts zu tun, sie bleibt, wie sie ist.");
+        estimate.explanation =
+            item.plan->leftAlone
+                ? QStringLiteral("Diese Datei bleibt, wie sie ist: ") + line(*item.plan->leftAlone)
+                : QStringLiteral("An dieser Datei ist nichts zu tun, sie bleibt, wie sie ist.");
         return estimate;
     }
     if (!(after > 0)) {

@@ -169,6 +169,10 @@ Cell estimate(const FileItem &item)
                 .detail = qt(Fmt::change(before, item.bytesAfter()))};
     if (is<Status::NoSavings>(item.status))
         return {.text = qt(Fmt::bytes(before)), .detail = QStringLiteral("bleibt"), .tone = Tone::muted};
+    if (item.plan->leftAlone) {
+        const QString reason = qt(Text::oneLine(*item.plan->leftAlone));
+        return {.text = reason, .tone = Tone::muted, .help = reason, .canBreak = true};
+    }
     if (item.plan->isNoop)
         return {.text = QStringLiteral("nichts zu tun"), .tone = Tone::muted};
     const double after = item.estimate->total();
