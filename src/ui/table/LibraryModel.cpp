@@ -1,5 +1,6 @@
 #include "ui/table/LibraryModel.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -24,6 +25,21 @@ QString spoken(Qt::CheckState state)
     return state == Qt::Checked            ? QStringLiteral("angehakt")
            : state == Qt::PartiallyChecked ? QStringLiteral("teilweise angehakt")
                                            : QStringLiteral("nicht angehakt");
+}
+
+// Files from other systems may have their accents apart.
+QString asCompared(const QString &name)
+{
+    return name.normalized(QString::NormalizationForm_C).toCaseFolded();
+}
+
+void collectVisible(std::vector<const TableNode *> &rows, const TableNode &parent, const Library::Ids &open)
+{
+    for (const auto &child : parent.children) {
+        rows.push_back(child.get());
+        if (child->isFolder() && open.contains(child->id))
+            collectVisible(rows, *child, open);
+    }
 }
 
 } // namespace
@@ -101,6 +117,22 @@ int LibraryModel::rowCount(const QModelIndex &parent) const
 int LibraryModel::columnCount(const QModelIndex &) const
 {
     return columns;
+}
+
+const TableNode *LibraryModel::rowNamed(const QString &beginning, const TableNode *current, bool isNext) const
+{
+    std::vector<const TableNode *> rows;
+    collectVisible(rows, m_model.library().root(), m_model.library().expandedFolders());
+    const QString wanted = asCompared(beginning);
+    const auto at = std::find(rows.begin(), rows.end(), current);
+    const std::size_t first =
+        at == rows.end() ? 0 : static_cast<std::size_t>(at - rows.begin()) + (isNext ? 1 : 0);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const TableNode *row = rows[(first + i) % rows.size()];
+        if (asCompared(cell(indexOf(*row)).text).startsWith(wanted))
+            return row;
+    }
+    return nullptr;
 }
 
 const RowText::Folder &LibraryModel::folder(const TableNode &node) const

@@ -40,6 +40,11 @@ public:
     const RowText::Sources &sources(const TableNode &node) const;
     // Between the old rows and the new ones nobody may ask for any.
     bool isFilling() const { return m_isFilling; }
+    // The next row that can be seen and whose name begins so, or the first one again; also the current one
+    // itself, unless `isNext`. Null where there is none.
+    const TableNode *rowNamed(const QString &beginning, const TableNode *current, bool isNext) const;
+    // Some row has something to say in its last column.
+    bool hasStatus() const { return m_hasStatus; }
 
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
     QModelIndex parent(const QModelIndex &index) const override;

@@ -11,6 +11,7 @@
 #include "ui/look/Accessibility.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
+#include "ui/table/NameSearch.h"
 #include "ui/table/RowDelegate.h"
 
 namespace kestrel {
@@ -46,7 +47,9 @@ int sectionOf(RowComparator::Column column)
 } // namespace
 
 LibraryView::LibraryView(AppModel &model, QWidget *parent)
-    : QTreeView(parent), m_model(model), m_rows(model), m_header(new ColumnHeader(m_rows, this))
+    : QTreeView(parent), m_model(model), m_rows(model), m_header(new ColumnHeader(m_rows, this)),
+      m_search(
+          new NameSearch(*this, [this](const QString &text, bool isNext) { return goToName(text, isNext); }))
 {
     setModel(&m_rows);
     auto *delegate = new RowDelegate(m_rows, this);
@@ -273,6 +276,8 @@ void LibraryView::focusInEvent(QFocusEvent *event)
 void LibraryView::keyPressEvent(QKeyEvent *event)
 {
     const QModelIndex current = currentIndex();
+    if (m_search->takes(*event))
+        return;
     if (current.isValid() && event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier)
         return showMenuAt(current); // for keyboards without a menu key
     // Qt's own "*" would open files, too; on German keyboards it comes with Shift.
@@ -307,15 +312,19 @@ void LibraryView::expand(const TableNode &row, const QString &key)
     tell(QStringLiteral("aufgeklappt"));
 }
 
-// By the names, whatever the column of the current cell.
-void LibraryView::keyboardSearch(const QString &search)
+// Qt's own search takes the blank for an order, and shows nothing of what was typed.
+void LibraryView::keyboardSearch(const QString &typed)
 {
-    const auto goTo = [this](const QModelIndex &row, int column) {
-        selectionModel()->setCurrentIndex(row.siblingAtColumn(column), QItemSelectionModel::NoUpdate);
-    };
-    goTo(currentIndex().isValid() ? currentIndex() : m_rows.index(0, 0), Column::name);
-    QTreeView::keyboardSearch(search);
-    goTo(currentIndex(), 0);
+    m_search->add(typed);
+}
+
+bool LibraryView::goToName(const QString &beginning, bool isNext)
+{
+    const TableNode *current = currentIndex().isValid() ? &m_rows.node(currentIndex()) : nullptr;
+    const TableNode *row = m_rows.rowNamed(beginning, current, isNext);
+    if (row != nullptr)
+        setCurrentIndex(m_rows.indexOf(*row, 0));
+    return row != nullptr;
 }
 
 void LibraryView::leaveEvent(QEvent *event)
