@@ -67,6 +67,21 @@ LibraryModel::LibraryModel(AppModel &model, QObject *parent) : QAbstractItemMode
     connect(&library, &Library::sorted, this, &LibraryModel::followSort);
     connect(&library, &Library::itemChanged, this, &LibraryModel::itemChanged);
     connect(&library, &Library::recomputed, this, &LibraryModel::everythingChanged);
+    for (const auto signal : {&Library::filled, &Library::recomputed})
+        connect(&library, signal, this, &LibraryModel::lookForStatus);
+    connect(&model, &AppModel::activityChanged, this, &LibraryModel::lookForStatus);
+    lookForStatus();
+}
+
+void LibraryModel::lookForStatus()
+{
+    const auto &items = m_model.library().items();
+    const auto kind = m_model.activity().kind;
+    const bool hasStatus =
+        kind == Activity::Kind::converting || kind == Activity::Kind::sampling ||
+        std::any_of(items.begin(), items.end(), [](const auto &item) { return RowText::hasStatus(*item); });
+    if (std::exchange(m_hasStatus, hasStatus) != hasStatus)
+        emit statusCame();
 }
 
 const TableNode &LibraryModel::node(const QModelIndex &index) const

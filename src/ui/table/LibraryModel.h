@@ -54,7 +54,11 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex &index) const override;
 
+signals:
+    void statusCame(); // or has gone
+
 private:
+    void lookForStatus();
     const TableNode &nodeOrRoot(const QModelIndex &index) const;
     void itemChanged(const FileItem &item);
     void everythingChanged();
@@ -66,7 +70,7 @@ private:
     QVariant checkState(const TableNode &row) const;
 
     AppModel &m_model;
-    bool m_isFilling = false;
+    bool m_isFilling = false, m_hasStatus = false;
     mutable std::unordered_map<const TableNode *, RowText::Folder> m_folders;
     mutable std::unordered_map<const TableNode *, RowText::Sources> m_sources;
     struct Completion {

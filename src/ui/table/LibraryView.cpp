@@ -76,6 +76,7 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent)
     m_header->setSectionResizeMode(Column::name, QHeaderView::Fixed); // takes what the others leave
     fitColumns();
     connect(m_header, &ColumnHeader::widthsChosen, this, &LibraryView::fitColumns);
+    connect(&m_rows, &LibraryModel::statusCame, this, &LibraryView::fitColumns);
     connect(m_header, &QHeaderView::sectionClicked, this, &LibraryView::sortBy);
 
     const Library &library = model.library();
@@ -143,7 +144,7 @@ void LibraryView::resizeEvent(QResizeEvent *event)
 
 void LibraryView::fitColumns()
 {
-    m_header->fit(viewport()->width());
+    m_header->fit(viewport()->width(), m_rows.hasStatus());
 }
 
 void LibraryView::sortBy(int section)

@@ -223,6 +223,7 @@ Cell status(const FileItem &item)
             qt(Fmt::change(static_cast<double>(done->before), static_cast<double>(done->after)));
         return {.text = QStringLiteral("Ergebnis: ") + change,
                 .detail = sizes,
+                .brief = change,
                 .icon = QStringLiteral("check-circle"),
                 .tone = Tone::green,
                 .help = QStringLiteral("Ergebnis: %1 (%2)").arg(sizes, change)};
@@ -260,6 +261,11 @@ Cell status(const FileItem &item)
     if (is<Status::Queued>(item.status))
         return {.text = QStringLiteral("wartet"), .icon = QStringLiteral("clock"), .tone = Tone::muted};
     return {};
+}
+
+bool hasStatus(const FileItem &item)
+{
+    return item.isSampling || !is<Status::Idle>(item.status) || item.mayBeIncomplete || item.probeError;
 }
 
 Folder Folder::of(const TableNode &node)

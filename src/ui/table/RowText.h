@@ -38,6 +38,7 @@ std::vector<Chip> chips(const FileItem &item);
 Cell size(const FileItem &item);
 Cell estimate(const FileItem &item);
 Cell status(const FileItem &item);
+bool hasStatus(const FileItem &item); // that cell is not empty
 
 // What a folder's row is made of; of all files below it.
 struct Folder {

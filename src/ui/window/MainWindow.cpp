@@ -5,6 +5,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QScreen>
 #include <QToolBar>
 #include <QToolButton>
 #include <algorithm>
@@ -58,7 +59,8 @@ MainWindow::MainWindow(AppModel &model, std::filesystem::path stateFile, QWidget
     m_pages->addWidget(m_empty);
     m_pages->addWidget(m_page);
     setCentralWidget(m_pages);
-    resize(1180, 760);
+    const QSize usual(Theme::em(76), Theme::em(49));
+    resize(screen() != nullptr ? usual.boundedTo(screen()->availableSize() * 0.95) : usual);
     connectAll();
     restoreState();
     showPage();
@@ -178,7 +180,8 @@ void MainWindow::connectAll()
     connect(&m_commands, &Commands::aboutWanted, this, &MainWindow::showAbout);
     connect(&m_commands, &Commands::revealWanted, this, &MainWindow::reveal);
     connect(m_commands.quit, &QAction::triggered, this, &MainWindow::close);
-    connect(m_commands.showPanel, &QAction::toggled, &m_page->panel(), &QWidget::setVisible);
+    connect(m_commands.showPanel, &QAction::toggled, m_page, &LibraryPage::showPanel);
+    connect(m_page, &LibraryPage::panelShown, m_commands.showPanel, &QAction::setChecked);
     connect(&m_guard, &QuitGuard::quit, this, &MainWindow::close);
     connect(&table(), &LibraryView::detailsRequested, this,
             [this](const auto &file) { m_model.library().setDetailItem(m_model.library().find(file)); });
@@ -351,17 +354,15 @@ void MainWindow::saveState()
     m_state.setValue("geometry", saveGeometry());
     m_state.setValue("splitter", m_page->saveState());
     m_state.setValue("columns", table().columns().chosenWidths());
-    m_state.setValue("panel", m_commands.showPanel->isChecked() ? "1" : "0");
+    m_state.setValue("panel", m_page->isPanelBeside() ? "1" : "0");
     m_closedFolders.save();
 }
 
 void MainWindow::restoreState()
 {
     restoreGeometry(m_state.value("geometry"));
-    if (!m_page->restoreState(m_state.value("splitter")))
-        m_page->setSizes({10'000, Theme::em(18)});
+    m_page->restoreState(m_state.value("splitter"), m_state.value("panel") != "0");
     table().columns().restoreWidths(m_state.value("columns"));
-    m_commands.showPanel->setChecked(m_state.value("panel") != "0");
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)
