@@ -28,7 +28,7 @@ int runClip(const Arguments &arguments, Interrupt &interrupt)
     const FileItem &item = *session.library().items().front();
     if (item.probeError) {
         Terminal::complain(fmt::format("{}: nicht lesbar: {}", Terminal::shown(item.name()),
-                                       Terminal::shown(item.shortProbeError())));
+                                       Terminal::line(item.shortProbeError())));
         return ExitStatus::fileFailed;
     }
 
@@ -46,7 +46,7 @@ int runClip(const Arguments &arguments, Interrupt &interrupt)
     if (showsProgress)
         Terminal::writeError("\r\x1b[K");
     if (made.empty()) {
-        Terminal::complain(Terminal::shown(model.message().value_or("Probeclip fehlgeschlagen.")));
+        Terminal::complain(Terminal::line(model.message().value_or("Probeclip fehlgeschlagen.")));
         return ExitStatus::fileFailed;
     }
     Terminal::print("{}\n{}\n", Terminal::shown(*model.message()), Terminal::shown(made.native()));

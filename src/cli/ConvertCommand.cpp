@@ -20,9 +20,11 @@ void tellWhatIsLeftOut(const Library &library)
         const std::string name = Terminal::shown(file->relativePath.native());
         if (file->probeError)
             Terminal::complain(
-                fmt::format("{}: nicht lesbar: {}", name, Terminal::shown(file->shortProbeError())));
+                fmt::format("{}: nicht lesbar: {}", name, Terminal::line(file->shortProbeError())));
         else if (file->mayBeIncomplete)
             Terminal::complain(fmt::format("{}: wird evtl. noch kopiert – später neu analysieren", name));
+        else if (file->plan && file->plan->leftAlone)
+            Terminal::complain(fmt::format("{}: {}", name, Terminal::line(*file->plan->leftAlone)));
     }
 }
 

@@ -99,7 +99,8 @@ public:
     void finished(const RunStats &run) override
     {
         stopPainting();
-        Terminal::print("\n{}\n", Terminal::bold(run.finishedText()));
+        Terminal::print("\n{}{}\n", run.isComplete() ? "" : Terminal::bold("Gestoppt") + "\n",
+                        Terminal::bold(run.finishedText()));
         if (const auto text = run.soFarText())
             Terminal::print("{}\n", *text);
     }
@@ -143,7 +144,8 @@ private:
 
     std::string totalLine() const
     {
-        return fmt::format("  {} von {} Dateien · {} · {}", m_ended, m_total, Fmt::percent(m_fraction),
+        return fmt::format("  {} von {} {} · {} · {}", m_ended, m_total, m_total == 1 ? "Datei" : "Dateien",
+                           Fmt::percent(m_fraction),
                            m_pausedSince ? "angehalten"
                                          : "noch " + (m_remaining ? Fmt::clock(*m_remaining) : "–"));
     }

@@ -78,7 +78,7 @@ int runMeasure(const Arguments &arguments, Interrupt &interrupt)
         clearProgress();
         hasFailed = true;
         Terminal::complain(fmt::format("Stichprobe für „{}“ fehlgeschlagen: {}", Terminal::shown(file.name()),
-                                       Terminal::shown(text)));
+                                       Terminal::line(text)));
     });
 
     const auto usual = arguments.only.empty() ? std::optional(usualCount) : std::nullopt; // those, and all

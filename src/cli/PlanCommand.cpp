@@ -49,9 +49,11 @@ std::string describeVideo(const MediaInfo &info, const Plan &plan, const Convers
 std::string describe(const FileItem &file, const ConversionSettings &settings)
 {
     if (file.probeError)
-        return "nicht lesbar: " + Terminal::shown(file.shortProbeError());
+        return "nicht lesbar: " + Terminal::line(file.shortProbeError());
     if (file.mayBeIncomplete)
         return "wird evtl. noch kopiert";
+    if (file.plan->leftAlone)
+        return Terminal::line(*file.plan->leftAlone);
     if (file.plan->isNoop)
         return "nichts zu tun";
     std::vector<std::string> parts{describeVideo(*file.info, *file.plan, settings)};
@@ -95,10 +97,13 @@ std::string count(std::size_t number, const char *one, const char *many)
 std::string renderNotes(const Library &library)
 {
     std::map<std::string, std::size_t> notes;
-    for (const auto &file : library.items())
+    for (const auto &file : library.items()) {
         if (file->isActionable())
             for (const auto &note : file->plan->notes)
                 ++notes[note];
+        else if (file->plan && file->plan->leftAlone)
+            ++notes[Terminal::line(*file->plan->leftAlone)];
+    }
     std::string text;
     for (const auto &[note, files] : notes)
         text += fmt::format("{}: {}\n", count(files, "Datei", "Dateien"), note);
@@ -114,7 +119,7 @@ std::string renderTotals(const Totals &totals)
     if (totals.actionable > 0)
         text += fmt::format("{} → etwa {} ({}, {}) · Rechenzeit etwa {}\n", Fmt::bytes(source),
                             Fmt::bytes(totals.estimatedBytes), Fmt::change(source, totals.estimatedBytes),
-                            label(*totals.weakestKind), Fmt::duration(totals.encodeSeconds));
+                            totals.gradeText(), Fmt::duration(totals.encodeSeconds));
     else if (totals.files > 0)
         text += fmt::format("{} – es gibt nichts zu konvertieren.\n", Fmt::bytes(source));
     if (totals.errors > 0)

@@ -87,6 +87,8 @@ public:
 
     void finished(const RunStats &run) override
     {
+        if (!run.isComplete())
+            printLine("Gestoppt");
         printLine(run.finishedText());
         if (const auto text = run.soFarText())
             printLine(*text);
@@ -120,7 +122,7 @@ std::string describeState(const FileReport &report)
     case FileStatus::failed:
         break;
     }
-    return "gescheitert: " + Terminal::shown(report.text.value_or(""));
+    return "gescheitert: " + Terminal::line(explained({report.text.value_or(""), report.isQuoted}));
 }
 
 std::string_view id(FileStatus status)
@@ -155,6 +157,7 @@ std::optional<FileReport> FileReport::of(const FileItem &item)
     } else if (const auto *failed = std::get_if<Status::Failed>(&item.status)) {
         report.status = FileStatus::failed;
         report.text = failed->text;
+        report.isQuoted = failed->isQuoted;
     } else if (is<Status::Queued>(item.status)) {
         return std::nullopt;
     }

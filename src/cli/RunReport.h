@@ -22,6 +22,7 @@ struct FileReport {
     std::optional<std::int64_t> oldSize, newSize; // bytes
     std::optional<std::filesystem::path> finalURL;
     std::optional<std::string> text; // why it failed, or what else is to be known
+    bool isQuoted = false;           // in the bare words of a program
 
     // Absent while the file waits for its turn.
     static std::optional<FileReport> of(const FileItem &item);

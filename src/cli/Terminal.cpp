@@ -76,6 +76,11 @@ std::string shown(std::string_view text)
     return result;
 }
 
+std::string line(std::string_view text)
+{
+    return shown(Text::oneLine(text));
+}
+
 std::string bold(std::string_view text)
 {
     return styled("1", text);

@@ -19,6 +19,8 @@ bool hasColours(); // a terminal at standard output, and NO_COLOR is not set
 // Text that may come from a file name, fit to be shown: broken bytes and control characters, which could
 // steer the terminal, become U+FFFD.
 std::string shown(std::string_view text);
+// The same for sentences and what a program wrote, whose line ends become blanks.
+std::string line(std::string_view text);
 
 std::string bold(std::string_view text);
 std::string dim(std::string_view text);

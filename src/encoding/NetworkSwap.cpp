@@ -30,6 +30,16 @@ bool tryMove(const fs::path &from, const fs::path &to)
     }
 }
 
+bool tryRemove(const fs::path &file)
+{
+    try {
+        Files::remove(file);
+        return true;
+    } catch (const fs::filesystem_error &) {
+        return false;
+    }
+}
+
 // The last look before the original goes: somebody else on the share may have got in between.
 void requireSize(const fs::path &file, std::int64_t size)
 {

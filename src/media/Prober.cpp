@@ -43,7 +43,8 @@ std::string ask(const fs::path &file, const fs::path &ffprobe, std::stop_token s
     if (output.status != 0) {
         const std::string errors = output.errorText();
         const std::string_view text = Text::trimmed(errors);
-        throw ToolError::failed(text.empty() ? "Datei konnte nicht gelesen werden" : std::string(text));
+        throw text.empty() ? ToolError::failed("Datei konnte nicht gelesen werden")
+                           : ToolError::quoted(std::string(text));
     }
     return supplemented(std::move(output.standardOutput), file, ffprobe, stop);
 }

@@ -62,6 +62,11 @@ ToolError ToolError::failed(const std::string &message)
     return ToolError(message);
 }
 
+ToolError ToolError::quoted(const std::string &words)
+{
+    return ToolError(words, true);
+}
+
 std::span<const fs::path> Tools::folders()
 {
     static const std::array<fs::path, 4> folders{"/opt/homebrew/bin", "/usr/local/bin", "/opt/local/bin",

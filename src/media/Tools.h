@@ -8,14 +8,24 @@
 
 namespace kestrel {
 
-// An error whose text is a finished German sentence for the person in front of the screen.
+// An error whose text is a finished German sentence for the person in front of the screen, or else the bare
+// words of a program.
 class ToolError : public std::runtime_error {
 public:
     static ToolError notFound(const std::string &tool);
     static ToolError failed(const std::string &message);
+    static ToolError quoted(const std::string &words);
+
+    // The text is a program's own, in its language; fronts put a sentence before it.
+    bool isQuoted() const { return m_isQuoted; }
 
 private:
-    using std::runtime_error::runtime_error;
+    explicit ToolError(const std::string &text, bool isQuoted = false)
+        : std::runtime_error(text), m_isQuoted(isQuoted)
+    {
+    }
+
+    bool m_isQuoted;
 };
 
 // The located programs and what this ffmpeg was built with.

@@ -80,7 +80,7 @@ void ConversionRun::startNext()
         });
     } catch (const std::system_error &error) { // no more threads
         m_mailbox.post([this, item, text = ErrorText::describe(error)] {
-            finish(*item, {std::nullopt, text});
+            finish(*item, {std::nullopt, Status::Failed{text}});
         });
     }
 }
@@ -113,7 +113,9 @@ ConversionRun::Outcome ConversionRun::convert(FileConversion &conversion, FileIt
     } catch (const std::exception &error) {
         if (stop.stop_requested())
             return {};
-        return {std::nullopt, ErrorText::describe(error)};
+        const auto *tool = dynamic_cast<const ToolError *>(&error);
+        return {std::nullopt,
+                Status::Failed{ErrorText::describe(error), tool != nullptr && tool->isQuoted()}};
     }
 }
 
@@ -138,8 +140,8 @@ void ConversionRun::finish(FileItem &item, const Outcome &outcome)
         book(item, *outcome.result);
     } else if (outcome.failure) {
         Log::write(
-            fmt::format("Fehlgeschlagen: {}: {}", Text::repaired(item.url.native()), *outcome.failure));
-        m_library.change(item, [&](FileItem &file) { file.status = Status::Failed{*outcome.failure}; });
+            fmt::format("Fehlgeschlagen: {}: {}", Text::repaired(item.url.native()), outcome.failure->text));
+        m_library.change(item, [&](FileItem &file) { file.status = *outcome.failure; });
         m_stats.finish(item.id, std::nullopt);
         emit booked();
     } else {

@@ -63,7 +63,7 @@ private:
     };
     struct Outcome {
         std::optional<FileConversion::Result> result; // else failed, or cancelled where the text is missing
-        std::optional<std::string> failure;
+        std::optional<Status::Failed> failure;
     };
     // A file in work; the thread is last, so that what it uses outlives it.
     struct Job {

@@ -4,6 +4,8 @@
 #include <array>
 #include <string_view>
 
+#include <fmt/format.h>
+
 #include "media/Prober.h"
 #include "platform/Text.h"
 
@@ -16,6 +18,8 @@ constexpr double uploadingFraction = 0.99; // nearly, never fully done
 struct ProbeReason {
     std::string_view text, german;
 };
+
+constexpr std::string_view unreadable = "Datei konnte nicht gelesen werden"; // and nobody says why
 
 // What ffprobe says about most files that it cannot read.
 constexpr std::array<ProbeReason, 5> probeReasons{{
@@ -75,17 +79,38 @@ const SampleResult *FileItem::sample(const std::string &videoKey) const
 }
 
 // Of several lines the last says most; before its reason stands the path, which is shown anyway.
+std::string_view FileItem::probeReason() const
+{
+    std::string_view error = probeError ? Text::trimmed(*probeError) : std::string_view();
+    error.remove_prefix(error.rfind('\n') + 1);
+    const std::size_t colon = error.rfind(": ");
+    return colon == std::string_view::npos ? error : error.substr(colon + 2);
+}
+
+std::optional<std::string> FileItem::knownProbeError() const
+{
+    const auto *known =
+        std::find_if(probeReasons.begin(), probeReasons.end(),
+                     [reason = probeReason()](const ProbeReason &entry) { return entry.text == reason; });
+    return known != probeReasons.end() ? std::optional(std::string(known->german)) : std::nullopt;
+}
+
 std::string FileItem::shortProbeError() const
+{
+    return knownProbeError().value_or(std::string(probeReason()));
+}
+
+std::string FileItem::explainedProbeError() const
 {
     if (!probeError)
         return {};
-    std::string_view error = Text::trimmed(*probeError);
-    error.remove_prefix(error.rfind('\n') + 1);
-    const std::size_t colon = error.rfind(": ");
-    const std::string_view reason = colon == std::string_view::npos ? error : error.substr(colon + 2);
-    const auto *known = std::find_if(probeReasons.begin(), probeReasons.end(),
-                                     [&](const ProbeReason &entry) { return entry.text == reason; });
-    return std::string(known == probeReasons.end() ? reason : known->german);
+    const std::string_view error = Text::trimmed(*probeError);
+    return error == unreadable ? std::string(error) : fmt::format("{}:\n{}", unreadable, error);
+}
+
+std::string explained(const Status::Failed &failed)
+{
+    return failed.isQuoted ? "ffprobe meldet einen Fehler:\n" + failed.text : failed.text;
 }
 
 } // namespace kestrel

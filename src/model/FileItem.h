@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "media/MediaInfo.h"
 #include "model/JobStatus.h"
@@ -49,6 +50,9 @@ struct FileItem {
     bool hasOutcome() const { return isFinished() || is<Status::NoSavings>(status); }
     bool isCounted() const { return included && info && !mayBeIncomplete; }
     bool isActionable() const { return isCounted() && plan && !plan->isNoop && !isFinished(); }
+    // Whether there is anything to choose, and with it a check mark: the file is not known to be unreadable,
+    // done, or without anything to do.
+    bool isChoosable() const { return !probeError && !(plan && plan->isNoop) && !isFinished(); }
     // Bytes before and after the run: what came out where it is done, else what is expected or kept.
     std::int64_t bytesBefore() const;
     double bytesAfter() const;
@@ -57,6 +61,16 @@ struct FileItem {
 
     // The part of ffprobe's text that says most, on one line.
     std::string shortProbeError() const;
+    // The same in German, where it is one of the usual reasons.
+    std::optional<std::string> knownProbeError() const;
+    // All of the text below a sentence of our own.
+    std::string explainedProbeError() const;
+
+private:
+    std::string_view probeReason() const;
 };
+
+// Why a file failed, as a person reads it: German, with a sentence of our own before the words of a program.
+std::string explained(const Status::Failed &failed);
 
 } // namespace kestrel

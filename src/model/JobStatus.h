@@ -27,8 +27,9 @@ struct NoSavings { // not worth it, the file was kept; bytes
     std::int64_t size = 0;
     bool operator==(const NoSavings &) const = default;
 };
-struct Failed { // German, for the user
-    std::string text;
+struct Failed {
+    std::string text;      // German, for the user, but for:
+    bool isQuoted = false; // the bare words of a program
     bool operator==(const Failed &) const = default;
 };
 struct Idle {

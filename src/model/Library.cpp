@@ -103,7 +103,7 @@ Library::Factors Library::learn(const ConversionSettings &settings) const
     std::vector<double> content, speed;
     for (const auto &item : m_contents.items) {
         const SampleResult *sample = item->sample(key);
-        if (sample == nullptr || !(sample->heuristicBitrate > 0))
+        if (sample == nullptr || !sample->calibrates())
             continue;
         content.push_back(sample->videoBitrate / sample->heuristicBitrate);
         if (nominal > 0)

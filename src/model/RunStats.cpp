@@ -112,7 +112,7 @@ std::string RunStats::finishedText() const
         text += fmt::format(" · {} ohne Ersparnis übersprungen", noSavings);
     if (failed > 0)
         text += fmt::format(" · {} mit Fehler", failed);
-    if (processed() < total)
+    if (!isComplete())
         text += fmt::format(" · {} abgebrochen", total - processed());
     return text + " – Dauer " + Fmt::duration(activeSeconds());
 }

@@ -42,6 +42,7 @@ struct RunStats {
 
     double weight(const FilePath &id) const; // 0 for an unknown file
     std::size_t processed() const { return converted + noSavings + failed; }
+    bool isComplete() const { return processed() == total; }
     double activeSeconds(Clock::time_point now = Clock::now()) const;
     void finish(const FilePath &id, const std::optional<ConversionOutcome> &outcome);
 

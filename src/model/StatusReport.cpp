@@ -86,8 +86,8 @@ void describeState(StatusSnapshot &snapshot, const AppModel &model)
                          : set("converting", "Konvertiert", model.runProgress());
         snapshot.note = run.soFarText();
     } else {
-        run.processed() == run.total ? set("finished", "Fertig", model.runProgress())
-                                     : set("stopped", "Gestoppt", model.runProgress());
+        run.isComplete() ? set("finished", "Fertig", model.runProgress())
+                         : set("stopped", "Gestoppt", model.runProgress());
         snapshot.note = run.finishedText();
     }
     snapshot.progressText = ofTotal(run.processed(), run.total);

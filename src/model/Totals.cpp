@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <fmt/format.h>
+
 namespace kestrel {
 
 Totals::Share Totals::shareOf(const FileItem &item)
@@ -13,9 +15,12 @@ Totals::Share Totals::shareOf(const FileItem &item)
 Totals Totals::of(const std::vector<std::unique_ptr<FileItem>> &items, const ConversionSettings &settings)
 {
     Totals totals;
+    const std::string key = settings.videoKey();
     for (const auto &item : items) {
         totals.errors += item->probeError ? 1 : 0;
         totals.incomplete += item->mayBeIncomplete ? 1 : 0;
+        const SampleResult *sample = item->sample(key);
+        totals.samples += sample != nullptr && sample->calibrates() ? 1 : 0;
         if (!item->isCounted())
             continue;
         ++totals.files;
@@ -33,6 +38,16 @@ Totals Totals::of(const std::vector<std::unique_ptr<FileItem>> &items, const Con
     }
     totals.encodeSeconds /= parallelGain(settings.codec, settings.parallelJobs);
     return totals;
+}
+
+std::string Totals::gradeText() const
+{
+    if (!weakestKind)
+        return {};
+    const std::string grade(label(*weakestKind));
+    return *weakestKind == SizeEstimate::Kind::calibrated
+               ? fmt::format("{} ({} {})", grade, samples, samples == 1 ? "Datei" : "Dateien")
+               : grade;
 }
 
 } // namespace kestrel

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "model/FileItem.h"
@@ -21,6 +22,7 @@ struct Totals {
     double duration = 0;                           // seconds
     std::optional<SizeEstimate::Kind> weakestKind; // among the actionable
     std::vector<double> vmafValues;                // measured, of the actionable
+    std::size_t samples = 0;                       // files whose samples correct the guesses for the others
     std::size_t incomplete = 0, errors = 0;        // not counted: still being copied; not readable
 
     // What of an item enters the sums, but for its estimate.
@@ -31,6 +33,8 @@ struct Totals {
         bool operator==(const Share &) const = default;
     };
     static Share shareOf(const FileItem &item);
+    // How good the estimate is: "hochgerechnet aus Stichproben (3 Dateien)". Empty without one.
+    std::string gradeText() const;
     static Totals of(const std::vector<std::unique_ptr<FileItem>> &items, const ConversionSettings &settings);
 };
 

@@ -36,6 +36,8 @@ struct SampleResult {
     // The video would hardly shrink at the quality that was searched for: the measured rate is at least
     // nine tenths of the source's (bits per second).
     bool hardlySaves(double sourceBitrate) const { return 0.9 * sourceBitrate <= videoBitrate; }
+    // It tells how far the guesses for other files are off.
+    bool calibrates() const { return heuristicBitrate > 0; }
 };
 
 // The reason that Planner::plan is then given.

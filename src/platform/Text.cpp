@@ -98,6 +98,14 @@ std::string upper(std::string_view text)
     return toUtf8(fromUtf8(text).toUpper(icu::Locale::getRoot()));
 }
 
+std::string oneLine(std::string_view text)
+{
+    std::string line;
+    for (const std::string_view piece : pieces(text, " \t\n\v\f\r"))
+        line.append(line.empty() ? "" : " ").append(piece);
+    return line;
+}
+
 std::string_view trimmed(std::string_view text)
 {
     const auto isSpace = [](UChar32 code) { return u_isUWhiteSpace(code) != 0; };

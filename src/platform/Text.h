@@ -15,6 +15,8 @@ std::string lower(std::string_view text);
 std::string upper(std::string_view text);
 // Without white space and line ends at both ends.
 std::string_view trimmed(std::string_view text);
+// Everything on one line: runs of blanks, tabs and line ends become one blank, at both ends none.
+std::string oneLine(std::string_view text);
 // At most so many bytes, cut between two characters; broken sequences count as single bytes.
 std::string_view prefix(std::string_view text, std::size_t bytes);
 // How many characters (code points) the text has; a broken byte counts as one.

@@ -277,6 +277,11 @@ TEST(Program, convertsTellsAsItGoesAndCountsFailures)
     EXPECT_EQ(end["failed"], 1);
     EXPECT_THAT(names(sandbox.path()), ElementsAre("abgeschnitten.mkv", "gut.mkv", "kaputt.mp4"));
 
+    const auto inWords =
+        kestrel({"convert", sandbox.path(), "--only", "abgeschnitten.mkv", "--quality", "small"});
+    EXPECT_THAT(inWords.standardOutput, HasSubstr("abgeschnitten.mkv: gescheitert: "));
+    EXPECT_THAT(inWords.standardOutput, Not(HasSubstr("\uFFFD"))) << "several lines in one";
+
     const auto again =
         kestrel({"convert", sandbox.path(), "--output", "separateFolder", "--codec", "keepVideo"});
     EXPECT_THAT(again.standardOutput, HasSubstr("Es gibt nichts zu konvertieren."));

@@ -177,6 +177,18 @@ TEST(DetailText, saysWhatHappensToTheFile)
     EXPECT_EQ(text(Status::Idle{}), "noch nicht analysiert");
     item.probeError = "/filme/Neu.mkv: Invalid data found when processing input";
     EXPECT_EQ(text(Status::Idle{}), "nicht lesbar: kein Video oder unvollständig");
+    EXPECT_TRUE(DetailText::error(item)->startsWith("Datei konnte nicht gelesen werden:\n"));
+    item.probeError = "Datei konnte nicht gelesen werden";
+    EXPECT_EQ(DetailText::error(item), "Datei konnte nicht gelesen werden");
+}
+
+TEST(DetailText, saysWhyAFileIsLeftAlone)
+{
+    FileItem item = planned(aFilm());
+    item.plan->isNoop = true;
+    item.plan->leftAlone = "enthält zwei Filme";
+    EXPECT_EQ(DetailText::state(item).text, "enthält zwei Filme");
+    EXPECT_EQ(DetailText::estimate(item)->explanation, "Diese Datei bleibt, wie sie ist: enthält zwei Filme");
 }
 
 TEST(DetailText, cleansWhatComesFromFiles)

@@ -115,13 +115,29 @@ TEST_F(TableTest, aRowSaysWhatHappensToItsFile)
     EXPECT_THAT(RowText::estimate(file).detail.toStdString(), HasSubstr("gemessen"));
     model->library().change(file, [](FileItem &changed) { changed.plan->isNoop = true; });
     EXPECT_EQ(RowText::estimate(file).text, "nichts zu tun");
+    model->library().change(file, [](FileItem &changed) { changed.plan->leftAlone = "enthält zwei Filme"; });
+    EXPECT_EQ(RowText::estimate(file).text, "enthält zwei Filme");
+    EXPECT_EQ(RowText::estimate(file).help, "enthält zwei Filme");
     model->library().change(file, [](FileItem &changed) { changed.info->video.reset(); });
     EXPECT_EQ(RowText::video(file, model->settings()).text, "kein Video");
     model->library().change(file, [](FileItem &changed) {
         changed.info.reset();
-        changed.probeError = "x";
+        changed.mayBeIncomplete = false;
+        changed.probeError = "[mov] moov atom not found\n/a.mkv: Protocol not found";
     });
     EXPECT_EQ(RowText::video(file, model->settings()).text, "nicht lesbar");
+    EXPECT_EQ(RowText::status(file).help,
+              "Datei konnte nicht gelesen werden:\n[mov] moov atom not found\n/a.mkv: Protocol not found");
+    EXPECT_TRUE(RowText::status(file).text.startsWith("Datei konnte nicht gelesen werden: [mov]"))
+        << "a program's words below ours";
+    model->library().change(file, [](FileItem &changed) {
+        changed.probeError = "/a.mkv: Invalid data found when processing input";
+    });
+    EXPECT_EQ(RowText::status(file).text, "kein Video oder unvollständig");
+    model->library().change(file, [](FileItem &changed) {
+        changed.status = Status::Failed{"/a.mkv: Invalid data", true};
+    });
+    EXPECT_EQ(RowText::status(file).detail, "ffprobe meldet einen Fehler: /a.mkv: Invalid data");
 }
 
 TEST_F(TableTest, tracksAreChipsThatSayWhatHappens)

@@ -3,12 +3,15 @@
 #include <QHeaderView>
 #include <QScrollBar>
 
+#include "ui/Find.h"
 #include "ui/TableFixture.h"
 #include "ui/look/Theme.h"
+#include "ui/table/RowDelegate.h"
 
 namespace kestrel::test {
 namespace {
 
+using testing::Not;
 using TableViewTest = TableTest;
 
 TEST_F(TableViewTest, checkMarksWorkOnFilesFoldersAndSelections)
@@ -222,6 +225,113 @@ TEST_F(TableViewTest, theCurrentRowIsAlwaysInSight)
     library.setSelection({folder / "b/3.mkv"});
     EXPECT_THAT(library.expandedFolders(), ElementsAre(folder / "b")) << "what somebody goes to is shown";
     EXPECT_EQ(current(), "3.mkv");
+}
+
+TEST_F(TableViewTest, aNameMayBeTypedWithItsBlanksAndSigns)
+{
+    open({"a/neu.mkv", "alte Kamera.mkv", "alte Schule.mkv", "S01-E02.mkv", "Zu\u0308ge.mkv"});
+    LibraryView view(*model);
+    view.resize(900, 400);
+    view.show();
+    view.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&view));
+    view.setFocus();
+    const auto current = [&] { return view.rows().node(view.currentIndex()).name; };
+    QTest::keyClicks(&view, "alte Sch");
+    EXPECT_EQ(current(), "alte Schule.mkv");
+    EXPECT_TRUE(item("alte Schule.mkv").included) << "the blank is a part of the name";
+    EXPECT_TRUE(item("alte Kamera.mkv").included);
+    EXPECT_THAT(view, says("alte Sch"));
+    EXPECT_THAT(view, Not(says("nicht gefunden")));
+    QTest::keyClick(&view, Qt::Key_Backspace);
+    EXPECT_THAT(view, says("alte Sc"));
+    QTest::keyClicks(&view, "hx");
+    EXPECT_THAT(view, says("nicht gefunden"));
+    EXPECT_EQ(current(), "alte Schule.mkv");
+    QTest::keyClick(&view, Qt::Key_Escape);
+    EXPECT_THAT(view, Not(says("alte")));
+    QTest::keyClick(&view, Qt::Key_Space);
+    EXPECT_FALSE(item("alte Schule.mkv").included) << "the search is over";
+
+    QTest::keyClicks(&view, "s01-");
+    EXPECT_EQ(current(), "S01-E02.mkv");
+    QTest::keyClick(&view, Qt::Key_Down);
+    QTest::keyClick(&view, Qt::Key_Space);
+    EXPECT_FALSE(item("Zu\u0308ge.mkv").included) << "a key that is no letter ends it";
+    QTest::keyClicks(&view, "ZÜ");
+    EXPECT_EQ(current(), "Zu\u0308ge.mkv");
+    EXPECT_TRUE(eventually([&] { return !testing::Value(view, says("ZÜ")); })) << "after a second";
+    QTest::keyClick(&view, Qt::Key_Space);
+    EXPECT_TRUE(item("Zu\u0308ge.mkv").included);
+    QTest::keyClicks(&view, "aaa");
+    EXPECT_EQ(current(), "alte Schule.mkv") << "one letter goes from row to row";
+}
+
+TEST_F(TableViewTest, whatCannotBeChosenHasNoCheckMark)
+{
+    ffprobe("case \"$last\" in *kaputt*) echo 'moov atom not found' >&2; exit 1;; esac\n");
+    open({"a/1.mkv", "a/kaputt.mkv", "b/fertig.mkv", "c.mkv"});
+    model->library().change(item("b/fertig.mkv"), [](FileItem &file) { file.plan->isNoop = true; });
+    LibraryView view(*model);
+    view.resize(900, 400);
+    view.show();
+    settle();
+    const auto mark = [&](const char *name) {
+        return view.rows().indexOf(folder / name).siblingAtColumn(Column::include).data(Qt::CheckStateRole);
+    };
+    EXPECT_EQ(mark("a/1.mkv"), Qt::Checked);
+    EXPECT_FALSE(mark("a/kaputt.mkv").isValid());
+    EXPECT_FALSE(mark("b/fertig.mkv").isValid());
+    EXPECT_EQ(mark("a"), Qt::Checked);
+    EXPECT_FALSE(mark("b").isValid());
+    view.setCurrentIndex(view.rows().indexOf(folder / "a/1.mkv"));
+    QTest::keyClick(&view, Qt::Key_Space);
+    EXPECT_EQ(mark("a"), Qt::Unchecked) << "the others do not count";
+    EXPECT_TRUE(item("a/kaputt.mkv").included);
+    QTest::mouseClick(
+        view.viewport(), Qt::LeftButton, {},
+        view.visualRect(view.rows().indexOf(folder / "b/fertig.mkv").siblingAtColumn(Column::include))
+            .center());
+    EXPECT_TRUE(item("b/fertig.mkv").included);
+    model->library().change(item("c.mkv"), [](FileItem &file) { file.status = Status::Done{10, 5}; });
+    EXPECT_FALSE(mark("c.mkv").isValid()) << "nothing is left to do";
+}
+
+TEST(RowDelegate, aLongNameTakesTwoLinesBeforeItIsShortened)
+{
+    const QFontMetrics metrics(Theme::font(Theme::Size::body));
+    const QString name = QStringLiteral("Die.Kachelwand.S01E07.German.1080p.WEB.x264.mkv");
+    const auto lines = [&](double share) {
+        return RowDelegate::nameLines(name, metrics,
+                                      static_cast<int>(share * metrics.horizontalAdvance(name)), 0);
+    };
+    EXPECT_EQ(lines(1).first, name);
+    EXPECT_EQ(lines(1).second, "");
+    EXPECT_EQ(lines(0.7).first + lines(0.7).second, name) << "all of it";
+    EXPECT_TRUE(lines(0.7).first.endsWith('.')) << "words stay whole: " << lines(0.7).first.toStdString();
+    const auto [first, second] = lines(0.3);
+    EXPECT_TRUE(name.startsWith(first + second.section(QStringLiteral("…"), 0, 0))) << second.toStdString();
+    EXPECT_TRUE(name.endsWith(second.section(QStringLiteral("…"), 1))) << second.toStdString();
+    EXPECT_TRUE(second.endsWith('v'));
+}
+
+TEST_F(TableViewTest, aNarrowTableNeedsNoScrollBar)
+{
+    open({"a/1.mkv"});
+    LibraryView view(*model);
+    view.resize(Theme::em(41), 300);
+    view.show();
+    settle();
+    const auto fits = [&] { return view.header()->length() <= view.viewport()->width(); };
+    EXPECT_TRUE(fits());
+    const int empty = view.columnWidth(Column::status), names = view.columnWidth(Column::name);
+    EXPECT_LE(empty, Theme::em(4.2));
+    model->library().change(item("a/1.mkv"), [](FileItem &file) { file.status = Status::Failed{"x"}; });
+    model->recompute();
+    settle();
+    EXPECT_GT(view.columnWidth(Column::status), empty) << "now it has something to say";
+    EXPECT_LT(view.columnWidth(Column::name), names);
+    EXPECT_TRUE(fits());
 }
 
 TEST_F(TableViewTest, aNewSearchLeavesTheReaderWhereTheyWere)

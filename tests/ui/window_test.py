@@ -131,7 +131,7 @@ class Window(unittest.TestCase):
         self.start()
         self.press("ctrl+o", lambda: self.screen.windows("Ordner mit Videos"))
         self.focus("Ordner mit Videos")
-        self.screen.xdotool("type", "--delay", "5", str(self.films))
+        self.screen.xdotool("type", "--delay", "5", "$HOME/Filme")
         self.screen.key("Return")
         self.focus(MAIN)
         self.press("ctrl+Return", lambda: self.encodes() or size(film) < before)

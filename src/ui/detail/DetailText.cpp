@@ -136,7 +136,7 @@ State state(const FileItem &item)
         state.text = QStringLiteral("Das Ergebnis (%1) wäre nicht genug kleiner gewesen – Original bleibt.")
                          .arg(qt(Fmt::bytes(kept->size)));
     } else if (const auto *failed = std::get_if<Status::Failed>(&item.status)) {
-        state.text = line(failed->text).simplified();
+        state.text = line(explained(*failed)).simplified();
     } else if (item.probeError && !item.mayBeIncomplete) {
         state = {QStringLiteral("warning"),
                  QStringLiteral("nicht lesbar: ") + line(item.shortProbeError()),
@@ -145,6 +145,8 @@ State state(const FileItem &item)
     } else if (state.text.isEmpty()) {
         if (!item.info || !item.plan)
             state = {QStringLiteral("clock"), QStringLiteral("noch nicht analysiert"), Tone::muted, {}};
+        else if (item.plan->leftAlone)
+            state = {QStringLiteral("info"), line(*item.plan->leftAlone), Tone::muted, {}};
         else if (item.plan->isNoop)
             state = {QStringLiteral("check-circle"), QStringLiteral("nichts zu tun"), Tone::muted, {}};
         else if (!item.included)
@@ -164,9 +166,9 @@ State state(const FileItem &item)
 std::optional<QString> error(const FileItem &item)
 {
     if (const auto *failed = std::get_if<Status::Failed>(&item.status))
-        return lines(Text::trimmed(failed->text));
+        return lines(Text::trimmed(explained(*failed)));
     if (item.probeError)
-        return lines(Text::trimmed(*item.probeError));
+        return lines(item.explainedProbeError());
     return std::nullopt;
 }
 
@@ -206,7 +208,10 @@ std::optional<Estimate> estimate(const FileItem &item)
     estimate.grade[0] = estimate.grade[0].toUpper();
     if (item.plan->isNoop) {
         estimate.sizes = qt(Fmt::bytes(before));
-        estimate.explanation = QStringLiteral("An dieser Datei ist nichts zu tun, sie bleibt, wie sie ist.");
+        estimate.explanation =
+            item.plan->leftAlone
+                ? QStringLiteral("Diese Datei bleibt, wie sie ist: ") + line(*item.plan->leftAlone)
+                : QStringLiteral("An dieser Datei ist nichts zu tun, sie bleibt, wie sie ist.");
         return estimate;
     }
     if (!(after > 0)) {

@@ -71,8 +71,11 @@ void ElidedLabel::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     const int room = contentsRect().width();
-    const bool isBrief = !m_brief.isEmpty() && fontMetrics().horizontalAdvance(text()) > room;
-    const QString line = fontMetrics().elidedText(isBrief ? m_brief : text(), m_mode, room);
+    QString line = text();
+    for (const QString &brief : m_briefs)
+        if (fontMetrics().horizontalAdvance(line) > room)
+            line = brief;
+    line = fontMetrics().elidedText(line, m_mode, room);
     painter.setPen(palette().color(QPalette::WindowText));
     painter.drawText(contentsRect(), static_cast<int>(alignment()), line);
     setToolTip(line == text() ? QString() : plainTip(text()));

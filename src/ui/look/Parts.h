@@ -39,8 +39,8 @@ class ElidedLabel : public Label {
 public:
     using Label::Label;
     void setElideMode(Qt::TextElideMode mode) { m_mode = mode; }
-    // Instead of the text where that has no room.
-    void setBrief(const QString &text) { m_brief = text; }
+    // Instead of the text where that has no room: the first that has.
+    void setBriefs(const QStringList &texts) { m_briefs = texts; }
     QSize minimumSizeHint() const override;
 
 protected:
@@ -48,7 +48,7 @@ protected:
 
 private:
     Qt::TextElideMode m_mode = Qt::ElideRight;
-    QString m_brief;
+    QStringList m_briefs;
 };
 
 // A picture of the icon family, `side` in heights of the text.

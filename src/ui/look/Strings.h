@@ -42,6 +42,12 @@ inline QString counted(std::size_t count, const char *one = "Datei", const char 
     return QStringLiteral("%1 %2").arg(count).arg(QString::fromUtf8(count == 1 ? one : many));
 }
 
+// "3 von 12 Dateien"
+inline QString countedOf(std::size_t done, std::size_t total)
+{
+    return QStringLiteral("%1 von ").arg(done) + counted(total);
+}
+
 // What there is of the parts, with a separator.
 inline QString joined(QStringList parts)
 {

@@ -24,20 +24,21 @@ struct Width {
     double usual, least, most;
 };
 constexpr std::array<Width, LibraryModel::columns> widths{{{2.2, 2.2, 2.2},
-                                                           {16, 12.6, 16},
+                                                           {19, 10, 19},
                                                            {4.4, 3.6, 4.4},
-                                                           {13.5, 9, 19},
-                                                           {8.2, 4.8, 8.2},
-                                                           {10.8, 8.4, 10.8},
-                                                           {11, 8.8, 17}}};
-constexpr double ampleNames = 22;
+                                                           {13.5, 7.2, 19},
+                                                           {8.2, 4.2, 8.2},
+                                                           {10.8, 6.6, 10.8},
+                                                           {11, 6.4, 17}}};
+constexpr Width emptyStatus{4.2, 3.4, 4.2};
+constexpr double ampleNames = 24;
 // Who gives way first where there is no room.
 constexpr std::array yielding{Column::sizeBefore, Column::sizeAfter, Column::status, Column::video,
                               Column::duration};
 
-const Width &widthOf(int section)
+const Width &widthOf(int section, bool hasStatus = true)
 {
-    return widths[static_cast<std::size_t>(section)];
+    return section == Column::status && !hasStatus ? emptyStatus : widths[static_cast<std::size_t>(section)];
 }
 
 } // namespace
@@ -84,15 +85,16 @@ void ColumnHeader::restoreWidths(const QByteArray &state)
 // The names take what the others leave. Before the names get short, others give way, but those whose width
 // somebody chose only before they get too short; where there is more than enough, those with much to say get
 // some of it.
-void ColumnHeader::fit(int width)
+void ColumnHeader::fit(int width, bool hasStatus)
 {
+    const auto range = [hasStatus](int section) { return widthOf(section, hasStatus); };
     std::array<int, LibraryModel::columns> fitted{};
     int names = width;
     for (int section = 0; section < LibraryModel::columns; ++section)
         if (section != Column::name) {
             const int chosen = m_chosen[static_cast<std::size_t>(section)];
             int &own = fitted[static_cast<std::size_t>(section)];
-            own = chosen > 0 ? chosen : Theme::em(widthOf(section).usual);
+            own = chosen > 0 ? chosen : Theme::em(range(section).usual);
             names -= own;
         }
     const auto give = [&](int section, int given) {
@@ -102,18 +104,18 @@ void ColumnHeader::fit(int width)
     const auto isChosen = [this](int section) { return m_chosen[static_cast<std::size_t>(section)] > 0; };
     const auto yieldTo = [&](double wanted, auto mayYield) {
         for (const int section : yielding) {
-            const int spare = fitted[static_cast<std::size_t>(section)] - Theme::em(widthOf(section).least);
+            const int spare = fitted[static_cast<std::size_t>(section)] - Theme::em(range(section).least);
             if (mayYield(section))
                 give(section, -std::clamp(Theme::em(wanted) - names, 0, std::max(0, spare)));
         }
     };
-    yieldTo(widthOf(Column::name).usual, std::not_fn(isChosen));
-    yieldTo(widthOf(Column::name).least, [](int) { return true; });
+    yieldTo(range(Column::name).usual, std::not_fn(isChosen));
+    yieldTo(range(Column::name).least, [](int) { return true; });
     for (const int section : {Column::status, Column::video})
         if (!isChosen(section))
             give(section, std::clamp((names - Theme::em(ampleNames)) / 2, 0,
-                                     Theme::em(widthOf(section).most - widthOf(section).usual)));
-    fitted[Column::name] = std::max(names, Theme::em(widthOf(Column::name).least));
+                                     Theme::em(range(section).most - range(section).usual)));
+    fitted[Column::name] = std::max(names, Theme::em(range(Column::name).least));
     const QScopedValueRollback fitting(m_isFitting, true);
     for (int section = 0; section < LibraryModel::columns; ++section) {
         const int own = fitted[static_cast<std::size_t>(section)];

@@ -18,8 +18,8 @@ public:
 
     // The head that the keys go to.
     int current() const { return m_current; }
-    // Shares so many pixels among the columns.
-    void fit(int width);
+    // Shares so many pixels among the columns. An empty Status column is narrow.
+    void fit(int width, bool hasStatus);
     // The widths that somebody chose, to be remembered.
     QByteArray chosenWidths() const;
     void restoreWidths(const QByteArray &state);

@@ -1,5 +1,6 @@
 #include "ui/table/LibraryModel.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -24,6 +25,21 @@ QString spoken(Qt::CheckState state)
     return state == Qt::Checked            ? QStringLiteral("angehakt")
            : state == Qt::PartiallyChecked ? QStringLiteral("teilweise angehakt")
                                            : QStringLiteral("nicht angehakt");
+}
+
+// Files from other systems may have their accents apart.
+QString asCompared(const QString &name)
+{
+    return name.normalized(QString::NormalizationForm_C).toCaseFolded();
+}
+
+void collectVisible(std::vector<const TableNode *> &rows, const TableNode &parent, const Library::Ids &open)
+{
+    for (const auto &child : parent.children) {
+        rows.push_back(child.get());
+        if (child->isFolder() && open.contains(child->id))
+            collectVisible(rows, *child, open);
+    }
 }
 
 } // namespace
@@ -51,6 +67,21 @@ LibraryModel::LibraryModel(AppModel &model, QObject *parent) : QAbstractItemMode
     connect(&library, &Library::sorted, this, &LibraryModel::followSort);
     connect(&library, &Library::itemChanged, this, &LibraryModel::itemChanged);
     connect(&library, &Library::recomputed, this, &LibraryModel::everythingChanged);
+    for (const auto signal : {&Library::filled, &Library::recomputed})
+        connect(&library, signal, this, &LibraryModel::lookForStatus);
+    connect(&model, &AppModel::activityChanged, this, &LibraryModel::lookForStatus);
+    lookForStatus();
+}
+
+void LibraryModel::lookForStatus()
+{
+    const auto &items = m_model.library().items();
+    const auto kind = m_model.activity().kind;
+    const bool hasStatus =
+        kind == Activity::Kind::converting || kind == Activity::Kind::sampling ||
+        std::any_of(items.begin(), items.end(), [](const auto &item) { return RowText::hasStatus(*item); });
+    if (std::exchange(m_hasStatus, hasStatus) != hasStatus)
+        emit statusCame();
 }
 
 const TableNode &LibraryModel::node(const QModelIndex &index) const
@@ -101,6 +132,22 @@ int LibraryModel::rowCount(const QModelIndex &parent) const
 int LibraryModel::columnCount(const QModelIndex &) const
 {
     return columns;
+}
+
+const TableNode *LibraryModel::rowNamed(const QString &beginning, const TableNode *current, bool isNext) const
+{
+    std::vector<const TableNode *> rows;
+    collectVisible(rows, m_model.library().root(), m_model.library().expandedFolders());
+    const QString wanted = asCompared(beginning);
+    const auto at = std::find(rows.begin(), rows.end(), current);
+    const std::size_t first =
+        at == rows.end() ? 0 : static_cast<std::size_t>(at - rows.begin()) + (isNext ? 1 : 0);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const TableNode *row = rows[(first + i) % rows.size()];
+        if (asCompared(cell(indexOf(*row)).text).startsWith(wanted))
+            return row;
+    }
+    return nullptr;
 }
 
 const RowText::Folder &LibraryModel::folder(const TableNode &node) const
@@ -167,6 +214,17 @@ std::vector<RowText::Chip> LibraryModel::chips(const QModelIndex &index) const
     return item != nullptr ? RowText::chips(*item) : std::vector<RowText::Chip>();
 }
 
+QVariant LibraryModel::checkState(const TableNode &row) const
+{
+    if (row.item == nullptr) {
+        const auto state = folder(row).checkState();
+        return state ? QVariant(*state) : QVariant();
+    }
+    if (!row.item->isChoosable())
+        return {};
+    return row.item->included ? Qt::Checked : Qt::Unchecked;
+}
+
 QVariant LibraryModel::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid())
@@ -182,11 +240,12 @@ QVariant LibraryModel::data(const QModelIndex &index, int role) const
     case Qt::CheckStateRole:
         if (index.column() != include)
             return {};
-        return row.item != nullptr ? (row.item->included ? Qt::Checked : Qt::Unchecked)
-                                   : folder(row).checkState();
+        return checkState(row);
     case Qt::AccessibleTextRole: {
-        if (index.column() == include)
-            return spoken(static_cast<Qt::CheckState>(data(index, Qt::CheckStateRole).toInt()));
+        if (index.column() == include) {
+            const QVariant state = checkState(row);
+            return state.isValid() ? spoken(static_cast<Qt::CheckState>(state.toInt())) : QString();
+        }
         const RowText::Cell all = cell(index);
         QStringList parts{all.text, all.detail};
         for (const auto &chip : chips(index))
@@ -232,7 +291,7 @@ Qt::ItemFlags LibraryModel::flags(const QModelIndex &index) const
     if (!index.isValid())
         return {};
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
-    if (index.column() == include)
+    if (index.column() == include && checkState(node(index)).isValid())
         flags |= Qt::ItemIsUserCheckable;
     if (!node(index).isFolder())
         flags |= Qt::ItemNeverHasChildren;

@@ -40,6 +40,11 @@ public:
     const RowText::Sources &sources(const TableNode &node) const;
     // Between the old rows and the new ones nobody may ask for any.
     bool isFilling() const { return m_isFilling; }
+    // The next row that can be seen and whose name begins so, or the first one again; also the current one
+    // itself, unless `isNext`. Null where there is none.
+    const TableNode *rowNamed(const QString &beginning, const TableNode *current, bool isNext) const;
+    // Some row has something to say in its last column.
+    bool hasStatus() const { return m_hasStatus; }
 
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
     QModelIndex parent(const QModelIndex &index) const override;
@@ -49,7 +54,11 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex &index) const override;
 
+signals:
+    void statusCame(); // or has gone
+
 private:
+    void lookForStatus();
     const TableNode &nodeOrRoot(const QModelIndex &index) const;
     void itemChanged(const FileItem &item);
     void everythingChanged();
@@ -57,9 +66,11 @@ private:
     void tell();
     void followSort();
     std::optional<QString> completion(const TableNode &folder) const;
+    // Invalid where there is nothing to choose.
+    QVariant checkState(const TableNode &row) const;
 
     AppModel &m_model;
-    bool m_isFilling = false;
+    bool m_isFilling = false, m_hasStatus = false;
     mutable std::unordered_map<const TableNode *, RowText::Folder> m_folders;
     mutable std::unordered_map<const TableNode *, RowText::Sources> m_sources;
     struct Completion {

@@ -12,6 +12,7 @@
 #include "ui/look/Accessibility.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
+#include "ui/table/NameSearch.h"
 #include "ui/table/RowDelegate.h"
 
 namespace kestrel {
@@ -47,7 +48,9 @@ int sectionOf(RowComparator::Column column)
 } // namespace
 
 LibraryView::LibraryView(AppModel &model, QWidget *parent)
-    : QTreeView(parent), m_model(model), m_rows(model), m_header(new ColumnHeader(m_rows, this))
+    : QTreeView(parent), m_model(model), m_rows(model), m_header(new ColumnHeader(m_rows, this)),
+      m_search(
+          new NameSearch(*this, [this](const QString &text, bool isNext) { return goToName(text, isNext); }))
 {
     setModel(&m_rows);
     auto *delegate = new RowDelegate(m_rows, this);
@@ -74,6 +77,7 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent)
     m_header->setSectionResizeMode(Column::name, QHeaderView::Fixed); // takes what the others leave
     fitColumns();
     connect(m_header, &ColumnHeader::widthsChosen, this, &LibraryView::fitColumns);
+    connect(&m_rows, &LibraryModel::statusCame, this, &LibraryView::fitColumns);
     connect(m_header, &QHeaderView::sectionClicked, this, &LibraryView::sortBy);
 
     const Library &library = model.library();
@@ -141,7 +145,7 @@ void LibraryView::resizeEvent(QResizeEvent *event)
 
 void LibraryView::fitColumns()
 {
-    m_header->fit(viewport()->width());
+    m_header->fit(viewport()->width(), m_rows.hasStatus());
 }
 
 void LibraryView::sortBy(int section)
@@ -254,8 +258,10 @@ void LibraryView::toggleIncluded(const QModelIndex &index)
 {
     const auto &id = m_rows.node(index).id;
     const Library::Ids &selection = m_model.library().selection();
-    const bool isIncluded =
-        index.siblingAtColumn(Column::include).data(Qt::CheckStateRole).toInt() == Qt::Checked;
+    const QVariant state = index.siblingAtColumn(Column::include).data(Qt::CheckStateRole);
+    if (!state.isValid())
+        return; // there is nothing to choose
+    const bool isIncluded = state.toInt() == Qt::Checked;
     m_model.library().setIncluded(selection.contains(id) ? selection : Library::Ids{id}, !isIncluded);
     tell(index.siblingAtColumn(Column::include).data(Qt::AccessibleTextRole).toString());
 }
@@ -285,6 +291,8 @@ void LibraryView::focusInEvent(QFocusEvent *event)
 void LibraryView::keyPressEvent(QKeyEvent *event)
 {
     const QModelIndex current = currentIndex();
+    if (m_search->takes(*event))
+        return;
     if (current.isValid() && event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier)
         return showMenuAt(current); // for keyboards without a menu key
     // Qt's own "*" would open files, too; on German keyboards it comes with Shift.
@@ -319,15 +327,19 @@ void LibraryView::expand(const TableNode &row, const QString &key)
     tell(QStringLiteral("aufgeklappt"));
 }
 
-// By the names, whatever the column of the current cell.
-void LibraryView::keyboardSearch(const QString &search)
+// Qt's own search takes the blank for an order, and shows nothing of what was typed.
+void LibraryView::keyboardSearch(const QString &typed)
 {
-    const auto goTo = [this](const QModelIndex &row, int column) {
-        selectionModel()->setCurrentIndex(row.siblingAtColumn(column), QItemSelectionModel::NoUpdate);
-    };
-    goTo(currentIndex().isValid() ? currentIndex() : m_rows.index(0, 0), Column::name);
-    QTreeView::keyboardSearch(search);
-    goTo(currentIndex(), 0);
+    m_search->add(typed);
+}
+
+bool LibraryView::goToName(const QString &beginning, bool isNext)
+{
+    const TableNode *current = currentIndex().isValid() ? &m_rows.node(currentIndex()) : nullptr;
+    const TableNode *row = m_rows.rowNamed(beginning, current, isNext);
+    if (row != nullptr)
+        setCurrentIndex(m_rows.indexOf(*row, 0));
+    return row != nullptr;
 }
 
 void LibraryView::leaveEvent(QEvent *event)

@@ -6,9 +6,9 @@
 #include "ui/table/ColumnHeader.h"
 #include "ui/table/LibraryModel.h"
 
-class QMenu;
-
 namespace kestrel {
+
+class NameSearch;
 
 // The table of the library. Selection, open folders and sort order are the model's; so every other front sees
 // the same.
@@ -49,6 +49,7 @@ private:
     void sortBy(int section);
     void showMenuAt(const QModelIndex &index);
     void toggleIncluded(const QModelIndex &index);
+    bool goToName(const QString &beginning, bool isNext);
     void expand(const TableNode &row, const QString &key);
     void leaveClosedFolders();
     void tell(const QString &text);
@@ -59,6 +60,7 @@ private:
     AppModel &m_model;
     LibraryModel m_rows;
     ColumnHeader *m_header;
+    NameSearch *m_search;
     bool m_isFollowing = false; // what the model says is being shown
     QPersistentModelIndex m_hovered;
     struct Place {

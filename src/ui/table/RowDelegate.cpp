@@ -3,6 +3,7 @@
 #include <QHelpEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QTextBoundaryFinder>
 #include <QToolTip>
 #include <QTreeView>
 #include <algorithm>
@@ -129,6 +130,25 @@ void drawChip(QPainter &painter, const ChipPlace &chip, const QFont &base, const
     painter.restore();
 }
 
+// How much of a name's beginning a line has room for: in letters, and up to the end of a word, if that is not
+// much less.
+struct Fitting {
+    qsizetype letters = 0, words = 0;
+};
+Fitting fittingPart(const QString &name, const QFontMetrics &metrics, int width)
+{
+    QTextBoundaryFinder letters(QTextBoundaryFinder::Grapheme, name);
+    qsizetype fitting = 0, word = 0;
+    for (qsizetype end = letters.toNextBoundary(); end > 0; end = letters.toNextBoundary()) {
+        if (metrics.horizontalAdvance(name, static_cast<int>(end)) > width)
+            break;
+        fitting = end;
+        if (QStringLiteral(" ._-–").contains(name[end - 1]))
+            word = end;
+    }
+    return {fitting, word > fitting / 2 ? word : fitting};
+}
+
 struct Lines {
     QRect first, second;
 };
@@ -144,6 +164,29 @@ Lines lines(const QRect &cell, bool hasSecond)
     const int top = inner.top() + (inner.height() - height - gap - small) / 2;
     return {QRect(inner.left(), top, inner.width(), height),
             QRect(inner.left(), top + height + gap, inner.width(), small)};
+}
+
+// `cell` without what stands before the name; `count` is a folder's number of files.
+void drawName(QPainter &painter, const QRect &cell, const RowText::Cell &name, const QFont &font,
+              const QFont &small, const QColor &color, const QColor &muted)
+{
+    const QFontMetrics metrics(font), smallMetrics(small);
+    const int gap = Theme::em(0.5);
+    const int tail =
+        name.detail.isEmpty() ? 0 : gap + Theme::em(0.2) + smallMetrics.horizontalAdvance(name.detail);
+    const auto [first, second] = RowDelegate::nameLines(name.text, metrics, cell.width(), tail);
+    if (second.isEmpty()) {
+        const auto [top, bottom] = lines(cell.adjusted(-margin(), 0, margin(), 0), !name.detail.isEmpty());
+        drawLine(painter, top, first, font, color, Column::name);
+        return drawLine(painter, bottom, name.detail, small, muted, Column::name);
+    }
+    const int height = metrics.height();
+    const QRect top(cell.left(), cell.top() + (cell.height() - 2 * height) / 2, cell.width(), height);
+    drawLine(painter, top, first, font, color, Column::name);
+    const QRect bottom = top.translated(0, height);
+    drawLine(painter, bottom, second, font, color, Column::name);
+    drawLine(painter, bottom.adjusted(metrics.horizontalAdvance(second) + gap, 0, 0, 0), name.detail, small,
+             muted, Column::name);
 }
 
 QRect checkPlace(const QRect &cell)
@@ -166,6 +209,19 @@ int RowDelegate::rowHeight()
     return Theme::em(2.75);
 }
 
+RowDelegate::NameLines RowDelegate::nameLines(const QString &name, const QFontMetrics &metrics, int width,
+                                              int tail)
+{
+    if (metrics.horizontalAdvance(name) <= width)
+        return {name, {}};
+    const auto [letters, words] = fittingPart(name, metrics, width);
+    const int room = std::max(0, width - tail);
+    if (const QString rest = name.mid(words).trimmed(); metrics.horizontalAdvance(rest) <= room)
+        return {name.left(words).trimmed(), rest};
+    return {name.left(letters).trimmed(),
+            metrics.elidedText(name.mid(letters).trimmed(), Qt::ElideMiddle, room)};
+}
+
 QSize RowDelegate::sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const
 {
     return {Theme::em(6), rowHeight()};
@@ -183,8 +239,9 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
     const bool isLeftOut = row.item != nullptr && !row.item->included && !row.item->isFinished();
 
     if (index.column() == Column::include) {
-        const auto state = static_cast<Qt::CheckState>(index.data(Qt::CheckStateRole).toInt());
-        Draw::check(*painter, checkPlace(option.rect), state, true, option.palette);
+        if (const QVariant state = index.data(Qt::CheckStateRole); state.isValid())
+            Draw::check(*painter, checkPlace(option.rect), static_cast<Qt::CheckState>(state.toInt()), true,
+                        option.palette);
         return;
     }
     const QFont body = Theme::font(Theme::Size::body), caption = Theme::font(Theme::Size::caption);
@@ -217,8 +274,12 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
                                          painter->device()->devicePixelRatioF(), option.palette));
         if (!isRightAligned(index.column())) {
             top.setLeft(top.left() + side + gap);
-            bottom.setLeft(index.column() == Column::name || cell.bar ? top.left() : bottom.left());
+            bottom.setLeft(cell.bar ? top.left() : bottom.left());
         }
+    }
+    if (index.column() == Column::name) {
+        const QRect place(top.left(), option.rect.top(), top.width(), option.rect.height());
+        return drawName(*painter, place, cell, first, caption, firstColor, colors.muted);
     }
     if (cell.canBreak && !cell.detail.isEmpty())
         first = caption;

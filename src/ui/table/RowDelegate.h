@@ -22,6 +22,13 @@ public:
                    const QModelIndex &index) override;
 
     static int rowHeight();
+    // A name in one line or, where that is too short, in two; what even those have no room for is left out of
+    // the middle of the second: the episode stands nearer to the beginning. The second leaves so many pixels
+    // free at its end.
+    struct NameLines {
+        QString first, second;
+    };
+    static NameLines nameLines(const QString &name, const QFontMetrics &metrics, int width, int tail);
 
 signals:
     // The check mark of this row was clicked.

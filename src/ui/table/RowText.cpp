@@ -113,7 +113,7 @@ Cell video(const FileItem &item, const ConversionSettings &settings)
         return {.text = QStringLiteral("nicht lesbar"),
                 .icon = QStringLiteral("warning"),
                 .tone = Tone::orange,
-                .help = qt(Text::repaired(*item.probeError))};
+                .help = qt(Text::repaired(item.explainedProbeError()))};
     if (!item.info)
         return {};
     if (!item.info->video)
@@ -170,6 +170,10 @@ Cell estimate(const FileItem &item)
                 .detail = qt(Fmt::change(before, item.bytesAfter()))};
     if (is<Status::NoSavings>(item.status))
         return {.text = qt(Fmt::bytes(before)), .detail = QStringLiteral("bleibt"), .tone = Tone::muted};
+    if (item.plan->leftAlone) {
+        const QString reason = qt(Text::oneLine(*item.plan->leftAlone));
+        return {.text = reason, .tone = Tone::muted, .help = reason, .canBreak = true};
+    }
     if (item.plan->isNoop)
         return {.text = QStringLiteral("nichts zu tun"), .tone = Tone::muted};
     const double after = item.estimate->total();
@@ -222,6 +226,7 @@ Cell status(const FileItem &item)
         const QString help = QStringLiteral("Ergebnis: %1 (%2)").arg(sizes, change);
         return {.text = QStringLiteral("Ergebnis: ") + change,
                 .detail = sizes,
+                .brief = change,
                 .icon = note.isEmpty() ? QStringLiteral("check-circle") : QStringLiteral("warning"),
                 .tone = note.isEmpty() ? Tone::green : Tone::orange,
                 .help = note.isEmpty() ? help : help + QStringLiteral("\n") + note};
@@ -234,26 +239,36 @@ Cell status(const FileItem &item)
                 .help =
                     QStringLiteral("Das Ergebnis (%1) wäre nicht genug kleiner gewesen – Original bleibt.")
                         .arg(qt(Fmt::bytes(kept->size)))};
-    if (const auto *failed = std::get_if<Status::Failed>(&item.status))
+    if (const auto *failed = std::get_if<Status::Failed>(&item.status)) {
+        const QString why = qt(Text::repaired(explained(*failed)));
         return {.text = QStringLiteral("Fehler"),
-                .detail = qt(Text::repaired(failed->text)).simplified(),
+                .detail = why.simplified(),
                 .icon = QStringLiteral("warning"),
                 .tone = Tone::red,
-                .help = qt(Text::repaired(failed->text))};
+                .help = why};
+    }
     if (item.mayBeIncomplete)
         return {.text = QStringLiteral("wird evtl. noch kopiert"),
                 .icon = QStringLiteral("clock"),
                 .tone = Tone::orange,
                 .help = QStringLiteral("wird evtl. noch kopiert"),
                 .canBreak = true};
-    if (item.probeError)
-        return {.text = qt(item.shortProbeError()),
+    if (item.probeError) {
+        const auto known = item.knownProbeError();
+        const QString why = qt(Text::repaired(item.explainedProbeError()));
+        return {.text = known ? qt(*known) : why.simplified(),
                 .tone = Tone::muted,
-                .help = qt(Text::repaired(*item.probeError)),
+                .help = why,
                 .canBreak = true};
+    }
     if (is<Status::Queued>(item.status))
         return {.text = QStringLiteral("wartet"), .icon = QStringLiteral("clock"), .tone = Tone::muted};
     return {};
+}
+
+bool hasStatus(const FileItem &item)
+{
+    return item.isSampling || !is<Status::Idle>(item.status) || item.mayBeIncomplete || item.probeError;
 }
 
 Folder Folder::of(const TableNode &node)
@@ -262,7 +277,8 @@ Folder Folder::of(const TableNode &node)
     const std::vector<FileItem *> files = node.folderItems();
     folder.files = files.size();
     for (const FileItem *item : files) {
-        folder.included += item->included ? 1 : 0;
+        folder.choosable += item->isChoosable() ? 1 : 0;
+        folder.included += item->isChoosable() && item->included ? 1 : 0;
         folder.converted += item->isFinished() ? 1 : 0;
         folder.failed += is<Status::Failed>(item->status) ? 1 : 0;
     }
@@ -287,9 +303,11 @@ Sources Sources::of(const TableNode &node)
     return sources;
 }
 
-Qt::CheckState Folder::checkState() const
+std::optional<Qt::CheckState> Folder::checkState() const
 {
-    return included == 0 ? Qt::Unchecked : included == files ? Qt::Checked : Qt::PartiallyChecked;
+    if (choosable == 0)
+        return std::nullopt;
+    return included == 0 ? Qt::Unchecked : included == choosable ? Qt::Checked : Qt::PartiallyChecked;
 }
 
 Cell video(const Sources &sources)

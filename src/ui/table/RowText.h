@@ -38,15 +38,17 @@ std::vector<Chip> chips(const FileItem &item);
 Cell size(const FileItem &item);
 Cell estimate(const FileItem &item);
 Cell status(const FileItem &item);
+bool hasStatus(const FileItem &item); // that cell is not empty
 
 // What a folder's row is made of; of all files below it.
 struct Folder {
-    std::size_t files = 0, included = 0;
+    std::size_t files = 0;
+    std::size_t choosable = 0, included = 0; // with a check mark, and of them those with the tick
     FolderProgress progress;
     std::size_t converted = 0, failed = 0;
 
     static Folder of(const TableNode &node);
-    Qt::CheckState checkState() const;
+    std::optional<Qt::CheckState> checkState() const; // absent where there is nothing to choose
 };
 // What the files below a folder are.
 struct Sources {

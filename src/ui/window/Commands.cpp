@@ -1,5 +1,7 @@
 #include "ui/window/Commands.h"
 
+#include <algorithm>
+
 #include "format/Fmt.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
@@ -226,7 +228,10 @@ void Commands::update()
 
     const bool isConverting = activity.kind == Kind::converting;
     convert->setVisible(!isConverting);
-    convert->setEnabled(canWork);
+    const bool hasChosen = std::any_of(library.items().begin(), library.items().end(), [](const auto &file) {
+        return file->included && file->isChoosable();
+    });
+    convert->setEnabled(canWork && hasChosen);
     pause->setVisible(isConverting);
     stop->setVisible(isConverting);
     pause->setEnabled(!m_model.isStopping());

@@ -1,6 +1,8 @@
 #include "ui/window/LibraryPage.h"
 
 #include <QHBoxLayout>
+#include <QPainter>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 #include "ui/look/Strings.h"
@@ -13,22 +15,66 @@ namespace kestrel {
 
 namespace {
 
+// In heights of the text: from which width the panel has room beside the table, and from which height the
+// figures have room above it.
+constexpr double wide = 62, high = 26;
+
 // Where the window is low, or the text large, the table needs the room of the figures.
 class LibraryColumn : public QWidget {
 public:
-    QWidget *figures = nullptr;
+    Tiles *figures = nullptr;
 
 protected:
     void resizeEvent(QResizeEvent *event) override
     {
         QWidget::resizeEvent(event);
-        figures->setVisible(height() >= Theme::em(26));
+        figures->setLow(height() < Theme::em(high));
+    }
+};
+
+// What lies over the table, with a shadow on it.
+class Drawer : public QWidget {
+public:
+    explicit Drawer(QWidget *parent) : QWidget(parent)
+    {
+        (new QHBoxLayout(this))->setContentsMargins(shadow(), 0, 0, 0);
+        hide();
+    }
+    static int shadow() { return Theme::em(0.7); }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        QLinearGradient fading(0, 0, shadow(), 0);
+        fading.setColorAt(0, QColor(0, 0, 0, 0));
+        fading.setColorAt(1, QColor(0, 0, 0, Theme::isDark(palette()) ? 110 : 45));
+        painter.fillRect(0, 0, shadow(), height(), fading);
+        const auto &colors = Theme::colors(palette());
+        painter.fillRect(rect().adjusted(shadow(), 0, 0, 0), colors.window);
+        painter.fillRect(shadow(), 0, 1, height(), colors.line);
     }
 };
 
 } // namespace
 
-LibraryPage::LibraryPage(AppModel &model) : m_model(model)
+LibraryPage::LibraryPage(AppModel &model)
+    : m_model(model), m_panel(new SettingsPanel(model)), m_splitter(new PanelSplitter),
+      m_drawer(new Drawer(this))
+{
+    auto *whole = new QHBoxLayout(this);
+    whole->setContentsMargins({});
+    whole->addWidget(m_splitter);
+    m_splitter->setParts(makeColumn(), m_panel);
+    setTabOrder(&m_table->columns(), m_splitter->handle(1));
+    auto *close = new QShortcut(Qt::Key_Escape, m_drawer);
+    close->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(close, &QShortcut::activated, this, [this] { emit panelShown(false); });
+    connect(&m_model, &AppModel::folderChanged, this, &LibraryPage::showFolder);
+    showFolder();
+}
+
+QWidget *LibraryPage::makeColumn()
 {
     auto *left = new LibraryColumn;
     auto *column = new QVBoxLayout(left);
@@ -55,12 +101,70 @@ LibraryPage::LibraryPage(AppModel &model) : m_model(model)
     m_table = new LibraryView(m_model);
     inside->addWidget(m_table);
     column->addWidget(card, 1);
+    return left;
+}
 
-    m_panel = new SettingsPanel(m_model);
-    setParts(left, m_panel);
-    setTabOrder(&m_table->columns(), handle(1));
-    connect(&m_model, &AppModel::folderChanged, this, &LibraryPage::showFolder);
-    showFolder();
+void LibraryPage::showPanel(bool isShown)
+{
+    (m_isNarrow ? m_isOverTable : m_isBeside) = isShown;
+    placePanel();
+}
+
+void LibraryPage::restoreState(const QByteArray &state, bool isPanelBeside)
+{
+    m_wideState = state;
+    restoreWidths();
+    m_isBeside = isPanelBeside;
+    placePanel();
+    emit panelShown(isPanelShown());
+}
+
+void LibraryPage::restoreWidths()
+{
+    if (!m_splitter->restoreState(m_wideState))
+        m_splitter->setSizes({10'000, Theme::em(18)});
+}
+
+void LibraryPage::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    setNarrow(width() < Theme::em(wide));
+    placePanel();
+}
+
+// What lay over the table is out of the way at first.
+void LibraryPage::setNarrow(bool isNarrow)
+{
+    if (isNarrow == m_isNarrow)
+        return;
+    if (isNarrow && isVisible()) // else nothing has its width yet
+        m_wideState = m_splitter->saveState();
+    m_isNarrow = isNarrow;
+    m_isOverTable = false;
+    if (m_panel->isAncestorOf(focusWidget()))
+        m_table->setFocus();
+    if (isNarrow) {
+        m_drawer->layout()->addWidget(m_panel);
+    } else {
+        m_splitter->addWidget(m_panel);
+        restoreWidths();
+    }
+    emit panelShown(isPanelShown());
+}
+
+void LibraryPage::placePanel()
+{
+    const bool isOver = m_isNarrow && m_isOverTable;
+    if (!isPanelShown() && m_panel->isAncestorOf(focusWidget()))
+        m_table->setFocus();
+    m_panel->setVisible(isPanelShown());
+    m_drawer->setVisible(isOver);
+    if (!isOver)
+        return;
+    const int usual = std::max(m_panel->sizeHint().width(), m_panel->minimumSizeHint().width());
+    const int drawer = std::min(width(), usual + Drawer::shadow());
+    m_drawer->setGeometry(width() - drawer, 0, drawer, height());
+    m_drawer->raise();
 }
 
 void LibraryPage::showFolder()

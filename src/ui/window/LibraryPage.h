@@ -6,23 +6,46 @@
 
 namespace kestrel {
 
-// An open folder: its table with everything that is said about it, and the settings beside it.
-class LibraryPage : public PanelSplitter {
+// An open folder: its table with everything that is said about it, and the settings. These stand beside the
+// table where the window is wide enough, and lie over it when they are asked for where it is not.
+class LibraryPage : public QWidget {
     Q_OBJECT
 
 public:
     explicit LibraryPage(AppModel &model);
 
     LibraryView &table() { return *m_table; }
-    QWidget &panel() { return *m_panel; }
+    void showPanel(bool isShown);
+    bool isPanelShown() const { return m_isNarrow ? m_isOverTable : m_isBeside; }
+
+    // To be remembered: whether the settings stand beside the table, and how wide.
+    bool isPanelBeside() const { return m_isBeside; }
+    QByteArray saveState() const { return m_isNarrow ? m_wideState : m_splitter->saveState(); }
+    void restoreState(const QByteArray &state, bool isPanelBeside);
+
+signals:
+    // By itself, because of the window's width, or because somebody is done with it.
+    void panelShown(bool isShown);
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
+    QWidget *makeColumn();
     void showFolder();
+    void setNarrow(bool isNarrow);
+    void restoreWidths();
+    void placePanel();
 
     AppModel &m_model;
     ElidedLabel *m_folder, *m_location;
     LibraryView *m_table;
     QWidget *m_panel;
+    PanelSplitter *m_splitter;
+    QWidget *m_drawer; // holds the panel over the table
+    bool m_isNarrow = false;
+    bool m_isBeside = true, m_isOverTable = false; // the panel, in a wide and in a narrow window
+    QByteArray m_wideState;                        // of the splitter, while it has no panel
 };
 
 } // namespace kestrel

@@ -2,10 +2,10 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QFileDialog>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QScreen>
 #include <QToolBar>
 #include <QToolButton>
 #include <algorithm>
@@ -14,6 +14,7 @@
 #include "platform/FileManager.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
+#include "ui/window/FolderDialog.h"
 
 namespace kestrel {
 
@@ -58,7 +59,8 @@ MainWindow::MainWindow(AppModel &model, std::filesystem::path stateFile, QWidget
     m_pages->addWidget(m_empty);
     m_pages->addWidget(m_page);
     setCentralWidget(m_pages);
-    resize(1180, 760);
+    const QSize usual(Theme::em(76), Theme::em(49));
+    resize(screen() != nullptr ? usual.boundedTo(screen()->availableSize() * 0.95) : usual);
     connectAll();
     restoreState();
     showPage();
@@ -178,7 +180,8 @@ void MainWindow::connectAll()
     connect(&m_commands, &Commands::aboutWanted, this, &MainWindow::showAbout);
     connect(&m_commands, &Commands::revealWanted, this, &MainWindow::reveal);
     connect(m_commands.quit, &QAction::triggered, this, &MainWindow::close);
-    connect(m_commands.showPanel, &QAction::toggled, &m_page->panel(), &QWidget::setVisible);
+    connect(m_commands.showPanel, &QAction::toggled, m_page, &LibraryPage::showPanel);
+    connect(m_page, &LibraryPage::panelShown, m_commands.showPanel, &QAction::setChecked);
     connect(&m_guard, &QuitGuard::quit, this, &MainWindow::close);
     connect(&table(), &LibraryView::detailsRequested, this,
             [this](const auto &file) { m_model.library().setDetailItem(m_model.library().find(file)); });
@@ -258,24 +261,20 @@ void MainWindow::open(const std::filesystem::path &folder)
 
 void MainWindow::chooseFolder()
 {
-    auto *dialog = new QFileDialog(
-        this, QStringLiteral("Ordner mit Videos wählen – Unterordner werden mit durchsucht."));
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setFileMode(QFileDialog::Directory);
-    dialog->setOption(QFileDialog::ShowDirsOnly);
-    dialog->setLabelText(QFileDialog::Accept, QStringLiteral("Ordner wählen …"));
-    dialog->setDirectory(m_reachable ? QFile::decodeName(m_reachable->c_str()) : QDir::homePath());
-    // When the dialog has gone, and with it the focus.
-    connect(
-        dialog, &QFileDialog::fileSelected, this,
-        [this](const QString &path) {
-            activateWindow();
-            if (!path.isEmpty())
-                open(QFile::encodeName(path).toStdString());
-            if (table().isVisible())
-                table().setFocus();
-        },
-        Qt::QueuedConnection);
+    auto *dialog =
+        new FolderDialog(m_reachable ? QFile::decodeName(m_reachable->c_str()) : QDir::homePath(), this);
+    connect(dialog, &FolderDialog::chosen, this, [this](const std::filesystem::path &folder) {
+        // When the dialog has gone, and with it the focus.
+        QMetaObject::invokeMethod(
+            this,
+            [this, folder] {
+                activateWindow();
+                open(folder);
+                if (table().isVisible())
+                    table().setFocus();
+            },
+            Qt::QueuedConnection);
+    });
     dialog->open();
 }
 
@@ -355,17 +354,15 @@ void MainWindow::saveState()
     m_state.setValue("geometry", saveGeometry());
     m_state.setValue("splitter", m_page->saveState());
     m_state.setValue("columns", table().columns().chosenWidths());
-    m_state.setValue("panel", m_commands.showPanel->isChecked() ? "1" : "0");
+    m_state.setValue("panel", m_page->isPanelBeside() ? "1" : "0");
     m_closedFolders.save();
 }
 
 void MainWindow::restoreState()
 {
     restoreGeometry(m_state.value("geometry"));
-    if (!m_page->restoreState(m_state.value("splitter")))
-        m_page->setSizes({10'000, Theme::em(18)});
+    m_page->restoreState(m_state.value("splitter"), m_state.value("panel") != "0");
     table().columns().restoreWidths(m_state.value("columns"));
-    m_commands.showPanel->setChecked(m_state.value("panel") != "0");
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)

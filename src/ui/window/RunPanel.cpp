@@ -42,7 +42,7 @@ RunPanel::Look converting(const AppModel &model)
     const RunStats &run = *model.run();
     const bool isPaused = model.isPaused();
     RunPanel::Look look{.headline = qt(Fmt::percent(model.runProgress())),
-                        .count = ofTotal(run.processed(), run.total) + QStringLiteral(" Dateien"),
+                        .count = countedOf(run.processed(), run.total),
                         .icon = isPaused ? QStringLiteral("pause") : QStringLiteral("play"),
                         .tone = isPaused ? Tone::orange : Tone::accent,
                         .progress = model.runProgress()};
@@ -63,8 +63,10 @@ RunPanel::Look converting(const AppModel &model)
 
 RunPanel::Look ended(const RunStats &run)
 {
-    const bool isComplete = run.processed() == run.total;
-    RunPanel::Look look{.headline = qt(run.finishedText()),
+    const bool isComplete = run.isComplete();
+    const QString sentence = qt(run.finishedText());
+    RunPanel::Look look{.headline = isComplete ? sentence : QStringLiteral("Gestoppt"),
+                        .sentence = isComplete ? QString() : sentence,
                         .icon = run.failed > 0 ? QStringLiteral("warning")
                                 : isComplete   ? QStringLiteral("check-circle")
                                                : QStringLiteral("stop-circle"),
@@ -83,9 +85,7 @@ std::optional<RunPanel::Look> RunPanel::lookOf(const AppModel &model)
     switch (activity.kind) {
     case Kind::scanning:
         return Look{.headline = QStringLiteral("Suche Videodateien …"),
-                    .count = activity.total > 0
-                                 ? ofTotal(activity.done, activity.total) + QStringLiteral(" Dateien")
-                                 : QString(),
+                    .count = activity.total > 0 ? countedOf(activity.done, activity.total) : QString(),
                     .icon = QStringLiteral("search"),
                     .tone = Tone::purple,
                     .progress = share(activity),
@@ -141,7 +141,8 @@ QString RunPanel::turnOf(const AppModel &model)
         break;
     }
     if (const auto look = lookOf(model))
-        return look->headline;
+        return look->sentence.isEmpty() ? look->headline
+                                        : look->headline + QStringLiteral(". ") + look->sentence;
     const std::size_t files = model.library().items().size();
     return files > 0 ? counted(files) + QStringLiteral(", bereit") : QString();
 }
@@ -149,7 +150,7 @@ QString RunPanel::turnOf(const AppModel &model)
 RunPanel::RunPanel(AppModel &model, QWidget *parent)
     : Card(parent), m_model(model), m_icon(new IconLabel(QString(), Tone::accent, 1.8)),
       m_headline(new Label(QString(), Theme::Size::heading)), m_count(new Label(QString())),
-      m_detail(new Label(QString(), Theme::Size::body, Tone::muted)),
+      m_detail(new Label(QString(), Theme::Size::body, Tone::muted)), m_sentence(new Label(QString())),
       m_savings(new Label(QString(), Theme::Size::caption, Tone::muted)), m_bar(new Bar),
       m_stop(new QPushButton(QStringLiteral("A&bbrechen")))
 {
@@ -167,6 +168,7 @@ RunPanel::RunPanel(AppModel &model, QWidget *parent)
     first->addStretch(1);
     first->addWidget(m_detail);
     column->addLayout(first);
+    column->addWidget(m_sentence);
     column->addWidget(m_bar);
     column->addWidget(m_savings);
     row->addLayout(column, 1);
@@ -195,13 +197,14 @@ void RunPanel::update()
     set(m_headline, look->headline);
     set(m_count, look->count);
     set(m_detail, look->detail);
+    set(m_sentence, look->sentence);
     set(m_savings, look->savings);
     m_bar->setVisible(look->progress.has_value());
     if (look->progress)
         m_bar->setValue(*look->progress < 0 ? std::nullopt : look->progress, look->tone);
     m_stop->setVisible(look->canBeStopped);
     m_stop->setEnabled(!m_model.isStopping());
-    QStringList parts{look->headline, look->count, look->detail, look->savings};
+    QStringList parts{look->headline, look->count, look->detail, look->sentence, look->savings};
     parts.removeAll(QString());
     setAccessibleDescription(parts.join(QStringLiteral(", ")));
 }

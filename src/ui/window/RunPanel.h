@@ -16,7 +16,9 @@ class RunPanel : public Card {
 public:
     // What the panel says about a model; pure, but for the clock.
     struct Look {
-        QString headline, count, detail, savings;
+        QString headline, count, detail;
+        QString sentence; // below the headline
+        QString savings;
         QString icon;
         Theme::Tone tone = Theme::Tone::accent;
         std::optional<double> progress; // where there is a bar: 0 … 1, or below 0 while it is not known
@@ -34,7 +36,7 @@ private:
 
     AppModel &m_model;
     IconLabel *m_icon;
-    Label *m_headline, *m_count, *m_detail, *m_savings;
+    Label *m_headline, *m_count, *m_detail, *m_sentence, *m_savings;
     Bar *m_bar;
     QPushButton *m_stop;
     QString m_told;

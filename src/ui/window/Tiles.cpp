@@ -1,9 +1,9 @@
 #include "ui/window/Tiles.h"
 
 #include <QGridLayout>
-#include <QHBoxLayout>
-#include <QVBoxLayout>
+#include <cmath>
 #include <numeric>
+#include <utility>
 
 #include "format/Fmt.h"
 #include "ui/look/Strings.h"
@@ -13,7 +13,19 @@ namespace kestrel {
 
 namespace {
 
-constexpr double leastWidth = 7; // of a tile, in heights of the text
+constexpr double leastWidth = 7; // of a card, in heights of the text
+
+// Where the whole text has no room.
+QStringList briefGrades(const Totals &totals)
+{
+    if (!totals.weakestKind)
+        return {};
+    const QString word = RowText::gradeWord(*totals.weakestKind);
+    if (*totals.weakestKind != SizeEstimate::Kind::calibrated)
+        return {word};
+    const QString files = QStringLiteral(" (%1)").arg(counted(totals.samples));
+    return {word + files, QStringLiteral("hochger.") + files};
+}
 
 void set(Label *label, const QString &text)
 {
@@ -36,8 +48,6 @@ Tiles::Tiles(AppModel &model, QWidget *parent) : QWidget(parent), m_model(model)
     m_after = add("compress", "Nachher");
     m_saving = add("save", "Ersparnis");
     m_time = add("clock", "Rechenzeit");
-    m_saving.value->setTone(Theme::Tone::green);
-    arrange();
     for (const auto signal : {&AppModel::activityChanged, &AppModel::runChanged})
         connect(&model, signal, this, &Tiles::update);
     for (const auto signal : {&Library::filled, &Library::recomputed})
@@ -47,23 +57,18 @@ Tiles::Tiles(AppModel &model, QWidget *parent) : QWidget(parent), m_model(model)
 
 Tiles::Tile Tiles::add(const char *icon, const char *caption)
 {
-    auto *card = new Card;
-    auto *column = new QVBoxLayout(card);
-    column->setContentsMargins(Theme::em(0.7), Theme::em(0.55), Theme::em(0.6), Theme::em(0.55));
-    column->setSpacing(Theme::em(0.1));
-    auto *head = new QHBoxLayout;
-    head->setSpacing(Theme::em(0.35));
-    head->addWidget(new IconLabel(QString::fromUtf8(icon), Theme::Tone::accent, 0.95));
-    Tile tile{.card = card};
-    tile.caption = new ElidedLabel(QString::fromUtf8(caption), Theme::Size::caption, Theme::Tone::muted);
-    head->addWidget(tile.caption, 1);
-    column->addLayout(head);
-    tile.value = new ElidedLabel(QStringLiteral("–"), Theme::Size::value);
-    column->addWidget(tile.value);
-    tile.detail = new ElidedLabel(QString(), Theme::Size::caption, Theme::Tone::muted);
-    column->addWidget(tile.detail);
-    card->setAccessibleName(QString::fromUtf8(caption));
-    m_cards.push_back(card);
+    const Tile tile{
+        .card = new Card,
+        .icon = new IconLabel(QString::fromUtf8(icon), Theme::Tone::accent, 0.95),
+        .value = new ElidedLabel(QStringLiteral("–"), Theme::Size::value),
+        .detail = new ElidedLabel(QString(), Theme::Size::caption, Theme::Tone::muted),
+        .caption = new ElidedLabel(QString::fromUtf8(caption), Theme::Size::caption, Theme::Tone::muted)};
+    auto *inside = new QGridLayout(tile.card);
+    inside->setHorizontalSpacing(Theme::em(0.35));
+    inside->setVerticalSpacing(Theme::em(0.1));
+    tile.card->setAccessibleName(QString::fromUtf8(caption));
+    static_cast<QGridLayout *>(layout())->addWidget(tile.card, 0, static_cast<int>(m_tiles.size()));
+    m_tiles.push_back(tile);
     return tile;
 }
 
@@ -72,26 +77,57 @@ QSize Tiles::minimumSizeHint() const
     return {Theme::em(3 * leastWidth), layout()->minimumSize().height()};
 }
 
+bool Tiles::isLine() const
+{
+    return m_isLow || width() < Theme::em(leastWidth * static_cast<double>(m_tiles.size()));
+}
+
+void Tiles::setLow(bool isLow)
+{
+    if (std::exchange(m_isLow, isLow) != isLow)
+        arrange();
+}
+
 void Tiles::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
     arrange();
 }
 
-// In one row, or in two where there is little room.
 void Tiles::arrange()
 {
-    const int all = static_cast<int>(m_cards.size());
-    const int columns = width() >= Theme::em(leastWidth * all) ? all : 3;
-    if (columns == m_columns)
-        return;
-    m_columns = columns;
-    auto *grid = static_cast<QGridLayout *>(layout());
-    for (int i = 0; i < all; ++i) {
-        grid->addWidget(m_cards[static_cast<std::size_t>(i)], i / columns, i % columns);
-        grid->setColumnStretch(i, i < columns ? 1 : 0);
+    const bool isLine = this->isLine();
+    for (const Tile &tile : m_tiles)
+        arrange(tile, isLine, true);
+    auto *row = static_cast<QGridLayout *>(layout());
+    const auto wanted = [](const Tile &tile) { return tile.card->sizeHint().width(); };
+    const int all = std::accumulate(m_tiles.begin(), m_tiles.end(), 4 * row->horizontalSpacing(),
+                                    [&](int sum, const Tile &tile) { return sum + wanted(tile); });
+    for (int column = 0; const Tile &tile : m_tiles) {
+        if (isLine && all > width())
+            arrange(tile, isLine, false);
+        row->setColumnStretch(column++, isLine ? wanted(tile) : 1);
     }
     updateGeometry();
+}
+
+void Tiles::arrange(const Tile &tile, bool isLine, bool hasCaption)
+{
+    auto *inside = static_cast<QGridLayout *>(tile.card->layout());
+    inside->setContentsMargins(Theme::em(0.7), Theme::em(isLine ? 0.3 : 0.55), Theme::em(0.6),
+                               Theme::em(isLine ? 0.3 : 0.55));
+    inside->addWidget(tile.icon, 0, 0);
+    inside->addWidget(tile.caption, 0, 1);
+    if (isLine)
+        inside->addWidget(tile.value, 0, 2);
+    else
+        inside->addWidget(tile.value, 1, 0, 1, 3);
+    inside->addWidget(tile.detail, 2, 0, 1, 3);
+    inside->setColumnStretch(isLine ? 2 : 1, 1);
+    inside->setColumnStretch(isLine ? 1 : 2, 0);
+    tile.value->setFont(Theme::font(isLine ? Theme::Size::heading : Theme::Size::value));
+    tile.caption->setVisible(hasCaption);
+    tile.detail->setVisible(!isLine);
 }
 
 void Tiles::update()
@@ -113,21 +149,16 @@ void Tiles::update()
     set(m_before.detail, isPlanned ? QStringLiteral("%1 zu konvertieren").arg(totals.actionable) : QString());
 
     set(m_after.value, isPlanned ? qt(Fmt::bytes(totals.estimatedBytes)) : none);
-    QString grade = isEstimated ? RowText::gradeWord(*totals.weakestKind) : QString();
-    m_after.card->setToolTip(isEstimated ? qt(label(*totals.weakestKind)) : QString());
-    m_after.detail->setBrief(grade);
-    if (!totals.vmafValues.empty()) {
+    m_after.card->setToolTip(qt(totals.gradeText()));
+    QString vmaf;
+    if (isEstimated && !totals.vmafValues.empty()) {
         const double sum = std::accumulate(totals.vmafValues.begin(), totals.vmafValues.end(), 0.0);
-        grade += QStringLiteral(" · VMAF ") +
-                 qt(Fmt::number(sum / static_cast<double>(totals.vmafValues.size()), 1));
+        vmaf =
+            QStringLiteral("VMAF ") + qt(Fmt::number(sum / static_cast<double>(totals.vmafValues.size()), 1));
     }
-    set(m_after.detail, grade);
-
-    const double saved = before - totals.estimatedBytes;
-    m_saving.value->setTone(isPlanned && saved > 0 ? Theme::Tone::green : Theme::Tone::text);
-    set(m_saving.value, isPlanned ? qt(Fmt::bytes(std::max(0.0, saved))) : none);
-    set(m_saving.detail,
-        isPlanned && before > 0 ? qt(Fmt::percent(std::max(0.0, saved / before))) : QString());
+    m_after.detail->setBriefs(briefGrades(totals));
+    set(m_after.detail, joined({qt(totals.gradeText()), vmaf}));
+    showSaving(isPlanned);
 
     const auto remaining = m_model.runRemaining();
     set(m_time.caption, remaining ? QStringLiteral("Restdauer") : QStringLiteral("Rechenzeit"));
@@ -136,6 +167,26 @@ void Tiles::update()
                       : totals.encodeSeconds >= 0.5 ? qt(Fmt::duration(totals.encodeSeconds))
                                                     : none);
     set(m_time.detail, totals.encodeSeconds >= 0.5 || remaining ? QStringLiteral("geschätzt") : QString());
+    if (isLine())
+        arrange(); // each as wide as what it says
+}
+
+// What would become larger saves nothing, and must not look as if it stayed as it is.
+void Tiles::showSaving(bool isPlanned)
+{
+    const Totals &totals = m_model.totals();
+    const auto before = static_cast<double>(totals.sourceBytes);
+    const double saved = before - totals.estimatedBytes;
+    const bool grows = isPlanned && saved <= -1024; // less cannot be seen
+    set(m_saving.caption, grows ? QStringLiteral("Zuwachs") : QStringLiteral("Ersparnis"));
+    m_saving.card->setAccessibleName(m_saving.caption->text());
+    m_saving.value->setTone(grows                    ? Theme::Tone::orange
+                            : isPlanned && saved > 0 ? Theme::Tone::green
+                                                     : Theme::Tone::text);
+    const QString sign = grows ? QStringLiteral("+") : QString();
+    set(m_saving.value, isPlanned ? sign + qt(Fmt::bytes(std::abs(saved))) : QStringLiteral("–"));
+    set(m_saving.detail,
+        isPlanned && before > 0 ? sign + qt(Fmt::percent(std::abs(saved) / before)) : QString());
 }
 
 } // namespace kestrel

@@ -5,31 +5,40 @@
 #include "model/AppModel.h"
 #include "ui/look/Parts.h"
 
+class QGridLayout;
+
 namespace kestrel {
 
-// What the library is and would become, in five figures.
+// What the library is and would become, in five figures: cards side by side, or a single line of text where
+// there is little room.
 class Tiles : public QWidget {
     Q_OBJECT
 
 public:
     explicit Tiles(AppModel &model, QWidget *parent = nullptr);
     QSize minimumSizeHint() const override;
+    // The window is too low for cards.
+    void setLow(bool isLow);
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
     struct Tile {
-        QWidget *card;
+        Card *card;
+        IconLabel *icon;
         ElidedLabel *value, *detail, *caption;
     };
     Tile add(const char *icon, const char *caption);
+    bool isLine() const;
     void arrange();
+    void arrange(const Tile &tile, bool isLine, bool hasCaption);
     void update();
+    void showSaving(bool isPlanned);
 
     AppModel &m_model;
-    std::vector<QWidget *> m_cards;
-    int m_columns = 0;
+    std::vector<Tile> m_tiles;
+    bool m_isLow = false;
     Tile m_files, m_before, m_after, m_saving, m_time;
 };
 
