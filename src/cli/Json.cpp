@@ -168,7 +168,6 @@ Value value(const MediaInfo &info)
         {"fileSize", info.fileSize},
         {"modified", timestamp(info.modified)},
         {"duration", info.duration},
-        {"playTime", info.playTime()},
         {"formatName", info.formatName},
         {"video", info.video ? value(*info.video) : Value()},
         {"audio", list(info.audio)},

@@ -189,7 +189,7 @@ TEST(Program, planTellsEverythingAndChangesNothing)
                             "subtitles", "attachmentIndexes", "videoBitrate"));
     EXPECT_THAT(keys(film["plan"]),
                 ElementsAre("video", "outputWidth", "outputHeight", "deinterlace", "audio", "subtitles",
-                            "attachments", "notes", "isNoop", "scales", "qualityValue"));
+                            "attachments", "notes", "isNoop", "leftAlone", "scales", "qualityValue"));
     EXPECT_THAT(keys(film["estimate"]), ElementsAre("videoBytes", "audioBytes", "otherBytes", "kind", "vmaf",
                                                     "encodeSeconds", "total"));
     EXPECT_EQ(film["plan"]["qualityValue"], 21);

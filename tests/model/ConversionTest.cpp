@@ -315,7 +315,7 @@ TEST_F(ConversionTest, whatIsThereAlreadyCountsAsDoneButNotAsWork)
     library({"a.mkv", "b.mkv"}, 1);
     ffmpeg(writes(5));
     ffprobe("case \"$last\" in *Kestrel*) cat <<'END'\n"
-            R"({"format": {"duration": "3600", "format_name": "matroska"},
+            R"({"format": {"duration": "2", "format_name": "matroska"},
  "streams": [{"index": 0, "codec_type": "video", "codec_name": "hevc", "width": 1920, "height": 1080}]})"
             "\nEND\nexit;; esac");
     const fs::path beside = folder.path().native() + " (Kestrel)";

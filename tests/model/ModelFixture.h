@@ -45,14 +45,15 @@ protected:
         }
     }
 
-    // Does the shell commands first, then answers that each file is an hour of H.264 with 10 Mbit/s.
-    void ffprobe(const std::string &body)
+    // Does the shell commands first, then answers that each file is so many seconds of H.264 with 10 Mbit/s.
+    void ffprobe(const std::string &body, const std::string &duration = "2")
     {
         standIn(toolbox, "ffprobe",
                 "[ \"$1\" = -version ] && { echo ffprobe stand-in; exit; }\nfor last; do :; done\n" + body +
                     R"(
 cat <<'END'
-{"format": {"duration": "3600", "format_name": "matroska"},
+{"format": {"duration": ")" +
+                    duration + R"(", "format_name": "matroska"},
  "streams": [{"index": 0, "codec_type": "video", "codec_name": "h264", "width": 1920, "height": 1080,
               "avg_frame_rate": "25/1", "pix_fmt": "yuv420p", "bit_rate": "10000000"}]}
 END)");

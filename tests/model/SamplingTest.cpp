@@ -126,7 +126,9 @@ TEST_F(SamplingTest, aClipComesFromTheLaterPartOrIsTheWholeFile)
     EXPECT_EQ(ProbeClip::segmentOf(100), (Segment{35, 60}));
     EXPECT_EQ(ProbeClip::segmentOf(70), (Segment{10, 60}));
 
-    film("Film.mkv");
+    fs::resize_file(film("Film.mkv"), 2'000'000); // large enough for an hour
+    fs::last_write_time(folder / "Film.mkv", fs::file_time_type::clock::now() - std::chrono::hours(1));
+    ffprobe("", "3600");
     ffmpeg("echo \"$*\" > " + quoted(toolbox / "call") + "; echo clip > \"$last\"");
     startAndScan();
     model->makeProbeClip();

@@ -88,7 +88,7 @@ TEST_F(StatusTest, tellsWhatTheModelIsDoing)
 
 TEST_F(StatusTest, followsARunToItsEnd)
 {
-    ffmpeg("case \"$last\" in *E02*) exit 1;; esac\necho fps=24.6; echo out_time_us=1800000000; echo "
+    ffmpeg("case \"$last\" in *E02*) exit 1;; esac\necho fps=24.6; echo out_time_us=1000000; echo "
            "progress=continue\n"
            "while [ ! -e " +
            quoted(toolbox / "go") + " ]; do sleep 0.02; done\n" + writes(4));

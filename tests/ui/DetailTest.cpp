@@ -138,8 +138,8 @@ TEST(DetailText, splitsTheExpectedSizeAndNeverMoreThanTheWhole)
     EXPECT_EQ(estimate.whole, 4'500'000'000.0);
     EXPECT_FALSE(estimate.saving.isEmpty());
 
-    const auto grown = *DetailText::estimate(planned(aFilm().fileSize(1'000'000)));
-    EXPECT_GT(grown.whole, 1e6);
+    const auto grown = *DetailText::estimate(planned(aFilm().fileSize(2'000'000)));
+    EXPECT_GT(grown.whole, 2e6);
     EXPECT_TRUE(grown.saving.isEmpty());
 
     const auto same = *DetailText::estimate(planned(aFilm().video("hevc", 1920, 1080).bitrate(1'000'000)));

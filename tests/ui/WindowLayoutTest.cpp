@@ -28,6 +28,7 @@ TEST_F(WindowLayoutTest, theSumsSayWhereTheyGrowAndWhatTheyRestOn)
     for (const char *name : {"a.mkv", "b.mkv"}) {
         MediaInfo info = *item(name).info;
         info.fileSize = 100 << 20;
+        info.duration = 3600;
         model->library().setInfo(item(name), info);
     }
     giveSample("a.mkv", 4e6); // an hour of it, and twice as much as was guessed
