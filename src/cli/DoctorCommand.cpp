@@ -82,8 +82,8 @@ void tellPendingSwaps()
     if (swaps.empty())
         return;
     Terminal::print("\n{}\n", Terminal::bold("Unterbrochene Tauschvorgänge"));
-    Terminal::print(
-        "  Kestrel repariert sie beim nächsten Start, sobald es kann. Von Hand, solange keines läuft:\n");
+    Terminal::print("  Kestrel repariert sie beim nächsten Start, sobald es kann. Von Hand geht es, solange "
+                    "Kestrel nicht läuft:\n");
     for (const auto &swap : swaps)
         Terminal::print("  {}\n    {}\n", Terminal::shown(swap.title()), Terminal::shown(swap.moveLine()));
 }
@@ -112,8 +112,7 @@ int runDoctor(const Interrupt &interrupt)
     place("Probeclips", ProbeClip::folder());
     if (const auto problem = SwapJournal::problem())
         row("Tauschvorgänge", Terminal::shown(SwapJournal::file().native()),
-            Terminal::red("nicht lesbar: " + *problem) +
-                "; bis dahin wird auf Netzlaufwerken nichts ersetzt");
+            Terminal::red("nicht lesbar: " + *problem) + "; solange wird auf Netzlaufwerken nichts ersetzt");
     else
         place("Tauschvorgänge", SwapJournal::file());
     place("Arbeitsordner", Paths::caches() / "Kestrel/Arbeit");

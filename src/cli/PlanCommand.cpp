@@ -101,7 +101,7 @@ std::string renderNotes(const Library &library)
         if (file->isActionable())
             for (const auto &note : file->plan->notes)
                 ++notes[note];
-        else if (file->plan && file->plan->leftAlone)
+        else if (file->isCounted() && file->plan && file->plan->leftAlone)
             ++notes[Terminal::line(*file->plan->leftAlone)];
     }
     std::string text;

@@ -55,8 +55,8 @@ public:
     void suspend() { m_ffmpeg.suspend(); }
     void resume() { m_ffmpeg.resume(); }
 
-    // The file is the one that it was before. A share may number its files anew at any time (sshfs does), so
-    // that there the same size and time must do.
+    // The file is the one that it was before. A share may change the numbers of its files at any time (sshfs
+    // does), so that there the same size and time must do.
     static bool isUnchanged(const std::filesystem::path &file, const Files::Attributes &now,
                             const Files::Attributes &before);
 

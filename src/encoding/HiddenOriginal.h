@@ -18,9 +18,9 @@ struct HiddenOriginal {
     std::string moveLine() const; // for a shell; brings the film back
 };
 
-// Hidden originals that somebody met on the disk; the journal tells their full names.
+// Describes hidden originals that a scan met on the disk; the journal knows their full names.
 std::vector<HiddenOriginal> hiddenOriginals(const std::vector<std::filesystem::path> &met);
-// Those, and the others that the journal knows of: the swaps that wait for their repair.
+// Adds the others that the journal knows of: all swaps that wait for their repair.
 std::vector<HiddenOriginal> pendingSwaps(const std::vector<std::filesystem::path> &met);
 // Where the journal's hidden originals lie on shares that are mounted at another place now. Looks at every
 // mounted share.

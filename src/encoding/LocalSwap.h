@@ -23,8 +23,8 @@ struct Swap {
 // std::filesystem::filesystem_error.
 ResultRecords::Record showBeside(const Swap &swap, const ConversionSettings &settings);
 
-// Puts the original into the trash, and the visible file under its final name, unless somebody has taken
-// that meanwhile. Returns where the file is now. Throws ToolError with both files in their places, and the
+// Puts the original into the trash, and the visible file under its final name, unless another file has it
+// by then. Returns where the file is now. Throws ToolError with both files in their places, and the
 // record kept, where the trash does not take the original.
 std::filesystem::path takePlace(const ResultRecords::Record &record);
 

@@ -40,7 +40,7 @@ bool tryRemove(const fs::path &file)
     }
 }
 
-// The last look before the original goes: somebody else on the share may have got in between.
+// The last look before the original goes: another computer on the share may have got in between.
 void requireSize(const fs::path &file, std::int64_t size)
 {
     const auto attributes = Files::tryAttributes(file);
@@ -68,7 +68,7 @@ void arrive(const fs::path &replacement, const fs::path &final, std::int64_t new
         requireSize(final, newSize);
         Files::sync(final.parent_path());
     } catch (const fs::filesystem_error &) {
-        // Somebody else's file under this name is not ours to move: what lies at the work name is removed.
+        // Another program's file under this name is not ours to move: what lies at the work name is removed.
         if (isFile(final, fresh) || hasContent(final, fresh))
             tryMove(final, replacement);
         throw;

@@ -41,10 +41,17 @@ constexpr std::array<std::string_view, 5> sentences{
     "Original bleibt, wie es ist.",
 };
 
-void requireWritable(fs::path folder)
+// The folder, or the one above it in which it will be made.
+fs::path nearest(fs::path folder)
 {
     while (folder.has_relative_path() && Files::presence(folder) == Files::Presence::absent)
-        folder = folder.parent_path(); // it will be made
+        folder = folder.parent_path();
+    return folder;
+}
+
+void requireWritable(const fs::path &target)
+{
+    const fs::path folder = nearest(target);
     if (::access(folder.c_str(), W_OK) != 0)
         throw fs::filesystem_error("access", folder, std::error_code(errno, std::generic_category()));
 }
@@ -73,13 +80,21 @@ bool takesTime(const fs::path &folder, const fs::path &file)
 }
 
 // A result is known by its source's time of modification: without it, it would be made again in every run.
-void requireTimes(const fs::path &file, const fs::path &target, const fs::path &outputRoot)
+void requireTimes(const fs::path &file, const fs::path &target)
 {
-    fs::create_directories(outputRoot); // where the next run removes what a killed one leaves
-    fs::path folder = target;
-    while (folder != outputRoot && Files::presence(folder) == Files::Presence::absent)
-        folder = folder.parent_path();
-    if (!takesTime(folder, file))
+    const auto isTaken = [&] {
+        for (fs::path folder = target;;) {
+            folder = nearest(folder);
+            try {
+                return takesTime(folder, file);
+            } catch (const fs::filesystem_error &error) {
+                // A neighbour may just have removed the folder, because it was empty.
+                if (error.code() != std::errc::no_such_file_or_directory || !folder.has_relative_path())
+                    throw;
+            }
+        }
+    };
+    if (!isTaken())
         throw ToolError::failed(
             "Im Ausgabeordner lässt sich das Änderungsdatum nicht setzen. Daran erkennt Kestrel, was schon "
             "konvertiert ist – die Datei bleibt, wie sie ist.");
@@ -105,7 +120,7 @@ void requirePlace(const fs::path &file, const ConversionSettings &settings, cons
     if (settings.outputMode == OutputMode::replaceOriginal)
         requireJournal();
     if (settings.outputMode == OutputMode::separateFolder)
-        requireTimes(file, target, ConversionJob::outputRoot(root));
+        requireTimes(file, target);
 }
 
 } // namespace kestrel

@@ -26,6 +26,12 @@ std::string decimal(double value)
     return text;
 }
 
+std::string seconds(double value)
+{
+    constexpr double exactUpTo = 60;
+    return value < exactUpTo ? decimal(value) : fmt::format("{:.0f}", value);
+}
+
 bool isSameShape(double aspect, const VideoStreamInfo &result)
 {
     const double seen = result.seenAspect();
@@ -84,7 +90,7 @@ std::optional<std::string> lengthNote(const MediaInfo &source, const MediaInfo &
     if (missing <= std::max(notedSeconds, notedShare * source.playTime()))
         return std::nullopt;
     return fmt::format("Der Film ist {} s lang; der Container des Originals gab {} s an.",
-                       decimal(result.duration), decimal(source.playTime()));
+                       seconds(result.duration), seconds(source.playTime()));
 }
 
 bool savesEnough(std::int64_t original, std::int64_t result, const Expected &expected)

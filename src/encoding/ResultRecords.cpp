@@ -36,7 +36,7 @@ class Database {
 public:
     explicit Database(Access access)
     {
-        // Also who only reads may have to roll back what a killed process has begun.
+        // A reader, too, may have to roll back what a killed process has begun.
         if (access == Access::existing) {
             m_isOpen = open(SQLITE_OPEN_READWRITE);
             return;

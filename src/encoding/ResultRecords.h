@@ -8,7 +8,7 @@
 #include "platform/Files.h"
 
 // The results of local replacements that wait for their place, in a small database. A record is on the disk
-// before its result becomes visible, and goes when the swap is complete. It speaks of two files only as
+// before its result becomes visible, and is removed when the swap is complete. It speaks of two files only as
 // long as both are exactly those: a name and a length prove nothing. Safe across threads and processes.
 // Nothing here throws; where no record can be kept, a swap that is cut off stays as it is.
 namespace kestrel::ResultRecords {

@@ -114,14 +114,14 @@ std::optional<fs::path> complete(const Record &record, const fs::path &ffprobe, 
     return LocalSwap::takePlace(record);
 }
 
-// However the folders above the file are spelled.
+// True however the folders above the file are spelled.
 bool isSamePlace(const fs::path &a, const fs::path &b)
 {
     std::error_code error;
     return a.filename() == b.filename() && fs::equivalent(a.parent_path(), b.parent_path(), error);
 }
 
-// Looked at beforehand, so that a trash that refuses an original is not asked at every start.
+// This is asked first, so that a trash that refuses an original is not tried at every start.
 bool isRefusedByTrash(const Record &record)
 {
     return stateOf(record) == State::untouched && Trash::obstacle(record.source.path);
@@ -156,6 +156,8 @@ std::optional<ConversionOutcome> finish(const fs::path &film, const fs::path &ff
     for (const Record &record : ResultRecords::all()) {
         if (!isSamePlace(film, record.source.path) && !isSamePlace(film, record.result.path))
             continue;
+        if (Files::presence(record.result.path) == Presence::absent)
+            continue; // another process may be about to make it visible
         const auto held = hold(record.result.path);
         if (!held)
             throw ToolError::failed("Diese Datei wird gerade schon ersetzt.");

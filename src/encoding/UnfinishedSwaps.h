@@ -10,8 +10,8 @@
 
 // Local replacements whose result lies beside its original: a kill came in between, or the trash refused the
 // original. They are finished from their records, only where both files are exactly those of the record, and
-// after the checks and the savings rule once more; otherwise both stay and the record goes. One that another
-// process is at is left to it. Any thread.
+// after the checks and the savings rule once more; otherwise both stay and the record is removed. One that
+// another process works on is left to it. Any thread.
 namespace kestrel::UnfinishedSwaps {
 
 // Finishes all of them that can be finished now. Returns what was done, in German; the same lines went to

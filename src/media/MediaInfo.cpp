@@ -219,7 +219,7 @@ double SubtitleStreamInfo::estimatedBytes(double duration) const
 
 double MediaInfo::playTime() const
 {
-    if (!(duration > 0) || canPlayFor(duration))
+    if (duration > 0 && canPlayFor(duration))
         return duration;
     return lastPacket && canPlayFor(*lastPacket) ? *lastPacket : 0;
 }

@@ -107,7 +107,7 @@ struct MediaInfo {
     std::vector<int> attachmentIndexes;
     bool hasSeveralFilms = false; // more than one video track that is neither cover art nor a still
     Cut cut = Cut::none;
-    // Seconds, where the last packet ends; only looked for when the duration cannot be true.
+    // Seconds, where the last packet ends; only looked for when the duration is unknown or cannot be true.
     std::optional<double> lastPacket;
 
     bool operator==(const MediaInfo &) const = default;

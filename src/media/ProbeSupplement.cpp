@@ -52,7 +52,7 @@ std::optional<double> lastEnd(const json &packets)
     return last;
 }
 
-// Looks from as far back as ffprobe can seek, and only else through the whole file.
+// Looks from as far back as ffprobe can seek, and reads the whole file only where it cannot.
 std::optional<double> lastPacket(const json &answer, const MediaInfo &info,
                                  const std::filesystem::path &ffprobe, const std::stop_token &stop)
 {
@@ -85,7 +85,8 @@ json find(const json &answer, const MediaInfo &info, const std::filesystem::path
             info, ffprobe, {"-select_streams", std::to_string(index), "-read_intervals", "%+#2"}, stop);
         found["pictures"][std::to_string(index)] = some.size();
     }
-    if (info.duration > 0 && !info.canPlayFor(info.duration))
+    const bool hasBelievableDuration = info.duration > 0 && info.canPlayFor(info.duration);
+    if (!hasBelievableDuration && (info.video || !info.audio.empty()))
         if (const auto last = lastPacket(answer, info, ffprobe, stop))
             found["lastPacket"] = *last;
     return found;

@@ -34,7 +34,8 @@ std::string hiddenNames(const std::vector<HiddenOriginal> &hidden)
     for (std::size_t i = 0; i < std::min(most, hidden.size()); ++i)
         text += (i > 0 ? "\n" : "") + hidden[i].title();
     if (hidden.size() > most)
-        text += fmt::format("\nEbenso weitere: {}.", hidden.size() - most);
+        text += hidden.size() == most + 1 ? "\n… und ein weiterer."
+                                          : fmt::format("\n… und {} weitere.", hidden.size() - most);
     return text;
 }
 

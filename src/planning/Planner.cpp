@@ -231,28 +231,24 @@ std::optional<std::string> reasonToLeaveAlone(const MediaInfo &info, const Plan 
                                               const ConversionSettings &settings, const Abilities &abilities)
 {
     if (info.duration > 0 && !(info.playTime() > 0))
-        return "Die angegebene Laufzeit kann nicht stimmen, und die wirkliche ist nicht feststellbar – "
-               "bleibt "
-               "unverändert";
+        return "Die angegebene Laufzeit kann nicht stimmen, und die wirkliche ist nicht feststellbar";
     if (!info.video)
         return std::nullopt;
     const VideoStreamInfo &video = *info.video;
     if (info.hasSeveralFilms)
-        return "Die Datei enthält mehrere Filme – bleibt unverändert";
+        return "Die Datei enthält mehrere Filme";
     if (info.cut == Cut::rearranged)
-        return "Der Film ist aus Stücken zusammengesetzt (Schnittliste) – bleibt unverändert";
+        return "Der Film ist aus Stücken zusammengesetzt (Schnittliste)";
     if (video.hasDoubtfulTurn)
-        return "Wie das Bild gedreht gehört, ist nicht eindeutig angegeben – bleibt unverändert";
+        return "Wie das Bild gedreht gehört, ist nicht eindeutig angegeben";
     if (plan.encodesVideo())
         return plan.deinterlace && video.isTurned()
-                   ? std::optional<std::string>("Das Bild ist gedreht und im Zeilensprungverfahren – bleibt "
-                                                "unverändert")
+                   ? std::optional<std::string>("Das Bild ist gedreht und im Zeilensprungverfahren")
                    : std::nullopt;
     if (info.cut == Cut::picture)
-        return "Der Film ist geschnitten (Schnittliste), und eine Kopie brächte das Weggeschnittene zurück – "
-               "bleibt unverändert";
+        return "Der Film ist geschnitten (Schnittliste), und eine Kopie brächte das Weggeschnittene zurück";
     if (video.isTurned() && settings.container == OutputContainer::mkv && !abilities.keepsTurnInMatroska)
-        return "Das Bild ist gedreht, und dieses ffmpeg kann das in MKV nicht vermerken – bleibt unverändert";
+        return "Das Bild ist gedreht, und dieses ffmpeg kann das in MKV nicht vermerken";
     return std::nullopt;
 }
 
@@ -291,7 +287,7 @@ Plan plan(const MediaInfo &info, const ConversionSettings &settings,
     planAttachments(plan, info, settings);
     plan.isNoop = changesNothing(plan, info, settings);
     if (const auto reason = reasonToLeaveAlone(info, plan, settings, abilities); reason && !plan.isNoop)
-        return leftAlone(info, settings, *reason);
+        return leftAlone(info, settings, fmt::format("{} – {}", *reason, untouched));
     return plan;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/Files.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <system_error>
 
@@ -93,13 +95,17 @@ std::size_t readFully(const FileDescriptor &descriptor, std::string &buffer, con
     return filled;
 }
 
-// The second half of a move by link: the file keeps the new name only, or where that fails the old one.
+// The second half of a move by link: the file keeps the new name only. Where that is refused it keeps the old
+// one. Any other error may be that of an answer that got lost after the server had removed the old name: then
+// nothing more is removed, and whoever called finds one film under one name or two.
 void giveUpName(const fs::path &from, const fs::path &to)
 {
     if (::unlink(from.c_str()) == 0 || errno == ENOENT)
         return;
     const int reason = errno;
-    ::unlink(to.c_str());
+    constexpr std::array refusals{EACCES, EPERM, EBUSY, EROFS};
+    if (std::find(refusals.begin(), refusals.end(), reason) != refusals.end())
+        ::unlink(to.c_str());
     fail("unlink", from, reason);
 }
 

@@ -123,6 +123,9 @@ std::error_code whyNotWritable(const fs::path &folder)
 std::error_code whyNotUsable(const fs::path &folder)
 {
     const fs::path existing = nearestExisting(folder);
+    std::error_code unreadable;
+    if (existing == folder && !std::filesystem::is_directory(folder, unreadable))
+        return std::make_error_code(std::errc::not_a_directory);
     if (existing == folder && !isOwnFolder(folder))
         return std::make_error_code(std::errc::permission_denied);
     return whyNotWritable(existing);
@@ -217,7 +220,7 @@ std::optional<Obstacle> obstacleInPlace(const fs::path &file)
     return std::nullopt;
 }
 
-// With the folders above it resolved, but never the file itself.
+// Resolves the folders above the file, but never the file itself.
 fs::path resolved(const fs::path &path)
 {
     const fs::path absolute = fs::absolute(path);

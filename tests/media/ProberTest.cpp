@@ -201,7 +201,7 @@ TEST(Prober, doesNotBelieveADurationThatTheFileCannotHold)
     };
     for (const auto &[duration, last, expected] :
          {Case{60, {}, 60}, Case{125, {}, 125}, Case{126, {}, 0}, Case{8.6e6, 62, 62}, Case{1e308, 62, 62},
-          Case{1e308, 1e9, 0}, Case{0, 62, 0}, Case{60, 5, 60}}) {
+          Case{1e308, 1e9, 0}, Case{0, 62, 62}, Case{0, {}, 0}, Case{60, 5, 60}}) {
         film.duration = duration;
         film.lastPacket = last;
         EXPECT_EQ(film.playTime(), expected) << duration;
@@ -226,6 +226,11 @@ TEST(Prober, looksForTheLastPacketAndCountsPicturesInRealFiles)
     const MediaInfo info = Prober::probe(endless, test::realTools().ffprobe, {});
     EXPECT_NEAR(info.duration, 8.59e6, 1e5);
     EXPECT_NEAR(info.playTime(), 2, 0.1);
+    bytes.replace(at + 3, 8, std::string("\x7f\xe0\0\0\0\0\0\0", 8)); // about 1e308: none for ffprobe
+    const MediaInfo unstated =
+        Prober::probe(sandbox.write("endless.mkv", bytes), test::realTools().ffprobe, {});
+    EXPECT_EQ(unstated.duration, 0);
+    EXPECT_NEAR(unstated.playTime(), 2, 0.1);
 
     // A transport stream states nothing of its tracks.
     const path two = test::Clips::make("two.ts", "-f lavfi -i color=red:s=64x64:r=25:d=0.04 -f lavfi -i "

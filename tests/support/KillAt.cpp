@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <stdexcept>
 
@@ -83,6 +84,22 @@ bool interruptedBeforeChange(int n, const std::function<void()> &action,
 {
     return runUntilChange(n, action, [&](pid_t child) {
         meanwhile();
+        ::ptrace(PTRACE_DETACH, child, nullptr, nullptr);
+    });
+}
+
+bool deniedAfterChange(int n, const std::function<void()> &action)
+{
+    return runUntilChange(n, action, [](pid_t child) {
+#ifdef __x86_64__
+        int status = 0;
+        ::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+        ::waitpid(child, &status, 0); // the call has been done
+        user_regs_struct registers{};
+        ::ptrace(PTRACE_GETREGS, child, nullptr, &registers);
+        registers.rax = static_cast<unsigned long long>(-EIO);
+        ::ptrace(PTRACE_SETREGS, child, nullptr, &registers);
+#endif
         ::ptrace(PTRACE_DETACH, child, nullptr, nullptr);
     });
 }

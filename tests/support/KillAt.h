@@ -8,9 +8,12 @@ namespace kestrel::test {
 // changes files, counted from 0. Returns false when the action ended before it got so far.
 bool killedBeforeChange(int n, const std::function<void()> &action);
 
-// The same, but instead of the kill somebody does something else right before that call, and the action goes
-// on to its end.
+// The same, but instead of the kill `meanwhile` runs right before that call, and the action continues to its
+// end.
 bool interruptedBeforeChange(int n, const std::function<void()> &action,
                              const std::function<void()> &meanwhile);
+
+// The same, but the call is done and answers with an I/O error, as where a server's answer gets lost.
+bool deniedAfterChange(int n, const std::function<void()> &action);
 
 } // namespace kestrel::test

@@ -39,7 +39,7 @@ class ElidedLabel : public Label {
 public:
     using Label::Label;
     void setElideMode(Qt::TextElideMode mode) { m_mode = mode; }
-    // Instead of the text where that has no room: the first that has.
+    // The first of these that fits is shown where the text does not.
     void setBriefs(const QStringList &texts) { m_briefs = texts; }
     QSize minimumSizeHint() const override;
 

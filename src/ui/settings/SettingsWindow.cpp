@@ -179,7 +179,7 @@ Section *SettingsWindow::toolSection()
     return section;
 }
 
-// Away while there is nothing to tell.
+// The section is hidden while no swap waits.
 Section *SettingsWindow::swapSection()
 {
     m_swaps = new Section("warning", "Unterbrochene Tauschvorgänge");

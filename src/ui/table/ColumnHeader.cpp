@@ -30,7 +30,7 @@ constexpr std::array<Width, LibraryModel::columns> widths{{{2.2, 2.2, 2.2},
                                                            {8.2, 4.2, 8.2},
                                                            {10.8, 6.6, 10.8},
                                                            {11, 6.4, 17}}};
-constexpr Width emptyStatus{4.2, 3.4, 4.2};
+constexpr Width emptyStatus{5.2, 4.6, 5.2};
 constexpr double ampleNames = 24;
 // Who gives way first where there is no room.
 constexpr std::array yielding{Column::sizeBefore, Column::sizeAfter, Column::status, Column::video,

@@ -55,7 +55,7 @@ public:
     Qt::ItemFlags flags(const QModelIndex &index) const override;
 
 signals:
-    void statusCame(); // or has gone
+    void statusCame(); // the column got its first text, or lost its last
 
 private:
     void lookForStatus();

@@ -22,7 +22,7 @@ bool isTyped(const QKeyEvent &event)
     return !event.text().isEmpty() && event.text().front().isPrint() && !(event.modifiers() & orders);
 }
 
-// "aaa" goes from one row to the next that begins with this letter.
+// "aaa" selects one row after the other that begins with this letter.
 bool isOneLetter(const QString &text)
 {
     return std::all_of(text.begin(), text.end(), [&](QChar c) { return c == text.front(); });

@@ -10,13 +10,13 @@ class QKeyEvent;
 
 namespace kestrel {
 
-// What somebody types to get to a row, shown at the table's lower edge. It is held for a second after the
+// Shows, at the table's lower edge, what a person types to get to a row. It is held for a second after the
 // last key, and meanwhile blanks and signs belong to it.
 class NameSearch : public Card {
     Q_OBJECT
 
 public:
-    // Goes to the row and returns whether there is one; `isNext`: not to the current one.
+    // Makes the row current and returns whether there is one; `isNext` leaves out the current row.
     using GoTo = std::function<bool(const QString &text, bool isNext)>;
     // `table` owns it.
     NameSearch(QWidget &table, GoTo goTo);

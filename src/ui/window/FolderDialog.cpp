@@ -32,7 +32,7 @@ FolderDialog::FolderDialog(const QString &start, QWidget *parent)
     });
 }
 
-// What is typed counts, and only that: while somebody types a path, Qt marks rows of the list by itself,
+// What is typed counts, and only that: while a person types a path, Qt marks rows of the list by itself,
 // among them the folder above, and takes those.
 void FolderDialog::accept()
 {

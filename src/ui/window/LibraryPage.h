@@ -24,7 +24,7 @@ public:
     void restoreState(const QByteArray &state, bool isPanelBeside);
 
 signals:
-    // By itself, because of the window's width, or because somebody is done with it.
+    // The page showed or hid the panel by itself: the window's width changed, or Esc closed it.
     void panelShown(bool isShown);
 
 protected:
