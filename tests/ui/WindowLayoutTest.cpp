@@ -115,7 +115,7 @@ TEST_F(WindowLayoutTest, theFolderDialogOpensWhatIsTyped)
         auto *edit = dialog->findChild<QLineEdit *>("fileNameEdit");
         edit->setFocus();
         QTest::keyClicks(edit, text, {}, 20);
-        // What Qt marks by itself while somebody types.
+        // What Qt marks by itself while a person types.
         auto *list = dialog->findChild<QListView *>("listView");
         auto *files = qobject_cast<QFileSystemModel *>(list->model());
         for (const QString &path : {base, base + "/Videos"})

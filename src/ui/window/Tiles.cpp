@@ -68,6 +68,7 @@ Tiles::Tile Tiles::add(const char *icon, const char *caption)
     inside->setVerticalSpacing(Theme::em(0.1));
     tile.card->setAccessibleName(QString::fromUtf8(caption));
     static_cast<QGridLayout *>(layout())->addWidget(tile.card, 0, static_cast<int>(m_tiles.size()));
+    arrange(tile, false, true); // so that the card owns its parts also when no resize comes
     m_tiles.push_back(tile);
     return tile;
 }
