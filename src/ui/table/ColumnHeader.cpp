@@ -24,13 +24,13 @@ struct Width {
     double usual, least, most;
 };
 constexpr std::array<Width, LibraryModel::columns> widths{{{2.2, 2.2, 2.2},
-                                                           {19, 10, 19},
-                                                           {4.4, 3.6, 4.4},
-                                                           {13.5, 7.2, 19},
-                                                           {8.2, 4.2, 8.2},
-                                                           {10.8, 6.6, 10.8},
+                                                           {19, 8.8, 19},
+                                                           {4.4, 3.5, 4.4},
+                                                           {13.5, 6.8, 19},
+                                                           {8.2, 5.2, 8.2},
+                                                           {10.8, 7.9, 10.8},
                                                            {11, 6.4, 17}}};
-constexpr Width emptyStatus{5.2, 4.6, 5.2};
+constexpr Width emptyStatus{5.2, 4.4, 5.2};
 constexpr double ampleNames = 24;
 // Who gives way first where there is no room.
 constexpr std::array yielding{Column::sizeBefore, Column::sizeAfter, Column::status, Column::video,

@@ -139,11 +139,12 @@ Fitting fittingPart(const QString &name, const QFontMetrics &metrics, int width)
 {
     QTextBoundaryFinder letters(QTextBoundaryFinder::Grapheme, name);
     qsizetype fitting = 0, word = 0;
+    const qsizetype extension = name.lastIndexOf('.') + 1; // stays with its name
     for (qsizetype end = letters.toNextBoundary(); end > 0; end = letters.toNextBoundary()) {
         if (metrics.horizontalAdvance(name, static_cast<int>(end)) > width)
             break;
         fitting = end;
-        if (QStringLiteral(" ._-–").contains(name[end - 1]))
+        if (end != extension && QStringLiteral(" ._-–").contains(name[end - 1]))
             word = end;
     }
     return {fitting, word > fitting / 2 ? word : fitting};
@@ -209,9 +210,10 @@ int RowDelegate::rowHeight()
     return Theme::em(2.75);
 }
 
-RowDelegate::NameLines RowDelegate::nameLines(const QString &name, const QFontMetrics &metrics, int width,
+RowDelegate::NameLines RowDelegate::nameLines(const QString &name, const QFontMetrics &metrics, int place,
                                               int tail)
 {
+    const int width = place - 1; // advances are rounded to whole pixels, and what is painted is not
     if (metrics.horizontalAdvance(name) <= width)
         return {name, {}};
     const auto [letters, words] = fittingPart(name, metrics, width);
