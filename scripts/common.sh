@@ -7,7 +7,7 @@ run_packages=(cmake ninja-build g++ ffmpeg nlohmann-json3-dev libfmt-dev libicu-
               libsqlite3-dev libqrencode-dev pkg-config)
 test_packages=("${run_packages[@]}" libgtest-dev libgmock-dev bindfs sshfs openssh-sftp-server
                dbus python3-dbusmock python3-gi chromium chromium-driver
-               xvfb xdotool openbox bash-completion)
+               xvfb xdotool openbox bash-completion e2fsprogs)
 
 as_root() {
     if [[ $(id -u) -eq 0 ]]; then "$@"; else sudo "$@"; fi

@@ -8,6 +8,7 @@
 #include "platform/OnExit.h"
 #include "support/Mounts.h"
 #include "support/OrdinaryUser.h"
+#include "support/Seen.h"
 
 namespace kestrel::test {
 namespace {
@@ -143,6 +144,21 @@ TEST_F(FileConversionTest, whatIsThereAlreadyIsNotConvertedAgain)
     std::ofstream(target) << "no video";
     EXPECT_FALSE(run(info).wasConvertedBefore) << "what lies there is not readable";
     fs::remove_all(target.parent_path());
+}
+
+TEST_F(FileConversionTest, aTurnedFilmIsConvertedOnce)
+{
+    settings.outputMode = OutputMode::separateFolder;
+    const fs::path film = folder.put(
+        Clips::make("to-turn.mp4",
+                    "-f lavfi -i testsrc2=s=320x180:r=25:d=1 -c:v libx264 -preset ultrafast -crf 1"),
+        "Film.mp4");
+    Mp4::turn(film, 1);
+    const auto first = run(probe(film));
+    EXPECT_FALSE(first.wasConvertedBefore);
+    EXPECT_EQ(probe(*first.outcome.finalURL).video->seenSize(), (FrameSize{180, 320}));
+    EXPECT_TRUE(run(probe(film)).wasConvertedBefore);
+    fs::remove_all(first.outcome.finalURL->parent_path());
 }
 
 // The source of the old result may be gone: the result is all that is left of that film.
