@@ -46,7 +46,7 @@ void FolderDialog::accept()
         return refuse(info.exists() ? QStringLiteral("„%1“ ist kein Ordner.").arg(text)
                                     : QStringLiteral("Den Ordner „%1“ gibt es nicht.").arg(text));
     emit chosen(asPath(path));
-    QDialog::accept();
+    done(QDialog::Accepted); // not QFileDialog's accept(), which would take what is marked
 }
 
 // Absolute, as a shell would read it: "~/Videos", "$HOME/Videos", "Videos".
