@@ -117,6 +117,15 @@ TEST(DetailText, leavesOutWhatIsNotKnown)
     }
 }
 
+TEST(DetailText, doesNotShowADurationThatCannotBeTrue)
+{
+    MediaInfo film = aFilm().duration(1e308);
+    film.lastPacket = 3600;
+    EXPECT_EQ(DetailText::facts(planned(film))[1].value, QStringLiteral("1:00:00"));
+    film.lastPacket.reset();
+    EXPECT_EQ(DetailText::facts(planned(film))[1].value, QStringLiteral("–"));
+}
+
 TEST(DetailText, aFileThatIsDoneHasNothingBeforeIt)
 {
     FileItem item = planned(aFilm().audio("ac3", "eng"));

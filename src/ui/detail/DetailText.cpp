@@ -187,7 +187,7 @@ std::vector<Fact> facts(const FileItem &item)
                                   : line(Text::upper(Text::first(format.substr(0, format.find(',')), 24)));
     std::vector<Fact> facts{
         {QStringLiteral("Größe"), qt(Fmt::bytes(info.fileSize))},
-        {QStringLiteral("Dauer"), info.duration > 0 ? qt(Fmt::clock(info.duration)) : noValue},
+        {QStringLiteral("Dauer"), info.playTime() > 0 ? qt(Fmt::clock(info.playTime())) : noValue},
         {QStringLiteral("Container"), container}};
     if (info.video) {
         const double bitrate = info.videoBitrate();
