@@ -67,6 +67,13 @@ ToolError ToolError::quoted(const std::string &words)
     return ToolError(words, true);
 }
 
+Measuring Tools::measuring() const
+{
+    if (!mayMeasure)
+        return Measuring::nothing;
+    return hasVMAF ? Measuring::filter : Measuring::builtIn;
+}
+
 std::span<const fs::path> Tools::folders()
 {
     static const std::array<fs::path, 4> folders{"/opt/homebrew/bin", "/usr/local/bin", "/opt/local/bin",

@@ -28,6 +28,13 @@ private:
     bool m_isQuoted;
 };
 
+// What measures the quality of an encode.
+enum class Measuring {
+    nothing, // films get a fixed CRF
+    filter,  // ffmpeg's libvmaf
+    builtIn, // the program itself
+};
+
 // The located programs and what this ffmpeg was built with.
 struct Tools {
     std::filesystem::path ffmpeg, ffprobe; // absolute
@@ -36,6 +43,9 @@ struct Tools {
     bool hasVMAF = false;                  // filter "libvmaf"
     std::string version;                   // first line of ffmpeg -version, for display
     bool keepsTurnInMatroska = false;      // of a picture that is copied
+    bool mayMeasure = true;                // the setting "Qualität messen"
+
+    Measuring measuring() const;
 
     bool operator==(const Tools &) const = default;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace kestrel {
@@ -30,6 +31,7 @@ struct SampleResult {
     int qualityValue = 0;             // the chosen CRF
     std::optional<double> vmafTarget; // absent when no search ran
     std::vector<Sampler::Step> steps; // every CRF tried, in order
+    std::string scorer;               // what scored it, with its version and model; empty without a score
 
     bool operator==(const SampleResult &) const = default;
 

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "quality/LumaFrame.h"
+#include "quality/WorkerPool.h"
+
+namespace kestrel {
+
+// What libvmaf's model vmaf_v0.6.1 says of one frame, and the features that it says it by.
+struct FrameScore {
+    double adm2 = 0;                // detail that is kept, 0 … 1
+    double motion2 = 0;             // change against the neighbouring frames, in samples of 8 bits
+    std::array<double, 4> vif = {}; // information that is kept at four scales, about 0 … 1
+    double vmaf = 0;                // 0 … 100
+
+    bool operator==(const FrameScore &) const = default;
+};
+
+// Scores the frames of one film against those of its source, in display order, as they come. The work is done
+// on the pool; the scorer itself is used by one thread. Destroying it waits for what is in work.
+class FrameScorer {
+public:
+    // Scores the first pair and every `step`-th after it; the pairs between them only enter the motion.
+    explicit FrameScorer(int step = 1, WorkerPool &pool = WorkerPool::shared());
+    ~FrameScorer();
+    FrameScorer(const FrameScorer &) = delete;
+    FrameScorer &operator=(const FrameScorer &) = delete;
+
+    // Takes the next pair of frames; blocks while as many pairs are in work as the pool has threads.
+    // Throws std::invalid_argument when the two differ in size or depth from each other or from those before,
+    // or are smaller than 16 × 16.
+    void add(LumaFrame reference, LumaFrame distorted);
+
+    // Waits for the pairs in work and returns the scores of all that were scored, in their order. To be called
+    // once, after the last add().
+    std::vector<FrameScore> finish();
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+} // namespace kestrel

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace kestrel {
+
+// A fixed number of threads that work off what they are given, in its order. May be used by any thread.
+class WorkerPool {
+public:
+    // The pool of the process: one thread for each core, whatever number of films is scored at once. Its
+    // threads start with the first use.
+    static WorkerPool &shared();
+
+    explicit WorkerPool(unsigned threads); // at least one
+    // Works off what is still queued.
+    ~WorkerPool();
+    WorkerPool(const WorkerPool &) = delete;
+    WorkerPool &operator=(const WorkerPool &) = delete;
+
+    unsigned size() const { return static_cast<unsigned>(m_threads.size()); }
+    // `task` must not throw.
+    void post(std::function<void()> task);
+
+private:
+    void work();
+
+    // Guarded by m_lock.
+    std::mutex m_lock;
+    std::condition_variable m_wake;
+    std::deque<std::function<void()>> m_tasks;
+    bool m_isEnding = false;
+
+    std::vector<std::thread> m_threads;
+};
+
+} // namespace kestrel
