@@ -4,7 +4,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 run_packages=(cmake ninja-build g++ ffmpeg nlohmann-json3-dev libfmt-dev libicu-dev libcli11-dev
               qt6-base-dev qt6-svg-dev qt6-translations-l10n
-              libsqlite3-dev libqrencode-dev pkg-config)
+              libsqlite3-dev libqrencode-dev libhwy-dev pkg-config)
 test_packages=("${run_packages[@]}" libgtest-dev libgmock-dev bindfs sshfs openssh-sftp-server
                dbus python3-dbusmock python3-gi chromium chromium-driver
                xvfb xdotool openbox bash-completion e2fsprogs)

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "quality/LumaFrame.h"
@@ -23,6 +24,9 @@ struct FrameScore {
 // on the pool; the scorer itself is used by one thread. Destroying it waits for what is in work.
 class FrameScorer {
 public:
+    // Which scores these are: a change of the arithmetic that moves any of them gets another number.
+    static constexpr std::string_view version = "1 (vmaf_v0.6.1)";
+
     // Scores the first pair and every `step`-th after it; the pairs between them only enter the motion.
     explicit FrameScorer(int step = 1, WorkerPool &pool = WorkerPool::shared());
     ~FrameScorer();
@@ -34,8 +38,8 @@ public:
     // or are smaller than 16 × 16.
     void add(LumaFrame reference, LumaFrame distorted);
 
-    // Waits for the pairs in work and returns the scores of all that were scored, in their order. To be called
-    // once, after the last add().
+    // Waits for the pairs in work and returns the scores of all that were scored, in their order. To be
+    // called once, after the last add().
     std::vector<FrameScore> finish();
 
 private:
