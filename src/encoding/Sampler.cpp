@@ -217,7 +217,7 @@ const Step &choose(const std::vector<Step> &steps, double target)
 
 SampleResult search(const Subject &subject, const OnProgress &progress, std::stop_token stop)
 {
-    if (!subject.tools.hasVMAF)
+    if (subject.tools.measuring() == Measuring::nothing)
         return measure(subject, progress, stop);
     const double target = vmafTarget(subject.settings.quality);
     double slope = vmafSlope(subject.settings.codec);
@@ -238,8 +238,8 @@ SampleResult search(const Subject &subject, const OnProgress &progress, std::sto
 
 SampleResult measure(const Subject &subject, const OnProgress &progress, std::stop_token stop)
 {
-    const Step step =
-        measureOnce(subject, subject.tools.hasVMAF ? Scoring::vmaf : Scoring::none, progress, stop);
+    const bool isScored = subject.tools.measuring() != Measuring::nothing;
+    const Step step = measureOnce(subject, isScored ? Scoring::vmaf : Scoring::none, progress, stop);
     progress(1.0);
     return makeResult(subject, step, {step}, std::nullopt);
 }
