@@ -57,8 +57,7 @@ TEST(Score, tellsTheScoreOfEveryPicture)
                     ElementsAre("time", "vmaf", "integer_adm2", "integer_motion2", "integer_vif_scale0",
                                 "integer_vif_scale1", "integer_vif_scale2", "integer_vif_scale3"));
         EXPECT_NEAR(frame["time"], static_cast<double>(i) * 1001 / 24000, 0.001);
-        if (i > 0)
-            EXPECT_GT(frame["integer_motion2"], 2) << "else a wrong picture would not show";
+        EXPECT_GT(frame["integer_motion2"], i > 0 ? 2 : -1) << "else a wrong picture would not show";
         sum += frame["vmaf"].get<double>();
     }
     EXPECT_NEAR(all["vmaf"], sum / 144, 1e-6);

@@ -1,6 +1,5 @@
 #include "encoding/NutParser.h"
 
-#include <cstring>
 #include <random>
 
 #include <fmt/format.h>
@@ -19,7 +18,7 @@ std::string film(const std::string &format, const std::string &size, const std::
     const auto output = ProcessRunner::run(
         realTools().ffmpeg,
         {"-v", "error", "-f", "lavfi", "-i", "testsrc2=r=24000/1001:d=0.5:s=" + size, "-vf",
-         "select='not(eq(mod(n\\,5)\\,3))',format=yuv420p,geq='if(eq(Y,0)*lt(X,3),eq(X,2),lum(X,Y))',scale="
+         "select=not(eq(mod(n\\,5)\\,3)),format=yuv420p,geq='if(eq(Y,0)*lt(X,3),eq(X,2),lum(X,Y))',scale="
          "out_range=tv,format=" +
              format + ",extractplanes=y",
          "-fps_mode", "passthrough", "-enc_time_base", "1:1000000", "-c:v", "rawvideo", "-f", container, "-"},
