@@ -40,15 +40,16 @@ std::unique_ptr<RunReporter> makeReporter(const Arguments &arguments)
 void report(AppModel &model, RunReporter &reporter)
 {
     const auto last = std::make_shared<std::map<const FileItem *, JobStatus>>();
-    QObject::connect(
-        &model.library(), &Library::itemChanged, &model, [&reporter, last](const FileItem &item) {
-            const JobStatus before = std::exchange((*last)[&item], item.status);
-            const auto report = FileReport::of(item);
-            const bool hasStopped = report && report->status == FileStatus::idle && !isInWork(before);
-            const bool isKnown = report && !isInWork(item.status) && before == item.status;
-            if (report && !hasStopped && !isKnown)
-                reporter.changed(*report);
-        });
+    QObject::connect(&model.library(), &Library::itemChanged, &model,
+                     [&reporter, last, videoKey = model.settings().videoKey()](const FileItem &item) {
+                         const JobStatus before = std::exchange((*last)[&item], item.status);
+                         const auto report = FileReport::of(item, videoKey);
+                         const bool hasStopped =
+                             report && report->status == FileStatus::idle && !isInWork(before);
+                         const bool isKnown = report && !isInWork(item.status) && before == item.status;
+                         if (report && !hasStopped && !isKnown)
+                             reporter.changed(*report);
+                     });
     QObject::connect(&model, &AppModel::runChanged, &model, [&] { reporter.progressed(model); });
 }
 

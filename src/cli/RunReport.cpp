@@ -98,6 +98,14 @@ private:
     std::map<const FileItem *, FileStatus> m_last;
 };
 
+// What the search has found, behind what is done with it.
+std::string foundQuality(const SampleResult *sample)
+{
+    if (sample == nullptr || !sample->vmafMean)
+        return {};
+    return fmt::format(" mit CRF {} (VMAF {})", sample->qualityValue, Fmt::number(*sample->vmafMean, 1));
+}
+
 } // namespace
 
 std::string describeState(const FileReport &report)
@@ -109,7 +117,7 @@ std::string describeState(const FileReport &report)
     case FileStatus::analyzing:
         return std::string(analysis(report.isSearch));
     case FileStatus::running:
-        return "wird konvertiert";
+        return "wird konvertiert" + foundQuality(report.sample);
     case FileStatus::uploading:
         return "wird hochgeladen";
     case FileStatus::done:
@@ -137,9 +145,9 @@ std::string_view id(FileStatus status)
     return names[static_cast<std::size_t>(status)];
 }
 
-std::optional<FileReport> FileReport::of(const FileItem &item)
+std::optional<FileReport> FileReport::of(const FileItem &item, const std::string &videoKey)
 {
-    FileReport report{.item = &item};
+    FileReport report{.item = &item, .sample = item.sample(videoKey)};
     if (const auto *analyzing = std::get_if<Status::Analyzing>(&item.status)) {
         report.status = FileStatus::analyzing;
         report.fraction = analyzing->fraction;

@@ -21,12 +21,13 @@ struct FileReport {
     std::optional<double> fraction, fps;
     std::optional<std::int64_t> oldSize, newSize; // bytes
     std::optional<std::filesystem::path> finalURL;
-    std::optional<std::string> text; // why it failed, or what else is to be known
-    bool isQuoted = false;           // in the bare words of a program
-    bool isSearch = false;           // analyzing: for the quality, not only a single measurement
+    std::optional<std::string> text;      // why it failed, or what else is to be known
+    bool isQuoted = false;                // in the bare words of a program
+    bool isSearch = false;                // analyzing: for the quality, not only a single measurement
+    const SampleResult *sample = nullptr; // what was found for the settings of the run; may be missing
 
     // Absent while the file waits for its turn.
-    static std::optional<FileReport> of(const FileItem &item);
+    static std::optional<FileReport> of(const FileItem &item, const std::string &videoKey);
 };
 
 // Shows a run as it happens. All calls come on the main thread.

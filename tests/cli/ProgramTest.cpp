@@ -345,7 +345,18 @@ TEST(Program, whereNothingMeasuresThereIsNoSearch)
 
     FileItem film(sandbox / "a.mkv", sandbox.path());
     film.status = Status::Analyzing{0.5};
-    EXPECT_EQ(describeState(*FileReport::of(film)), "Qualitätssuche");
+    EXPECT_EQ(describeState(*FileReport::of(film, "")), "Qualitätssuche");
+}
+
+TEST(Program, showsWhatTheSearchHasFound)
+{
+    const Sandbox sandbox;
+    sandbox.put(Clips::film(), "a.mkv");
+    const auto convert = kestrel({"convert", sandbox.path(), "--measure"});
+    EXPECT_THAT(
+        convert.standardOutput,
+        ContainsRegex(
+            "a.mkv: Qualitätssuche\na.mkv: wird konvertiert mit CRF [0-9]+ [(]VMAF 9[0-9],[0-9][)]\n"));
 }
 
 TEST(Program, aStartDoesNotAskToolsThatAreKnown)
