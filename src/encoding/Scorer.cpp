@@ -15,6 +15,7 @@
 #include "platform/OnExit.h"
 #include "platform/Text.h"
 #include "platform/Uuid.h"
+#include "quality/VmafModel.h"
 
 namespace kestrel {
 
@@ -105,7 +106,8 @@ public:
         request.current = m_subject.current;
         try {
             return {FrameComparison::run(request, stop).mean(),
-                    fmt::format("{} {}", title(Measuring::builtIn), FrameScorer::version)};
+                    fmt::format("{} ({}, Fassung {})", title(Measuring::builtIn), VmafModel::name,
+                                FrameScorer::version)};
         } catch (const ToolError &error) {
             throw failed(error.what());
         } catch (const FrameComparison::Mismatch &error) {

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <memory>
-#include <string_view>
 #include <vector>
 
 #include "quality/LumaFrame.h"
@@ -24,8 +23,8 @@ struct FrameScore {
 // on the pool; the scorer itself is used by one thread. Destroying it waits for what is in work.
 class FrameScorer {
 public:
-    // Which scores these are: a change of the arithmetic that moves any of them gets another number.
-    static constexpr std::string_view version = "1 (vmaf_v0.6.1)";
+    // A change of the arithmetic that moves any score gets another number.
+    static constexpr int version = 1;
 
     // Scores the first pair and every `step`-th after it; the pairs between them only enter the motion.
     explicit FrameScorer(int step = 1, WorkerPool &pool = WorkerPool::shared());

@@ -4,7 +4,7 @@
 
 namespace kestrel::VmafModel {
 
-inline constexpr const char *name = "vmaf_v0.6.1";
+inline constexpr const char *name = "vmaf_v0.6.1"; // libvmaf's own
 
 // The score of a frame, 0 … 100, from its features: a support vector regression with radial basis functions,
 // whose coefficients are libvmaf's. For any thread.
