@@ -379,7 +379,7 @@ ordered_json run(std::span<const std::string_view> words)
     if (what == "convert" && words.size() == 3)
         return convert(words[1], words[2]);
     if (what == "search" && words.size() == 4)
-        return search(words[1], words[2], words[3] == "builtIn");
+        return search(fs::path(words[1]), words[2], words[3] == "builtIn");
     if (what == "score" && words.size() == 6)
         return score(words[1], words[2], words[3],
                      {std::stod(std::string(words[4])), std::stod(std::string(words[5]))});

@@ -86,12 +86,6 @@ std::optional<TimedFrame> FrameDecoder::next(const FrameDecoder &other,
     return take(guard);
 }
 
-bool FrameDecoder::hasEnded() const
-{
-    const std::scoped_lock guard(m_lock);
-    return m_hasEnded;
-}
-
 std::optional<TimedFrame> FrameDecoder::take(std::unique_lock<std::mutex> &guard)
 {
     throwIfStopped(m_stop.get_token());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -42,7 +43,7 @@ public:
     // counted, is taken to be at its own.
     std::optional<TimedFrame> next(const FrameDecoder &other, std::chrono::duration<double> patience);
     // ffmpeg is at its end; pictures may be left.
-    bool hasEnded() const;
+    bool hasEnded() const { return m_hasEnded; }
 
 private:
     void decode(const std::filesystem::path &ffmpeg, const Order &order);
@@ -55,11 +56,11 @@ private:
     std::stop_source m_stop;
 
     // Guarded by m_lock.
-    mutable std::mutex m_lock;
+    std::mutex m_lock;
     std::condition_variable_any m_changed;
     std::deque<TimedFrame> m_frames;
-    bool m_hasEnded = false;
-    std::string m_failure; // German; empty when the film was decoded to its end
+    std::atomic<bool> m_hasEnded = false; // also read without the lock: two decoders' locks have no order
+    std::string m_failure;                // German; empty when the film was decoded to its end
 
     std::stop_callback<std::function<void()>> m_onStop;
     std::thread m_thread; // last: what it uses outlives it
