@@ -165,7 +165,7 @@ TEST_F(FrameComparisonFaults, aStopEndsEverythingAtOnce)
 TEST_F(FrameComparisonFaults, aPauseFreezesBothDecoders)
 {
     CurrentRunner current;
-    auto order = request("sleep 0.3; " + real, "sleep 0.3; " + real);
+    auto order = request("sleep 2; " + real, "sleep 2; " + real);
     order.current = &current;
     const auto areAll = [&](char state) {
         const auto all = pids();
