@@ -27,6 +27,7 @@
 #include "encoding/ConversionJob.h"
 #include "encoding/FFmpegRunner.h"
 #include "encoding/Sampler.h"
+#include "encoding/Scorer.h"
 #include "media/Prober.h"
 #include "model/AppModel.h"
 #include "planning/Estimator.h"
@@ -283,10 +284,11 @@ ordered_json accuracy(const fs::path &file, const fs::path &work, std::span<cons
         FFmpegRunner runner(trial.tools.ffmpeg, encodingOf(trial, segment, encoded), {});
         if (runner.run({}) != 0)
             throw ToolError::failed(runner.errorTail());
+        const MediaInfo sample = Prober::probe(encoded, trial.tools.ffprobe, {});
         for (const int step : {1, 3, 5, 7}) {
             const Stopwatch watch;
             add(scores, step,
-                Sampler::vmaf(encoded, trial, segment, step, {}) / static_cast<double>(parts.size()));
+                Scorer::of(trial)->score(sample, segment, step, {}).vmaf / static_cast<double>(parts.size()));
             add(seconds, step, watch.cpu());
         }
     }

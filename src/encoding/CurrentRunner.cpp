@@ -10,11 +10,11 @@ int CurrentRunner::run(FFmpegRunner &runner, std::stop_token stop)
 {
     {
         const std::scoped_lock guard(m_lock);
-        m_runner = &runner;
+        m_runners.push_back(&runner);
     }
-    const auto forget = onExit([this] {
+    const auto forget = onExit([&] {
         const std::scoped_lock guard(m_lock);
-        m_runner = nullptr;
+        std::erase(m_runners, &runner);
     });
     return runner.run(std::move(stop), [&] {
         const std::scoped_lock guard(m_lock);
@@ -28,8 +28,8 @@ void CurrentRunner::suspend()
     const std::scoped_lock guard(m_lock);
     if (!m_suspendedSince)
         m_suspendedSince = Clock::now();
-    if (m_runner != nullptr)
-        m_runner->suspend();
+    for (FFmpegRunner *runner : m_runners)
+        runner->suspend();
 }
 
 void CurrentRunner::resume()
@@ -37,8 +37,8 @@ void CurrentRunner::resume()
     const std::scoped_lock guard(m_lock);
     if (const auto since = std::exchange(m_suspendedSince, std::nullopt))
         m_suspended += Clock::now() - *since;
-    if (m_runner != nullptr)
-        m_runner->resume();
+    for (FFmpegRunner *runner : m_runners)
+        runner->resume();
 }
 
 double CurrentRunner::suspendedSeconds() const

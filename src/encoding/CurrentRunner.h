@@ -4,13 +4,14 @@
 #include <mutex>
 #include <optional>
 #include <stop_token>
+#include <vector>
 
 #include "encoding/FFmpegRunner.h"
 
 namespace kestrel {
 
-// The ffmpeg that a longer piece of work runs at the moment, so that others can freeze it. suspend() and
-// resume() may be called from any thread at any time.
+// The ffmpegs that a longer piece of work runs at the moment, so that others can freeze them. Everything may
+// be called from any thread at any time.
 class CurrentRunner {
 public:
     // FFmpegRunner::run(); while suspended, ffmpeg starts frozen.
@@ -26,7 +27,7 @@ private:
 
     // Guarded by m_lock.
     mutable std::mutex m_lock;
-    FFmpegRunner *m_runner = nullptr;
+    std::vector<FFmpegRunner *> m_runners;
     std::optional<Clock::time_point> m_suspendedSince;
     std::chrono::duration<double> m_suspended{0};
 };

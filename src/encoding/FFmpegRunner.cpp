@@ -1,12 +1,12 @@
 #include "encoding/FFmpegRunner.h"
 
-#include <chrono>
 #include <csignal>
 
 namespace kestrel {
 
 namespace {
-constexpr std::chrono::seconds grace{1};
+// From the request to end until it is killed. A decoder has nothing to empty.
+constexpr std::chrono::milliseconds encoderGrace{1000}, decoderGrace{200};
 
 std::vector<std::string> inputsOf(const std::vector<std::string> &arguments)
 {
@@ -22,7 +22,14 @@ std::vector<std::string> inputsOf(const std::vector<std::string> &arguments)
 FFmpegRunner::FFmpegRunner(std::filesystem::path executable, std::vector<std::string> arguments,
                            OnProgress onProgress)
     : m_executable(std::move(executable)), m_arguments(std::move(arguments)),
-      m_onProgress(std::move(onProgress)), m_errors(inputsOf(m_arguments))
+      m_onProgress(std::move(onProgress)), m_grace(encoderGrace), m_errors(inputsOf(m_arguments))
+{
+}
+
+FFmpegRunner::FFmpegRunner(std::filesystem::path executable, std::vector<std::string> arguments,
+                           Output output)
+    : m_executable(std::move(executable)), m_arguments(std::move(arguments)),
+      m_onOutput(std::move(output.onBytes)), m_grace(decoderGrace), m_errors(inputsOf(m_arguments))
 {
 }
 
@@ -34,12 +41,14 @@ int FFmpegRunner::run(std::stop_token stop, const std::function<void()> &onStart
         const std::scoped_lock guard(m_lock);
         process = &m_process.emplace(m_executable, m_arguments);
         if (m_cancelled)
-            process->terminate(grace);
+            process->terminate(m_grace);
     }
     if (onStarted)
         onStarted();
     return process->communicate(
         [this](std::string_view bytes) {
+            if (m_onOutput)
+                return m_onOutput(bytes);
             std::optional<Progress> progress;
             {
                 const std::scoped_lock guard(m_lock);
@@ -77,7 +86,7 @@ void FFmpegRunner::cancel()
     if (m_suspended)
         m_process->signal(SIGCONT); // a frozen process would not act on the request
     m_suspended = false;
-    m_process->terminate(grace);
+    m_process->terminate(m_grace);
 }
 
 std::string FFmpegRunner::errorTail() const

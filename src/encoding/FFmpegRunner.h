@@ -1,11 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <mutex>
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "encoding/ProgressParser.h"
@@ -20,8 +22,14 @@ class FFmpegRunner {
 public:
     using Progress = EncodeProgress;
     using OnProgress = std::function<void(const Progress &)>; // called on the thread in run()
+    // What takes the bytes of standard output, where ffmpeg writes a film there; called likewise.
+    struct Output {
+        explicit Output(ChildProcess::OnBytes function) : onBytes(std::move(function)) {}
+        ChildProcess::OnBytes onBytes;
+    };
 
     FFmpegRunner(std::filesystem::path executable, std::vector<std::string> arguments, OnProgress onProgress);
+    FFmpegRunner(std::filesystem::path executable, std::vector<std::string> arguments, Output output);
 
     // Returns ffmpeg's exit status; throws std::system_error when it cannot be started. A stop request
     // is a cancel(): ffmpeg then mostly ends with another status than 0. `onStarted` is called on the
@@ -30,8 +38,8 @@ public:
 
     void suspend(); // freezes ffmpeg in place
     void resume();
-    // Asks ffmpeg to end. One that does not within a second, because it empties its encoder
-    // first, is killed: its output is thrown away either way.
+    // Asks ffmpeg to end. One that does not soon, because it empties its encoder first, is killed: its output
+    // is thrown away either way.
     void cancel();
 
     // The last lines of standard error; empty when there were none.
@@ -46,6 +54,8 @@ private:
     const std::filesystem::path m_executable;
     const std::vector<std::string> m_arguments;
     const OnProgress m_onProgress;
+    const ChildProcess::OnBytes m_onOutput; // instead of the progress
+    const std::chrono::milliseconds m_grace;
 
     // Guarded by m_lock.
     mutable std::mutex m_lock;

@@ -3,22 +3,18 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
-#include <numeric>
 #include <optional>
 #include <system_error>
-#include <thread>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
+#include <fmt/ranges.h>
 
 #include "encoding/FFmpegRunner.h"
+#include "encoding/Scorer.h"
 #include "media/Prober.h"
 #include "planning/Estimator.h"
 #include "platform/Cancelled.h"
-#include "platform/Files.h"
 #include "platform/OnExit.h"
-#include "platform/Text.h"
 #include "platform/Uuid.h"
 
 namespace kestrel::Sampler {
@@ -34,20 +30,16 @@ constexpr std::size_t mostSteps = 4;
 constexpr double leastSeconds = 0.1; // divisors
 constexpr double encodeShare = 0.8;  // of a segment's work; the rest is scoring
 
-struct Score {
+struct SegmentScore {
     double vmaf, seconds;
 };
 
 // The sums of one measurement over its segments.
 struct Tally {
     double bytes = 0, mediaSeconds = 0, encodeSeconds = 0;
-    std::vector<Score> scores;
+    std::vector<SegmentScore> scores;
+    std::string scorer;
 };
-
-unsigned processors()
-{
-    return std::max(1U, std::thread::hardware_concurrency());
-}
 
 int run(FFmpegRunner &runner, const Subject &subject, const std::stop_token &stop)
 {
@@ -79,6 +71,12 @@ double encodeSegment(const Subject &subject, const Segment &segment, const fs::p
 
 enum class Scoring { none, vmaf };
 
+void keep(Tally &tally, const Scorer::Score &score, double seconds)
+{
+    tally.scores.push_back({score.vmaf, seconds});
+    tally.scorer = score.scorer;
+}
+
 void measureSegment(Tally &tally, const Subject &subject, const Segment &segment, Scoring scoring,
                     const OnProgress &progress, const std::stop_token &stop)
 {
@@ -96,7 +94,7 @@ void measureSegment(Tally &tally, const Subject &subject, const Segment &segment
     tally.bytes += static_cast<double>(encoded.fileSize);
     tally.mediaSeconds += seconds;
     if (scoring == Scoring::vmaf)
-        tally.scores.push_back({vmaf(output, subject, segment, subsamplingStep, stop), seconds});
+        keep(tally, Scorer::of(subject)->score(encoded, segment, subsamplingStep, stop), seconds);
     progress(1.0);
 }
 
@@ -106,7 +104,7 @@ Step summarise(const Tally &tally, const Subject &subject)
     step.value = subject.plan.qualityValue;
     step.bitrate = tally.bytes * 8 / std::max(tally.mediaSeconds, leastSeconds);
     double weights = 0, sum = 0;
-    for (const Score &score : tally.scores) {
+    for (const SegmentScore &score : tally.scores) {
         weights += score.seconds;
         sum += score.vmaf * score.seconds;
         step.vmafWorst = std::min(step.vmafWorst.value_or(score.vmaf), score.vmaf);
@@ -120,8 +118,13 @@ Step summarise(const Tally &tally, const Subject &subject)
     return step;
 }
 
-Step measureOnce(const Subject &subject, Scoring scoring, const OnProgress &progress,
-                 const std::stop_token &stop)
+struct Measurement {
+    Step step;
+    std::string scorer; // empty without a score
+};
+
+Measurement measureOnce(const Subject &subject, Scoring scoring, const OnProgress &progress,
+                        const std::stop_token &stop)
 {
     if (!subject.plan.encodesVideo())
         throw ToolError::failed("Für diese Datei wird kein Video kodiert.");
@@ -136,13 +139,14 @@ Step measureOnce(const Subject &subject, Scoring scoring, const OnProgress &prog
                 progress((static_cast<double>(i) + fraction) / static_cast<double>(parts.size()));
             },
             stop);
-    return summarise(tally, subject);
+    return {summarise(tally, subject), tally.scorer};
 }
 
 SampleResult makeResult(const Subject &subject, const Step &chosen, std::vector<Step> steps,
-                        std::optional<double> target)
+                        std::optional<double> target, const std::string &scorer)
 {
     SampleResult result;
+    result.scorer = scorer;
     result.videoBitrate = chosen.bitrate;
     result.vmafMean = chosen.vmaf;
     result.vmafWorst = chosen.vmafWorst;
@@ -217,14 +221,17 @@ const Step &choose(const std::vector<Step> &steps, double target)
 
 SampleResult search(const Subject &subject, const OnProgress &progress, std::stop_token stop)
 {
-    if (!subject.tools.hasVMAF)
+    if (subject.tools.measuring() == Measuring::nothing)
         return measure(subject, progress, stop);
     const double target = vmafTarget(subject.settings.quality);
     double slope = vmafSlope(subject.settings.codec);
     Subject trial = subject;
     std::vector<Step> steps;
+    std::string scorer;
     for (;;) {
-        steps.push_back(measureOnce(trial, Scoring::vmaf, progressOfStep(steps.size(), progress), stop));
+        auto measured = measureOnce(trial, Scoring::vmaf, progressOfStep(steps.size(), progress), stop);
+        steps.push_back(measured.step);
+        scorer = std::move(measured.scorer);
         const auto next = nextValue(steps, slope, subject.settings.codec, target);
         if (!next)
             break;
@@ -233,15 +240,16 @@ SampleResult search(const Subject &subject, const OnProgress &progress, std::sto
     }
     progress(1.0);
     const Step chosen = choose(steps, target);
-    return makeResult(subject, chosen, std::move(steps), target);
+    return makeResult(subject, chosen, std::move(steps), target, scorer);
 }
 
 SampleResult measure(const Subject &subject, const OnProgress &progress, std::stop_token stop)
 {
-    const Step step =
-        measureOnce(subject, subject.tools.hasVMAF ? Scoring::vmaf : Scoring::none, progress, stop);
+    const bool isScored = subject.tools.measuring() != Measuring::nothing;
+    const auto [step, scorer] =
+        measureOnce(subject, isScored ? Scoring::vmaf : Scoring::none, progress, stop);
     progress(1.0);
-    return makeResult(subject, step, {step}, std::nullopt);
+    return makeResult(subject, step, {step}, std::nullopt, scorer);
 }
 
 std::vector<std::string> segmentArguments(const Subject &subject, const Segment &segment,
@@ -253,6 +261,16 @@ std::vector<std::string> segmentArguments(const Subject &subject, const Segment 
                                      CommandBuilder::Streams::videoOnly);
 }
 
+std::vector<std::string> referenceFilters(const Plan &plan)
+{
+    std::vector<std::string> filters;
+    if (const auto filter = plan.deinterlaceFilter())
+        filters.push_back(*filter);
+    if (plan.scales)
+        filters.push_back(fmt::format("scale={}:{}:flags=bicubic", plan.outputWidth, plan.outputHeight));
+    return filters;
+}
+
 std::string comparisonGraph(const MediaInfo &info, const Plan &plan)
 {
     // The comparing filter pairs an encoded frame with the latest reference frame at or before its time.
@@ -260,46 +278,12 @@ std::string comparisonGraph(const MediaInfo &info, const Plan &plan)
     // would meet the frame before: half a frame of delay keeps every pair together, whatever the time
     // bases, and for variable frame rates.
     const double fps = info.video ? info.video->effectiveFps() : 25.0;
-    std::string reference;
-    if (const auto filter = plan.deinterlaceFilter())
-        reference += *filter + ",";
-    if (plan.scales)
-        reference += fmt::format("scale={}:{}:flags=bicubic,", plan.outputWidth, plan.outputHeight);
-    reference += "setpts=PTS-STARTPTS";
+    auto reference = referenceFilters(plan);
+    reference.emplace_back("setpts=PTS-STARTPTS");
     const std::string source =
         info.video && !info.video->isFirst ? fmt::format("1:{}", info.video->index) : "1:v";
     return fmt::format("[0:v]setpts=PTS-STARTPTS+{}/TB[d];[{}]{}[r];[d][r]",
-                       CommandBuilder::format(0.5 / fps), source, reference);
-}
-
-double vmaf(const fs::path &encoded, const Subject &subject, const Segment &segment, int subsampling,
-            std::stop_token stop)
-{
-    const fs::path log = subject.tempDir / fmt::format("vmaf-{}.json", freshUuid());
-    const auto tidy = onExit([&] {
-        std::error_code ignored;
-        fs::remove(log, ignored);
-    });
-    const std::string graph = fmt::format("{}libvmaf=log_fmt=json:log_path={}:n_threads={}:n_subsample={}",
-                                          comparisonGraph(subject.info, subject.plan),
-                                          CommandBuilder::filterValue(log), processors(), subsampling);
-    FFmpegRunner runner(subject.tools.ffmpeg,
-                        {"-nostdin", "-hide_banner", "-loglevel", "error", "-i", encoded.native(), "-ss",
-                         CommandBuilder::format(segment.start), "-t", CommandBuilder::format(segment.length),
-                         "-i", subject.info.url.native(), "-lavfi", graph, "-f", "null", "-"},
-                        {});
-    const int status = run(runner, subject, stop);
-    throwIfStopped(stop);
-    try {
-        if (status == 0)
-            return nlohmann::json::parse(Files::readAll(log))
-                .at("pooled_metrics")
-                .at("vmaf")
-                .at("mean")
-                .get<double>();
-    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): no usable log, told below
-    }
-    throw ToolError::failed("VMAF-Messung fehlgeschlagen: " + runner.errorTail());
+                       CommandBuilder::format(0.5 / fps), source, fmt::join(reference, ","));
 }
 
 } // namespace kestrel::Sampler

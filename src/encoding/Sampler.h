@@ -4,6 +4,7 @@
 #include <functional>
 #include <stop_token>
 #include <string>
+#include <vector>
 
 #include "encoding/CommandBuilder.h"
 #include "encoding/CurrentRunner.h"
@@ -58,6 +59,9 @@ const Step &choose(const std::vector<Step> &steps, double target);
 std::vector<std::string> segmentArguments(const Subject &subject, const Segment &segment,
                                           const std::filesystem::path &output);
 
+// What makes the source's pictures those that the encode is compared with.
+std::vector<std::string> referenceFilters(const Plan &plan);
+
 // The filter graph that compares an encoded segment (input 0) with its source (input 1), up to the name
 // of the comparing filter.
 std::string comparisonGraph(const MediaInfo &info, const Plan &plan);
@@ -65,9 +69,5 @@ std::string comparisonGraph(const MediaInfo &info, const Plan &plan);
 // Every how many frames are scored. A step that divides the distance between the encoder's P frames meets
 // the same level of the frame pyramid every time and is biased: even ones with SVT-AV1, 5 with x265.
 inline constexpr int subsamplingStep = 3;
-
-// Scores one encoded segment with libvmaf; mean over the frames.
-double vmaf(const std::filesystem::path &encoded, const Subject &subject, const Segment &segment,
-            int subsampling, std::stop_token stop);
 
 } // namespace kestrel::Sampler

@@ -286,6 +286,8 @@ VideoStreamInfo parseVideo(const Stream &stream)
     video.colorTransfer = asString(stream["color_transfer"]);
     video.colorPrimaries = asString(stream["color_primaries"]);
     video.colorSpace = asString(stream["color_space"]);
+    video.isFullRange =
+        asString(stream["color_range"]) == "pc" || (video.pixFmt && video.pixFmt->starts_with("yuvj"));
     video.bitrate = stream.bitrate();
     video.isDolbyVision = isDolbyVision(stream["side_data_list"]);
     video.pixelAspect = pixelAspect(stream["sample_aspect_ratio"]);

@@ -190,7 +190,7 @@ bool ChildProcess::signal(int number)
     return m_pid > 0 && ::kill(-m_pid, number) == 0;
 }
 
-void ChildProcess::terminate(std::optional<std::chrono::seconds> grace)
+void ChildProcess::terminate(std::optional<std::chrono::milliseconds> grace)
 {
     signal(SIGTERM);
     if (!grace)

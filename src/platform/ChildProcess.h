@@ -44,7 +44,7 @@ public:
     bool signal(int number);
     // Asks the child to end (SIGTERM). With a grace period a child that is still there afterwards is
     // killed; without one it has all the time it wants.
-    void terminate(std::optional<std::chrono::seconds> grace);
+    void terminate(std::optional<std::chrono::milliseconds> grace);
 
 private:
     int reap();

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "encoding/FrameDecoder.h"
+#include "media/MediaInfo.h"
+#include "quality/FrameScorer.h"
+
+// Scores the pictures of a film against those of its source: both are decoded by an ffmpeg of their own,
+// paired by the time at which they are shown, and scored as they come.
+namespace kestrel::FrameComparison {
+
+struct Side {
+    FrameDecoder::Order order;
+    // The time that both sides share, as this side counts it; absent where it is that of the first picture.
+    std::optional<double> origin;
+};
+
+struct Request {
+    std::filesystem::path ffmpeg;
+    Side reference, distorted;
+    double frameSeconds = 0.04; // the usual distance between two pictures
+    int step = 1;               // every how many pairs are scored
+    std::size_t forgiven = 0;   // pictures without a partner that say nothing
+    CurrentRunner *current = nullptr;
+    std::function<void(double)> progress; // gets the time of the reference that is reached; may be missing
+};
+
+struct Frame {
+    double time = 0; // seconds, as the reference's decoder counts
+    FrameScore score;
+};
+
+struct Result {
+    std::vector<Frame> frames; // at least one
+    std::size_t unmatched = 0; // pictures of either side
+
+    double mean() const;
+    double harmonicMean() const;
+    const Frame &lowest() const;
+};
+
+// The filters that bring a film's luma into the range and depth of the film that it is compared with.
+std::vector<std::string> lumaOf(const VideoStreamInfo &distorted);
+
+// Blocks. Throws ToolError with a German sentence, also where more than `mostUnmatched` of the pictures have
+// no partner, and Cancelled.
+inline constexpr double mostUnmatched = 0.02;
+Result run(const Request &request, const std::stop_token &stop);
+
+} // namespace kestrel::FrameComparison

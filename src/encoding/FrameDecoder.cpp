@@ -1,0 +1,152 @@
+#include "encoding/FrameDecoder.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "encoding/CommandBuilder.h"
+#include "media/Tools.h"
+#include "platform/Cancelled.h"
+#include "platform/ErrorText.h"
+#include "platform/Text.h"
+
+namespace kestrel {
+
+namespace {
+
+constexpr std::size_t mostFrames = 2; // that wait to be taken
+
+// Every picture that is decoded comes once, with its own time to the microsecond; otherwise ffmpeg would fill
+// up gaps and leave pictures out, and round the times to whole frames.
+std::vector<std::string> argumentsOf(const FrameDecoder::Order &order)
+{
+    std::vector<std::string> arguments{"-nostdin", "-hide_banner", "-loglevel", "error"};
+    const auto add = [&](std::initializer_list<std::string> words) {
+        arguments.insert(arguments.end(), words);
+    };
+    if (order.start)
+        add({"-ss", CommandBuilder::format(*order.start)});
+    if (order.length)
+        add({"-t", CommandBuilder::format(*order.length)});
+    add({"-i", order.file.native(), "-map", fmt::format("0:{}", order.track), "-map_metadata", "-1",
+         "-map_chapters", "-1", "-vf", fmt::format("{}", fmt::join(order.filters, ",")), "-fps_mode",
+         "passthrough", "-enc_time_base", "1:1000000", "-c:v", "rawvideo", "-f", "nut", "pipe:1"});
+    return arguments;
+}
+
+std::string sentence(const std::filesystem::path &file, const std::string &reason)
+{
+    return fmt::format("Die Bilder von „{}“ konnten nicht gelesen werden: {}",
+                       Text::repaired(file.filename().native()), reason);
+}
+
+} // namespace
+
+FrameDecoder::FrameDecoder(const std::filesystem::path &ffmpeg, const Order &order, CurrentRunner *current,
+                           const std::stop_token &stop)
+    : m_current(current), m_onStop(stop, [this] { m_stop.request_stop(); }),
+      m_thread([this, ffmpeg, order] { decode(ffmpeg, order); })
+{
+}
+
+FrameDecoder::~FrameDecoder()
+{
+    m_stop.request_stop();
+    m_thread.join();
+}
+
+std::optional<TimedFrame> FrameDecoder::next()
+{
+    std::unique_lock guard(m_lock);
+    m_changed.wait(guard, m_stop.get_token(), [this] { return isReady(); });
+    return take(guard);
+}
+
+std::optional<TimedFrame> FrameDecoder::next(std::chrono::duration<double> patience)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds glance{100};
+    const auto paused = [this] { return m_current != nullptr ? m_current->suspendedSeconds() : 0.0; };
+    const auto begin = Clock::now();
+    const double pausedBefore = paused();
+    const auto waited = [&] {
+        return std::chrono::duration<double>(Clock::now() - begin).count() - (paused() - pausedBefore);
+    };
+    std::unique_lock guard(m_lock);
+    while (!m_changed.wait_for(guard, m_stop.get_token(), glance, [this] { return isReady(); }))
+        if (m_stop.stop_requested() || waited() > patience.count())
+            break;
+    if (!isReady() && !m_stop.stop_requested())
+        return std::nullopt;
+    return take(guard);
+}
+
+std::optional<TimedFrame> FrameDecoder::take(std::unique_lock<std::mutex> &guard)
+{
+    throwIfStopped(m_stop.get_token());
+    if (m_frames.empty()) {
+        if (!m_failure.empty())
+            throw ToolError::failed(m_failure);
+        return std::nullopt;
+    }
+    TimedFrame frame = std::move(m_frames.front());
+    m_frames.pop_front();
+    guard.unlock();
+    m_changed.notify_all();
+    return frame;
+}
+
+void FrameDecoder::push(TimedFrame frame)
+{
+    {
+        std::unique_lock guard(m_lock);
+        if (!m_changed.wait(guard, m_stop.get_token(), [this] { return m_frames.size() < mostFrames; }))
+            return;
+        m_frames.push_back(std::move(frame));
+    }
+    m_changed.notify_all();
+}
+
+// On the thread of its own.
+void FrameDecoder::decode(const std::filesystem::path &ffmpeg, const Order &order)
+{
+    std::string failure;
+    try {
+        NutParser parser;
+        std::string fault;
+        FFmpegRunner runner(ffmpeg, argumentsOf(order), FFmpegRunner::Output([&](std::string_view bytes) {
+                                if (!fault.empty() || m_stop.stop_requested())
+                                    return;
+                                try {
+                                    parser.consume(bytes,
+                                                   [this](TimedFrame frame) { push(std::move(frame)); });
+                                } catch (const std::exception &error) {
+                                    fault = error.what();
+                                    runner.cancel();
+                                }
+                            }));
+        const std::stop_token stop = m_stop.get_token();
+        const int status = m_current != nullptr ? m_current->run(runner, stop) : runner.run(stop);
+        const std::string words = runner.errorTail();
+        if (!fault.empty())
+            failure = fault;
+        else if (status != 0 || runner.lostSomething())
+            failure = !words.empty() ? words : fmt::format("ffmpeg meldet einen Fehler ({})", status);
+        else
+            parser.finish();
+    } catch (const std::exception &error) {
+        failure = ErrorText::describe(error);
+    }
+    {
+        const std::scoped_lock guard(m_lock);
+        m_hasEnded = true;
+        if (!failure.empty())
+            m_failure = sentence(order.file, failure);
+    }
+    m_changed.notify_all();
+}
+
+} // namespace kestrel
