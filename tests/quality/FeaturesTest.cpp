@@ -124,6 +124,35 @@ TEST(Features, countAShiftedEdgeAsMotion)
     EXPECT_NEAR(motion(edge(21, 16), edge(20, 16)), 1, 1e-4);
 }
 
+// What stands beyond an edge is made up from what stands before it, on each side in its own way.
+TEST(Features, treatAllEdgesAlike)
+{
+    const auto mapped = [](const LumaFrame &frame, bool swaps, bool flips) {
+        const int width = swaps ? frame.height : frame.width, height = swaps ? frame.width : frame.height;
+        return picture(width, height, [&](int x, int y) {
+            int column = swaps ? y : x, row = swaps ? x : y;
+            if (flips) {
+                column = frame.width - 1 - column;
+                row = frame.height - 1 - row;
+            }
+            return frame.samples[static_cast<std::size_t>(row * frame.width + column)];
+        });
+    };
+    for (const auto &[width, height] : {Size{17, 30}, Size{33, 23}, Size{22, 19}}) {
+        SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
+        const LumaFrame a = scene(width, height), b = scene(width, height, 8, 1);
+        const LumaFrame swappedA = mapped(a, true, false), swappedB = mapped(b, true, false);
+        const LumaFrame flippedA = mapped(a, false, true), flippedB = mapped(b, false, true);
+        const auto scores = vif(a, b), swapped = vif(swappedA, swappedB);
+        for (std::size_t i = 0; i < scores.size(); ++i)
+            EXPECT_NEAR(scores[i], swapped[i], 1e-5);
+        EXPECT_NEAR(scores[0], vif(flippedA, flippedB)[0], 1e-5); // the others begin in a corner
+        EXPECT_NEAR(adm2(a, b), adm2(swappedA, swappedB), 1e-5);
+        EXPECT_NEAR(motion(a, b), motion(swappedA, swappedB), 1e-4);
+        EXPECT_NEAR(motion(a, b), motion(flippedA, flippedB), 1e-4);
+    }
+}
+
 TEST(Features, doNotDependOnTheDepth)
 {
     const LumaFrame reference = scene(70, 50), distorted = scene(70, 50, 8, 1);
