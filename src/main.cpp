@@ -37,7 +37,7 @@ void tellMissingScreen(QtMsgType type, const QMessageLogContext &context, const 
         if (type == QtFatalMsg) {
             Terminal::complain(
                 "Hier lässt sich kein Bildschirm für das Fenster öffnen; ohne Fenster gehen die "
-                "Befehle plan, convert, measure, clip und doctor.");
+                "Befehle plan, convert, measure, clip, score und doctor.");
             std::_Exit(ExitStatus::unusable);
         }
         if (type != QtDebugMsg && std::string_view(context.category).starts_with("qt.qpa"))

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -123,6 +124,40 @@ CLI::App *addFolderCommand(CLI::App &app, const char *name, Arguments &arguments
     return command;
 }
 
+// Checks the word of an option.
+std::string wholeNumber(const std::string &option, const std::string &word)
+{
+    const bool isNumber = !word.empty() && word.size() < 10 &&
+                          word.find_first_not_of("0123456789") == std::string::npos &&
+                          word.find_first_not_of('0') != std::string::npos;
+    return isNumber ? "" : option + " erwartet eine ganze Zahl ab 1.";
+}
+
+void addSeconds(CLI::App &command, const std::string &option, std::optional<double> &target, double least)
+{
+    command.add_option_function<std::string>(option, [option, &target, least](const std::string &word) {
+        double seconds = 0;
+        const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), seconds);
+        if (error != std::errc() || end != word.data() + word.size() || !(seconds >= least && seconds < 1e7))
+            throw UsageError(fmt::format("{} erwartet Sekunden ab {}, zum Beispiel 90.5.", option, least));
+        target = seconds;
+    });
+}
+
+void addScore(CLI::App &app, Arguments &arguments)
+{
+    CLI::App *score = app.add_subcommand("score");
+    score->set_help_flag("");
+    score->add_option("ORIGINAL", arguments.folder)->required();
+    score->add_option("RESULT", arguments.result)->required();
+    score->add_option("--every", arguments.every)->check([](const std::string &word) {
+        return wholeNumber("--every", word);
+    });
+    addSeconds(*score, "--start", arguments.start, 0);
+    addSeconds(*score, "--length", arguments.length, 0.1);
+    score->add_flag("--json", arguments.json);
+}
+
 std::string inGerman(const CLI::ParseError &error)
 {
     if (dynamic_cast<const CLI::RequiredError *>(&error) != nullptr)
@@ -143,7 +178,7 @@ UsageError unknownWord(std::string_view word)
     return UsageError("Unbekanntes Argument: " + Text::repaired(word));
 }
 
-constexpr std::array<std::string_view, 5> commands{"plan", "convert", "measure", "clip", "doctor"};
+constexpr std::array<std::string_view, 6> commands{"plan", "convert", "measure", "clip", "score", "doctor"};
 
 Arguments windowArguments(const std::filesystem::path &folder)
 {
@@ -233,15 +268,13 @@ Arguments parseArguments(int count, const char *const *words)
     const CLI::App *convert = addFolderCommand(app, "convert", arguments);
     CLI::App *measure = addFolderCommand(app, "measure", arguments);
     measure->add_option("--count", arguments.count)->check([](const std::string &word) {
-        const bool isNumber = !word.empty() && word.size() < 10 &&
-                              word.find_first_not_of("0123456789") == std::string::npos &&
-                              word.find_first_not_of('0') != std::string::npos;
-        return isNumber ? "" : "--count erwartet eine ganze Zahl ab 1.";
+        return wholeNumber("--count", word);
     });
     CLI::App *clip = app.add_subcommand("clip");
     clip->set_help_flag("");
     clip->add_option("FILE", arguments.folder)->required();
     addSettings(*clip, arguments);
+    addScore(app, arguments);
     CLI::App *doctor = app.add_subcommand("doctor");
     doctor->set_help_flag("");
     // CLI11 takes the word after "--languages=" for its value.
@@ -259,7 +292,9 @@ Arguments parseArguments(int count, const char *const *words)
         app.parse(static_cast<int>(parsed.size()), parsed.data());
     } catch (const CLI::RequiredError &) {
         throw UsageError(clip->parsed() ? "Es fehlt die Datei, zum Beispiel: kestrel clip ~/Videos/Film.mkv"
-                                        : "Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos");
+                         : app.got_subcommand("score")
+                             ? "Es fehlt ein Film, zum Beispiel: kestrel score Original.mkv Ergebnis.mkv"
+                             : "Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos");
     } catch (const CLI::ExtrasError &) {
         const auto left = app.remaining(true);
         const auto option = std::find_if(left.begin(), left.end(),
@@ -273,7 +308,8 @@ Arguments parseArguments(int count, const char *const *words)
                         : convert->parsed() ? Command::convert
                         : measure->parsed() ? Command::measure
                         : clip->parsed()    ? Command::clip
-                                            : Command::doctor;
+                        : doctor->parsed()  ? Command::doctor
+                                            : Command::score;
     return arguments;
 }
 
@@ -287,6 +323,9 @@ Aufruf:
   kestrel convert ORDNER [--json]               konvertiert alles, was zu tun ist
   kestrel measure ORDNER [--count N] [--json]   misst Stichproben (6, wenn nichts gesagt ist)
   kestrel clip DATEI                            macht einen Probeclip von einer Minute
+  kestrel score ORIGINAL ERGEBNIS [--every N] [--start S --length S] [--json]
+                                                misst mit VMAF, wie nah ein Film seinem Original kommt: an jedem
+                                                N. Bild, auf Wunsch nur ab Sekunde S und S Sekunden lang
   kestrel doctor                                zeigt Werkzeuge, Ordner und was fehlt
   kestrel --help | --version
 
@@ -317,7 +356,7 @@ Strg-C hört sauber auf: Was nicht fertig ist, bleibt, wie es war. Strg-Z hält 
 geht es weiter.
 
 Rückgabe: 0 fertig oder nichts zu tun, 1 eine Datei ist gescheitert, 2 falscher Aufruf, Werkzeug
-fehlt oder Ordner nicht lesbar, 130 abgebrochen.
+fehlt, Ordner nicht lesbar oder zwei Filme, die nicht zusammengehören, 130 abgebrochen.
 )";
 }
 

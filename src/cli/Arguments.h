@@ -14,10 +14,14 @@ namespace kestrel {
 
 // What the user asked for on the command line.
 struct Arguments {
-    enum class Command { plan, convert, measure, clip, doctor, help, version, window, demo };
+    enum class Command { plan, convert, measure, clip, score, doctor, help, version, window, demo };
 
     Command command = Command::help;
-    std::filesystem::path folder;    // as given; of clip the file; of window and demo absolute, or empty
+    // As given; of clip the file, of score the original; of window and demo absolute, or empty.
+    std::filesystem::path folder;
+    std::filesystem::path result;        // score: what was made of the original
+    int every = 1;                       // score: every how many frames
+    std::optional<double> start, length; // score: seconds
     std::filesystem::path snapshots; // demo: where its pictures go, absolute
     bool isDark = false;             // demo
     bool json = false;

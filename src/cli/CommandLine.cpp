@@ -50,6 +50,8 @@ int dispatch(const Arguments &arguments, const RunWindow &runWindow)
             return runMeasure(arguments, interrupt);
         case Command::clip:
             return runClip(arguments, interrupt);
+        case Command::score:
+            return runScore(arguments, interrupt);
         default:
             return runDoctor(interrupt);
         }

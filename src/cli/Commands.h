@@ -18,5 +18,6 @@ int runPlan(const Arguments &arguments, Interrupt &interrupt);
 int runConvert(const Arguments &arguments, Interrupt &interrupt);
 int runMeasure(const Arguments &arguments, Interrupt &interrupt);
 int runClip(const Arguments &arguments, Interrupt &interrupt);
+int runScore(const Arguments &arguments, const Interrupt &interrupt);
 int runDoctor(const Interrupt &interrupt);
 } // namespace kestrel

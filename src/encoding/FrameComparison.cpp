@@ -10,29 +10,24 @@
 #include <fmt/format.h>
 
 #include "encoding/FramePairing.h"
-#include "media/Tools.h"
 #include "platform/Cancelled.h"
 
 namespace kestrel::FrameComparison {
 
 namespace {
 
-using Side = FramePairing::Side;
-
-// For a decoder that neither shows anything nor ends, when the other side has ended.
-constexpr std::chrono::seconds patience{10};
-
 // A side's pictures, with times that both sides share.
 class Stream {
 public:
     Stream(const Request &request, const FrameComparison::Side &side, const std::stop_token &stop)
-        : m_decoder(request.ffmpeg, side.order, request.current, stop), m_origin(side.origin)
+        : m_decoder(request.ffmpeg, side.order, request.current, stop), m_patience(request.patience),
+          m_origin(side.origin)
     {
     }
 
     std::optional<TimedFrame> next(bool isOtherAtItsEnd)
     {
-        auto frame = isOtherAtItsEnd ? m_decoder.next(patience) : m_decoder.next();
+        auto frame = isOtherAtItsEnd ? m_decoder.next(m_patience) : m_decoder.next();
         if (!frame)
             return std::nullopt;
         if (!m_origin)
@@ -44,16 +39,17 @@ public:
 
 private:
     FrameDecoder m_decoder;
+    const std::chrono::duration<double> m_patience;
     std::optional<double> m_origin;
 };
 
 void requirePartners(const FramePairing &pairing, std::size_t forgiven)
 {
-    const std::size_t all = pairing.pairs() + pairing.unmatched();
+    const std::size_t all = pairing.pairs() + pairing.unmatched() + pairing.waiting();
     const auto counted = static_cast<double>(pairing.unmatched() - std::min(forgiven, pairing.unmatched()));
     if (counted > mostUnmatched * static_cast<double>(all))
-        throw ToolError::failed(fmt::format("{} von {} Bildern haben im anderen Film kein Gegenstück.",
-                                            pairing.unmatched(), all));
+        throw Mismatch(fmt::format("{} von {} Bildern haben im anderen Film kein Gegenstück.",
+                                   pairing.unmatched(), all));
 }
 
 void add(FrameScorer &scorer, FramePairing::Pair pair)
@@ -61,7 +57,7 @@ void add(FrameScorer &scorer, FramePairing::Pair pair)
     try {
         scorer.add(std::move(pair.reference.luma), std::move(pair.distorted.luma));
     } catch (const std::invalid_argument &) {
-        throw ToolError::failed("Die Bilder sind verschieden groß oder kleiner als 16 × 16 Pixel.");
+        throw Mismatch("Die Bilder sind verschieden groß oder kleiner als 16 × 16 Pixel.");
     }
 }
 
@@ -135,7 +131,7 @@ Result run(const Request &request, const std::stop_token &stop)
         const auto side = pairing.wanted();
         if (!side)
             break;
-        Stream &stream = *side == Side::reference ? reference : distorted;
+        Stream &stream = *side == FramePairing::Side::reference ? reference : distorted;
         if (auto frame = stream.next(hasOneEnded)) {
             pairing.add(*side, std::move(*frame));
         } else {
@@ -147,7 +143,7 @@ Result run(const Request &request, const std::stop_token &stop)
     }
     requirePartners(pairing, request.forgiven);
     if (result.frames.empty())
-        throw ToolError::failed("Es gibt keine Bilder, die sich vergleichen lassen.");
+        throw Mismatch("Es gibt keine Bilder, die sich vergleichen lassen.");
     const auto scores = scorer.finish();
     for (std::size_t i = 0; i < result.frames.size(); ++i)
         result.frames[i].score = scores.at(i);

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -28,7 +30,9 @@ struct Request {
     double frameSeconds = 0.04; // the usual distance between two pictures
     int step = 1;               // every how many pairs are scored
     std::size_t forgiven = 0;   // pictures without a partner that say nothing
-    CurrentRunner *current = nullptr;
+    // For a decoder that neither shows anything nor ends, while the other film is at its end already.
+    std::chrono::duration<double> patience{10};
+    CurrentRunner *current = nullptr;     // may be missing
     std::function<void(double)> progress; // gets the time of the reference that is reached; may be missing
 };
 
@@ -49,8 +53,13 @@ struct Result {
 // The filters that bring a film's luma into the range and depth of the film that it is compared with.
 std::vector<std::string> lumaOf(const VideoStreamInfo &distorted);
 
-// Blocks. Throws ToolError with a German sentence, also where more than `mostUnmatched` of the pictures have
-// no partner, and Cancelled.
+// The two films do not belong together; with a German sentence.
+class Mismatch : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Blocks. Throws Mismatch, also where more than `mostUnmatched` of the pictures have no partner, ToolError
+// where a film cannot be decoded, and Cancelled.
 inline constexpr double mostUnmatched = 0.02;
 Result run(const Request &request, const std::stop_token &stop);
 

@@ -116,27 +116,25 @@ void FrameDecoder::decode(const std::filesystem::path &ffmpeg, const Order &orde
     std::string failure;
     try {
         NutParser parser;
-        std::string fault;
+        bool isBroken = false;
         FFmpegRunner runner(ffmpeg, argumentsOf(order), FFmpegRunner::Output([&](std::string_view bytes) {
-                                if (!fault.empty() || m_stop.stop_requested())
+                                if (isBroken || m_stop.stop_requested())
                                     return;
                                 try {
                                     parser.consume(bytes,
                                                    [this](TimedFrame frame) { push(std::move(frame)); });
-                                } catch (const std::exception &error) {
-                                    fault = error.what();
+                                } catch (const std::exception &) { // bad bytes, or no memory for them
+                                    isBroken = true;
                                     runner.cancel();
                                 }
                             }));
         const std::stop_token stop = m_stop.get_token();
         const int status = m_current != nullptr ? m_current->run(runner, stop) : runner.run(stop);
         const std::string words = runner.errorTail();
-        if (!fault.empty())
-            failure = fault;
-        else if (status != 0 || runner.lostSomething())
-            failure = !words.empty() ? words : fmt::format("ffmpeg meldet einen Fehler ({})", status);
-        else
-            parser.finish();
+        if (!isBroken && (status != 0 || runner.lostSomething()))
+            failure = !words.empty() ? words : fmt::format("ffmpeg meldet einen Fehler ({}).", status);
+        else if (isBroken || !parser.isComplete())
+            failure = "ffmpeg hat unvollständige Bilder geliefert." + (words.empty() ? "" : "\n" + words);
     } catch (const std::exception &error) {
         failure = ErrorText::describe(error);
     }

@@ -33,6 +33,7 @@ public:
 
     std::size_t pairs() const { return m_pairs; }
     std::size_t unmatched() const { return m_unmatched; } // of both sides, so far
+    std::size_t waiting() const { return m_reference.frames.size() + m_distorted.frames.size(); }
 
 private:
     struct Queue {

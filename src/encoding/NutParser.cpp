@@ -159,12 +159,6 @@ void NutParser::consume(std::string_view bytes, const OnFrame &onFrame)
     }
 }
 
-void NutParser::finish() const
-{
-    if (!m_hasStream || m_isInFrame || m_skipped > 0 || !m_head.empty())
-        bad("the stream is cut off");
-}
-
 // Reads what stands between two pictures, one thing for each call. Returns its size; 0 while it is not there
 // as a whole.
 std::size_t NutParser::readHead(std::string_view data)

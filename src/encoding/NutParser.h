@@ -33,8 +33,8 @@ public:
 
     // Hands on every picture that these bytes complete. Throws Error; then nothing more may be consumed.
     void consume(std::string_view bytes, const OnFrame &onFrame);
-    // Throws Error where the stream ends within something.
-    void finish() const;
+    // The stream may end here.
+    bool isComplete() const { return m_hasStream && !m_isInFrame && m_skipped == 0 && m_head.empty(); }
 
 private:
     class Cursor;

@@ -32,18 +32,6 @@ std::string seconds(double value)
     return value < exactUpTo ? decimal(value) : fmt::format("{:.0f}", value);
 }
 
-bool isSameShape(double aspect, const VideoStreamInfo &result)
-{
-    const double seen = result.seenAspect();
-    if (!(aspect > 0) || !(seen > 0))
-        return true; // nobody can say
-    if (std::abs(seen / aspect - 1) <= shapeTolerance)
-        return true;
-    const FrameSize size = result.seenSize();
-    return std::abs(size.height * (seen - aspect)) <= sideTolerance ||
-           std::abs(size.width * (1 / seen - 1 / aspect)) <= sideTolerance;
-}
-
 } // namespace
 
 Expected Expected::of(const Plan &plan)
@@ -78,7 +66,7 @@ std::optional<std::string> pictureFault(const MediaInfo &source, const MediaInfo
                                 : after.rotation == before.rotation && after.isMirrored == before.isMirrored;
     if (!isTurnedAlike)
         return "Das Bild ist anders gedreht als im Original.";
-    if (!isSameShape(before.seenAspect(), after))
+    if (!isSameShape(before, after))
         return fmt::format("Das Bild hat eine andere Form ({} statt {}).", decimal(after.seenAspect()),
                            decimal(before.seenAspect()));
     return std::nullopt;
@@ -98,6 +86,18 @@ bool savesEnough(std::int64_t original, std::int64_t result, const Expected &exp
     const auto before = static_cast<double>(original);
     const double limit = expected.isVideoEncoded ? before * mostOfOriginal : before - 1;
     return static_cast<double>(result) <= limit;
+}
+
+bool isSameShape(const VideoStreamInfo &source, const VideoStreamInfo &result)
+{
+    const double aspect = source.seenAspect(), seen = result.seenAspect();
+    if (!(aspect > 0) || !(seen > 0))
+        return true; // nobody can say
+    if (std::abs(seen / aspect - 1) <= shapeTolerance)
+        return true;
+    const FrameSize size = result.seenSize();
+    return std::abs(size.height * (seen - aspect)) <= sideTolerance ||
+           std::abs(size.width * (1 / seen - 1 / aspect)) <= sideTolerance;
 }
 
 bool isSameDuration(double source, double result)

@@ -24,8 +24,7 @@ struct Expected {
 // Throws ToolError with the German reason where the result is not whole.
 void verify(const MediaInfo &source, const MediaInfo &result, const Expected &expected);
 
-// How the result's picture differs from its source's in turn or shape; German, absent where it does not. The
-// shape may differ by 1 %, or by two pixels a side.
+// How the result's picture differs from its source's in turn or shape; German, absent where it does not.
 std::optional<std::string> pictureFault(const MediaInfo &source, const MediaInfo &result,
                                         const Expected &expected);
 
@@ -35,6 +34,9 @@ std::optional<std::string> lengthNote(const MediaInfo &source, const MediaInfo &
 
 // A new picture must save a twentieth, anything else one byte. Sizes in bytes.
 bool savesEnough(std::int64_t original, std::int64_t result, const Expected &expected);
+
+// The pictures, as they are seen, may differ in shape by 1 %, or by two pixels a side.
+bool isSameShape(const VideoStreamInfo &source, const VideoStreamInfo &result);
 
 // Within the larger of three seconds and 1.5 % of the source's duration; in seconds.
 bool isSameDuration(double source, double result);

@@ -108,6 +108,8 @@ public:
                     fmt::format("Eigene Messung {}", FrameScorer::version)};
         } catch (const ToolError &error) {
             throw failed(error.what());
+        } catch (const FrameComparison::Mismatch &error) {
+            throw failed(error.what());
         }
     }
 

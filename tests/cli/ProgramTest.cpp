@@ -43,7 +43,7 @@ TEST(Program, saysWhatIsWrongWithACall)
         std::string sentence;
     };
     const std::vector<Case> cases{
-        {{"fress"}, "„fress“ ist weder ein Befehl (plan, convert, measure, clip, doctor) noch ein Ordner.\n"},
+        {{"fress"}, "„fress“ ist weder ein Befehl (plan, convert, measure, clip, score, doctor) noch ein Ordner.\n"},
         {{"fress", "x"}, "„fress“ ist weder ein Befehl"},
         {{file}, "noch ein Ordner."},
         {{sandbox.path(), "--json"}, "Unbekanntes Argument: --json"},
@@ -116,7 +116,7 @@ TEST(Program, saysWhenThereIsNoScreenForTheWindow)
         EXPECT_EQ(
             output.standardError,
             "Hier lässt sich kein Bildschirm für das Fenster öffnen; ohne Fenster gehen die Befehle plan, "
-            "convert, measure, clip und doctor.\n");
+            "convert, measure, clip, score und doctor.\n");
         EXPECT_EQ(output.standardOutput, "");
     };
     for (const char *variable :

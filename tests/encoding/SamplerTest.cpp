@@ -99,7 +99,7 @@ TEST(Sampler, aFilterWritesItsLogIntoAFolderOfAnyName)
     }
 }
 
-TEST(Sampler, measuresSizeAndTempoWithoutTheFilter)
+TEST(Sampler, measuresSizeAndTempoWhereNothingMeasuresTheQuality)
 {
     const Sandbox sandbox;
     const MediaInfo info = Prober::probe(Clips::longFilm(), realTools().ffprobe, {});

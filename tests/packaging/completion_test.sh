@@ -70,7 +70,7 @@ read_words() {
     COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
 }
 
-commands=(plan convert measure clip doctor)
+commands=(plan convert measure clip score doctor)
 codecs=(hevcX265 av1SVT keepVideo)
 
 expect 'commands come first' 'kestrel ' "${commands[@]}" --help --version
@@ -79,6 +79,9 @@ expect 'a command goes before a folder of that name' 'kestrel pl' plan
 expect 'a folder is opened' 'kestrel Mei' 'Meine Filme'
 expect 'plan wants a folder' 'kestrel plan ' 'Meine Filme' planung
 expect 'clip wants a video or a folder' 'kestrel clip ' 'Kurz.MP4' 'Meine Filme' planung
+expect 'score wants a video' 'kestrel score ' 'Kurz.MP4' 'Meine Filme' planung
+expect 'score wants another video' 'kestrel score Kurz.MP4 ' 'Kurz.MP4' 'Meine Filme' planung
+expect 'score has options of its own' 'kestrel score Kurz.MP4 Kurz.MP4 --' --every --json --length --start
 expect 'doctor has no options' 'kestrel doctor --' ''
 expect 'an unfinished option' 'kestrel plan planung --j' --json --jobs
 expect 'clip has no selection' 'kestrel clip Kurz.MP4 --o' --output

@@ -93,6 +93,11 @@ TEST(Features, countHalvedContrastAsLessInformation)
     EXPECT_NEAR(scores[0], std::log2(1 + 0.25 * 1600 / 2) / std::log2(1 + 1600 / 2.0), 1e-3);
 }
 
+TEST(Features, findNothingKeptInANegative)
+{
+    EXPECT_EQ(vif(stripes(64, 32, 40), stripes(64, 32, -40))[0], 0);
+}
+
 TEST(Features, countHalvedContrastAsLessDetail)
 {
     // Stripes live in one band of the first scale, with twice the amplitude; a detail of half the contrast is

@@ -10,6 +10,7 @@ Tools realTools()
     tools.hasX265 = true;
     tools.hasSVTAV1 = true;
     tools.version = "ffmpeg";
+    tools.mayMeasure = false;
     return tools;
 }
 
