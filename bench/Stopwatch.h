@@ -42,4 +42,12 @@ inline double residentMegabytes()
     return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
 }
 
+// The most that this process has ever had.
+inline double highestMegabytes()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) * 1024 / 1e6;
+}
+
 } // namespace kestrel::bench

@@ -26,6 +26,7 @@
 #include "encoding/CommandBuilder.h"
 #include "encoding/ConversionJob.h"
 #include "encoding/FFmpegRunner.h"
+#include "encoding/FrameComparison.h"
 #include "encoding/Sampler.h"
 #include "encoding/Scorer.h"
 #include "media/Prober.h"
@@ -295,6 +296,46 @@ ordered_json accuracy(const fs::path &file, const fs::path &work, std::span<cons
     return {{"step", Sampler::subsamplingStep}, {"scores", scores}, {"cpu", seconds}};
 }
 
+// Scores these pictures, decoded before, on so many threads; seconds for each frame.
+ordered_json frames(const fs::path &original, const fs::path &encoded, unsigned threads)
+{
+    const Tools tools = Tools::locate({});
+    const auto decode = [&](const fs::path &file) {
+        FrameDecoder decoder(tools.ffmpeg, {file, 0, {}, {}, {"format=yuv420p10le", "extractplanes=y"}},
+                             nullptr, {});
+        std::vector<LumaFrame> result;
+        while (auto frame = decoder.next())
+            result.push_back(std::move(frame->luma));
+        return result;
+    };
+    auto originals = decode(original), distorted = decode(encoded);
+    WorkerPool pool(threads);
+    const Stopwatch watch;
+    FrameScorer scorer(1, pool);
+    for (std::size_t i = 0; i < originals.size(); ++i)
+        scorer.add(std::move(originals[i]), std::move(distorted[i]));
+    const auto count = static_cast<double>(scorer.finish().size());
+    return {{"wall", watch.wall() / count}, {"cpu", watch.cpu() / count}, {"frames", count}};
+}
+
+// What this process takes at most while it scores the one film against the other.
+ordered_json memory(const fs::path &original, const fs::path &encoded)
+{
+    const Tools tools = Tools::locate({});
+    const auto side = [](const fs::path &file) {
+        return FrameComparison::Side{{file, 0, {}, {}, {"format=yuv420p10le", "extractplanes=y"}}, {}};
+    };
+    const double before = residentMegabytes();
+    FrameComparison::Request request;
+    request.ffmpeg = tools.ffmpeg;
+    request.reference = side(original);
+    request.distorted = side(encoded);
+    const auto result = FrameComparison::run(request, {});
+    return {{"megabytes", bench::highestMegabytes() - before},
+            {"frames", result.frames.size()},
+            {"cores", WorkerPool::shared().size()}};
+}
+
 ordered_json run(std::span<const std::string_view> words)
 {
     const std::string_view what = words.empty() ? "" : words[0];
@@ -320,12 +361,17 @@ ordered_json run(std::span<const std::string_view> words)
         return convert(words[1], words[2]);
     if (what == "search" && words.size() == 3)
         return search(words[1], words[2]);
+    if (what == "frames" && words.size() == 4)
+        return frames(words[1], words[2], static_cast<unsigned>(std::stoul(std::string(words[3]))));
+    if (what == "memory" && words.size() == 3)
+        return memory(words[1], words[2]);
     if (what == "accuracy" && words.size() >= 3)
         return accuracy(words[1], words[2], words.subspan(3));
     throw std::invalid_argument(
         "tools | scan FOLDER | rescan FOLDER | plan COUNT | recompute COUNT | stall FOLDER TOOLS | "
         "status FOLDER TOOLS | "
-        "convert FILE WORK | search FILE WORK | accuracy FILE WORK [CODEC]");
+        "convert FILE WORK | search FILE WORK | frames ORIGINAL ENCODED THREADS | memory ORIGINAL ENCODED | "
+        "accuracy FILE WORK [CODEC]");
 }
 
 } // namespace

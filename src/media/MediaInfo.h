@@ -37,7 +37,7 @@ struct VideoStreamInfo {
     int bitDepth = 8;
     std::optional<std::string> fieldOrder; // "progressive", "tt", "bb", "tb", "bt"
     std::optional<std::string> colorTransfer, colorPrimaries, colorSpace;
-    bool isFullRange = false; // luma from 0 to the largest value, as in JPEG
+    bool isFullRange = false;            // luma from 0 to the largest value, as in JPEG
     std::optional<std::int64_t> bitrate; // bits per second
     bool isDolbyVision = false;
     int rotation = 0;        // degrees clockwise by which a player turns the picture: 0, 90, 180 or 270
