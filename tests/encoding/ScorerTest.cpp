@@ -84,7 +84,9 @@ protected:
                            const std::string &pixelFormat = "yuv420p10le") const
     {
         EXPECT_GT(score(film, copyOf(film, pixelFormat)), 99) << name;
-        EXPECT_LT(score(film, copyOf(film, pixelFormat, "tpad=start=1:start_mode=clone")), 90) << name;
+        EXPECT_LT(score(film, copyOf(film, pixelFormat, "setpts=PTS-STARTPTS,tpad=start=1:start_mode=clone")),
+                  90)
+            << name;
     }
 
     const Sandbox sandbox;
