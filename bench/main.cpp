@@ -146,6 +146,7 @@ AppModel::Options modelOptions(bool asksAnew)
     options.settings = ConversionSettings();
     options.settings->outputMode = OutputMode::separateFolder;
     options.settings->parallelJobs = 4;
+    options.measuresQuality = false;
     options.persists = false;
     options.asksAnew = asksAnew;
     return options;

@@ -84,8 +84,8 @@ AV1. For each film a quality search finds the CRF that reaches the chosen VMAF
 target; every result is checked before it takes the place of the original,
 which goes to the trash.
 
-The quality is measured with ffmpeg's libvmaf filter where it is there, and
-otherwise by Kestrel itself.")
+VMAF is measured by the libvmaf filter where ffmpeg has it, and otherwise by
+the program itself.")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 # The libraries add themselves. ffmpeg is run as a program; without Qt's translations its own buttons are English.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

@@ -109,6 +109,9 @@ void addSettings(CLI::App &command, Arguments &arguments)
     addChoice(command, arguments, "--output", &Settings::outputMode, allOutputModes());
     addSetting(command, arguments, "--jobs", &Settings::parallelJobs, parseJobs);
     addSwitch(command, arguments, "status-page", &Settings::statusPage);
+    for (const bool value : {true, false})
+        command.add_flag_callback(value ? "--measure" : "--no-measure",
+                                  [&arguments, value] { arguments.measuresQuality = value; });
     command.add_flag("--defaults", arguments.startsFromDefaults);
     command.add_flag("--fresh", arguments.asksAnew);
 }
@@ -338,6 +341,8 @@ Einstellungen (für plan, convert, measure und clip; zuerst steht, was ohne Anga
   --defaults                                    von diesen Vorgaben ausgehen, nicht von den gespeicherten
   --codec hevcX265|av1SVT|keepVideo             Zielcodec, oder das Bild behalten
   --quality high|maximal|veryHigh|medium|small  Qualitätsstufe
+  --measure, --no-measure                       Qualität messen und für jede Datei den CRF-Wert suchen, der
+                                                das Ziel der Stufe erreicht; sonst gilt deren fester Wert
   --resolution original|p2160|p1440|p1080|p720|p576
                                                 größte Bildgröße
   --languages deu                               Tonspuren, die bleiben; mehrere: deu,eng; "" für keine

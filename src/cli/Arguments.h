@@ -31,6 +31,7 @@ struct Arguments {
     bool asksAnew = false;            // ffprobe, also for files that it has answered for
     std::vector<std::string> only;    // relative paths; "-": those on standard input, a line each
     bool isCodecChosen = false;       // by an option, not by default
+    std::optional<bool> measuresQuality;
 
     // Each option changes its part of the settings, in their order.
     std::vector<std::function<void(ConversionSettings &)>> overrides;

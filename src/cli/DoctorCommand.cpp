@@ -11,7 +11,6 @@
 #include "media/ByteFormat.h"
 #include "media/Log.h"
 #include "media/ProbeStore.h"
-#include "media/ProcessRunner.h"
 #include "media/Tools.h"
 #include "model/ProbeClip.h"
 #include "model/ToolReport.h"
@@ -36,25 +35,32 @@ void row(const std::string &name, const std::string &value, const std::string &r
                     remark.empty() ? "" : "  – " + remark);
 }
 
-std::string probeVersion(const fs::path &ffprobe, const std::stop_token &stop)
-{
-    const std::string text = Text::repaired(ProcessRunner::run(ffprobe, {"-version"}, stop).standardOutput);
-    return text.substr(0, text.find('\n'));
-}
-
 void tell(const ToolReport::Capability &capability)
 {
-    row(std::string(capability.name), capability.isThere ? Terminal::green("ja") : Terminal::red("nein"),
-        capability.isThere ? std::string(capability.use)
-                           : fmt::format("{}; {}", capability.use, capability.remedy));
+    row(std::string(capability.name),
+        capability.isThere      ? Terminal::green("ja")
+        : capability.isMissed() ? Terminal::red("nein")
+                                : "nein",
+        capability.isMissed() ? fmt::format("{}; {}", capability.use, capability.remedy)
+                              : std::string(capability.use));
 }
 
 void tellTools(const Tools &tools, const std::stop_token &stop)
 {
+    const std::string probeVersion = tools.probeVersion(stop, Asking::anew);
     row("ffmpeg", tools.ffmpeg.native(), tools.version);
-    row("ffprobe", tools.ffprobe.native(), probeVersion(tools.ffprobe, stop));
+    row("ffprobe", tools.ffprobe.native(), probeVersion.substr(0, probeVersion.find('\n')));
     for (const auto &capability : ToolReport::capabilities(tools))
         tell(capability);
+    row("Qualität messen", std::string(title(tools.measuring())),
+        std::string(ToolReport::explanation(tools.measuring())));
+}
+
+Tools locateTools(const std::stop_token &stop)
+{
+    Tools tools = Tools::locate(stop, Asking::anew);
+    tools.mayMeasure = UserDefaults::standard().measuresQuality().value_or(true);
+    return tools;
 }
 
 // What is there, and whether it may be changed.
@@ -95,7 +101,7 @@ int runDoctor(const Interrupt &interrupt)
     int status = ExitStatus::done;
     Terminal::print("{}\n", Terminal::bold("Werkzeuge"));
     try {
-        tellTools(Tools::locate(interrupt.token()), interrupt.token());
+        tellTools(locateTools(interrupt.token()), interrupt.token());
     } catch (const ToolError &error) {
         Terminal::print("  {}\n", Terminal::red(error.what()));
         status = ExitStatus::unusable;
@@ -109,6 +115,7 @@ int runDoctor(const Interrupt &interrupt)
     place("Protokoll", Paths::home() / "Library/Logs/Kestrel/Kestrel.log");
     place("Einstellungen", UserDefaults::standard().file());
     place("Analysen", ProbeStore::usualFile());
+    place("Werkzeuge", ToolAnswers::usualFile());
     place("Probeclips", ProbeClip::folder());
     if (const auto problem = SwapJournal::problem())
         row("Tauschvorgänge", Terminal::shown(SwapJournal::file().native()),

@@ -131,7 +131,7 @@ private:
         if (report.status == FileStatus::uploading)
             state = "wird hochgeladen";
         else if (report.status == FileStatus::analyzing)
-            state = fmt::format("Qualitätssuche {:>5}", Fmt::percent(fraction));
+            state = fmt::format("{} {:>5}", analysis(report.isSearch), Fmt::percent(fraction));
         else
             state = fmt::format("{}{:>5} {:>6} fps  noch {:>7}",
                                 width + 1 < widthForBar ? "" : bar(fraction) + " ", Fmt::percent(fraction),

@@ -5,6 +5,7 @@
 
 #include "cli/Commands.h"
 #include "cli/Json.h"
+#include "cli/RunReport.h"
 #include "cli/Session.h"
 #include "cli/Terminal.h"
 #include "format/Fmt.h"
@@ -62,10 +63,11 @@ int runMeasure(const Arguments &arguments, Interrupt &interrupt)
     AppModel &model = session.model();
     bool hasFailed = session.missing() > 0;
     const std::string key = model.settings().videoKey();
-    QObject::connect(&model, &AppModel::sampling, [](const FileItem &file, double fraction) {
+    const bool searches = model.tools()->measuring() != Measuring::nothing;
+    QObject::connect(&model, &AppModel::sampling, [searches](const FileItem &file, double fraction) {
         if (Terminal::isErrorTerminal())
-            Terminal::writeError(fmt::format("\rQualitätssuche {}: {}\x1b[K", Terminal::shown(file.name()),
-                                             Fmt::percent(fraction)));
+            Terminal::writeError(fmt::format("\r{} {}: {}\x1b[K", analysis(searches),
+                                             Terminal::shown(file.name()), Fmt::percent(fraction)));
     });
     QObject::connect(&model, &AppModel::sampled, [&](const FileItem &file) {
         clearProgress();
@@ -85,9 +87,10 @@ int runMeasure(const Arguments &arguments, Interrupt &interrupt)
     model.startSampling(arguments.count ? arguments.count : usual, std::nullopt);
     if (!model.isBusy())
         Terminal::complain("In diesem Ordner wird kein Video neu kodiert.");
-    else if (!model.tools()->hasVMAF)
-        Terminal::complain("Dieses ffmpeg hat keinen VMAF-Filter (libvmaf): gemessen werden nur Größe und "
-                           "Tempo bei der voreingestellten Qualität.");
+    else if (!searches)
+        Terminal::complain(
+            "Das Messen der Qualität ist abgeschaltet: gemessen werden nur Größe und Tempo bei "
+            "der voreingestellten Qualität.");
     session.waitUntilIdle();
     session.showTheEnd();
     return hasFailed ? ExitStatus::fileFailed : ExitStatus::done;

@@ -107,7 +107,7 @@ std::string describeState(const FileReport &report)
     case FileStatus::idle:
         return "abgebrochen";
     case FileStatus::analyzing:
-        return "Qualitätssuche";
+        return std::string(analysis(report.isSearch));
     case FileStatus::running:
         return "wird konvertiert";
     case FileStatus::uploading:
@@ -125,6 +125,11 @@ std::string describeState(const FileReport &report)
     return "gescheitert: " + Terminal::line(explained({report.text.value_or(""), report.isQuoted}));
 }
 
+std::string_view analysis(bool isSearch)
+{
+    return isSearch ? "Qualitätssuche" : "Probekodierung";
+}
+
 std::string_view id(FileStatus status)
 {
     constexpr std::array<std::string_view, 7> names{"idle", "analyzing", "running", "uploading",
@@ -138,6 +143,7 @@ std::optional<FileReport> FileReport::of(const FileItem &item)
     if (const auto *analyzing = std::get_if<Status::Analyzing>(&item.status)) {
         report.status = FileStatus::analyzing;
         report.fraction = analyzing->fraction;
+        report.isSearch = analyzing->isSearch;
     } else if (const auto *running = std::get_if<Status::Running>(&item.status)) {
         report.status = FileStatus::running;
         report.fraction = running->fraction;

@@ -23,6 +23,7 @@ struct FileReport {
     std::optional<std::filesystem::path> finalURL;
     std::optional<std::string> text; // why it failed, or what else is to be known
     bool isQuoted = false;           // in the bare words of a program
+    bool isSearch = false;           // analyzing: for the quality, not only a single measurement
 
     // Absent while the file waits for its turn.
     static std::optional<FileReport> of(const FileItem &item);
@@ -40,6 +41,9 @@ public:
 
 // "fertig, 1,2 GB → 500 MB (−58 %)"
 std::string describeState(const FileReport &report);
+
+// What is done to a film that is analyzed.
+std::string_view analysis(bool isSearch);
 
 // One JSON object a line.
 std::unique_ptr<RunReporter> makeJsonReporter();

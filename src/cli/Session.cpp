@@ -68,6 +68,9 @@ AppModel::Options optionsOf(const Arguments &arguments, Session::Access access,
     AppModel::Options options;
     const ConversionSettings stored = options.store.settings().value_or(ConversionSettings());
     options.settings = arguments.applied(arguments.startsFromDefaults ? ConversionSettings() : stored);
+    options.measuresQuality = arguments.measuresQuality      ? arguments.measuresQuality
+                              : arguments.startsFromDefaults ? std::optional(true)
+                                                             : std::nullopt;
     options.persists = false; // options hold for this run only
     options.changesFiles = access == Session::Access::changesFiles;
     options.servesStatusPage =

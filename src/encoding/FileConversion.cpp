@@ -69,7 +69,7 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
     if (!plan.isNoop)
         requirePlace(info.url, settings, root);
     if (plan.encodesVideo()) {
-        if (!sample || !sample->vmafTarget)
+        if (!sample || sample->isOutdated(tools.measuring()))
             sample = measure(plan, callbacks, stop);
         plan = Planner::planMeasured(info, settings, *sample, abilities);
     }

@@ -84,7 +84,7 @@ SqlBinding &operator<<(SqlBinding &binding, const File &file)
 {
     const auto &[size, modified, changed, device, inode, isRegular] = file.attributes;
     return binding << file.path.native() << static_cast<std::int64_t>(device)
-                   << static_cast<std::int64_t>(inode) << size << nanoseconds(modified);
+                   << static_cast<std::int64_t>(inode) << size << Files::nanoseconds(modified);
 }
 
 // The columns of one row, in their order.

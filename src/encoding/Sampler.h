@@ -32,11 +32,11 @@ struct Subject {
     CurrentRunner *current = nullptr; // through which others freeze the search; may be missing
 };
 
-// The quality search: at most four trial values. Without the libvmaf filter it is a single measurement
-// at the plan's value.
+// The quality search: at most four trial values. Where nothing measures it is a single measurement at the
+// plan's value.
 SampleResult search(const Subject &subject, const OnProgress &progress, std::stop_token stop);
 
-// A single measurement at the plan's value, scored where libvmaf is there.
+// A single measurement at the plan's value, scored where something measures.
 SampleResult measure(const Subject &subject, const OnProgress &progress, std::stop_token stop);
 
 // The CRF to try after these steps (at least one, the last with a score); absent when the search ends.

@@ -1,17 +1,13 @@
 #include "media/ProbeStore.h"
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <system_error>
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "platform/Paths.h"
 
 #include <sqlite3.h>
-#include <unistd.h>
 
 namespace kestrel {
 
@@ -20,8 +16,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::int64_t daysKept = 183;
-constexpr std::int64_t settledAge = 3'000'000'000; // nanoseconds; FAT counts in two seconds
-constexpr int patience = 200;                      // milliseconds that another process may hold the store
+constexpr int patience = 200; // milliseconds that another process may hold the store
 
 // The schema's number is in user_version; another one is made anew.
 constexpr int schema = 1;
@@ -39,20 +34,11 @@ std::int64_t today()
     return floor<days>(system_clock::now()).time_since_epoch().count();
 }
 
-bool isSettled(const Files::Attributes &attributes)
-{
-    const std::int64_t now = std::chrono::duration_cast<std::chrono::nanoseconds>(
-                                 std::chrono::system_clock::now().time_since_epoch())
-                                 .count();
-    return now - nanoseconds(attributes.changed) > settledAge &&
-           now - nanoseconds(attributes.modified) > settledAge;
-}
-
 SqlBinding &operator<<(SqlBinding &binding, const Files::Attributes &attributes)
 {
     return binding << static_cast<std::int64_t>(attributes.device)
                    << static_cast<std::int64_t>(attributes.inode) << attributes.size
-                   << nanoseconds(attributes.modified) << nanoseconds(attributes.changed);
+                   << Files::nanoseconds(attributes.modified) << Files::nanoseconds(attributes.changed);
 }
 
 } // namespace
@@ -87,10 +73,7 @@ ProbeStore::~ProbeStore()
 
 fs::path ProbeStore::usualFile()
 {
-    // Of this computer: several may share a home folder, and not the memory that the store needs.
-    std::array<char, 256> host{};
-    ::gethostname(host.data(), host.size() - 1);
-    return Paths::caches() / "Kestrel" / fmt::format("Analysen-{}.sqlite", host.data());
+    return Paths::cacheFile("Analysen", ".sqlite");
 }
 
 bool ProbeStore::open(const fs::path &file)
@@ -160,7 +143,7 @@ std::optional<std::string> ProbeStore::find(const fs::path &file, const Files::A
 
 void ProbeStore::add(const fs::path &file, const Files::Attributes &attributes, std::string answer)
 {
-    if (!isSettled(attributes))
+    if (!attributes.isSettled())
         return;
     const std::scoped_lock guard(m_lock);
     if (m_database == nullptr)

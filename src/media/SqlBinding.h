@@ -45,11 +45,7 @@ private:
     int m_count = 0;
 };
 
-// How a time is stored.
-inline std::int64_t nanoseconds(const timespec &time)
-{
-    return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
-}
+// A time that is stored in nanoseconds.
 inline timespec timeOf(std::int64_t nanoseconds)
 {
     constexpr std::int64_t second = 1'000'000'000;

@@ -3,9 +3,8 @@
 #include <array>
 #include <cstdlib>
 #include <string_view>
+#include <system_error>
 
-#include "media/ProcessRunner.h"
-#include "platform/Text.h"
 #include "platform/Wording.h"
 
 #include <unistd.h>
@@ -74,6 +73,12 @@ Measuring Tools::measuring() const
     return hasVMAF ? Measuring::filter : Measuring::builtIn;
 }
 
+std::string_view title(Measuring measuring)
+{
+    constexpr std::array<std::string_view, 3> titles{"abgeschaltet", "libvmaf von ffmpeg", "Eigene Messung"};
+    return titles[static_cast<std::size_t>(measuring)];
+}
+
 std::span<const fs::path> Tools::folders()
 {
     static const std::array<fs::path, 4> folders{"/opt/homebrew/bin", "/usr/local/bin", "/opt/local/bin",
@@ -81,23 +86,22 @@ std::span<const fs::path> Tools::folders()
     return folders;
 }
 
-Tools Tools::locate(std::stop_token stop)
+Tools Tools::locate(std::stop_token stop, Asking asking)
 {
-    return locate(folders(), std::move(stop));
+    return locate(folders(), std::move(stop), asking);
 }
 
-Tools Tools::locate(std::span<const fs::path> folders, std::stop_token stop)
+Tools Tools::locate(std::span<const fs::path> folders, std::stop_token stop, Asking asking)
 {
     Tools tools;
     tools.ffmpeg = find("ffmpeg", folders);
     tools.ffprobe = find("ffprobe", folders);
-    const auto ask = [&](const char *question) {
-        return Text::repaired(
-            ProcessRunner::run(tools.ffmpeg, {"-hide_banner", question}, stop).standardOutput);
-    };
-    const std::string encoders = ask("-encoders");
-    const std::string filters = ask("-filters");
-    const std::string version = ask("-version");
+    const auto answers =
+        ToolAnswers(ToolAnswers::usualFile())
+            .ask(tools.ffmpeg,
+                 {{"-hide_banner", "-encoders"}, {"-hide_banner", "-filters"}, {"-hide_banner", "-version"}},
+                 asking, stop);
+    const std::string &encoders = answers[0], &filters = answers[1], &version = answers[2];
     tools.version = firstLine(version);
     tools.keepsTurnInMatroska = libraryVersion(version, "libavformat") >= turningMatroska;
     if (tools.version.empty())
@@ -106,6 +110,15 @@ Tools Tools::locate(std::span<const fs::path> folders, std::stop_token stop)
     tools.hasSVTAV1 = encoders.find("libsvtav1") != std::string::npos;
     tools.hasVMAF = filters.find("libvmaf") != std::string::npos;
     return tools;
+}
+
+std::string Tools::probeVersion(std::stop_token stop, Asking asking) const
+{
+    try {
+        return ToolAnswers(ToolAnswers::usualFile()).ask(ffprobe, {{"-version"}}, asking, stop)[0];
+    } catch (const std::system_error &) {
+        return {};
+    }
 }
 
 } // namespace kestrel

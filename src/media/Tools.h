@@ -5,6 +5,9 @@
 #include <stdexcept>
 #include <stop_token>
 #include <string>
+#include <string_view>
+
+#include "media/ToolAnswers.h"
 
 namespace kestrel {
 
@@ -34,6 +37,7 @@ enum class Measuring {
     filter,  // ffmpeg's libvmaf
     builtIn, // the program itself
 };
+std::string_view title(Measuring measuring); // German
 
 // The located programs and what this ffmpeg was built with.
 struct Tools {
@@ -51,10 +55,14 @@ struct Tools {
 
     // The folders that are searched, in their order; $PATH is not consulted.
     static std::span<const std::filesystem::path> folders();
-    // Looks for both programs and asks ffmpeg for its capabilities; blocks for three short runs. Throws
-    // ToolError::notFound, or std::system_error when ffmpeg cannot be started.
-    static Tools locate(std::stop_token stop);
-    static Tools locate(std::span<const std::filesystem::path> folders, std::stop_token stop);
+    // Looks for both programs and asks ffmpeg for its capabilities; blocks for three short runs, unless
+    // ToolAnswers has the answers. Throws ToolError::notFound, or std::system_error when ffmpeg cannot be
+    // started.
+    static Tools locate(std::stop_token stop, Asking asking = Asking::unlessKnown);
+    static Tools locate(std::span<const std::filesystem::path> folders, std::stop_token stop,
+                        Asking asking = Asking::unlessKnown);
+    // What ffprobe says of itself and its libraries; empty where it does not answer.
+    std::string probeVersion(std::stop_token stop, Asking asking = Asking::unlessKnown) const;
 };
 
 } // namespace kestrel

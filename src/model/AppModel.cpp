@@ -53,6 +53,8 @@ AppModel::AppModel(Options options)
     : m_options(std::move(options)),
       m_settings(m_options.settings ? *m_options.settings
                                     : m_options.store.settings().value_or(ConversionSettings())),
+      m_measuresQuality(m_options.measuresQuality ? *m_options.measuresQuality
+                                                  : m_options.store.measuresQuality().value_or(true)),
       m_sleepInhibitor([] {
           Log::write("Der Ruhezustand lässt sich hier nicht verhindern: Kein Dienst dafür antwortet.");
       })
@@ -106,6 +108,7 @@ void AppModel::takeTools(Located located)
         return;
     }
     m_tools = std::move(located.tools);
+    m_tools->mayMeasure = m_measuresQuality;
     if (!supports(*m_tools, m_settings.codec)) {
         ConversionSettings possible = m_settings;
         possible.codec = VideoCodecChoice::keepVideo;
@@ -136,6 +139,18 @@ void AppModel::setSettings(const ConversionSettings &settings)
     applyStatusServer();
     recompute();
     emit settingsChanged();
+}
+
+void AppModel::setMeasuresQuality(bool measures)
+{
+    if (measures == m_measuresQuality)
+        return;
+    m_measuresQuality = measures;
+    if (m_options.persists)
+        m_options.store.setMeasuresQuality(measures);
+    if (m_tools)
+        m_tools->mayMeasure = measures;
+    emit toolsChanged();
 }
 
 void AppModel::open(const std::filesystem::path &folder)

@@ -53,6 +53,7 @@ public:
     struct Options {
         UserDefaults store = UserDefaults::standard();
         std::optional<ConversionSettings> settings;          // instead of the stored ones
+        std::optional<bool> measuresQuality;                 // likewise
         std::vector<std::filesystem::path> toolFolders;      // where ffmpeg is; the usual places where empty
         bool persists = true;                                // settings and last folder
         bool changesFiles = true;                            // else nothing is repaired or tidied up
@@ -108,6 +109,9 @@ public:
     // Valid until the library changes.
     const Totals &totals() const { return m_library.totals(); }
     void setSettings(const ConversionSettings &settings);
+    // Whether films get a quality search, or else a fixed CRF; a run that lasts keeps what it began with.
+    bool measuresQuality() const { return m_measuresQuality; }
+    void setMeasuresQuality(bool measures);
     void clearMessage() { setMessage(std::nullopt); }
 
     void startConversion();
@@ -145,7 +149,7 @@ public:
     bool isRunOfLibrary() const { return m_isRunOfLibrary; }
 
 signals:
-    void toolsChanged();
+    void toolsChanged();  // located, not found, or what measures
     void folderChanged(); // the folder, or what is known of its storage
     void settingsChanged();
     void repaired(const std::string &message); // an interrupted swap; German
@@ -191,6 +195,7 @@ private:
     std::optional<StorageLocation> m_storage;
     Library m_library;
     ConversionSettings m_settings;
+    bool m_measuresQuality = true;
     Activity m_activity;
     bool m_isPaused = false;
     bool m_isStopping = false;

@@ -129,7 +129,7 @@ void AppModel::startSampling(std::optional<std::size_t> count, const std::option
 {
     if (isBusy() || !m_tools)
         return;
-    const auto files = SamplingRun::choose(m_library, m_settings, count, only);
+    const auto files = SamplingRun::choose(m_library, m_settings, m_tools->measuring(), count, only);
     if (files.empty())
         return setMessage(
             only ? "Für diese Datei wird kein Video neu kodiert."

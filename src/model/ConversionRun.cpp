@@ -96,8 +96,11 @@ ConversionRun::Outcome ConversionRun::convert(FileConversion &conversion, FileIt
         m_outbox.discard(item); // however short a state is, it is told, and in its turn
         m_mailbox.post([this, item, progress] { apply({{item, progress}}); });
     };
+    const bool searches = m_request.tools.measuring() != Measuring::nothing;
     const FileConversion::Callbacks callbacks{
-        [&](double fraction) { report({Status::Analyzing{fraction}}); },
+        [&](double fraction) {
+            report({Status::Analyzing{fraction, searches}});
+        },
         [&](const SampleResult &sample) {
             m_mailbox.post(
                 [this, item, sample] { m_library.setSample(*item, m_request.settings.videoKey(), sample); });

@@ -11,7 +11,6 @@
 #include "media/Log.h"
 #include "media/ProbeSupplement.h"
 #include "media/Prober.h"
-#include "media/ProcessRunner.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
@@ -24,14 +23,10 @@ namespace {
 constexpr std::size_t probesAtOnce = 8;
 
 // What a stored answer depends on: what ffprobe says of itself and its libraries, and what we add to it.
-std::string versionOf(const std::filesystem::path &ffprobe, const std::stop_token &stop)
+std::string versionOf(const Tools &tools, const std::stop_token &stop)
 {
-    try {
-        const std::string answer = ProcessRunner::run(ffprobe, {"-version"}, stop).standardOutput;
-        return answer.empty() ? answer : answer + std::to_string(ProbeSupplement::version);
-    } catch (const std::exception &) {
-        return {};
-    }
+    const std::string answer = tools.probeVersion(stop);
+    return answer.empty() ? answer : answer + std::to_string(ProbeSupplement::version);
 }
 
 } // namespace
@@ -128,7 +123,7 @@ bool FolderScan::repair(const std::stop_token &stop)
 
 void FolderScan::probeAll(const FileList &files, const std::stop_token &stop)
 {
-    ProbeStore store(ProbeStore::usualFile(), versionOf(m_request.tools.ffprobe, stop));
+    ProbeStore store(ProbeStore::usualFile(), versionOf(m_request.tools, stop));
     std::atomic<std::size_t> next = 0;
     const auto probeSome = [&] {
         for (std::size_t i = 0; (i = next++) < files.size() && !stop.stop_requested();)

@@ -12,6 +12,7 @@ namespace Status {
 
 struct Analyzing { // the quality search
     double fraction = 0;
+    bool isSearch = true; // else a single measurement, as nothing measures the quality
     bool operator==(const Analyzing &) const = default;
 };
 struct Running { // being converted

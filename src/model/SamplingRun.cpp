@@ -13,7 +13,7 @@
 namespace kestrel {
 
 std::vector<FileItem *> SamplingRun::choose(const Library &library, const ConversionSettings &settings,
-                                            std::optional<std::size_t> count,
+                                            Measuring measuring, std::optional<std::size_t> count,
                                             const std::optional<Library::Ids> &only)
 {
     const std::string key = settings.videoKey();
@@ -21,7 +21,9 @@ std::vector<FileItem *> SamplingRun::choose(const Library &library, const Conver
     std::vector<FileItem *> candidates = library.filesInTableOrder();
     std::erase_if(candidates, [&](const FileItem *item) {
         const bool isMeasurable = item->isCounted() && item->plan && item->plan->encodesVideo();
-        return !isMeasurable || item->sample(key) != nullptr || (only && !wanted.contains(item->id));
+        const SampleResult *sample = item->sample(key);
+        const bool isMeasured = sample != nullptr && !sample->isOutdated(measuring);
+        return !isMeasurable || isMeasured || (only && !wanted.contains(item->id));
     });
     const std::size_t total = candidates.size();
     const std::size_t chosen = std::min(count.value_or(total), total);

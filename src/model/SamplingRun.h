@@ -28,9 +28,10 @@ public:
     };
 
     // So many of the files that are worth measuring, spread evenly over the table, or all of them; of the
-    // whole library or of the given rows. Not those that have been measured with these settings.
+    // whole library or of the given rows. Not those that have been measured with these settings as well as
+    // it can be done now.
     static std::vector<FileItem *> choose(const Library &library, const ConversionSettings &settings,
-                                          std::optional<std::size_t> count,
+                                          Measuring measuring, std::optional<std::size_t> count,
                                           const std::optional<Library::Ids> &only);
 
     // `library` holds the files and outlives the run.

@@ -10,10 +10,18 @@ std::array<Capability, 3> capabilities(const Tools &tools)
     return {{
         {"libx265", tools.hasX265, "HEVC kodieren", installCommand},
         {"libsvtav1", tools.hasSVTAV1, "AV1 kodieren", installCommand},
-        {"libvmaf", tools.hasVMAF, "Qualität messen und den CRF-Wert suchen",
-         "Debians ffmpeg hat den Filter nicht: ein ffmpeg mit libvmaf nach /usr/local/bin legen (siehe "
-         "„man kestrel“)"},
+        {"libvmaf",
+         tools.hasVMAF,
+         tools.hasVMAF ? "Qualität messen" : "wird nicht gebraucht: Kestrel misst selbst",
+         {}},
     }};
+}
+
+std::string_view explanation(Measuring measuring)
+{
+    return measuring == Measuring::nothing
+               ? "jede Datei bekommt den festen CRF-Wert ihrer Qualitätsstufe"
+               : "sucht für jede Datei den CRF-Wert, der das VMAF-Ziel ihrer Qualitätsstufe erreicht";
 }
 
 } // namespace kestrel::ToolReport

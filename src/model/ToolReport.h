@@ -5,16 +5,20 @@
 
 #include "media/Tools.h"
 
-// What the located ffmpeg is able to do, and how to get what it lacks; in German.
+// What the located ffmpeg is able to do, how to get what it lacks, and what measuring does; in German.
 namespace kestrel::ToolReport {
 
 struct Capability {
     std::string_view name;
     bool isThere;
     std::string_view use;
-    std::string_view remedy; // where it is missing
+    std::string_view remedy; // where it is missing; empty where nobody needs it
+
+    bool isMissed() const { return !isThere && !remedy.empty(); }
 };
 
 std::array<Capability, 3> capabilities(const Tools &tools);
+
+std::string_view explanation(Measuring measuring);
 
 } // namespace kestrel::ToolReport

@@ -13,7 +13,8 @@ namespace kestrel {
 namespace {
 
 constexpr const char *identifier = "app.kestrel.Kestrel";
-constexpr const char *settingsKey = "settings", *lastFolderKey = "lastFolder", *statusPortKey = "statusPort";
+constexpr const char *settingsKey = "settings", *lastFolderKey = "lastFolder", *statusPortKey = "statusPort",
+                     *measuresKey = "measuresQuality";
 
 // Where QSettings keeps a suite, too.
 std::filesystem::path fileOf(const std::string &suite)
@@ -81,6 +82,19 @@ std::optional<std::string> UserDefaults::statusPort() const
 {
     const QVariant value = openSuite(m_suite).value(statusPortKey);
     return value.isValid() ? std::optional(value.toString().toStdString()) : std::nullopt;
+}
+
+std::optional<bool> UserDefaults::measuresQuality() const
+{
+    const QString value = openSuite(m_suite).value(measuresKey).toString();
+    if (value == QLatin1String("true"))
+        return true;
+    return value == QLatin1String("false") ? std::optional(false) : std::nullopt;
+}
+
+void UserDefaults::setMeasuresQuality(bool measures)
+{
+    openSuite(m_suite).setValue(measuresKey, measures);
 }
 
 void UserDefaults::setLastFolder(const std::filesystem::path &folder)

@@ -26,6 +26,8 @@ public:
     void setSettings(const ConversionSettings &settings);
     std::optional<std::filesystem::path> lastFolder() const;
     std::optional<std::string> statusPort() const; // as somebody has written it
+    std::optional<bool> measuresQuality() const;
+    void setMeasuresQuality(bool measures);
     void setLastFolder(const std::filesystem::path &folder);
 
 private:

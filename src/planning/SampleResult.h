@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "media/Tools.h"
+
 namespace kestrel {
 
 namespace Sampler {
@@ -12,7 +14,7 @@ namespace Sampler {
 struct Step {
     int value = 0;                         // the CRF tried
     double bitrate = 0;                    // bits per second
-    std::optional<double> vmaf, vmafWorst; // mean and worst segment; absent without libvmaf
+    std::optional<double> vmaf, vmafWorst; // mean and worst segment; absent where nothing measures
     double megapixelsPerSecond = 0;        // encoding throughput
     double seconds = 0;                    // media time of the segments
 
@@ -38,6 +40,8 @@ struct SampleResult {
     // The video would hardly shrink at the quality that was searched for: the measured rate is at least
     // nine tenths of the source's (bits per second).
     bool hardlySaves(double sourceBitrate) const { return 0.9 * sourceBitrate <= videoBitrate; }
+    // It was made while nothing measured, and now something does: a search has more to say of the film.
+    bool isOutdated(Measuring measuring) const { return measuring != Measuring::nothing && !vmafTarget; }
     // It tells how far the guesses for other files are off.
     bool calibrates() const { return heuristicBitrate > 0; }
 };

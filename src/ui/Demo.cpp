@@ -29,6 +29,7 @@ AppModel::Options harmless()
     options.store = UserDefaults::testSuite();
     options.settings = ConversionSettings();
     options.settings->parallelJobs = 4; // as the simulated run has
+    options.measuresQuality = true;
     options.persists = false;
     options.changesFiles = false;
     return options;
@@ -71,6 +72,7 @@ SampleResult madeUpSample(const FileItem &item)
     sample.heuristicBitrate = item.estimate->videoBytes * 8 / std::max(1.0, item.info->playTime());
     sample.megapixelsPerSecond = 66;
     sample.measuredSeconds = std::min(30.0, item.info->playTime());
+    sample.scorer = title(Measuring::builtIn);
     return sample;
 }
 

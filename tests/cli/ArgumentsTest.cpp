@@ -70,5 +70,14 @@ TEST_F(ArgumentsTest, aDemonstrationHasItsFolders)
     EXPECT_TRUE(parse({"--demo", "Filme", "--dark", "--snapshots", "Bilder"}).isDark);
 }
 
+TEST_F(ArgumentsTest, measuringIsDecidedHereOrByTheStoredSetting)
+{
+    for (const char *command : {"plan", "convert", "measure", "clip"}) {
+        EXPECT_EQ(parse({command, "x", "--measure"}).measuresQuality, true) << command;
+        EXPECT_EQ(parse({command, "x", "--no-measure"}).measuresQuality, false) << command;
+        EXPECT_EQ(parse({command, "x"}).measuresQuality, std::nullopt) << command;
+    }
+}
+
 } // namespace
 } // namespace kestrel::test

@@ -3,13 +3,16 @@
 #include "cli/Program.h"
 
 #include <chrono>
+#include <fstream>
 #include <map>
 #include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "cli/RunReport.h"
 #include "encoding/SwapJournal.h"
+#include "media/ToolAnswers.h"
 #include "model/UserDefaults.h"
 #include "support/Clips.h"
 #include "support/Http.h"
@@ -26,13 +29,19 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-// A port of its own for this process's programs: several tests run side by side.
-class OwnPort : public testing::Environment {
+// What this process's programs find stored: a port of their own, because several tests run side by side, and
+// nothing is measured, so that a test that is not about the quality search is quick.
+class OwnDefaults : public testing::Environment {
 public:
-    void SetUp() override { useStatusPort(number = freePort()); }
-    static inline std::uint16_t number = 0;
+    void SetUp() override { store(); }
+    static void store()
+    {
+        useStatusPort(port = freePort());
+        UserDefaults::standard().setMeasuresQuality(false);
+    }
+    static inline std::uint16_t port = 0;
 };
-const auto *const ownPort = testing::AddGlobalTestEnvironment(new OwnPort);
+const auto *const ownDefaults = testing::AddGlobalTestEnvironment(new OwnDefaults);
 
 TEST(Program, saysWhatIsWrongWithACall)
 {
@@ -306,6 +315,62 @@ TEST(Program, measuresAndSaysWhatItChose)
     EXPECT_THAT(names(sandbox.path()), ElementsAre("a.mkv", "b.mkv", "c.mkv"));
 }
 
+TEST(Program, whereNothingMeasuresThereIsNoSearch)
+{
+    const Sandbox sandbox;
+    sandbox.put(Clips::film(), "a.mkv");
+    const auto measure = kestrel({"measure", sandbox.path(), "--json", "--measure", "--no-measure"});
+    EXPECT_THAT(
+        measure.standardError,
+        HasSubstr("Das Messen der Qualität ist abgeschaltet: gemessen werden nur Größe und Tempo bei der "
+                  "voreingestellten Qualität.\n"));
+    const auto results = lines(measure.standardOutput);
+    ASSERT_EQ(results.size(), 1U);
+    EXPECT_TRUE(results[0]["vmafTarget"].is_null() && results[0]["vmafMean"].is_null());
+    EXPECT_EQ(results[0]["qualityValue"], 23);
+
+    const auto convert = kestrel({"convert", sandbox.path(), "--quality", "small"});
+    EXPECT_THAT(convert.standardOutput, HasSubstr("a.mkv: Probekodierung\na.mkv: wird konvertiert\n"));
+    EXPECT_THAT(convert.standardOutput, Not(HasSubstr("Qualitätssuche")));
+    EXPECT_THAT(readFile(home() / "Library/Logs/Kestrel/Kestrel.log"),
+                HasSubstr("Qualitätssuche a.mkv: CRF 28, "));
+
+    EXPECT_THAT(kestrel({"doctor"}).standardOutput,
+                ContainsRegex("Qualität messen +abgeschaltet  – jede Datei bekommt den festen CRF-Wert"));
+    UserDefaults::standard().setMeasuresQuality(true);
+    EXPECT_THAT(
+        kestrel({"doctor"}).standardOutput,
+        ContainsRegex("Qualität messen +(Eigene Messung|libvmaf von ffmpeg)  – sucht für jede Datei"));
+    UserDefaults::standard().setMeasuresQuality(false);
+
+    FileItem film(sandbox / "a.mkv", sandbox.path());
+    film.status = Status::Analyzing{0.5};
+    EXPECT_EQ(describeState(*FileReport::of(film)), "Qualitätssuche");
+}
+
+TEST(Program, aStartDoesNotAskToolsThatAreKnown)
+{
+    const Sandbox sandbox;
+    sandbox.put(Clips::film(), "a.mkv");
+    const auto canEncode = [&] {
+        return kestrel({"plan", sandbox.path(), "--codec", "hevcX265"}).status == 0;
+    };
+    const fs::path file = ToolAnswers::usualFile();
+    fs::remove(file);
+    EXPECT_TRUE(canEncode());
+    std::string answers = readFile(file);
+    EXPECT_THAT(answers, HasSubstr("ffprobe version"));
+    const std::string encoder = "libx265";
+    for (auto at = answers.find(encoder); at != std::string::npos; at = answers.find(encoder))
+        answers.replace(at, encoder.size(), "nothing");
+    std::ofstream(file) << answers;
+    EXPECT_FALSE(canEncode()) << "what is known is believed";
+    EXPECT_THAT(kestrel({"doctor"}).standardOutput, ContainsRegex("libx265 +ja"));
+    EXPECT_TRUE(canEncode()) << "the doctor has asked";
+    std::ofstream(file) << answers.substr(0, answers.size() / 2);
+    EXPECT_TRUE(canEncode()) << "damaged";
+}
+
 TEST(Program, takesOnlyTheFilesThatAreNamed)
 {
     const Sandbox sandbox;
@@ -351,6 +416,7 @@ TEST(Program, startsFromTheStoredSettingsAndStoresNone)
     EXPECT_EQ(UserDefaults::standard().settings(), stored);
     EXPECT_EQ(UserDefaults::standard().lastFolder(), std::nullopt);
     fs::remove(UserDefaults::standard().file());
+    OwnDefaults::store();
 }
 
 TEST(Program, makesAClip)
@@ -378,7 +444,7 @@ TEST(Program, showsARunToABrowserFromItsFirstToItsLastSecond)
     std::vector<std::string> states;
     std::jthread browser([&](const std::stop_token &stop) {
         for (; !stop.stop_requested(); std::this_thread::sleep_for(std::chrono::milliseconds(150)))
-            if (const std::string answer = httpGet(OwnPort::number, "/status.json"); !answer.empty()) {
+            if (const std::string answer = httpGet(OwnDefaults::port, "/status.json"); !answer.empty()) {
                 const std::string state = Json::parse(answer.substr(answer.find("\r\n\r\n"))).at("state");
                 if (states.empty() || states.back() != state)
                     states.push_back(state);
@@ -389,14 +455,14 @@ TEST(Program, showsARunToABrowserFromItsFirstToItsLastSecond)
     browser.join();
     EXPECT_EQ(output.status, 0);
     EXPECT_THAT(output.standardError, ContainsRegex("Fortschritt im Browser: http://[^ ]+:" +
-                                                    std::to_string(OwnPort::number) + "\n"));
+                                                    std::to_string(OwnDefaults::port) + "\n"));
     ASSERT_GE(states.size(), 2U);
     EXPECT_THAT(std::vector(states.end() - 2, states.end()), ElementsAre("converting", "finished"));
 
     EXPECT_THAT(convert({"--codec", "keepVideo", "--no-status-page"}).standardError,
                 Not(HasSubstr("Browser")));
 
-    const FileDescriptor taken = listener(OwnPort::number);
+    const FileDescriptor taken = listener(OwnDefaults::port);
     const auto elsewhere = convert({"--codec", "keepVideo"});
     EXPECT_EQ(elsewhere.status, 0);
     EXPECT_THAT(elsewhere.standardError, HasSubstr("ist schon belegt – läuft Kestrel ein zweites Mal?"));

@@ -19,7 +19,7 @@ protected:
     // (both in tenths). Asked for CRFs are noted in the toolbox.
     void scoringFFmpeg(int at23, int slope)
     {
-        tools.hasVMAF = true;
+        tools.hasVMAF = tools.mayMeasure = true;
         ffmpeg("crf=" + quoted(toolbox / "crf") + "\n" +
                R"(for word; do
   case $previous in -crf) echo $word >> $crf;; esac
@@ -98,6 +98,30 @@ TEST_F(FileConversionTest, aKnownSampleIsUsedAndNotMeasuredAgain)
     const auto result = run(probe(folder.put(Clips::film(), "Film.mkv")), sample);
     EXPECT_FALSE(measured);
     EXPECT_EQ(readFile(toolbox / "crf"), "31\n");
+}
+
+TEST_F(FileConversionTest, aSampleWithoutATargetIsEnoughUntilSomethingMeasures)
+{
+    scoringFFmpeg(980, 6);
+    settings.quality = QualityLevel::high;
+    tools.mayMeasure = false;
+    const fs::path film = folder.put(Clips::film(), "Film.mkv");
+    run(probe(film));
+    ASSERT_TRUE(measured);
+    const SampleResult unscored = *measured;
+    EXPECT_FALSE(unscored.vmafTarget || unscored.vmafMean);
+    EXPECT_EQ(readFile(toolbox / "crf"), "23\n23\n");
+
+    folder.put(Clips::film(), "Film.mkv");
+    run(probe(film), unscored);
+    EXPECT_FALSE(measured);
+    EXPECT_EQ(readFile(toolbox / "crf"), "23\n23\n23\n");
+
+    tools.mayMeasure = true;
+    folder.put(Clips::film(), "Film.mkv");
+    run(probe(film), unscored);
+    ASSERT_TRUE(measured);
+    EXPECT_EQ(measured->vmafTarget, 95.0);
 }
 
 TEST_F(FileConversionTest, aFilmThatWouldHardlyShrinkIsLeftAsItIs)
@@ -216,7 +240,7 @@ TEST_F(FileConversionTest, tellsWhyInGerman)
     info.duration = 2;
     ffmpeg("echo kaputt >&2; exit 1");
     EXPECT_EQ(failure(info), "Qualitätssuche fehlgeschlagen: Probekodierung fehlgeschlagen: kaputt");
-    tools.hasVMAF = true;
+    tools.hasVMAF = tools.mayMeasure = true;
     ffmpeg("case \"$*\" in *libvmaf*) echo kein Modell >&2; exit 0;; esac; exec /usr/bin/ffmpeg \"$@\"");
     EXPECT_EQ(failure(info), "Qualitätssuche fehlgeschlagen: VMAF-Messung fehlgeschlagen: kein Modell");
     fs::remove(film);

@@ -65,6 +65,16 @@ END)");
                 "case \"$2\" in -encoders) echo '" + encoders +
                     "'; exit;; -filters|-version) exit;; esac\nfor last; do :; done\n" + body);
     }
+    // The same with a libvmaf filter that finds this score; then the quality is measured.
+    void scoringFfmpeg(const std::string &body, const std::string &vmaf = "95.2")
+    {
+        ffmpeg(
+            "case \"$*\" in *libvmaf=*) log=${*#*log_path=}; echo '{\"pooled_metrics\":{\"vmaf\":{\"mean\":" +
+            vmaf + "}}}' > \"${log%%:*}\"; exit;; esac\n" + body);
+        const std::string text = readFile(toolbox / "ffmpeg");
+        standIn(toolbox, "ffmpeg", "[ \"$2\" = -filters ] && { echo libvmaf; exit; }\n" + text);
+        measuresQuality = true;
+    }
     // What a conversion needs to end well: as many bytes as the original has, in tenths.
     static std::string writes(int tenths)
     {
@@ -80,6 +90,8 @@ END)");
     AppModel &start(AppModel::Options options = {})
     {
         options.toolFolders = {toolbox.path()};
+        if (!options.measuresQuality)
+            options.measuresQuality = measuresQuality;
         model = std::make_unique<AppModel>(std::move(options));
         EXPECT_TRUE(eventually([&] { return model->tools() || model->toolError(); }));
         return *model;
@@ -108,6 +120,8 @@ END)");
         model->recompute();
     }
 
+    // Off, so that a test that is not about the quality search is quick; absent: what is stored.
+    std::optional<bool> measuresQuality = false;
     Sandbox folder, toolbox;
     std::unique_ptr<AppModel> model;
 };

@@ -58,6 +58,61 @@ TEST_F(SamplingTest, filesAreSpreadOverTheLibraryAndTakenOnce)
     EXPECT_EQ(item("3.mkv").samples.size(), 2U) << "the old one stays";
 }
 
+TEST_F(SamplingTest, aSampleWithoutATargetIsEnoughUntilSomethingMeasures)
+{
+    film("a.mkv");
+    film("b.mkv");
+    scoringFfmpeg("head -c 100000 /dev/zero > \"$last\"");
+    measuresQuality = false;
+    startAndScan();
+    const std::string key = model->settings().videoKey();
+    giveSample("b.mkv"); // with a target
+    model->startSampling({}, {});
+    EXPECT_EQ(model->activity().total, 1U) << "the searched one is enough";
+    EXPECT_TRUE(idle());
+    EXPECT_FALSE(item("a.mkv").sample(key)->vmafTarget);
+    model->startSampling({}, {});
+    EXPECT_EQ(model->message(),
+              "Für diese Einstellungen liegen schon Stichproben vor (oder es wird nichts neu kodiert).");
+
+    model->setMeasuresQuality(true);
+    model->startSampling({}, {});
+    EXPECT_EQ(model->activity().total, 1U);
+    model->setMeasuresQuality(false); // of the next run
+    EXPECT_TRUE(idle());
+    EXPECT_EQ(item("a.mkv").sample(key)->vmafTarget, 95.0);
+    EXPECT_NEAR(*item("a.mkv").sample(key)->vmafMean, 95.2, 1e-9);
+    model->startSampling({}, {});
+    EXPECT_FALSE(model->isBusy());
+}
+
+TEST_F(SamplingTest, whetherQualityIsMeasuredIsStoredApartFromTheSettings)
+{
+    measuresQuality.reset();
+    start();
+    EXPECT_TRUE(model->measuresQuality()) << "from the start";
+    EXPECT_EQ(model->tools()->measuring(), Measuring::builtIn);
+    const std::string key = model->settings().videoKey();
+    int changes = 0;
+    QObject::connect(model.get(), &AppModel::toolsChanged, [&] { ++changes; });
+    model->setMeasuresQuality(false);
+    model->setMeasuresQuality(false);
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(model->tools()->measuring(), Measuring::nothing);
+    EXPECT_EQ(model->settings().videoKey(), key);
+    EXPECT_EQ(UserDefaults::standard().settings(), std::nullopt);
+
+    start();
+    EXPECT_FALSE(model->measuresQuality());
+    EXPECT_EQ(model->tools()->measuring(), Measuring::nothing);
+    start({.measuresQuality = true, .persists = false});
+    EXPECT_TRUE(model->measuresQuality());
+    EXPECT_EQ(UserDefaults::standard().measuresQuality(), false) << "for this start only";
+    std::ofstream(UserDefaults::standard().file()) << "[General]\nmeasuresQuality=vielleicht\n";
+    start();
+    EXPECT_TRUE(model->measuresQuality());
+}
+
 TEST_F(SamplingTest, aFailureIsToldAndTheOthersGoOn)
 {
     film("a.mkv");

@@ -233,7 +233,10 @@ TEST(DetailText, listsTheStepsOfASearchByCrf)
     const auto measured = SearchText::search(unscored, {});
     EXPECT_FALSE(measured.hasScores);
     EXPECT_EQ(measured.rows[0].speed.toStdString(), "–");
-    EXPECT_THAT(measured.summary.toStdString(), HasSubstr("libvmaf"));
+    EXPECT_THAT(measured.summary.toStdString(), HasSubstr("weil das Messen abgeschaltet war"));
+    SampleResult scored = aSearch();
+    scored.scorer = "Eigene Messung 1";
+    EXPECT_THAT(SearchText::search(scored, {}).summary.toStdString(), testing::EndsWith("Eigene Messung 1"));
 }
 
 TEST(DetailText, hasACommandOnlyWhereSomethingIsToBeDone)

@@ -16,6 +16,7 @@ protected:
         standIn(toolbox, "ffmpeg",
                 "case \"$2\" in -encoders) echo libx265 libsvtav1;; -filters) echo libvmaf;;\n"
                 "-version) echo ffmpeg version 7; esac");
+        measuresQuality = true;
     }
     SettingsPanel &show(AppModel::Options options = {})
     {

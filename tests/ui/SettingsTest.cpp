@@ -150,15 +150,22 @@ TEST_F(SettingsTest, qualityNamesItsTarget)
     choose(picker("Qualität"), 4);
     EXPECT_THAT(texts(*panel), Contains("Ziel ca. 92,5" + rest));
     EXPECT_THAT(*panel, says("Sichtbar weicher, Details und Körnung gehen verloren."));
-    EXPECT_THAT(*panel, Not(says("libvmaf")));
+    EXPECT_THAT(texts(*panel), Contains("Verfahren: libvmaf von ffmpeg"));
 }
 
-TEST_F(SettingsTest, withoutLibvmafTheFixedValueIsNamedInstead)
+TEST_F(SettingsTest, whereNothingMeasuresTheFixedValueIsNamedInstead)
 {
+    measuresQuality = true;
     show();
-    EXPECT_THAT(texts(*panel), Contains("Jede Datei bekommt den festen Wert CRF 23, weil diesem ffmpeg zum "
-                                        "Messen libvmaf fehlt."));
+    const char *warning =
+        "Jede Datei bekommt den festen Wert CRF 23, weil das Messen der Qualität abgeschaltet ist.";
+    EXPECT_THAT(texts(*panel), Contains("Verfahren: Eigene Messung"));
+    EXPECT_THAT(*panel, says("Ziel ca. 95 VMAF"));
+    EXPECT_THAT(texts(*panel), Not(Contains(warning)));
+    model->setMeasuresQuality(false);
+    EXPECT_THAT(texts(*panel), Contains(warning));
     EXPECT_THAT(*panel, Not(says("Ziel ca.")));
+    EXPECT_THAT(*panel, Not(says("Verfahren")));
     click(card("AV1"));
     choose(picker("Qualität"), 4);
     EXPECT_THAT(*panel, says("den festen Wert CRF 32"));
@@ -181,7 +188,8 @@ TEST_F(SettingsTest, whereTheVideoIsKeptQualityAndResolutionTellWhyTheyDoNothing
         EXPECT_THAT(*panel, says(reason + " und behält seine Qualität."));
         EXPECT_THAT(*panel, says(reason + " und behält seine Auflösung."));
         EXPECT_THAT(*panel, Not(says("VMAF")));
-        EXPECT_THAT(*panel, Not(says("libvmaf")));
+        EXPECT_THAT(*panel, Not(says("Verfahren")));
+        EXPECT_THAT(*panel, Not(says("Messen der Qualität")));
         click(card("AV1"));
         EXPECT_TRUE(picker("Qualität").isEnabled());
         EXPECT_TRUE(picker("Zielauflösung").isEnabled());

@@ -103,8 +103,40 @@ TEST_F(SettingsWindowTest, namesFfmpegAndWhatItCan)
     EXPECT_THAT(texts(*window), Contains("libx265 vorhanden"));
     EXPECT_THAT(texts(*window), Contains("libsvtav1 fehlt"));
     EXPECT_THAT(texts(*window), Contains("sudo apt install ffmpeg"));
-    EXPECT_THAT(texts(*window), Contains("libvmaf fehlt"));
-    EXPECT_THAT(*window, says("/usr/local/bin"));
+    EXPECT_THAT(texts(*window), Contains("libvmaf nicht vorhanden"));
+    EXPECT_THAT(texts(*window), Contains("wird nicht gebraucht: Kestrel misst selbst"));
+}
+
+TEST_F(SettingsWindowTest, switchesTheMeasuringAndSaysHowItIsDone)
+{
+    measuresQuality.reset();
+    ffmpeg("sleep 1000");
+    film("a.mkv");
+    show();
+    auto *row = named<CheckRow>(*window, "Qualität messen");
+    EXPECT_TRUE(row->isChecked());
+    EXPECT_THAT(texts(*window), Contains("Sucht für jede Datei den CRF-Wert, der das VMAF-Ziel ihrer "
+                                         "Qualitätsstufe erreicht. Verfahren: Eigene Messung."));
+    click(*row);
+    EXPECT_FALSE(model->measuresQuality());
+    EXPECT_EQ(UserDefaults::standard().measuresQuality(), false);
+    EXPECT_THAT(texts(*window), Contains("Jede Datei bekommt den festen CRF-Wert ihrer Qualitätsstufe."));
+    EXPECT_THAT(*window, Not(says("ab dem nächsten Lauf")));
+    model->open(folder.path());
+    ASSERT_TRUE(idle());
+    model->startSampling({}, {});
+    EXPECT_THAT(texts(*window), Contains("Änderungen gelten ab dem nächsten Lauf."));
+    model->setMeasuresQuality(true);
+    EXPECT_TRUE(row->isChecked());
+    model->stop();
+    ASSERT_TRUE(idle());
+    EXPECT_THAT(*window, Not(says("ab dem nächsten Lauf")));
+
+    window.reset();
+    scoringFfmpeg("");
+    show();
+    EXPECT_THAT(*window, says("Verfahren: libvmaf von ffmpeg."));
+    EXPECT_THAT(texts(*window), Contains("libvmaf vorhanden"));
 }
 
 TEST_F(SettingsWindowTest, aMissingFfmpegIsNotFound)

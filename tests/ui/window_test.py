@@ -78,7 +78,8 @@ class Window(unittest.TestCase):
         settings.mkdir(parents=True)
         for name in ("app.kestrel.Kestrel", "app.kestrel.Kestrel.test"):
             (settings / f"{name}.conf").write_text(
-                '[General]\nsettings="{\\"statusPage\\":false,\\"quality\\":4,\\"parallelJobs\\":1}"\n')
+                # Nothing is measured: these films are about the window.
+                '[General]\nmeasuresQuality=false\nsettings="{\\"statusPage\\":false,\\"quality\\":4,\\"parallelJobs\\":1}"\n')
 
     def film(self, name, *source):
         path = self.films / name

@@ -5,6 +5,7 @@
 
 #include "encoding/Sampler.h"
 #include "format/Fmt.h"
+#include "ui/detail/DetailText.h"
 #include "ui/look/Strings.h"
 
 namespace kestrel::SearchText {
@@ -58,6 +59,8 @@ Search search(const SampleResult &sample, FrameSize frame)
     if (sample.measuredSeconds > 0)
         parts.push_back(QStringLiteral("gemessen an %1 der Datei")
                             .arg(qt(Fmt::duration(std::max(1.0, sample.measuredSeconds)))));
+    if (!sample.scorer.empty())
+        parts.push_back(DetailText::line(sample.scorer));
     search.summary = joined(parts);
     search.summary[0] = search.summary[0].toUpper();
     const double missedBy = sample.vmafTarget.value_or(0) - sample.vmafMean.value_or(100);
@@ -65,8 +68,7 @@ Search search(const SampleResult &sample, FrameSize frame)
         search.summary += QStringLiteral(". Kein Wert hat das Ziel erreicht, dieser kam ihm am nächsten.");
     if (!search.hasScores)
         search.summary +=
-            QStringLiteral(". Die Qualität konnte nicht bewertet werden, weil ffmpeg der Filter "
-                           "libvmaf fehlt.");
+            QStringLiteral(". Die Qualität wurde nicht bewertet, weil das Messen abgeschaltet war.");
     return search;
 }
 

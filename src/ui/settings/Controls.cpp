@@ -147,6 +147,11 @@ CheckRow *switchRow(AppModel &model, const QString &text, bool ConversionSetting
     return row;
 }
 
+QString measuringLine(Measuring measuring)
+{
+    return QStringLiteral("Verfahren: ") + qt(title(measuring));
+}
+
 Label *caption(const QString &text)
 {
     return (new Label(text, Theme::Size::caption, Theme::Tone::muted))->wrapped();

@@ -57,6 +57,9 @@ private:
 // A check row that shows and changes one switch of the settings.
 CheckRow *switchRow(AppModel &model, const QString &text, bool ConversionSettings::*field);
 
+// What measures, on a line of its own.
+QString measuringLine(Measuring measuring);
+
 // A small, muted text that explains.
 Label *caption(const QString &text = {});
 

@@ -49,7 +49,7 @@ QString target(QualityLevel quality)
 QString withoutMeasuring(const ConversionSettings &settings)
 {
     return QStringLiteral(
-               "Jede Datei bekommt den festen Wert %1, weil diesem ffmpeg zum Messen libvmaf fehlt.")
+               "Jede Datei bekommt den festen Wert %1, weil das Messen der Qualität abgeschaltet ist.")
         .arg(qt(qualityLabel(settings.codec, settings.quality)));
 }
 
@@ -194,15 +194,18 @@ Section *SettingsPanel::qualitySection()
     section->setTitle("&Qualität", quality);
     auto *explained = (new Label({}, Theme::Size::caption))->wrapped();
     auto *aim = caption();
+    auto *how = caption();
     auto *unmeasured = new Note("warning", Theme::Tone::orange);
     auto *idle = new Note("info", Theme::Tone::muted, Theme::Tone::muted);
-    for (QWidget *part : std::initializer_list<QWidget *>{quality, explained, aim, unmeasured, idle})
+    for (QWidget *part : std::initializer_list<QWidget *>{quality, explained, aim, how, unmeasured, idle})
         section->contents()->addWidget(part);
-    m_follow.emplace_back([this, quality, explained, aim, unmeasured, idle] {
-        const bool measures = !m_model.tools() || m_model.tools()->hasVMAF;
+    m_follow.emplace_back([this, quality, explained, aim, how, unmeasured, idle] {
+        const auto &tools = m_model.tools();
+        const bool measures = m_model.measuresQuality();
         quality->setEnabled(!keepsVideo());
         setText(explained, keepsVideo() ? QString() : qt(explanation(settings().quality)));
         setText(aim, keepsVideo() || !measures ? QString() : target(settings().quality));
+        setText(how, keepsVideo() || !measures || !tools ? QString() : measuringLine(tools->measuring()));
         unmeasured->setText(keepsVideo() || measures ? QString() : withoutMeasuring(settings()));
         idle->setText(keepsVideo() ? "Das Video wird nicht neu kodiert und behält seine Qualität." : "");
     });

@@ -28,14 +28,17 @@ QWidget *capabilityRow(const ToolReport::Capability &capability)
     auto *row = new QHBoxLayout(whole);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(Theme::em(0.5));
-    row->addWidget(capability.isThere ? new IconLabel("check-circle", Theme::Tone::green, 1)
-                                      : new IconLabel("warning", Theme::Tone::orange, 1),
+    row->addWidget(capability.isThere      ? new IconLabel("check-circle", Theme::Tone::green, 1)
+                   : capability.isMissed() ? new IconLabel("warning", Theme::Tone::orange, 1)
+                                           : new IconLabel("info", Theme::Tone::muted, 1),
                    0, Qt::AlignTop);
     auto *texts = new QVBoxLayout;
     texts->setSpacing(0);
-    texts->addWidget(new Label(qt(capability.name) + (capability.isThere ? " vorhanden" : " fehlt")));
+    texts->addWidget(new Label(qt(capability.name) + (capability.isThere      ? " vorhanden"
+                                                      : capability.isMissed() ? " fehlt"
+                                                                              : " nicht vorhanden")));
     texts->addWidget(caption(qt(capability.use)));
-    if (!capability.isThere)
+    if (capability.isMissed())
         texts->addWidget((new Label(qt(capability.remedy), Theme::Size::caption))->wrapped()->selectable());
     row->addLayout(texts, 1);
     return whole;
@@ -67,7 +70,7 @@ SettingsWindow::SettingsWindow(AppModel &model, QWidget *parent)
     const int margin = Theme::em(0.8);
     column->setContentsMargins(margin, margin, margin, margin);
     column->setSpacing(margin);
-    for (Section *section : {swapSection(), sleepSection(), pageSection(), toolSection()})
+    for (Section *section : {swapSection(), sleepSection(), qualitySection(), pageSection(), toolSection()})
         column->addWidget(section);
     column->addStretch(1);
     auto *whole = new QVBoxLayout(this);
@@ -78,9 +81,12 @@ SettingsWindow::SettingsWindow(AppModel &model, QWidget *parent)
 
     connect(&model, &AppModel::statusServerChanged, this, &SettingsWindow::showPage);
     connect(&model, &AppModel::toolsChanged, this, &SettingsWindow::showTools);
+    connect(&model, &AppModel::toolsChanged, this, &SettingsWindow::showMeasuring);
+    connect(&model, &AppModel::activityChanged, this, &SettingsWindow::showMeasuring);
     connect(&model, &AppModel::pendingSwapsChanged, this, &SettingsWindow::showSwaps);
     showPage();
     showTools();
+    showMeasuring();
     showSwaps();
 }
 
@@ -105,6 +111,18 @@ Section *SettingsWindow::sleepSection()
         switchRow(m_model, "Ruhezustand des Computers während der Konvertierung deaktivieren",
                   &ConversionSettings::preventSleep));
     section->contents()->addWidget(caption(qt(Wording::text(Words::sleepNote))));
+    return section;
+}
+
+Section *SettingsWindow::qualitySection()
+{
+    auto *section = new Section("sparkles", "Qualität");
+    m_measures = new CheckRow(QStringLiteral("Qualität messen"));
+    m_measuring = caption();
+    m_measuringNote = new Note("info", Theme::Tone::muted, Theme::Tone::muted);
+    connect(m_measures, &CheckRow::clicked, &m_model, &AppModel::setMeasuresQuality);
+    for (QWidget *part : std::initializer_list<QWidget *>{m_measures, m_measuring, m_measuringNote})
+        section->contents()->addWidget(part);
     return section;
 }
 
@@ -224,6 +242,22 @@ void SettingsWindow::showPage()
     m_copy->setCopied(qt(addresses.front()));
     m_otherAddresses->setText("Falls das nicht klappt: " + others.join(", "));
     m_otherAddresses->setVisible(!others.isEmpty());
+    grow();
+}
+
+void SettingsWindow::showMeasuring()
+{
+    const bool measures = m_model.measuresQuality();
+    const auto &tools = m_model.tools();
+    const auto activity = m_model.activity().kind;
+    const bool isInRun = activity == Activity::Kind::converting || activity == Activity::Kind::sampling;
+    QString text = qt(ToolReport::explanation(measures ? Measuring::builtIn : Measuring::nothing)) + ".";
+    text[0] = text[0].toUpper();
+    if (tools && measures)
+        text += QStringLiteral(" ") + measuringLine(tools->measuring()) + ".";
+    m_measures->setChecked(measures);
+    m_measuring->setText(text);
+    m_measuringNote->setText(isInRun ? QStringLiteral("Änderungen gelten ab dem nächsten Lauf.") : QString());
     grow();
 }
 

@@ -9,13 +9,15 @@ class QGridLayout;
 
 namespace kestrel {
 
+class CheckRow;
 class CopyButton;
 class Label;
 class Note;
 class QrCode;
 class Section;
 
-// What concerns this computer: its sleep, the status page, ffmpeg, the log, and swaps that were cut off.
+// What concerns this computer: its sleep, whether quality is measured, the status page, ffmpeg, the log, and
+// swaps that were cut off.
 class SettingsWindow : public QDialog {
     Q_OBJECT
 
@@ -30,6 +32,7 @@ signals:
 
 private:
     Section *sleepSection();
+    Section *qualitySection();
     Section *pageSection();
     QWidget *servedPage();
     Section *toolSection();
@@ -37,11 +40,16 @@ private:
     void addPlace(QGridLayout &rows);
     void showPage();
     void showTools();
+    void showMeasuring();
     void showSwaps();
     void grow();
 
     AppModel &m_model;
     QWidget *m_sections;
+    CheckRow *m_measures;
+    Label *m_measuring;
+    Note *m_measuringNote;
+
     Note *m_pageError;
     QWidget *m_served;
     QrCode *m_code;
