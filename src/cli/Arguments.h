@@ -22,8 +22,8 @@ struct Arguments {
     std::filesystem::path result;        // score: what was made of the original
     int every = 1;                       // score: every how many frames
     std::optional<double> start, length; // score: seconds
-    std::filesystem::path snapshots; // demo: where its pictures go, absolute
-    bool isDark = false;             // demo
+    std::filesystem::path snapshots;     // demo: where its pictures go, absolute
+    bool isDark = false;                 // demo
     bool json = false;
     std::optional<std::size_t> count; // measure: how many files
     bool startsFromDefaults = false;  // instead of the stored settings

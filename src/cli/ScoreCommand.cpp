@@ -90,24 +90,35 @@ double firstTime(const FrameComparison::Request &request, const FrameComparison:
     return frame ? frame->time : 0;
 }
 
+// MPEG streams have no index: ffmpeg seeks to a time in them, and shows nothing before the next picture that
+// stands by itself.
+double preroll(const MediaInfo &film)
+{
+    constexpr double betweenKeyFrames = 12; // seconds; encoders leave 250 pictures at most
+    return film.formatName.starts_with("mpeg") ? betweenKeyFrames : 0;
+}
+
 // Both films from the same picture on: seconds from the beginning of the original. One film may begin a
 // little later than the other, and a seek may leave out a picture of one side only, so that here the first
 // picture of each side is no origin.
-void cut(FrameComparison::Request &request, const Arguments &arguments, const std::stop_token &stop)
+void cut(FrameComparison::Request &request, const MediaInfo &original, const MediaInfo &result,
+         const Arguments &arguments, const std::stop_token &stop)
 {
     if (!arguments.start && !arguments.length)
         return;
     auto &reference = request.reference, &distorted = request.distorted;
-    const double begin = arguments.start.value_or(0);
     const double later = firstTime(request, distorted, stop) - firstTime(request, reference, stop);
-    // Whole milliseconds, as they stand in the arguments.
-    const auto rounded = [](double seconds) { return std::stod(CommandBuilder::format(seconds)); };
-    reference.order.start = rounded(begin);
-    distorted.order.start = rounded(std::max(0.0, begin + later));
-    reference.origin = 0;
-    distorted.origin = begin + later - *distorted.order.start - (begin - *reference.order.start);
-    for (auto *side : {&reference, &distorted})
-        side->order.length = arguments.length;
+    const auto cutSide = [&](FrameComparison::Side &side, const MediaInfo &film, double begin) {
+        // Whole milliseconds, as they stand in ffmpeg's arguments.
+        const double start = std::stod(CommandBuilder::format(std::max(0.0, begin - preroll(film))));
+        side.order.start = start;
+        side.origin = begin - start;
+        if (arguments.length)
+            side.order.length = *arguments.length + *side.origin;
+    };
+    const double begin = arguments.start.value_or(0);
+    cutSide(reference, original, begin);
+    cutSide(distorted, result, begin + later);
     constexpr std::size_t atEachEnd = 2; // one of each side
     request.forgiven = 2 * atEachEnd;
 }
@@ -197,10 +208,11 @@ int runScore(const Arguments &arguments, const Interrupt &interrupt)
     double from = 0;
     FrameComparison::Result comparison;
     try {
-        cut(request, arguments, stop);
+        cut(request, original, result, arguments, stop);
         from = request.reference.order.start.value_or(0);
+        const double begin = arguments.start.value_or(0);
         Progress progress(
-            from, std::min(arguments.length.value_or(original.playTime()), original.playTime() - from));
+            begin, std::min(arguments.length.value_or(original.playTime()), original.playTime() - begin));
         request.progress = [&](double time) { progress.show(from + time); };
         comparison = FrameComparison::run(request, stop);
     } catch (const FrameComparison::Mismatch &error) {

@@ -20,27 +20,30 @@ namespace {
 class Stream {
 public:
     Stream(const Request &request, const FrameComparison::Side &side, const std::stop_token &stop)
-        : m_decoder(request.ffmpeg, side.order, request.current, stop), m_patience(request.patience),
-          m_origin(side.origin)
+        : m_request(request), m_decoder(request.ffmpeg, side.order, request.current, stop),
+          m_isCut(side.origin.has_value()), m_origin(side.origin.value_or(0))
     {
     }
 
-    std::optional<TimedFrame> next(bool isOtherAtItsEnd)
+    std::optional<TimedFrame> next(const Stream &other)
     {
-        auto frame = isOtherAtItsEnd ? m_decoder.next(m_patience) : m_decoder.next();
-        if (!frame)
-            return std::nullopt;
-        if (!m_origin)
-            m_origin = frame->time;
-        frame->time -= *m_origin;
-        return frame;
+        while (auto frame = m_decoder.next(other.m_decoder, m_request.patience)) {
+            if (!m_isCut && std::exchange(m_isFirst, false))
+                m_origin = frame->time;
+            frame->time -= m_origin;
+            if (!m_isCut || frame->time > -m_request.frameSeconds / 2)
+                return frame;
+        }
+        return std::nullopt;
     }
-    double origin() const { return m_origin.value_or(0); }
+    double origin() const { return m_origin; }
 
 private:
+    const Request &m_request;
     FrameDecoder m_decoder;
-    const std::chrono::duration<double> m_patience;
-    std::optional<double> m_origin;
+    const bool m_isCut;
+    bool m_isFirst = true;
+    double m_origin;
 };
 
 void requirePartners(const FramePairing &pairing, std::size_t forgiven)
@@ -131,8 +134,9 @@ Result run(const Request &request, const std::stop_token &stop)
         const auto side = pairing.wanted();
         if (!side)
             break;
-        Stream &stream = *side == FramePairing::Side::reference ? reference : distorted;
-        if (auto frame = stream.next(hasOneEnded)) {
+        const bool isReference = *side == FramePairing::Side::reference;
+        auto frame = isReference ? reference.next(distorted) : distorted.next(reference);
+        if (frame) {
             pairing.add(*side, std::move(*frame));
         } else {
             pairing.end(*side);

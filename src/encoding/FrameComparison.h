@@ -20,7 +20,8 @@ namespace kestrel::FrameComparison {
 
 struct Side {
     FrameDecoder::Order order;
-    // The time that both sides share, as this side counts it; absent where it is that of the first picture.
+    // Where the time of both sides begins, as this side counts it; pictures before that do not count. Absent
+    // where it is that of the first picture.
     std::optional<double> origin;
 };
 

@@ -65,23 +65,31 @@ std::optional<TimedFrame> FrameDecoder::next()
     return take(guard);
 }
 
-std::optional<TimedFrame> FrameDecoder::next(std::chrono::duration<double> patience)
+std::optional<TimedFrame> FrameDecoder::next(const FrameDecoder &other,
+                                             std::chrono::duration<double> patience)
 {
     using Clock = std::chrono::steady_clock;
     constexpr std::chrono::milliseconds glance{100};
-    const auto paused = [this] { return m_current != nullptr ? m_current->suspendedSeconds() : 0.0; };
-    const auto begin = Clock::now();
-    const double pausedBefore = paused();
-    const auto waited = [&] {
-        return std::chrono::duration<double>(Clock::now() - begin).count() - (paused() - pausedBefore);
+    const auto working = [this] { // seconds
+        const double paused = m_current != nullptr ? m_current->suspendedSeconds() : 0;
+        return std::chrono::duration<double>(Clock::now().time_since_epoch()).count() - paused;
     };
+    std::optional<double> since;
     std::unique_lock guard(m_lock);
-    while (!m_changed.wait_for(guard, m_stop.get_token(), glance, [this] { return isReady(); }))
-        if (m_stop.stop_requested() || waited() > patience.count())
-            break;
-    if (!isReady() && !m_stop.stop_requested())
-        return std::nullopt;
+    while (!m_changed.wait_for(guard, m_stop.get_token(), glance, [this] { return isReady(); })) {
+        throwIfStopped(m_stop.get_token());
+        if (!since && other.hasEnded())
+            since = working();
+        if (since && working() - *since > patience.count())
+            return std::nullopt;
+    }
     return take(guard);
+}
+
+bool FrameDecoder::hasEnded() const
+{
+    const std::scoped_lock guard(m_lock);
+    return m_hasEnded;
 }
 
 std::optional<TimedFrame> FrameDecoder::take(std::unique_lock<std::mutex> &guard)

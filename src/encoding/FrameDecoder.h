@@ -38,8 +38,11 @@ public:
     // Waits for the next picture; absent at the end. Its time counts from the start of what is decoded.
     // Throws ToolError where ffmpeg failed or lost something, and Cancelled.
     std::optional<TimedFrame> next();
-    // Likewise, but an ffmpeg that shows nothing for so long, pauses not counted, is at its end.
-    std::optional<TimedFrame> next(std::chrono::duration<double> patience);
+    // Likewise; but once the other film is at its end, an ffmpeg that shows nothing for so long, pauses not
+    // counted, is taken to be at its own.
+    std::optional<TimedFrame> next(const FrameDecoder &other, std::chrono::duration<double> patience);
+    // ffmpeg is at its end; pictures may be left.
+    bool hasEnded() const;
 
 private:
     void decode(const std::filesystem::path &ffmpeg, const Order &order);
@@ -52,7 +55,7 @@ private:
     std::stop_source m_stop;
 
     // Guarded by m_lock.
-    std::mutex m_lock;
+    mutable std::mutex m_lock;
     std::condition_variable_any m_changed;
     std::deque<TimedFrame> m_frames;
     bool m_hasEnded = false;

@@ -37,7 +37,7 @@ constexpr std::size_t largestPacket = 64 << 10; // bytes, of one that is read
 constexpr std::uint64_t smallPacket = 4096;     // bytes; a larger one has a checksum of its header
 constexpr std::size_t checksumSize = 4;
 constexpr int largestSide = 32768;
-constexpr std::uint64_t mostSamples = 1ULL << 28; // of a picture
+constexpr std::uint64_t mostSamples = 1ULL << 26; // of a picture
 constexpr std::uint64_t mostReserved = 64, mostTimeBases = 4096;
 constexpr std::size_t mostElided = 128, longestElided = 256;
 constexpr unsigned mostPtsBits = 30;

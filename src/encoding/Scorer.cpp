@@ -73,10 +73,10 @@ private:
 
     static Score scoreIn(const nlohmann::json &log)
     {
-        std::string scorer = "libvmaf";
+        std::string scorer(title(Measuring::filter));
         if (const auto version = log.find("version"); version != log.end() && version->is_string())
-            scorer += " " + Text::repaired(version->get<std::string>());
-        return {log.at("pooled_metrics").at("vmaf").at("mean").get<double>(), scorer + " von ffmpeg"};
+            scorer += fmt::format(" ({})", Text::repaired(version->get<std::string>()));
+        return {log.at("pooled_metrics").at("vmaf").at("mean").get<double>(), scorer};
     }
 
     const Sampler::Subject &m_subject;
@@ -105,7 +105,7 @@ public:
         request.current = m_subject.current;
         try {
             return {FrameComparison::run(request, stop).mean(),
-                    fmt::format("Eigene Messung {}", FrameScorer::version)};
+                    fmt::format("{} {}", title(Measuring::builtIn), FrameScorer::version)};
         } catch (const ToolError &error) {
             throw failed(error.what());
         } catch (const FrameComparison::Mismatch &error) {

@@ -52,7 +52,8 @@ TEST(Program, saysWhatIsWrongWithACall)
         std::string sentence;
     };
     const std::vector<Case> cases{
-        {{"fress"}, "„fress“ ist weder ein Befehl (plan, convert, measure, clip, score, doctor) noch ein Ordner.\n"},
+        {{"fress"},
+         "„fress“ ist weder ein Befehl (plan, convert, measure, clip, score, doctor) noch ein Ordner.\n"},
         {{"fress", "x"}, "„fress“ ist weder ein Befehl"},
         {{file}, "noch ein Ordner."},
         {{sandbox.path(), "--json"}, "Unbekanntes Argument: --json"},

@@ -1,6 +1,5 @@
 #include "encoding/NutParser.h"
 
-#include <cstring>
 #include <random>
 
 #include <fmt/format.h>
@@ -18,9 +17,11 @@ std::string film(const std::string &format, const std::string &size, const std::
 {
     const auto output = ProcessRunner::run(
         realTools().ffmpeg,
-        {"-v", "error", "-f", "lavfi", "-i", "testsrc2=r=24000/1001:d=0.5:s=" + size, "-vf",
-         "select='not(eq(mod(n\\,5)\\,3))',format=yuv420p,geq='if(eq(Y,0)*lt(X,3),eq(X,2),lum(X,Y))',scale="
-         "out_range=tv,format=" +
+        {"-v", "error", "-f", "lavfi", "-i", "testsrc2=r=24000/1001:d=0.5:s=320x240", "-vf",
+         "scale=" + size +
+             ",select=not(eq(mod(n\\,5)\\,3)),format=yuv420p,geq='if(eq(Y,0)*lt(X,3),eq(X,2),lum(X,Y))',"
+             "scale="
+             "out_range=tv,format=" +
              format + ",extractplanes=y",
          "-fps_mode", "passthrough", "-enc_time_base", "1:1000000", "-c:v", "rawvideo", "-f", container, "-"},
         {});
@@ -57,9 +58,9 @@ TEST(NutParser, readsEveryPictureWithItsTime)
     const struct {
         const char *format, *size;
         int depth;
-    } cases[] = {{"yuv420p", "64x48", 8}, // small pictures whose first bytes are left out
-                 {"yuv420p", "161x91", 8},      {"yuv420p9le", "160x90", 9},   {"yuv420p10le", "160x90", 10},
-                 {"yuv422p12le", "160x90", 12}, {"yuv420p16le", "640x360", 16}};
+    } cases[] = {{"yuv420p", "64:48", 8}, // small pictures whose first bytes are left out
+                 {"yuv420p", "161:91", 8},      {"yuv420p9le", "160:90", 9},   {"yuv420p10le", "160:90", 10},
+                 {"yuv422p12le", "160:90", 12}, {"yuv420p16le", "640:360", 16}};
     for (const auto &[format, size, depth] : cases) {
         const std::string stream = film(format, size, "nut"), raw = film(format, size, "rawvideo");
         for (const std::size_t piece : {std::size_t{1}, std::size_t{7}, std::size_t{4096}, stream.size()}) {
@@ -70,7 +71,7 @@ TEST(NutParser, readsEveryPictureWithItsTime)
             for (std::size_t i = 0; i < frames.size(); ++i) {
                 EXPECT_NEAR(frames[i].time, shown[i] * 1001 / 24000.0, 2e-6);
                 EXPECT_EQ(frames[i].luma.depth, depth);
-                EXPECT_EQ(fmt::format("{}x{}", frames[i].luma.width, frames[i].luma.height), size);
+                EXPECT_EQ(fmt::format("{}:{}", frames[i].luma.width, frames[i].luma.height), size);
             }
         }
     }
@@ -78,7 +79,7 @@ TEST(NutParser, readsEveryPictureWithItsTime)
 
 TEST(NutParser, aCutOffStreamIsAnError)
 {
-    const std::string stream = film("yuv420p", "32x32", "nut");
+    const std::string stream = film("yuv420p", "32:32", "nut");
     std::size_t whole = 0;
     for (std::size_t size = 0; size < stream.size(); ++size)
         try {
@@ -92,7 +93,7 @@ TEST(NutParser, aCutOffStreamIsAnError)
 
 TEST(NutParser, hostileBytesAreAnErrorOrPicturesOfAPossibleSize)
 {
-    const std::string stream = film("yuv420p10le", "32x32", "nut");
+    const std::string stream = film("yuv420p10le", "32:32", "nut");
     std::mt19937 random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same every time
     std::size_t errors = 0;
     const auto tryOut = [&](const std::string &bytes) {

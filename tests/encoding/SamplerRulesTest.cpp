@@ -142,6 +142,10 @@ TEST(ComparisonGraph, bringsTheSourceIntoTheEncodedShape)
         graph(aFilm().interlaced(), small),
         HasSubstr("[1:v]bwdif=mode=send_frame:parity=auto:deint=interlaced,scale=1280:720:flags=bicubic,"
                   "setpts=PTS-STARTPTS[r]"));
+    MediaInfo behindACover = aFilm();
+    behindACover.video->isFirst = false;
+    behindACover.video->index = 2;
+    EXPECT_THAT(graph(behindACover, {}), HasSubstr("[1:2]setpts"));
 }
 
 } // namespace kestrel

@@ -72,7 +72,8 @@ protected:
 
     double score(const Film &film, const fs::path &encoded) const
     {
-        const Sampler::Subject subject{film.info, film.plan, {}, measuringTools(), sandbox.path()};
+        const ConversionSettings settings;
+        const Sampler::Subject subject{film.info, film.plan, settings, measuringTools(), sandbox.path()};
         return Scorer::of(subject)
             ->score(Prober::probe(encoded, realTools().ffprobe, {}), segment, 3, {})
             .vmaf;
@@ -83,7 +84,9 @@ protected:
                            const std::string &pixelFormat = "yuv420p10le") const
     {
         EXPECT_GT(score(film, copyOf(film, pixelFormat)), 99) << name;
-        EXPECT_LT(score(film, copyOf(film, pixelFormat, "tpad=start=1:start_mode=clone")), 90) << name;
+        EXPECT_LT(score(film, copyOf(film, pixelFormat, "setpts=PTS-STARTPTS,tpad=start=1:start_mode=clone")),
+                  90)
+            << name;
     }
 
     const Sandbox sandbox;
@@ -120,9 +123,10 @@ TEST_F(BuiltInScorer, bringsTheSourceIntoTheShapeOfTheEncode)
     const fs::path film10 =
         Clips::make("score-10.mkv", motion + plain + ",format=yuv420p10le" + " -c:v ffv1");
     for (const auto &clip : {film8, film10})
-        for (const char *format : {"yuv420p", "yuv420p10le", "yuv444p12le", "nv12"})
-            if (clip == film8 || std::string(format) != "yuv420p") // 8 bits of 10 are a loss
+        for (const char *format : {"yuv420p", "yuv420p10le", "yuv444p12le"})
+            if (clip == film8 || std::string(format) != "yuv420p") { // 8 bits of 10 are a loss
                 EXPECT_GT(score(film(clip), copyOf(film(clip), format)), 98.9) << clip << " " << format;
+            }
 
     expectOwnPartners(
         film(Clips::make("score-large.mkv", "-f lavfi -i testsrc2=s=1280x720:r=24:d=6" + scroll + x264),
@@ -141,9 +145,8 @@ TEST_F(BuiltInScorer, bringsTheSourceIntoTheShapeOfTheEncode)
 
     const fs::path cover = Clips::make("score-cover.png", "-f lavfi -i color=red:s=320x240 -frames:v 1");
     const Film second = film(Clips::make(
-        "score-second.mp4", "-i " + quoted(cover) + " " + motion + "r=24:d=6 -filter:v:1" + scroll.substr(4) +
-                                " -map 0 -map 1 -disposition:v:0 attached_pic -c:v:0 png" +
-                                " -c:v:1 libx264 -preset ultrafast -crf 10"));
+        "score-second.mkv", "-i " + quoted(cover) + " " + motion + "r=24:d=6 -filter:v:1 " +
+                                scroll.substr(5) + " -map 0 -map 1 -c:v:0 png -c:v:1" + x264.substr(5)));
     ASSERT_FALSE(second.info.video->isFirst);
     expectOwnPartners(second, "second track");
 }
@@ -164,10 +167,8 @@ TEST_F(BuiltInScorer, aFullRangeFilmScoresLikeALimitedOne)
         for (const char *range : {"null", "scale=out_range=tv", "scale=out_range=pc"})
             EXPECT_GT(score(*film, copyOf(*film, "yuv420p10le", range)), 98.9)
                 << film->info.url << " " << range;
-        EXPECT_GT(score(*film, copyOf(*film, "yuvj420p")), 98.9);
-        // As if the samples had been taken without a look at their range.
-        EXPECT_LT(score(*film, copyOf(*film, "yuv420p10le", "scale=in_range=tv:out_range=tv,setrange=tv")),
-                  97);
+        // As if the range had not been looked at.
+        EXPECT_LT(score(*film, copyOf(*film, "yuv420p10le", "scale=out_range=tv,setrange=pc")), 97);
     }
     const std::string blur = "scale=out_range=tv,gblur=sigma=1.2";
     EXPECT_NEAR(score(phone, copyOf(phone, "yuv420p10le", blur)),
@@ -177,10 +178,9 @@ TEST_F(BuiltInScorer, aFullRangeFilmScoresLikeALimitedOne)
 TEST_F(BuiltInScorer, picturesWithoutAPartnerAreAnErrorAboveTwoPercent)
 {
     const Film source = film(Clips::make("score-23976.mkv", motion + "r=24000/1001:d=6" + scroll + x264));
-    EXPECT_GT(score(source, copyOf(source, "yuv420p", "select='not(eq(n\\,20))'")), 99) << "one of 72";
-    EXPECT_GT(score(source, copyOf(source, "yuv420p", "select='not(eq(n\\,71))'")), 99) << "the last";
-    for (const char *filter :
-         {"select='not(eq(mod(n\\,10)\\,4))'", "trim=end=2", "fps=25", "setpts=PTS*1.05"})
+    EXPECT_GT(score(source, copyOf(source, "yuv420p", "select=not(eq(n\\,20))")), 99) << "one of 72";
+    EXPECT_GT(score(source, copyOf(source, "yuv420p", "select=not(eq(n\\,71))")), 99) << "the last";
+    for (const char *filter : {"select=not(eq(mod(n\\,10)\\,4))", "trim=end=2", "fps=25", "setpts=PTS*1.05"})
         try {
             score(source, copyOf(source, "yuv420p", filter));
             ADD_FAILURE() << filter;
