@@ -84,9 +84,7 @@ protected:
                            const std::string &pixelFormat = "yuv420p10le") const
     {
         EXPECT_GT(score(film, copyOf(film, pixelFormat)), 99) << name;
-        EXPECT_LT(score(film, copyOf(film, pixelFormat, "setpts=PTS-STARTPTS,tpad=start=1:start_mode=clone")),
-                  90)
-            << name;
+        EXPECT_LT(score(film, copyOf(film, pixelFormat, "tmix=frames=2:weights=1 0")), 90) << name;
     }
 
     const Sandbox sandbox;
