@@ -248,10 +248,12 @@ ordered_json convert(const fs::path &file, const fs::path &work)
             {"byHand", std::vector<Command>{std::move(byHand)}}};
 }
 
-// The quality search. "byHand" encodes and scores the same segments with the same values.
-ordered_json search(const fs::path &file, const fs::path &work)
+// The quality search with one of the two makers of scores. "byHand" encodes and scores the same segments with
+// the same values; what ffmpeg cannot score, another call of this program does.
+ordered_json search(const fs::path &file, const fs::path &work, bool isBuiltIn)
 {
     Sampler::Subject trial = subject(file, work);
+    trial.tools.hasVMAF = !isBuiltIn;
     const Stopwatch watch;
     const SampleResult result = Sampler::search(trial, [](double) {}, {});
     ordered_json answer{{"wall", watch.wall()}, {"cpu", watch.cpu()}};
@@ -261,10 +263,26 @@ ordered_json search(const fs::path &file, const fs::path &work)
         for (const Segment &segment : Sampler::segments(trial.info.duration)) {
             const fs::path output = work / "hand.mkv";
             answer["byHand"].push_back(command(trial.tools.ffmpeg, encodingOf(trial, segment, output)));
-            answer["byHand"].push_back(command(trial.tools.ffmpeg, scoringOf(trial, segment, output)));
+            if (isBuiltIn)
+                answer["byHand"].push_back({fs::read_symlink("/proc/self/exe").native(), "score",
+                                            file.native(), output.native(), work.native(),
+                                            CommandBuilder::format(segment.start),
+                                            CommandBuilder::format(segment.length)});
+            else
+                answer["byHand"].push_back(command(trial.tools.ffmpeg, scoringOf(trial, segment, output)));
         }
     }
     return answer;
+}
+
+// Scores one encoded segment with the program's own scorer.
+ordered_json score(const fs::path &file, const fs::path &encoded, const fs::path &work,
+                   const Segment &segment)
+{
+    Sampler::Subject trial = subject(file, work);
+    trial.tools.hasVMAF = false;
+    const MediaInfo sample = Prober::probe(encoded, trial.tools.ffprobe, {});
+    return {{"vmaf", Scorer::of(trial)->score(sample, segment, Sampler::subsamplingStep, {}).vmaf}};
 }
 
 // The scores of a file's samples with each subsampling, as the mean over the segments.
@@ -360,8 +378,11 @@ ordered_json run(std::span<const std::string_view> words)
         return recompute(std::stoul(std::string(words[1])));
     if (what == "convert" && words.size() == 3)
         return convert(words[1], words[2]);
-    if (what == "search" && words.size() == 3)
-        return search(words[1], words[2]);
+    if (what == "search" && words.size() == 4)
+        return search(words[1], words[2], words[3] == "builtIn");
+    if (what == "score" && words.size() == 6)
+        return score(words[1], words[2], words[3],
+                     {std::stod(std::string(words[4])), std::stod(std::string(words[5]))});
     if (what == "frames" && words.size() == 4)
         return frames(words[1], words[2], static_cast<unsigned>(std::stoul(std::string(words[3]))));
     if (what == "memory" && words.size() == 3)
@@ -371,7 +392,8 @@ ordered_json run(std::span<const std::string_view> words)
     throw std::invalid_argument(
         "tools | scan FOLDER | rescan FOLDER | plan COUNT | recompute COUNT | stall FOLDER TOOLS | "
         "status FOLDER TOOLS | "
-        "convert FILE WORK | search FILE WORK | frames ORIGINAL ENCODED THREADS | memory ORIGINAL ENCODED | "
+        "convert FILE WORK | search FILE WORK builtIn|filter | score FILE ENCODED WORK START LENGTH | frames "
+        "ORIGINAL ENCODED THREADS | memory ORIGINAL ENCODED | "
         "accuracy FILE WORK [CODEC]");
 }
 
