@@ -14,6 +14,7 @@
 #include <fmt/ranges.h>
 
 #include "media/Language.h"
+#include "media/WorkNames.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 
@@ -308,7 +309,8 @@ Einstellungen (für plan, convert, measure und clip; zuerst steht, was ohne Anga
   --container mkv|mp4                           Dateiformat
   --output replaceOriginal|separateFolder       Original ersetzen (es kommt in den Papierkorb; auf einer
                                                 Netzwerkfreigabe in deren Papierkorb, wenn sie einen hat),
-                                                oder daneben in „ORDNER (Kestrel)“ schreiben
+                                                oder daneben in „)" +
+           WorkNames::outputFolder("ORDNER").native() + R"(“ schreiben
   --jobs 2                                      so viele Dateien zugleich; 0: alle
   --status-page, --no-status-page               convert und measure zeigen den Fortschritt im Heimnetz als
                                                 Webseite

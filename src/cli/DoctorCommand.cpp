@@ -13,6 +13,7 @@
 #include "media/ProbeStore.h"
 #include "media/ProcessRunner.h"
 #include "media/Tools.h"
+#include "media/WorkNames.h"
 #include "model/ProbeClip.h"
 #include "model/ToolReport.h"
 #include "model/UserDefaults.h"
@@ -119,9 +120,10 @@ int runDoctor(const Interrupt &interrupt)
     place("Sperrdatei", Paths::applicationSupport() / "Kestrel/instanz.lock");
     place("Temporäres", Paths::temporary());
     place("Papierkorb", Paths::applicationSupport() / "Trash");
-    row("neben den Videos", ".*.kestrel-tmp.*, .*.kestrel-upload, .*.kestrel-original",
+    row("neben den Videos", WorkNames::hiddenPatterns(),
         "versteckte Arbeitsdateien, nur während eines Laufs");
-    row("neben dem Ordner", "„ORDNER (Kestrel)“", "Ausgabe bei --output separateFolder");
+    row("neben dem Ordner", fmt::format("„{}“", WorkNames::outputFolder("ORDNER").native()),
+        "Ausgabe bei --output separateFolder");
     tellPendingSwaps();
     return status;
 }

@@ -21,6 +21,7 @@
 #include "media/ByteFormat.h"
 #include "media/Log.h"
 #include "media/Prober.h"
+#include "media/WorkNames.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/OnExit.h"
@@ -35,8 +36,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::string_view uploadSuffix = ".kestrel-upload";
-
 struct Space {
     double factor;        // of the expected size
     std::int64_t reserve; // bytes
@@ -45,7 +44,7 @@ constexpr Space encodeSpace{1.3, 500'000'000}, uploadSpace{1.1, 200'000'000};
 
 std::string temporarySuffix(const ConversionSettings &settings)
 {
-    return fmt::format(".kestrel-tmp.{}", fileExtension(settings.container));
+    return WorkNames::temporarySuffix(fileExtension(settings.container));
 }
 
 std::int64_t needed(double expectedBytes, const Space &space)
@@ -225,8 +224,8 @@ void ConversionJob::upload(Workplace &place, std::int64_t newSize, const std::fu
 {
     if (onUpload)
         onUpload();
-    place.uploadName = std::make_unique<WorkFile>(place.target, m_info.url.stem().native(), uploadSuffix,
-                                                  WorkFile::Sharing::withinProcess);
+    place.uploadName = std::make_unique<WorkFile>(place.target, m_info.url.stem().native(),
+                                                  WorkNames::uploadSuffix, WorkFile::Sharing::withinProcess);
     const fs::path &copy = place.uploadName->path();
     removeQuietly(copy);
     try {
@@ -316,8 +315,7 @@ bool ConversionJob::isUnchanged(const fs::path &file, const Files::Attributes &n
 
 fs::path ConversionJob::outputRoot(const fs::path &root)
 {
-    const fs::path folder = Files::standardized(root);
-    return folder.parent_path() / (folder.filename().native() + " (Kestrel)");
+    return WorkNames::outputFolder(Files::standardized(root));
 }
 
 fs::path ConversionJob::targetDirectory(const fs::path &file, const ConversionSettings &settings,

@@ -8,7 +8,7 @@
 
 #include "encoding/StorageLocation.h"
 #include "encoding/SwapJournal.h"
-#include "media/Prober.h"
+#include "media/WorkNames.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "platform/Volume.h"
@@ -43,19 +43,8 @@ fs::path freeName(const fs::path &film)
     constexpr int most = 99;
     fs::path name = film;
     for (int number = 1; Files::exists(name) && number <= most; ++number)
-        name = SwapJournal::visibleName(film, number);
+        name = WorkNames::visibleOriginal(film, number);
     return name;
-}
-
-// ".Film.mkv.kestrel-original"
-fs::path filmOf(const fs::path &hidden)
-{
-    std::string name = hidden.filename().native();
-    if (name.starts_with('.'))
-        name.erase(0, 1);
-    if (name.ends_with(Prober::setAsideSuffix))
-        name.erase(name.size() - Prober::setAsideSuffix.size());
-    return hidden.parent_path() / name;
 }
 
 // Below its share; the whole path where the share is unknown.
@@ -106,8 +95,9 @@ std::vector<HiddenOriginal> hiddenOriginals(const std::vector<fs::path> &met)
     for (const auto &hidden : met) {
         const auto known = std::find_if(records.begin(), records.end(),
                                         [&](const auto &record) { return isOf(record, hidden); });
-        const fs::path film =
-            known == records.end() ? filmOf(hidden) : hidden.parent_path() / known->entry.original.filename();
+        const fs::path film = known == records.end()
+                                  ? WorkNames::filmOf(hidden)
+                                  : hidden.parent_path() / known->entry.original.filename();
         result.push_back({hidden, freeName(film)});
     }
     return result;

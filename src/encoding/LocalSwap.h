@@ -19,7 +19,7 @@ struct Swap {
     ResultCheck::Expected expected;
 };
 
-// Gives the finished file a " (Kestrel)" name in its folder that nobody else has. Throws
+// Gives the finished file a marked name in its folder that no other file has. Throws
 // std::filesystem::filesystem_error.
 ResultRecords::Record showBeside(const Swap &swap, const ConversionSettings &settings);
 

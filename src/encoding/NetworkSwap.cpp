@@ -8,8 +8,8 @@
 #include "encoding/SwapJournal.h"
 #include "encoding/WorkFile.h"
 #include "media/Log.h"
-#include "media/Prober.h"
 #include "media/Tools.h"
+#include "media/WorkNames.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
@@ -75,12 +75,12 @@ void arrive(const fs::path &replacement, const fs::path &final, std::int64_t new
     }
 }
 
-// "Film (Original).avi", "Film (Original 2).avi" … beside the source; absent when none can be taken.
+// Gives the original a visible name beside the source; absent when none can be taken.
 std::optional<fs::path> makeVisible(const fs::path &backup, const fs::path &source)
 {
     constexpr int most = 99;
     for (int number = 1; number <= most; ++number) {
-        const fs::path visible = SwapJournal::visibleName(source, number);
+        const fs::path visible = WorkNames::visibleOriginal(source, number);
         if (Files::presence(visible) == Files::Presence::absent && tryMove(backup, visible))
             return visible;
     }
@@ -153,7 +153,8 @@ std::optional<std::string> swapOnNetwork(const fs::path &source, const Files::At
                                          std::int64_t newSize)
 {
     const SwapJournal::Entry entry{
-        source, WorkFile::firstName(source.parent_path(), source.filename().native(), Prober::setAsideSuffix),
+        source,
+        WorkFile::firstName(source.parent_path(), source.filename().native(), WorkNames::originalSuffix),
         final};
     clearBackupName(entry);
     if (!SwapJournal::add(entry, newSize))

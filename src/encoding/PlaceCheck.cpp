@@ -13,6 +13,7 @@
 #include "encoding/TargetName.h"
 #include "encoding/WorkFile.h"
 #include "media/Tools.h"
+#include "media/WorkNames.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
 #include "platform/OnExit.h"
@@ -25,8 +26,6 @@ namespace kestrel {
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::string_view probeSuffix = ".kestrel-tmp.zeit";
 
 // By Trash::Obstacle::Kind; {} is the system's reason.
 constexpr std::array<std::string_view, 5> sentences{
@@ -66,7 +65,8 @@ void requireMovable(const fs::path &file)
 bool takesTime(const fs::path &folder, const fs::path &file)
 {
     const timespec time = Files::attributes(file).modified;
-    const WorkFile probe(folder, file.stem().native(), probeSuffix, WorkFile::Sharing::everywhere);
+    const WorkFile probe(folder, file.stem().native(), WorkNames::temporarySuffix("zeit"),
+                         WorkFile::Sharing::everywhere);
     const auto remove = onExit([&] {
         std::error_code ignored;
         fs::remove(probe.path(), ignored);

@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "media/Log.h"
+#include "media/WorkNames.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/FileDescriptor.h"
@@ -207,7 +208,7 @@ bool showBackup(const Entry &entry, std::vector<std::string> &messages)
 {
     std::vector<fs::path> names{entry.original};
     for (int number = 1; number < 10; ++number)
-        names.push_back(visibleName(entry.original, number));
+        names.push_back(WorkNames::visibleOriginal(entry.original, number));
     for (const fs::path &visible : names)
         if (succeeds([&] { Files::moveToFreeName(entry.backup, visible); })) {
             messages.push_back("Original wiederhergestellt: " + Text::repaired(visible.native()));
@@ -275,12 +276,6 @@ bool Record::isShareThere() const
 fs::path file()
 {
     return folder() / "tauschvorgaenge.json";
-}
-
-fs::path visibleName(const fs::path &original, int number)
-{
-    const std::string mark = number == 1 ? " (Original)" : " (Original " + std::to_string(number) + ")";
-    return original.parent_path() / (original.stem().native() + mark + original.extension().native());
 }
 
 bool add(const Entry &entry, std::optional<std::int64_t> newSize)

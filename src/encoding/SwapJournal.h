@@ -46,9 +46,6 @@ std::vector<Entry> entries();
 // Why the journal cannot be read, in German; absent where it can, or is not there.
 std::optional<std::string> problem();
 
-// "Film (Original).avi", "Film (Original 2).avi" …: how an original is shown beside the new file.
-std::filesystem::path visibleName(const std::filesystem::path &original, int number);
-
 // tauschvorgaenge.json in the application-support folder
 std::filesystem::path file();
 

@@ -5,7 +5,6 @@
 #include <set>
 #include <stop_token>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <nlohmann/json_fwd.hpp>
@@ -17,9 +16,6 @@
 
 // From a folder to media records. No shared state: everything may run on any thread.
 namespace kestrel::Prober {
-
-// How the hidden name of an original ends that a swap on a share has moved aside.
-inline constexpr std::string_view setAsideSuffix = ".kestrel-original";
 
 struct Listing {
     std::vector<std::filesystem::path> videos;
