@@ -1,7 +1,6 @@
 #include "encoding/SwapJournal.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -15,14 +14,11 @@
 #include "media/WorkNames.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
-#include "platform/FileDescriptor.h"
+#include "platform/FileLock.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Volume.h"
-
-#include <fcntl.h>
-#include <sys/file.h>
 
 namespace kestrel::SwapJournal {
 
@@ -50,9 +46,7 @@ public:
     {
         std::error_code ignored;
         fs::create_directories(folder(), ignored);
-        m_folder = FileDescriptor(::open(folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        while (m_folder && ::flock(m_folder.get(), LOCK_EX) != 0 && errno == EINTR) {
-        }
+        m_processes = FileLock::take(folder());
     }
 
 private:
@@ -63,7 +57,7 @@ private:
     }
 
     std::scoped_lock<std::mutex> m_threads;
-    FileDescriptor m_folder;
+    FileLock m_processes;
 };
 
 // JSON holds text only: a path that is no valid UTF-8 is written as {"hex": …}.

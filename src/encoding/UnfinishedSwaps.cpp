@@ -1,7 +1,6 @@
 #include "encoding/UnfinishedSwaps.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -13,13 +12,10 @@
 #include "media/Prober.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
-#include "platform/FileDescriptor.h"
+#include "platform/FileLock.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "platform/Trash.h"
-
-#include <fcntl.h>
-#include <sys/file.h>
 
 namespace kestrel::UnfinishedSwaps {
 
@@ -69,15 +65,6 @@ void forget(const Record &record, const std::string &reason)
                                Text::repaired(record.result.path.native()), reason));
 }
 
-// Holds the result, as the job does that makes it; absent while another one does.
-std::optional<FileDescriptor> hold(const fs::path &result)
-{
-    FileDescriptor file(::open(result.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (file && ::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
-        return std::nullopt;
-    return file;
-}
-
 // Throws ToolError where the result must not take its source's place.
 void check(const Record &record, const fs::path &ffprobe, const std::stop_token &stop)
 {
@@ -91,7 +78,7 @@ void check(const Record &record, const fs::path &ffprobe, const std::stop_token 
 }
 
 // Where the result is now; absent where the record says nothing any more, or cannot be followed now.
-// REQUIRES: the result is held.
+// REQUIRES: the caller holds the result's lock, as the job does that makes it.
 std::optional<fs::path> complete(const Record &record, const fs::path &ffprobe, const std::stop_token &stop)
 {
     switch (stateOf(record)) {
@@ -134,8 +121,8 @@ std::vector<std::string> finish(const fs::path &ffprobe, const std::stop_token &
     std::vector<std::string> messages;
     for (const Record &record : ResultRecords::all()) {
         try {
-            const auto held = hold(record.result.path);
-            if (!held || isRefusedByTrash(record))
+            const auto lock = FileLock::tryTake(record.result.path);
+            if (lock.isTaken() || isRefusedByTrash(record))
                 continue;
             if (const auto final = complete(record, ffprobe, stop))
                 messages.push_back("Ersetzen abgeschlossen: " + Text::repaired(final->native()));
@@ -158,8 +145,8 @@ std::optional<ConversionOutcome> finish(const fs::path &film, const fs::path &ff
             continue;
         if (Files::presence(record.result.path) == Presence::absent)
             continue; // another process may be about to make it visible
-        const auto held = hold(record.result.path);
-        if (!held)
+        const auto lock = FileLock::tryTake(record.result.path);
+        if (lock.isTaken())
             throw ToolError::failed("Diese Datei wird gerade schon ersetzt.");
         if (const auto final = complete(record, ffprobe, stop))
             return ConversionOutcome{ConversionOutcome::Kind::replaced, record.source.attributes.size,

@@ -11,6 +11,7 @@
 #include "media/Prober.h"
 #include "media/WorkNames.h"
 #include "platform/Cancelled.h"
+#include "platform/FileLock.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 
@@ -160,7 +161,7 @@ std::size_t removeLeftovers(const std::vector<fs::path> &leftovers)
 {
     std::size_t count = 0;
     for (const auto &path : leftovers) {
-        if (Files::isLockedByOthers(path))
+        if (FileLock::tryTake(path).isTaken())
             continue;
         std::error_code error;
         fs::remove_all(path, error);

@@ -9,7 +9,6 @@
 #include "platform/FileDescriptor.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -138,12 +137,6 @@ std::optional<Attributes> tryAttributes(const fs::path &file)
     } catch (const fs::filesystem_error &) {
         return std::nullopt;
     }
-}
-
-bool isLockedByOthers(const fs::path &file)
-{
-    const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    return descriptor && ::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 Presence presence(const fs::path &path)

@@ -31,9 +31,6 @@ struct Attributes {
 Attributes attributes(const std::filesystem::path &file);
 std::optional<Attributes> tryAttributes(const std::filesystem::path &file);
 
-// A running process holds a lock (flock) on the file.
-bool isLockedByOthers(const std::filesystem::path &file);
-
 // Something is there, be it a broken symbolic link; `unknown` where the system cannot say.
 enum class Presence { there, absent, unknown };
 Presence presence(const std::filesystem::path &path);

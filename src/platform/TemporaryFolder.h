@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "platform/FileDescriptor.h"
+#include "platform/FileLock.h"
 
 namespace kestrel {
 
@@ -23,7 +23,7 @@ public:
 
 private:
     std::filesystem::path m_path;
-    FileDescriptor m_lock;
+    FileLock m_lock;
 };
 
 } // namespace kestrel
