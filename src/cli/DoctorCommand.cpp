@@ -22,8 +22,6 @@
 #include "platform/Text.h"
 #include "platform/Volume.h"
 
-#include <unistd.h>
-
 namespace kestrel {
 
 namespace fs = std::filesystem;
@@ -63,7 +61,7 @@ std::string state(const fs::path &path)
 {
     if (!Files::exists(path))
         return "noch nicht angelegt";
-    if (::access(path.c_str(), W_OK) != 0)
+    if (!Files::isWritable(path))
         return Terminal::red("nicht beschreibbar");
     const auto attributes = Files::tryAttributes(path);
     if (attributes && attributes->isRegular)

@@ -2,8 +2,6 @@
 
 #include <QTimer>
 #include <algorithm>
-#include <array>
-#include <sstream>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -14,41 +12,11 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 
-#include <poll.h>
-#include <unistd.h>
-
 namespace kestrel {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-// The lines on standard input, as far as they come before the program is to stop.
-std::vector<std::string> readLines(const std::stop_token &stop)
-{
-    std::string text;
-    std::array<char, 4096> buffer{};
-    constexpr int glance = 100; // milliseconds
-    for (;;) {
-        throwIfStopped(stop);
-        pollfd input{STDIN_FILENO, POLLIN, 0};
-        if (::poll(&input, 1, glance) <= 0)
-            continue;
-        const ssize_t count = ::read(STDIN_FILENO, buffer.data(), buffer.size());
-        if (count <= 0)
-            break;
-        text.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        if (line.ends_with('\r'))
-            line.pop_back();
-        if (!line.empty())
-            lines.push_back(line);
-    }
-    return lines;
-}
 
 std::optional<std::set<fs::path>> parseOnly(const std::vector<std::string> &words,
                                             const std::stop_token &stop)
@@ -57,7 +25,7 @@ std::optional<std::set<fs::path>> parseOnly(const std::vector<std::string> &word
         return std::nullopt;
     std::set<fs::path> files;
     for (const auto &word : words)
-        for (const auto &file : word == "-" ? readLines(stop) : std::vector{word})
+        for (const auto &file : word == "-" ? Terminal::readLines(stop) : std::vector{word})
             files.insert(fs::path(file).lexically_normal());
     return files;
 }

@@ -1,7 +1,6 @@
 #include "encoding/PlaceCheck.h"
 
 #include <array>
-#include <cerrno>
 #include <string_view>
 #include <system_error>
 
@@ -18,8 +17,6 @@
 #include "platform/Files.h"
 #include "platform/OnExit.h"
 #include "platform/Trash.h"
-
-#include <unistd.h>
 
 namespace kestrel {
 
@@ -46,13 +43,6 @@ fs::path nearest(fs::path folder)
     while (folder.has_relative_path() && Files::presence(folder) == Files::Presence::absent)
         folder = folder.parent_path();
     return folder;
-}
-
-void requireWritable(const fs::path &target)
-{
-    const fs::path folder = nearest(target);
-    if (::access(folder.c_str(), W_OK) != 0)
-        throw fs::filesystem_error("access", folder, std::error_code(errno, std::generic_category()));
 }
 
 void requireMovable(const fs::path &file)
@@ -116,7 +106,7 @@ void requirePlace(const fs::path &file, const ConversionSettings &settings, cons
     const fs::path target = ConversionJob::targetDirectory(file, settings, root);
     if (settings.outputMode == OutputMode::replaceOriginal && !StorageLocation::detect(target).isNetwork())
         return requireMovable(file);
-    requireWritable(target);
+    Files::requireWritable(nearest(target));
     if (settings.outputMode == OutputMode::replaceOriginal)
         requireJournal();
     if (settings.outputMode == OutputMode::separateFolder)

@@ -1,17 +1,13 @@
 #include "media/ProbeStore.h"
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <system_error>
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "platform/Paths.h"
 
 #include <sqlite3.h>
-#include <unistd.h>
 
 namespace kestrel {
 
@@ -87,10 +83,7 @@ ProbeStore::~ProbeStore()
 
 fs::path ProbeStore::usualFile()
 {
-    // Of this computer: several may share a home folder, and not the memory that the store needs.
-    std::array<char, 256> host{};
-    ::gethostname(host.data(), host.size() - 1);
-    return Paths::caches() / "Kestrel" / fmt::format("Analysen-{}.sqlite", host.data());
+    return Paths::cacheFile("Analysen", ".sqlite");
 }
 
 bool ProbeStore::open(const fs::path &file)

@@ -152,6 +152,23 @@ bool exists(const fs::path &path)
     return presence(path) == Presence::there;
 }
 
+bool isWritable(const fs::path &path)
+{
+    return ::access(path.c_str(), W_OK) == 0;
+}
+
+void requireWritable(const fs::path &path)
+{
+    if (!isWritable(path))
+        fail("access", path);
+}
+
+bool isProgram(const fs::path &file)
+{
+    std::error_code error;
+    return fs::is_regular_file(file, error) && ::access(file.c_str(), X_OK) == 0;
+}
+
 std::vector<fs::path> list(const fs::path &folder, std::error_code &error)
 {
     std::vector<fs::path> paths;

@@ -36,6 +36,12 @@ enum class Presence { there, absent, unknown };
 Presence presence(const std::filesystem::path &path);
 bool exists(const std::filesystem::path &path); // is certainly there
 
+// This user may change what is there, as far as its rights and its file system say.
+bool isWritable(const std::filesystem::path &path);
+void requireWritable(const std::filesystem::path &path);
+// This user may run it: a regular file with the right to be run.
+bool isProgram(const std::filesystem::path &file);
+
 // What lies directly in a folder, in no order; what could be read before an error.
 std::vector<std::filesystem::path> list(const std::filesystem::path &folder, std::error_code &error);
 

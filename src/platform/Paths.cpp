@@ -1,5 +1,6 @@
 #include "platform/Paths.h"
 
+#include <array>
 #include <cstdlib>
 #include <string_view>
 #include <vector>
@@ -43,6 +44,13 @@ fs::path home()
 fs::path caches()
 {
     return fromEnvironment("XDG_CACHE_HOME", home() / ".cache");
+}
+
+fs::path cacheFile(const std::string &stem, const std::string &extension)
+{
+    std::array<char, 256> host{};
+    ::gethostname(host.data(), host.size() - 1);
+    return caches() / "Kestrel" / (stem + "-" + host.data() + extension);
 }
 
 fs::path configuration()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 // The fixed places of the application. Nothing here creates a folder.
 namespace kestrel::Paths {
@@ -9,6 +10,9 @@ namespace kestrel::Paths {
 std::filesystem::path home();
 // $XDG_CACHE_HOME or ~/.cache
 std::filesystem::path caches();
+// A file of the program's in there, of this computer: several may share a home folder, and neither the memory
+// nor the programs that such a file is about.
+std::filesystem::path cacheFile(const std::string &stem, const std::string &extension);
 // $XDG_CONFIG_HOME or ~/.config
 std::filesystem::path configuration();
 // $XDG_DATA_HOME or ~/.local/share
