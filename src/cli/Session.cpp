@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "cli/Terminal.h"
+#include "model/Sentences.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
@@ -140,7 +141,7 @@ void Session::open(const fs::path &folder)
         Terminal::writeError("\r\x1b[K");
     throwIfStopped(m_interrupt.token());
     if (m_model.scanError())
-        throw ToolError::failed("Analyse fehlgeschlagen: " + *m_model.scanError());
+        throw ToolError::failed(Sentences::scanFailed(*m_model.scanError()));
     for (const auto &original : m_model.hiddenHere())
         Terminal::complain(
             fmt::format("{}\n  {}", Terminal::shown(original.title()), Terminal::shown(original.moveLine())));
@@ -180,8 +181,12 @@ void Session::tellMissing()
 
 std::string_view Session::nothingFound() const
 {
-    return m_only ? "Von den genannten Dateien wurde keine gefunden."
-                  : "In diesem Ordner wurden keine Videodateien gefunden.";
+    return m_only ? "Von den genannten Dateien wurde keine gefunden." : Sentences::nothingFound;
+}
+
+UsageError unreadable(const std::string &subject, const std::error_code &why)
+{
+    return UsageError(fmt::format("{} kann nicht gelesen werden: {}.", subject, ErrorText::describe(why)));
 }
 
 fs::path requireFolder(const fs::path &given)
@@ -195,8 +200,7 @@ fs::path requireFolder(const fs::path &given)
     if (!error)
         fs::directory_iterator(folder, error);
     if (error)
-        throw UsageError("Der Ordner „" + Terminal::shown(given.native()) +
-                         "“ kann nicht gelesen werden: " + ErrorText::describe(error) + ".");
+        throw unreadable("Der Ordner „" + Terminal::shown(given.native()) + "“", error);
     return folder;
 }
 

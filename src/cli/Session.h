@@ -8,6 +8,7 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "cli/Arguments.h"
 #include "cli/Interrupt.h"
@@ -58,6 +59,8 @@ private:
     std::size_t m_missing = 0;
 };
 
+// `subject` is what cannot be read, named for people.
+UsageError unreadable(const std::string &subject, const std::error_code &why);
 // The folder as an absolute path. Throws UsageError when it cannot be opened.
 std::filesystem::path requireFolder(const std::filesystem::path &given);
 

@@ -7,6 +7,8 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "platform/ShellWords.h"
+
 namespace kestrel::CommandBuilder {
 
 namespace {
@@ -126,17 +128,6 @@ bool needsQuotes(string_view argument)
     return argument.find_first_of(" '\"()&;[]") != string_view::npos;
 }
 
-std::string inQuotes(string_view argument)
-{
-    std::string result = "'";
-    for (const char c : argument)
-        if (c == '\'')
-            result += "'\\''";
-        else
-            result += c;
-    return result + "'";
-}
-
 } // namespace
 
 std::vector<std::string> arguments(const MediaInfo &info, const Plan &plan,
@@ -230,7 +221,7 @@ std::string displayString(const std::string &executable, const std::vector<std::
 {
     std::string line = executable;
     for (const auto &argument : arguments)
-        line += " " + (needsQuotes(argument) ? inQuotes(argument) : argument);
+        line += " " + (needsQuotes(argument) ? ShellWords::inApostrophes(argument) : argument);
     return line;
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <string_view>
 
 #include <fmt/format.h>
 
@@ -10,6 +9,7 @@
 #include "encoding/SwapJournal.h"
 #include "media/WorkNames.h"
 #include "platform/Files.h"
+#include "platform/ShellWords.h"
 #include "platform/Text.h"
 #include "platform/Volume.h"
 
@@ -18,24 +18,6 @@ namespace kestrel {
 namespace fs = std::filesystem;
 
 namespace {
-
-// As bash reads it; bytes that no terminal shows stand as octal digits.
-std::string quoted(const std::string &word)
-{
-    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F || c == 0xC2; }; // U+0080 …
-    const bool isPlain = Text::repaired(word) == word && std::none_of(word.begin(), word.end(), isControl);
-    std::string result = isPlain ? "'" : "$'";
-    for (const char c : word) {
-        if (isPlain)
-            result += c == '\'' ? std::string("'\\''") : std::string(1, c);
-        else if (isControl(static_cast<unsigned char>(c)) || static_cast<unsigned char>(c) > 0x7F ||
-                 c == '\'' || c == '\\')
-            result += fmt::format("\\{:03o}", static_cast<unsigned char>(c));
-        else
-            result += c;
-    }
-    return result + "'";
-}
 
 // A name that is free in the film's folder, as far as one can see.
 fs::path freeName(const fs::path &film)
@@ -79,13 +61,14 @@ std::optional<HiddenOriginal> pending(const SwapJournal::Record &record)
 std::string HiddenOriginal::title() const
 {
     return fmt::format("„{}“ ist nach einem unterbrochenen Tausch noch versteckt: „{}“{}",
-                       Text::repaired(film.filename().native()), Text::repaired(hidden.native()),
+                       Text::shown(film.filename()), Text::shown(hidden),
                        isThere ? "" : " (die Freigabe ist dort zurzeit nicht eingebunden)");
 }
 
 std::string HiddenOriginal::moveLine() const
 {
-    return fmt::format("mv -n -- {} {}", quoted(hidden.native()), quoted(film.native()));
+    return fmt::format("mv -n -- {} {}", ShellWords::quoted(hidden.native()),
+                       ShellWords::quoted(film.native()));
 }
 
 std::vector<HiddenOriginal> hiddenOriginals(const std::vector<fs::path> &met)

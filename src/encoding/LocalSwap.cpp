@@ -45,7 +45,7 @@ fs::path takePlace(const ResultRecords::Record &record)
     } catch (const fs::filesystem_error &error) {
         throw ToolError::failed(
             fmt::format("Original konnte nicht in den Papierkorb gelegt werden ({}). Neue Datei: {}",
-                        ErrorText::reason(error), Text::repaired(record.result.path.filename().native())));
+                        ErrorText::reason(error), Text::shown(record.result.path.filename())));
     }
     return takeName(record);
 }

@@ -96,8 +96,8 @@ void clearBackupName(const SwapJournal::Entry &entry)
     const auto visible = makeVisible(entry.backup, entry.original);
     if (!visible)
         throw ToolError::failed("Von einem früheren Tausch liegt hier noch ein Original unter " +
-                                Text::repaired(entry.backup.native()) + " – bitte zuerst umbenennen.");
-    Log::write("Original eines früheren Tauschs: " + Text::repaired(visible->native()));
+                                Text::shown(entry.backup) + " – bitte zuerst umbenennen.");
+    Log::write("Original eines früheren Tauschs: " + Text::shown(*visible));
 }
 
 // Moves the original under the backup's name. Where that fails it goes back, and the entry stays only while
@@ -110,7 +110,7 @@ void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected
         Files::moveToFreeName(source, entry.backup);
         if (hasContent(entry.backup, expected))
             return;
-        reason = "Die Datei wurde während der Umwandlung verändert – sie bleibt, wie sie ist.";
+        reason = changedSource;
     } catch (const fs::filesystem_error &error) {
         // Also where the share has renamed it all the same.
         reason = "Original konnte nicht umbenannt werden: " + ErrorText::reason(error);
@@ -141,7 +141,7 @@ std::optional<std::string> disposeOfBackup(const SwapJournal::Entry &entry, cons
     if (reason.empty())
         return std::nullopt;
     const std::string note = fmt::format("Das Original wurde nicht gelöscht ({}). Es belegt weiter Platz: {}",
-                                         reason, Text::repaired(file.native()));
+                                         reason, Text::shown(file));
     Log::write(note);
     return note;
 }
@@ -166,7 +166,7 @@ std::optional<std::string> swapOnNetwork(const fs::path &source, const Files::At
         if (!tryMove(entry.backup, source)) // the entry stays, and the next start puts the original back
             throw ToolError::failed(
                 fmt::format("Neue Datei konnte nicht übernommen werden: {}. Das Original liegt noch unter {}",
-                            ErrorText::reason(error), Text::repaired(entry.backup.native())));
+                            ErrorText::reason(error), Text::shown(entry.backup)));
         SwapJournal::remove(entry);
         throw ToolError::failed(
             "Neue Datei konnte nicht übernommen werden – Original ist wiederhergestellt: " +

@@ -4,10 +4,15 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/Files.h"
 
 namespace kestrel {
+
+// Why a source stays that another program has changed; German.
+inline constexpr std::string_view changedSource =
+    "Die Datei wurde während der Umwandlung verändert – sie bleibt, wie sie ist.";
 
 // Puts a finished file in the place of an original on a network share, under the swap journal, so that a
 // crash at any point can be repaired. `replacement` lies in the same folder and is on the disk already;

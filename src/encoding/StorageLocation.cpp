@@ -57,7 +57,7 @@ StorageLocation StorageLocation::detect(const fs::path &folder)
 StorageLocation StorageLocation::classify(const Volume &volume, const fs::path &folder)
 {
     StorageLocation location;
-    location.volumeName = volume.name.value_or(Text::repaired(folder.filename().native()));
+    location.volumeName = volume.name.value_or(Text::shown(folder.filename()));
     location.remoteURL = volume.remountURL;
     const auto *network = std::find_if(networkTypes.begin(), networkTypes.end(), [&](const NetworkType &row) {
         return row.type == volume.fileSystemType;

@@ -137,7 +137,7 @@ void keepDamaged(const std::string &text)
                                                      number == 1 ? "" : fmt::format(" {}", number));
         if (Files::presence(name) == Files::Presence::absent) {
             Files::writeAtomically(name, text);
-            Log::write("Tauschvorgänge, die nicht zu verstehen sind: " + Text::repaired(name.native()));
+            Log::write("Tauschvorgänge, die nicht zu verstehen sind: " + Text::shown(name));
             return;
         }
         if (Files::readAll(name) == text)
@@ -196,6 +196,11 @@ bool succeeds(Operation operation)
     }
 }
 
+std::string restored(const fs::path &original)
+{
+    return "Original wiederhergestellt: " + Text::shown(original);
+}
+
 // What lies at the final name is not the file that was to get there: the original becomes visible beside
 // it, and a person decides.
 bool showBackup(const Entry &entry, std::vector<std::string> &messages)
@@ -205,7 +210,7 @@ bool showBackup(const Entry &entry, std::vector<std::string> &messages)
         names.push_back(WorkNames::visibleOriginal(entry.original, number));
     for (const fs::path &visible : names)
         if (succeeds([&] { Files::moveToFreeName(entry.backup, visible); })) {
-            messages.push_back("Original wiederhergestellt: " + Text::repaired(visible.native()));
+            messages.push_back(restored(visible));
             return true;
         }
     return false;
@@ -239,14 +244,14 @@ bool repair(const Record &record, std::vector<std::string> &messages, const std:
         return backup == Presence::absent;
     if (isOnlySecondName(entry, stop)) {
         Files::remove(entry.backup);
-        messages.push_back("Original wiederhergestellt: " + Text::repaired(entry.original.native()));
+        messages.push_back(restored(entry.original));
         return true;
     }
     if (final == Presence::absent) {
-        const bool restored = succeeds([&] { Files::moveToFreeName(entry.backup, entry.original); });
-        if (restored)
-            messages.push_back("Original wiederhergestellt: " + Text::repaired(entry.original.native()));
-        return restored;
+        const bool isBack = succeeds([&] { Files::moveToFreeName(entry.backup, entry.original); });
+        if (isBack)
+            messages.push_back(restored(entry.original));
+        return isBack;
     }
     const auto attributes = Files::tryAttributes(entry.final);
     if (!attributes || !attributes->isRegular)
@@ -254,7 +259,7 @@ bool repair(const Record &record, std::vector<std::string> &messages, const std:
     if (record.newSize && attributes->size != *record.newSize)
         return showBackup(entry, messages);
     const bool removed = succeeds([&] { Files::remove(entry.backup); });
-    messages.push_back("Tausch abgeschlossen: " + Text::repaired(entry.final.native()));
+    messages.push_back("Tausch abgeschlossen: " + Text::shown(entry.final));
     return removed;
 }
 

@@ -26,6 +26,8 @@ using ResultRecords::Record;
 
 namespace {
 
+constexpr std::string_view changed = "eine der Dateien wurde verändert";
+
 enum class State {
     untouched,    // both files are there as they were recorded
     originalGone, // only the result is: all that is missing is its name
@@ -57,12 +59,12 @@ State stateOf(const Record &record)
     return source.isThere() ? State::untouched : State::over;
 }
 
-void forget(const Record &record, const std::string &reason)
+void forget(const Record &record, std::string_view reason)
 {
     ResultRecords::remove(record);
     if (Files::exists(record.result.path))
         Log::write(fmt::format("Unterbrochenes Ersetzen bleibt, wie es ist: {} ({})",
-                               Text::repaired(record.result.path.native()), reason));
+                               Text::shown(record.result.path), reason));
 }
 
 // Throws ToolError where the result must not take its source's place.
@@ -74,7 +76,7 @@ void check(const Record &record, const fs::path &ffprobe, const std::stop_token 
     if (!ResultCheck::savesEnough(source.fileSize, result.fileSize, record.expected))
         throw ToolError::failed("keine Ersparnis");
     if (stateOf(record) != State::untouched)
-        throw ToolError::failed("eine der Dateien wurde verändert");
+        throw ToolError::failed(std::string(changed));
 }
 
 // Where the result is now; absent where the record says nothing any more, or cannot be followed now.
@@ -85,7 +87,7 @@ std::optional<fs::path> complete(const Record &record, const fs::path &ffprobe, 
     case State::outOfReach:
         return std::nullopt;
     case State::over:
-        forget(record, "eine der Dateien wurde verändert");
+        forget(record, changed);
         return std::nullopt;
     case State::originalGone:
         return LocalSwap::takeName(record);
@@ -125,7 +127,7 @@ std::vector<std::string> finish(const fs::path &ffprobe, const std::stop_token &
             if (lock.isTaken() || isRefusedByTrash(record))
                 continue;
             if (const auto final = complete(record, ffprobe, stop))
-                messages.push_back("Ersetzen abgeschlossen: " + Text::repaired(final->native()));
+                messages.push_back("Ersetzen abgeschlossen: " + Text::shown(*final));
         } catch (const Cancelled &) {
             throw;
         } catch (const std::exception &error) {

@@ -168,7 +168,7 @@ std::size_t removeLeftovers(const std::vector<fs::path> &leftovers)
         if (error)
             continue;
         ++count;
-        Log::write("Rest entfernt: " + Text::repaired(path.native()));
+        Log::write("Rest entfernt: " + Text::shown(path));
     }
     return count;
 }

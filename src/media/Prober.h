@@ -5,6 +5,7 @@
 #include <set>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <nlohmann/json_fwd.hpp>
@@ -43,6 +44,10 @@ std::size_t removeLeftovers(const std::vector<std::filesystem::path> &leftovers)
 
 // Where the file lies below the root, for display; its bare name where it does not lie there.
 std::filesystem::path relativePath(const std::filesystem::path &file, const std::filesystem::path &root);
+
+// The sentence for a file that ffprobe cannot read; German. The error's whole text where ffprobe gives no
+// reason.
+inline constexpr std::string_view unreadableFile = "Datei konnte nicht gelesen werden";
 
 // Runs ffprobe on one file; blocks. Throws ToolError, the JSON parser's or the file system's error, or
 // Cancelled.
