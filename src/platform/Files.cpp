@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <system_error>
 
 #include "platform/Cancelled.h"
@@ -119,6 +120,20 @@ bool Attributes::sameContent(const Attributes &other) const
 {
     return size == other.size && modified.tv_sec == other.modified.tv_sec &&
            modified.tv_nsec == other.modified.tv_nsec;
+}
+
+bool Attributes::isSettled() const
+{
+    constexpr std::int64_t age = 3'000'000'000; // FAT counts in two seconds
+    const std::int64_t now = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                 std::chrono::system_clock::now().time_since_epoch())
+                                 .count();
+    return now - nanoseconds(changed) > age && now - nanoseconds(modified) > age;
+}
+
+std::int64_t nanoseconds(const timespec &time)
+{
+    return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
 }
 
 Attributes attributes(const fs::path &file)

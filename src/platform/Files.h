@@ -25,7 +25,11 @@ struct Attributes {
     bool sameVersion(const Attributes &other) const;
     // The same content wherever it lies now; some shares number their files anew on a rename.
     bool sameContent(const Attributes &other) const;
+    // Nothing has changed it within the last seconds: its next change will show in its times.
+    bool isSettled() const;
 };
+
+std::int64_t nanoseconds(const timespec &time);
 
 // Follows symbolic links; throws where there is nothing.
 Attributes attributes(const std::filesystem::path &file);
