@@ -182,13 +182,13 @@ std::vector<std::string> encoderArguments(VideoCodecChoice codec, int qualityVal
         std::string parameters = "log-level=error:aq-mode=3";
         if (source.isHDR())
             parameters += ":hdr10-opt=1:repeat-headers=1";
-        list.add({"-c:v", "libx265", "-preset", preset(codec, speed), "-crf", crf, "-pix_fmt", pixelFormat,
-                  "-profile:v", "main10", "-x265-params", parameters});
+        list.add({"-c:v", encoder(codec), "-preset", preset(codec, speed), "-crf", crf, "-pix_fmt",
+                  pixelFormat, "-profile:v", "main10", "-x265-params", parameters});
         break;
     }
     case VideoCodecChoice::av1SVT:
         list.add(
-            {"-c:v", "libsvtav1", "-preset", preset(codec, speed), "-crf", crf, "-pix_fmt", pixelFormat});
+            {"-c:v", encoder(codec), "-preset", preset(codec, speed), "-crf", crf, "-pix_fmt", pixelFormat});
         break;
     case VideoCodecChoice::keepVideo:
         list.add(copyVideo);

@@ -13,6 +13,7 @@
 #include "encoding/WorkFile.h"
 #include "media/Tools.h"
 #include "media/WorkNames.h"
+#include "platform/Enumeration.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
 #include "platform/OnExit.h"
@@ -36,6 +37,7 @@ constexpr std::array<std::string_view, 5> sentences{
     "Der Papierkorb für diesen Datenträger ist nicht benutzbar und lässt sich nicht anlegen ({}) – das "
     "Original bleibt, wie es ist.",
 };
+static_assert(sentences.size() == caseCount<Trash::Obstacle::Kind>);
 
 // The folder, or the one above it in which it will be made.
 fs::path nearest(fs::path folder)

@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 
+#include "platform/Enumeration.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 
@@ -33,6 +34,7 @@ constexpr std::array<const char *, 4> recycleBins{".recycle", "#recycle", "@Recy
 std::string id(StorageLocation::Kind kind)
 {
     constexpr std::array<const char *, 3> names{"network", "local", "external"};
+    static_assert(names.size() == caseCount<StorageLocation::Kind>);
     return names[static_cast<std::size_t>(kind)];
 }
 
