@@ -1,7 +1,6 @@
 #include "encoding/FFmpegRunner.h"
 
 #include <chrono>
-#include <csignal>
 
 namespace kestrel {
 
@@ -58,13 +57,13 @@ void FFmpegRunner::suspend()
 {
     const std::scoped_lock guard(m_lock);
     if (!m_suspended && !m_cancelled && m_process)
-        m_suspended = m_process->signal(SIGSTOP);
+        m_suspended = m_process->freeze();
 }
 
 void FFmpegRunner::resume()
 {
     const std::scoped_lock guard(m_lock);
-    if (m_suspended && m_process->signal(SIGCONT))
+    if (m_suspended && m_process->thaw())
         m_suspended = false;
 }
 
@@ -75,7 +74,7 @@ void FFmpegRunner::cancel()
     if (!m_process)
         return;
     if (m_suspended)
-        m_process->signal(SIGCONT); // a frozen process would not act on the request
+        m_process->thaw(); // a frozen process would not act on the request
     m_suspended = false;
     m_process->terminate(grace);
 }
