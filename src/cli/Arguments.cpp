@@ -54,7 +54,7 @@ std::set<std::string> parseLanguages(const std::string &list)
     return languages;
 }
 
-// An option whose value changes the settings once they are loaded; a wrong value is told at once.
+// An option whose value changes the settings once they are loaded; a wrong value is reported at once.
 template <typename Value, typename Parse>
 void addSetting(CLI::App &command, Arguments &arguments, const std::string &option,
                 Value ConversionSettings::*field, Parse parse)

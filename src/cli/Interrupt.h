@@ -10,7 +10,7 @@
 namespace kestrel {
 
 // Turns the signals that ask the program to end (see Signals) into a stop request, and Ctrl-Z into a call.
-// Ignores broken pipes: a reader that goes away must not end a conversion.
+// Ignores broken pipes: a reader that closes its end must not end a conversion.
 // REQUIRES: the object is made as Signals is, before any thread.
 class Interrupt {
 public:
@@ -36,7 +36,7 @@ private:
     // Guarded by m_lock.
     std::mutex m_lock;
     std::function<void()> m_onSuspend;
-    bool m_isAsked = false; // to suspend, and nobody has begun
+    bool m_isAsked = false; // to suspend, and suspend() has not begun
     std::condition_variable m_answered;
 
     Signals m_signals;

@@ -93,7 +93,7 @@ void Session::waitUntil(const std::function<bool()> &condition)
     };
     QObject::connect(&m_model, &AppModel::toolsChanged, &waiting, look);
     QObject::connect(&m_model, &AppModel::activityChanged, &waiting, look);
-    // What is running ends first: a stop is told by the activity.
+    // What is running ends first: the activity reports that it has stopped.
     while (!condition() && !(m_interrupt.isRequested() && !m_model.isBusy()))
         m_loop.exec();
 }

@@ -35,7 +35,7 @@ public:
     // folder cannot be read or the settings cannot be met, ToolError where tools are missing.
     void open(const std::filesystem::path &folder);
     void waitUntilIdle();
-    // Serves a status page that somebody looks at until it has seen the end.
+    // Serves a status page that is open in a browser until it has shown the end.
     void showTheEnd();
     // Files that "--only" names and the folder does not have; each has been complained about.
     std::size_t missing() const { return m_missing; }

@@ -36,7 +36,7 @@ std::string green(std::string_view text);
 // The lines on standard input; blocks until it ends. Throws Cancelled.
 std::vector<std::string> readLines(const std::stop_token &stop);
 
-// Writing never throws: a reader that goes away, or a full disk behind a redirection, must not end a
+// Writing never throws: a reader that closes its end, or a full disk behind a redirection, must not end a
 // conversion. flush() returns the first failure.
 void write(std::string_view text);
 void writeError(std::string_view text);

@@ -239,7 +239,7 @@ void ConversionJob::upload(Workplace &place, std::int64_t newSize, const std::fu
     place.ready = copy;
 }
 
-// A file that somebody changed meanwhile is not the one that was converted.
+// A file that another program has changed meanwhile is not the one that was converted.
 void ConversionJob::requireUnchangedSource(const Workplace &place) const
 {
     const auto now = Files::tryAttributes(m_info.url);

@@ -28,7 +28,7 @@ ResultRecords::Record showBeside(const Swap &swap, const ConversionSettings &set
 // record kept, where the trash does not take the original.
 std::filesystem::path takePlace(const ResultRecords::Record &record);
 
-// The last step of it, for an original that has gone already.
+// The last step of takePlace(), for an original that is in the trash already.
 std::filesystem::path takeName(const ResultRecords::Record &record);
 
 } // namespace kestrel::LocalSwap

@@ -40,7 +40,7 @@ bool tryRemove(const fs::path &file)
     }
 }
 
-// The last look before the original goes: another computer on the share may have got in between.
+// The last look before the original is removed: another computer on the share may have changed the file.
 void requireSize(const fs::path &file, std::int64_t size)
 {
     const auto attributes = Files::tryAttributes(file);
@@ -100,8 +100,8 @@ void clearBackupName(const SwapJournal::Entry &entry)
     Log::write("Original eines früheren Tauschs: " + Text::shown(*visible));
 }
 
-// Moves the original under the backup's name. Where that fails it goes back, and the entry stays only while
-// something lies there, or nobody can say.
+// Moves the original under the backup's name. Where that fails the original is moved back, and the entry
+// stays only while something lies under the backup's name, or the share does not say.
 void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected)
 {
     const fs::path &source = entry.original;
@@ -121,8 +121,8 @@ void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected
     throw ToolError::failed(reason);
 }
 
-// A visible name makes it recognisable in the share's recycle bin. One that somebody has changed by now
-// stays. Returns a sentence about what has not gone.
+// A visible name makes it recognisable in the share's recycle bin. One that has been changed by now
+// stays. Returns a sentence about what was not removed.
 std::optional<std::string> disposeOfBackup(const SwapJournal::Entry &entry, const Files::Attributes &expected)
 {
     const auto visible = makeVisible(entry.backup, entry.original);

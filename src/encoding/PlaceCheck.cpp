@@ -92,7 +92,7 @@ void requireTimes(const fs::path &file, const fs::path &target)
             "konvertiert ist – die Datei bleibt, wie sie ist.");
 }
 
-// No original of a share is replaced while nobody can read which swaps have begun.
+// No original of a share is replaced while the list of the swaps that have begun cannot be read.
 void requireJournal()
 {
     if (const auto problem = SwapJournal::problem())

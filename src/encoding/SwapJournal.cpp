@@ -217,7 +217,8 @@ bool showBackup(const Entry &entry, std::vector<std::string> &messages)
 }
 
 // The film has its own name, and the backup's is only another one for it: a move by link and unlink was cut
-// off in between. Some shares (sshfs) do not tell; there the same bytes mean that one of the two may go.
+// off in between. Some shares (sshfs) do not report it; there the same bytes mean that one of the two may be
+// removed.
 bool isOnlySecondName(const Entry &entry, const std::stop_token &stop)
 {
     if (Files::areNamesOfOneFile(entry.backup, entry.original))

@@ -8,7 +8,7 @@
 #include <vector>
 
 // The list of swaps on network shares that have begun and not ended, in a small JSON file; after a
-// crash it tells what is to be repaired. Safe across threads and processes. Nothing here throws. While the
+// crash it says what is to be repaired. Safe across threads and processes. Nothing here throws. While the
 // file cannot be read it is left alone, and no swap can begin; text in it that is no entry is moved to
 // "tauschvorgaenge (unlesbar).json" beside it.
 namespace kestrel::SwapJournal {

@@ -15,7 +15,7 @@ namespace {
 constexpr std::int64_t daysKept = 183;
 constexpr std::chrono::milliseconds patience{200}; // while another process holds the store
 
-// The schema's number is in user_version; another one is made anew.
+// The schema's number is in user_version; a file with another one is made again.
 constexpr int schema = 1;
 constexpr const char *tables = R"(
     CREATE TABLE IF NOT EXISTS probe (

@@ -30,7 +30,7 @@ public:
     // A file that has changed within the last seconds is not remembered: its next change might leave no
     // trace in its times.
     void add(const std::filesystem::path &file, const Files::Attributes &attributes, std::string answer);
-    // Writes what was added and seen since, and forgets files that nobody has seen for half a year.
+    // Writes what was added and seen since, and forgets files that no scan has seen for half a year.
     void save();
 
 private:

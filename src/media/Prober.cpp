@@ -16,7 +16,7 @@ using nlohmann::json;
 
 namespace {
 
-// The answer with what it does not tell by itself.
+// The answer with what it does not contain by itself.
 std::string supplemented(std::string answer, const fs::path &file, const fs::path &ffprobe,
                          const std::stop_token &stop)
 {

@@ -54,7 +54,7 @@ inline constexpr std::string_view unreadableFile = "Datei konnte nicht gelesen w
 MediaInfo probe(const std::filesystem::path &file, const std::filesystem::path &ffprobe,
                 std::stop_token stop);
 
-// The two halves of probe(): ffprobe's own answer with what it does not tell (see ProbeSupplement), and the
+// The two halves of probe(): ffprobe's own answer with what it lacks (see ProbeSupplement), and the
 // record of a file with these attributes.
 std::string ask(const std::filesystem::path &file, const std::filesystem::path &ffprobe,
                 std::stop_token stop);

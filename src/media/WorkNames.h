@@ -8,7 +8,7 @@
 namespace kestrel::WorkNames {
 
 // A hidden name is "." + base + one of these suffixes.
-// An encode that is being written. The extension tells ffmpeg the container.
+// An encode that is being written. ffmpeg knows the container by the extension.
 std::string temporarySuffix(std::string_view extension);
 // The copy of a result while it is brought to a share.
 inline constexpr std::string_view uploadSuffix = ".kestrel-upload";

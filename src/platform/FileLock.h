@@ -15,7 +15,7 @@ public:
 
     // Neither waits nor throws; holds nothing where the path cannot be opened.
     static FileLock tryTake(const std::filesystem::path &path);
-    // Waits until nobody else holds it; never throws.
+    // Waits until no other object holds it; never throws.
     static FileLock take(const std::filesystem::path &path);
     // Makes the file, empty, where it is not there; does not wait. The lock is that of the file which has the
     // name afterwards. Throws std::filesystem::filesystem_error.

@@ -229,7 +229,8 @@ bool areNamesOfOneFile(const fs::path &a, const fs::path &b)
 {
     struct stat first {
     }, second{};
-    // The count of links tells two names from one that is spelled in two ways, and from made-up numbers.
+    // The count of links distinguishes two names from one that is spelled in two ways, and from made-up
+    // numbers.
     return ::lstat(a.c_str(), &first) == 0 && ::lstat(b.c_str(), &second) == 0 && S_ISREG(first.st_mode) &&
            S_ISREG(second.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino &&
            first.st_nlink > 1 && second.st_nlink > 1;

@@ -10,7 +10,7 @@
 
 #include <time.h>
 
-// File operations beyond the standard library: durable, and never over somebody else's file. Those that
+// File operations beyond the standard library: durable, and never over another program's file. Those that
 // fail throw std::filesystem::filesystem_error with the system's reason.
 namespace kestrel::Files {
 
@@ -21,9 +21,9 @@ struct Attributes {
     std::uint64_t device = 0, inode = 0;
     bool isRegular = false;
 
-    // The same file with the same content, as far as the file system tells.
+    // The same file with the same content, as far as the file system reports.
     bool sameVersion(const Attributes &other) const;
-    // The same content wherever it lies now; some shares number their files anew on a rename.
+    // The same content wherever it lies now; some shares give a file another number on a rename.
     bool sameContent(const Attributes &other) const;
     // Nothing has changed it within the last seconds: its next change will show in its times.
     bool isSettled() const;
@@ -60,7 +60,7 @@ bool trySync(const std::filesystem::path &fileOrFolder);
 // Throws Cancelled when asked to stop; what was written so far stays.
 void copy(const std::filesystem::path &from, const std::filesystem::path &to, std::stop_token stop);
 
-// Two names of one file, not a link to it. False also where the file system does not tell.
+// Two names of one file, not a link to it. False also where the file system does not report it.
 bool areNamesOfOneFile(const std::filesystem::path &a, const std::filesystem::path &b);
 // Compares every byte. Throws Cancelled when asked to stop.
 bool haveSameBytes(const std::filesystem::path &a, const std::filesystem::path &b, std::stop_token stop);

@@ -26,9 +26,9 @@ public:
     // Waits for a handler that is running; afterwards the former one is not called any more.
     void setOnEnd(Handler handler);
 
-    // From now on a reader that goes away makes writing fail, instead of ending the program.
+    // From now on a reader that closes its end makes writing fail, instead of ending the program.
     static void ignoreBrokenPipes();
-    // Stops the whole program at once, until somebody continues it.
+    // Stops the whole program at once, until another process continues it.
     static void freeze();
     // Does what Ctrl-Z does to other programs, and returns when the shell has continued this one. Where no
     // shell could do so (in an orphaned process group), it returns at once.

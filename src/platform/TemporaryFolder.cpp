@@ -32,7 +32,7 @@ bool hasOurName(const fs::path &folder)
     return name.starts_with(prefix) && isUuid(std::string_view(name).substr(prefix.size()));
 }
 
-// Everybody may put anything into the system's temporary folder, under any name.
+// Every user may put anything into the system's temporary folder, under any name.
 bool isOurs(const FileDescriptor &folder)
 {
     struct stat status {};

@@ -18,7 +18,7 @@ public:
 
     const std::filesystem::path &path() const { return m_path; }
 
-    // Removes those that nobody works in any more.
+    // Removes those that no process works in any more.
     static void removeAbandoned();
 
 private:
