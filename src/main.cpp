@@ -8,24 +8,9 @@
 #include "cli/Terminal.h"
 #include "ui/Shell.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace kestrel {
 
 namespace {
-
-// A program that is started with one of its standard streams closed would get that number for the next
-// file it opens, and write its texts into it.
-void openStandardStreams()
-{
-    for (int descriptor = ::open("/dev/null", O_RDWR); descriptor >= 0;
-         descriptor = ::open("/dev/null", O_RDWR))
-        if (descriptor > STDERR_FILENO) {
-            ::close(descriptor);
-            return;
-        }
-}
 
 QtMessageHandler qtsHandler = nullptr;
 
@@ -65,6 +50,6 @@ int runWindowOnScreen(const Arguments &arguments)
 
 int main(int count, char **words)
 {
-    kestrel::openStandardStreams();
+    kestrel::Terminal::openStreams();
     return kestrel::runCommandLine(count, words, kestrel::runWindowOnScreen);
 }

@@ -15,6 +15,7 @@
 #include <fmt/ranges.h>
 
 #include "media/Language.h"
+#include "media/WorkNames.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 
@@ -54,7 +55,7 @@ std::set<std::string> parseLanguages(const std::string &list)
     return languages;
 }
 
-// An option whose value changes the settings once they are loaded; a wrong value is told at once.
+// An option whose value changes the settings once they are loaded; a wrong value is reported at once.
 template <typename Value, typename Parse>
 void addSetting(CLI::App &command, Arguments &arguments, const std::string &option,
                 Value ConversionSettings::*field, Parse parse)
@@ -352,7 +353,8 @@ Einstellungen (für plan, convert, measure und clip; zuerst steht, was ohne Anga
   --container mkv|mp4                           Dateiformat
   --output replaceOriginal|separateFolder       Original ersetzen (es kommt in den Papierkorb; auf einer
                                                 Netzwerkfreigabe in deren Papierkorb, wenn sie einen hat),
-                                                oder daneben in „ORDNER (Kestrel)“ schreiben
+                                                oder daneben in „)" +
+           WorkNames::outputFolder("ORDNER").native() + R"(“ schreiben
   --jobs 2                                      so viele Dateien zugleich; 0: alle
   --status-page, --no-status-page               convert und measure zeigen den Fortschritt im Heimnetz als
                                                 Webseite

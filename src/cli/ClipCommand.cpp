@@ -6,7 +6,6 @@
 #include "cli/Session.h"
 #include "cli/Terminal.h"
 #include "format/Fmt.h"
-#include "platform/ErrorText.h"
 
 namespace kestrel {
 
@@ -15,8 +14,7 @@ int runClip(const Arguments &arguments, Interrupt &interrupt)
     std::error_code error;
     const std::filesystem::path file = std::filesystem::canonical(arguments.folder, error);
     if (error)
-        throw UsageError("„" + Terminal::shown(arguments.folder.native()) +
-                         "“ kann nicht gelesen werden: " + ErrorText::describe(error) + ".");
+        throw unreadable("„" + Terminal::shown(arguments.folder.native()) + "“", error);
     const auto folder = requireFolder(file.parent_path());
     Arguments onlyThis = arguments;
     onlyThis.only = {"./" + file.filename().native()};

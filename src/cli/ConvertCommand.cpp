@@ -8,6 +8,7 @@
 #include "cli/RunReport.h"
 #include "cli/Session.h"
 #include "cli/Terminal.h"
+#include "model/Sentences.h"
 #include "platform/Cancelled.h"
 
 namespace kestrel {
@@ -73,7 +74,7 @@ int runConvert(const Arguments &arguments, Interrupt &interrupt)
             reporter->finished({});
         } else {
             Terminal::print("{}\n", session.library().items().empty() ? session.nothingFound()
-                                                                      : "Es gibt nichts zu konvertieren.");
+                                                                      : Sentences::nothingToConvert);
         }
         return usual;
     }

@@ -12,6 +12,7 @@
 #include "media/Log.h"
 #include "media/ProbeStore.h"
 #include "media/Tools.h"
+#include "media/WorkNames.h"
 #include "model/ProbeClip.h"
 #include "model/ToolReport.h"
 #include "model/UserDefaults.h"
@@ -19,8 +20,6 @@
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Volume.h"
-
-#include <unistd.h>
 
 namespace kestrel {
 
@@ -68,7 +67,7 @@ std::string state(const fs::path &path)
 {
     if (!Files::exists(path))
         return "noch nicht angelegt";
-    if (::access(path.c_str(), W_OK) != 0)
+    if (!Files::isWritable(path))
         return Terminal::red("nicht beschreibbar");
     const auto attributes = Files::tryAttributes(path);
     if (attributes && attributes->isRegular)
@@ -126,9 +125,10 @@ int runDoctor(const Interrupt &interrupt)
     place("Sperrdatei", Paths::applicationSupport() / "Kestrel/instanz.lock");
     place("Temporäres", Paths::temporary());
     place("Papierkorb", Paths::applicationSupport() / "Trash");
-    row("neben den Videos", ".*.kestrel-tmp.*, .*.kestrel-upload, .*.kestrel-original",
+    row("neben den Videos", WorkNames::hiddenPatterns(),
         "versteckte Arbeitsdateien, nur während eines Laufs");
-    row("neben dem Ordner", "„ORDNER (Kestrel)“", "Ausgabe bei --output separateFolder");
+    row("neben dem Ordner", fmt::format("„{}“", WorkNames::outputFolder("ORDNER").native()),
+        "Ausgabe bei --output separateFolder");
     tellPendingSwaps();
     return status;
 }

@@ -147,7 +147,7 @@ Value list(const Records &records)
 
 Value text(const std::filesystem::path &path)
 {
-    return Text::repaired(path.native());
+    return Text::shown(path);
 }
 
 Value value(const StorageLocation &location)

@@ -9,6 +9,7 @@
 #include "cli/Session.h"
 #include "cli/Terminal.h"
 #include "format/Fmt.h"
+#include "model/Sentences.h"
 
 namespace kestrel {
 
@@ -79,8 +80,7 @@ int runMeasure(const Arguments &arguments, Interrupt &interrupt)
     QObject::connect(&model, &AppModel::samplingFailed, [&](const FileItem &file, const std::string &text) {
         clearProgress();
         hasFailed = true;
-        Terminal::complain(fmt::format("Stichprobe für „{}“ fehlgeschlagen: {}", Terminal::shown(file.name()),
-                                       Terminal::line(text)));
+        Terminal::complain(Sentences::sampleFailed(Terminal::shown(file.name()), Terminal::line(text)));
     });
 
     const auto usual = arguments.only.empty() ? std::optional(usualCount) : std::nullopt; // those, and all

@@ -10,6 +10,7 @@
 #include "cli/Json.h"
 #include "cli/Terminal.h"
 #include "format/Fmt.h"
+#include "platform/Enumeration.h"
 
 namespace kestrel {
 
@@ -142,6 +143,7 @@ std::string_view id(FileStatus status)
 {
     constexpr std::array<std::string_view, 7> names{"idle", "analyzing", "running", "uploading",
                                                     "done", "noSavings", "failed"};
+    static_assert(names.size() == caseCount<FileStatus>);
     return names[static_cast<std::size_t>(status)];
 }
 

@@ -2,53 +2,22 @@
 
 #include <QTimer>
 #include <algorithm>
-#include <array>
-#include <sstream>
 #include <system_error>
 
 #include <fmt/format.h>
 
 #include "cli/Terminal.h"
+#include "model/Sentences.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
-
-#include <poll.h>
-#include <unistd.h>
 
 namespace kestrel {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-// The lines on standard input, as far as they come before the program is to stop.
-std::vector<std::string> readLines(const std::stop_token &stop)
-{
-    std::string text;
-    std::array<char, 4096> buffer{};
-    constexpr int glance = 100; // milliseconds
-    for (;;) {
-        throwIfStopped(stop);
-        pollfd input{STDIN_FILENO, POLLIN, 0};
-        if (::poll(&input, 1, glance) <= 0)
-            continue;
-        const ssize_t count = ::read(STDIN_FILENO, buffer.data(), buffer.size());
-        if (count <= 0)
-            break;
-        text.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        if (line.ends_with('\r'))
-            line.pop_back();
-        if (!line.empty())
-            lines.push_back(line);
-    }
-    return lines;
-}
 
 std::optional<std::set<fs::path>> parseOnly(const std::vector<std::string> &words,
                                             const std::stop_token &stop)
@@ -57,7 +26,7 @@ std::optional<std::set<fs::path>> parseOnly(const std::vector<std::string> &word
         return std::nullopt;
     std::set<fs::path> files;
     for (const auto &word : words)
-        for (const auto &file : word == "-" ? readLines(stop) : std::vector{word})
+        for (const auto &file : word == "-" ? Terminal::readLines(stop) : std::vector{word})
             files.insert(fs::path(file).lexically_normal());
     return files;
 }
@@ -127,7 +96,7 @@ void Session::waitUntil(const std::function<bool()> &condition)
     };
     QObject::connect(&m_model, &AppModel::toolsChanged, &waiting, look);
     QObject::connect(&m_model, &AppModel::activityChanged, &waiting, look);
-    // What is running ends first: a stop is told by the activity.
+    // What is running ends first: the activity reports that it has stopped.
     while (!condition() && !(m_interrupt.isRequested() && !m_model.isBusy()))
         m_loop.exec();
 }
@@ -175,7 +144,7 @@ void Session::open(const fs::path &folder)
         Terminal::writeError("\r\x1b[K");
     throwIfStopped(m_interrupt.token());
     if (m_model.scanError())
-        throw ToolError::failed("Analyse fehlgeschlagen: " + *m_model.scanError());
+        throw ToolError::failed(Sentences::scanFailed(*m_model.scanError()));
     for (const auto &original : m_model.hiddenHere())
         Terminal::complain(
             fmt::format("{}\n  {}", Terminal::shown(original.title()), Terminal::shown(original.moveLine())));
@@ -215,8 +184,12 @@ void Session::tellMissing()
 
 std::string_view Session::nothingFound() const
 {
-    return m_only ? "Von den genannten Dateien wurde keine gefunden."
-                  : "In diesem Ordner wurden keine Videodateien gefunden.";
+    return m_only ? "Von den genannten Dateien wurde keine gefunden." : Sentences::nothingFound;
+}
+
+UsageError unreadable(const std::string &subject, const std::error_code &why)
+{
+    return UsageError(fmt::format("{} kann nicht gelesen werden: {}.", subject, ErrorText::describe(why)));
 }
 
 fs::path requireFolder(const fs::path &given)
@@ -230,8 +203,7 @@ fs::path requireFolder(const fs::path &given)
     if (!error)
         fs::directory_iterator(folder, error);
     if (error)
-        throw UsageError("Der Ordner „" + Terminal::shown(given.native()) +
-                         "“ kann nicht gelesen werden: " + ErrorText::describe(error) + ".");
+        throw unreadable("Der Ordner „" + Terminal::shown(given.native()) + "“", error);
     return folder;
 }
 

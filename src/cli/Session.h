@@ -8,6 +8,7 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "cli/Arguments.h"
 #include "cli/Interrupt.h"
@@ -34,7 +35,7 @@ public:
     // folder cannot be read or the settings cannot be met, ToolError where tools are missing.
     void open(const std::filesystem::path &folder);
     void waitUntilIdle();
-    // Serves a status page that somebody looks at until it has seen the end.
+    // Serves a status page that is open in a browser until it has shown the end.
     void showTheEnd();
     // Files that "--only" names and the folder does not have; each has been complained about.
     std::size_t missing() const { return m_missing; }
@@ -58,6 +59,8 @@ private:
     std::size_t m_missing = 0;
 };
 
+// `subject` is what cannot be read, named for people.
+UsageError unreadable(const std::string &subject, const std::error_code &why);
 // The folder as an absolute path. Throws UsageError when it cannot be opened.
 std::filesystem::path requireFolder(const std::filesystem::path &given);
 

@@ -1,15 +1,20 @@
 #include "cli/Terminal.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <sstream>
 
 #include <fmt/format.h>
 
+#include "platform/Cancelled.h"
 #include "platform/Text.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -25,6 +30,16 @@ std::string styled(const char *code, std::string_view text)
 }
 
 } // namespace
+
+void openStreams()
+{
+    for (int descriptor = ::open("/dev/null", O_RDWR); descriptor >= 0;
+         descriptor = ::open("/dev/null", O_RDWR))
+        if (descriptor > STDERR_FILENO) {
+            ::close(descriptor);
+            return;
+        }
+}
 
 bool isOutputTerminal()
 {
@@ -96,6 +111,32 @@ std::string red(std::string_view text)
 std::string green(std::string_view text)
 {
     return styled("32", text);
+}
+
+std::vector<std::string> readLines(const std::stop_token &stop)
+{
+    std::string text;
+    std::array<char, 4096> buffer{};
+    constexpr int glance = 100; // milliseconds
+    for (;;) {
+        throwIfStopped(stop);
+        pollfd input{STDIN_FILENO, POLLIN, 0};
+        if (::poll(&input, 1, glance) <= 0)
+            continue;
+        const ssize_t count = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (count <= 0)
+            break;
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        if (line.ends_with('\r'))
+            line.pop_back();
+        if (!line.empty())
+            lines.push_back(line);
+    }
+    return lines;
 }
 
 void write(std::string_view text)

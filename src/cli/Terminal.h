@@ -1,13 +1,19 @@
 #pragma once
 
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
-// What the program knows about the terminals at its standard streams.
+// The standard streams, and what the program knows about the terminals at them.
 namespace kestrel::Terminal {
+
+// Opens those that the program was started without: the next file that it opens would get the number of one,
+// and the program's texts.
+void openStreams();
 
 bool isOutputTerminal();
 bool isErrorTerminal();
@@ -27,8 +33,11 @@ std::string dim(std::string_view text);
 std::string red(std::string_view text);
 std::string green(std::string_view text);
 
-// Writing never throws: a reader that goes away, or a full disk behind a redirection, must not end a
-// conversion. What went wrong is kept for outputError().
+// The lines on standard input; blocks until it ends. Throws Cancelled.
+std::vector<std::string> readLines(const std::stop_token &stop);
+
+// Writing never throws: a reader that closes its end, or a full disk behind a redirection, must not end a
+// conversion. flush() returns the first failure.
 void write(std::string_view text);
 void writeError(std::string_view text);
 template <typename... Values>

@@ -7,6 +7,8 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "platform/ShellWords.h"
+
 namespace kestrel::CommandBuilder {
 
 namespace {
@@ -126,17 +128,6 @@ bool needsQuotes(string_view argument)
     return argument.find_first_of(" '\"()&;[]") != string_view::npos;
 }
 
-std::string inQuotes(string_view argument)
-{
-    std::string result = "'";
-    for (const char c : argument)
-        if (c == '\'')
-            result += "'\\''";
-        else
-            result += c;
-    return result + "'";
-}
-
 } // namespace
 
 std::vector<std::string> arguments(const MediaInfo &info, const Plan &plan,
@@ -191,13 +182,13 @@ std::vector<std::string> encoderArguments(VideoCodecChoice codec, int qualityVal
         std::string parameters = "log-level=error:aq-mode=3";
         if (source.isHDR())
             parameters += ":hdr10-opt=1:repeat-headers=1";
-        list.add({"-c:v", "libx265", "-preset", preset(codec, speed), "-crf", crf, "-pix_fmt", pixelFormat,
-                  "-profile:v", "main10", "-x265-params", parameters});
+        list.add({"-c:v", encoder(codec), "-preset", preset(codec, speed), "-crf", crf, "-pix_fmt",
+                  pixelFormat, "-profile:v", "main10", "-x265-params", parameters});
         break;
     }
     case VideoCodecChoice::av1SVT:
         list.add(
-            {"-c:v", "libsvtav1", "-preset", preset(codec, speed), "-crf", crf, "-pix_fmt", pixelFormat});
+            {"-c:v", encoder(codec), "-preset", preset(codec, speed), "-crf", crf, "-pix_fmt", pixelFormat});
         break;
     case VideoCodecChoice::keepVideo:
         list.add(copyVideo);
@@ -230,7 +221,7 @@ std::string displayString(const std::string &executable, const std::vector<std::
 {
     std::string line = executable;
     for (const auto &argument : arguments)
-        line += " " + (needsQuotes(argument) ? inQuotes(argument) : argument);
+        line += " " + (needsQuotes(argument) ? ShellWords::inApostrophes(argument) : argument);
     return line;
 }
 

@@ -21,6 +21,7 @@
 #include "media/ByteFormat.h"
 #include "media/Log.h"
 #include "media/Prober.h"
+#include "media/WorkNames.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/OnExit.h"
@@ -35,8 +36,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::string_view uploadSuffix = ".kestrel-upload";
-
 struct Space {
     double factor;        // of the expected size
     std::int64_t reserve; // bytes
@@ -45,7 +44,7 @@ constexpr Space encodeSpace{1.3, 500'000'000}, uploadSpace{1.1, 200'000'000};
 
 std::string temporarySuffix(const ConversionSettings &settings)
 {
-    return fmt::format(".kestrel-tmp.{}", fileExtension(settings.container));
+    return WorkNames::temporarySuffix(fileExtension(settings.container));
 }
 
 std::int64_t needed(double expectedBytes, const Space &space)
@@ -53,11 +52,6 @@ std::int64_t needed(double expectedBytes, const Space &space)
     const double bytes = std::trunc(expectedBytes * space.factor);
     constexpr double most = 9e18;
     return (bytes > 0 ? static_cast<std::int64_t>(std::min(bytes, most)) : 0) + space.reserve;
-}
-
-std::string shown(const fs::path &path)
-{
-    return Text::repaired(path.native());
 }
 
 void removeQuietly(const fs::path &path)
@@ -143,8 +137,8 @@ ConversionOutcome ConversionJob::run(const Callbacks &callbacks, std::stop_token
     const auto expected = ResultCheck::Expected::of(m_plan);
     ResultCheck::verify(m_info, result, expected);
     if (!ResultCheck::savesEnough(m_info.fileSize, result.fileSize, expected)) {
-        Log::write(fmt::format("Keine Ersparnis: {} {} → {}", shown(m_info.url.filename()), m_info.fileSize,
-                               result.fileSize));
+        Log::write(fmt::format("Keine Ersparnis: {} {} → {}", Text::shown(m_info.url.filename()),
+                               m_info.fileSize, result.fileSize));
         return {ConversionOutcome::Kind::noSavings, m_info.fileSize, result.fileSize, std::nullopt};
     }
     if (place.isNetwork)
@@ -153,9 +147,9 @@ ConversionOutcome ConversionJob::run(const Callbacks &callbacks, std::stop_token
 
     auto [final, note] = putInPlace(place, result.fileSize);
     hasSucceeded = true;
-    Log::write(fmt::format("Fertig: {} {} → {}", shown(final), m_info.fileSize, result.fileSize));
+    Log::write(fmt::format("Fertig: {} {} → {}", Text::shown(final), m_info.fileSize, result.fileSize));
     if (const auto shorter = ResultCheck::lengthNote(m_info, result)) {
-        Log::write(fmt::format("{}: {}", shown(final), *shorter));
+        Log::write(fmt::format("{}: {}", Text::shown(final), *shorter));
         note = note ? *note + ' ' + *shorter : *shorter;
     }
     const auto kind = m_settings.outputMode == OutputMode::separateFolder ? ConversionOutcome::Kind::written
@@ -208,13 +202,14 @@ void ConversionJob::encode(const Workplace &place, const FFmpegRunner::OnProgres
 {
     const auto arguments = CommandBuilder::arguments(m_info, m_plan, m_settings, place.output, std::nullopt,
                                                      CommandBuilder::Streams::all);
-    Log::write(fmt::format("Start: {}{}\n  {}", shown(m_info.url),
+    Log::write(fmt::format("Start: {}{}\n  {}", Text::shown(m_info.url),
                            place.isNetwork ? " (Netzlaufwerk, lokal kodiert)" : "",
                            Text::repaired(CommandBuilder::displayString("ffmpeg", arguments))));
     const FilmWriter::End end = FilmWriter::write(m_ffmpeg, m_tools.ffmpeg, arguments, progress, stop);
     if (end.isWhole())
         return;
-    Log::write(fmt::format("Fehler ({}): {}\n{}", end.status, shown(m_info.url.filename()), end.errorTail));
+    Log::write(
+        fmt::format("Fehler ({}): {}\n{}", end.status, Text::shown(m_info.url.filename()), end.errorTail));
     if (end.status == 0)
         throw ToolError::failed("ffmpeg konnte nicht alles lesen oder schreiben:\n" + end.errorTail);
     throw ToolError::failed(fmt::format("ffmpeg meldet einen Fehler ({}):\n{}", end.status, end.errorTail));
@@ -225,8 +220,8 @@ void ConversionJob::upload(Workplace &place, std::int64_t newSize, const std::fu
 {
     if (onUpload)
         onUpload();
-    place.uploadName = std::make_unique<WorkFile>(place.target, m_info.url.stem().native(), uploadSuffix,
-                                                  WorkFile::Sharing::withinProcess);
+    place.uploadName = std::make_unique<WorkFile>(place.target, m_info.url.stem().native(),
+                                                  WorkNames::uploadSuffix, WorkFile::Sharing::withinProcess);
     const fs::path &copy = place.uploadName->path();
     removeQuietly(copy);
     try {
@@ -244,13 +239,12 @@ void ConversionJob::upload(Workplace &place, std::int64_t newSize, const std::fu
     place.ready = copy;
 }
 
-// A file that somebody changed meanwhile is not the one that was converted.
+// A file that another program has changed meanwhile is not the one that was converted.
 void ConversionJob::requireUnchangedSource(const Workplace &place) const
 {
     const auto now = Files::tryAttributes(m_info.url);
     if (!now || !isUnchanged(m_info.url, *now, place.source))
-        throw ToolError::failed(
-            "Die Datei wurde während der Umwandlung verändert – sie bleibt, wie sie ist.");
+        throw ToolError::failed(std::string(changedSource));
 }
 
 ConversionJob::Placed ConversionJob::putInPlace(Workplace &place, std::int64_t newSize) const
@@ -316,8 +310,7 @@ bool ConversionJob::isUnchanged(const fs::path &file, const Files::Attributes &n
 
 fs::path ConversionJob::outputRoot(const fs::path &root)
 {
-    const fs::path folder = Files::standardized(root);
-    return folder.parent_path() / (folder.filename().native() + " (Kestrel)");
+    return WorkNames::outputFolder(Files::standardized(root));
 }
 
 fs::path ConversionJob::targetDirectory(const fs::path &file, const ConversionSettings &settings,
@@ -361,7 +354,8 @@ void ConversionJob::requireSpace(const fs::path &folder, std::int64_t bytes)
     if (!free || *free <= 0 || *free > bytes)
         return;
     throw ToolError::failed(fmt::format("Zu wenig freier Speicher auf „{}“ ({} frei, etwa {} nötig).",
-                                        shown(folder), ByteFormat::string(*free), ByteFormat::string(bytes)));
+                                        Text::shown(folder), ByteFormat::string(*free),
+                                        ByteFormat::string(bytes)));
 }
 
 void ConversionJob::removeEmptyFolders(const fs::path &from, const fs::path &upTo)

@@ -1,7 +1,5 @@
 #include "encoding/FFmpegRunner.h"
 
-#include <csignal>
-
 namespace kestrel {
 
 namespace {
@@ -67,13 +65,13 @@ void FFmpegRunner::suspend()
 {
     const std::scoped_lock guard(m_lock);
     if (!m_suspended && !m_cancelled && m_process)
-        m_suspended = m_process->signal(SIGSTOP);
+        m_suspended = m_process->freeze();
 }
 
 void FFmpegRunner::resume()
 {
     const std::scoped_lock guard(m_lock);
-    if (m_suspended && m_process->signal(SIGCONT))
+    if (m_suspended && m_process->thaw())
         m_suspended = false;
 }
 
@@ -84,7 +82,7 @@ void FFmpegRunner::cancel()
     if (!m_process)
         return;
     if (m_suspended)
-        m_process->signal(SIGCONT); // a frozen process would not act on the request
+        m_process->thaw(); // a frozen process would not act on the request
     m_suspended = false;
     m_process->terminate(m_grace);
 }

@@ -24,11 +24,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string shown(const fs::path &path)
-{
-    return Text::repaired(path.native());
-}
-
 // The target's picture is what the plan would make of this source.
 bool isVideoAsPlanned(const MediaInfo &source, const MediaInfo &target, const Plan &plan,
                       const ConversionSettings &settings)
@@ -91,7 +86,7 @@ FileConversion::Result FileConversion::withNewInfo(const ConversionOutcome &outc
         try {
             result.newInfo = Prober::probe(*outcome.finalURL, m_request.tools.ffprobe, {});
         } catch (const std::exception &error) {
-            Log::write(fmt::format("Neue Datei nicht analysiert: {} ({})", shown(*outcome.finalURL),
+            Log::write(fmt::format("Neue Datei nicht analysiert: {} ({})", Text::shown(*outcome.finalURL),
                                    ErrorText::describe(error)));
         }
     }
@@ -133,7 +128,7 @@ std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_t
         if (!ResultCheck::isSameDuration(info.playTime(), found.duration) ||
             !isVideoAsPlanned(info, found, plan, settings))
             return std::nullopt;
-        Log::write("Bereits konvertiert, übersprungen: " + shown(info.url));
+        Log::write("Bereits konvertiert, übersprungen: " + Text::shown(info.url));
         return ConversionOutcome{ConversionOutcome::Kind::written, info.fileSize, found.fileSize, target};
     } catch (const Cancelled &) {
         throw;
@@ -153,7 +148,7 @@ SampleResult FileConversion::measure(const Plan &plan, const Callbacks &callback
             callbacks.analyzing, stop);
         const std::string score = result.vmafMean ? fmt::format(", VMAF {:.2f}", *result.vmafMean) : "";
         Log::write(fmt::format("Qualitätssuche {}: CRF {}{}, {:.2f} Mbit/s",
-                               shown(m_request.info.url.filename()), result.qualityValue, score,
+                               Text::shown(m_request.info.url.filename()), result.qualityValue, score,
                                result.videoBitrate / 1e6));
         callbacks.measured(result);
         return result;

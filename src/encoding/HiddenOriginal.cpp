@@ -2,14 +2,14 @@
 
 #include <algorithm>
 #include <optional>
-#include <string_view>
 
 #include <fmt/format.h>
 
 #include "encoding/StorageLocation.h"
 #include "encoding/SwapJournal.h"
-#include "media/Prober.h"
+#include "media/WorkNames.h"
 #include "platform/Files.h"
+#include "platform/ShellWords.h"
 #include "platform/Text.h"
 #include "platform/Volume.h"
 
@@ -19,43 +19,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// As bash reads it; bytes that no terminal shows stand as octal digits.
-std::string quoted(const std::string &word)
-{
-    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F || c == 0xC2; }; // U+0080 …
-    const bool isPlain = Text::repaired(word) == word && std::none_of(word.begin(), word.end(), isControl);
-    std::string result = isPlain ? "'" : "$'";
-    for (const char c : word) {
-        if (isPlain)
-            result += c == '\'' ? std::string("'\\''") : std::string(1, c);
-        else if (isControl(static_cast<unsigned char>(c)) || static_cast<unsigned char>(c) > 0x7F ||
-                 c == '\'' || c == '\\')
-            result += fmt::format("\\{:03o}", static_cast<unsigned char>(c));
-        else
-            result += c;
-    }
-    return result + "'";
-}
-
 // A name that is free in the film's folder, as far as one can see.
 fs::path freeName(const fs::path &film)
 {
     constexpr int most = 99;
     fs::path name = film;
     for (int number = 1; Files::exists(name) && number <= most; ++number)
-        name = SwapJournal::visibleName(film, number);
+        name = WorkNames::visibleOriginal(film, number);
     return name;
-}
-
-// ".Film.mkv.kestrel-original"
-fs::path filmOf(const fs::path &hidden)
-{
-    std::string name = hidden.filename().native();
-    if (name.starts_with('.'))
-        name.erase(0, 1);
-    if (name.ends_with(Prober::setAsideSuffix))
-        name.erase(name.size() - Prober::setAsideSuffix.size());
-    return hidden.parent_path() / name;
 }
 
 // Below its share; the whole path where the share is unknown.
@@ -90,13 +61,14 @@ std::optional<HiddenOriginal> pending(const SwapJournal::Record &record)
 std::string HiddenOriginal::title() const
 {
     return fmt::format("„{}“ ist nach einem unterbrochenen Tausch noch versteckt: „{}“{}",
-                       Text::repaired(film.filename().native()), Text::repaired(hidden.native()),
+                       Text::shown(film.filename()), Text::shown(hidden),
                        isThere ? "" : " (die Freigabe ist dort zurzeit nicht eingebunden)");
 }
 
 std::string HiddenOriginal::moveLine() const
 {
-    return fmt::format("mv -n -- {} {}", quoted(hidden.native()), quoted(film.native()));
+    return fmt::format("mv -n -- {} {}", ShellWords::quoted(hidden.native()),
+                       ShellWords::quoted(film.native()));
 }
 
 std::vector<HiddenOriginal> hiddenOriginals(const std::vector<fs::path> &met)
@@ -106,8 +78,9 @@ std::vector<HiddenOriginal> hiddenOriginals(const std::vector<fs::path> &met)
     for (const auto &hidden : met) {
         const auto known = std::find_if(records.begin(), records.end(),
                                         [&](const auto &record) { return isOf(record, hidden); });
-        const fs::path film =
-            known == records.end() ? filmOf(hidden) : hidden.parent_path() / known->entry.original.filename();
+        const fs::path film = known == records.end()
+                                  ? WorkNames::filmOf(hidden)
+                                  : hidden.parent_path() / known->entry.original.filename();
         result.push_back({hidden, freeName(film)});
     }
     return result;

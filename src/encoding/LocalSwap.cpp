@@ -32,7 +32,7 @@ ResultRecords::Record showBeside(const Swap &swap, const ConversionSettings &set
             return record;
         } catch (const fs::filesystem_error &error) {
             ResultRecords::remove(record);
-            if (error.code() != std::errc::file_exists) // else somebody was quicker
+            if (error.code() != std::errc::file_exists) // else another process was quicker
                 throw;
         }
     }
@@ -45,7 +45,7 @@ fs::path takePlace(const ResultRecords::Record &record)
     } catch (const fs::filesystem_error &error) {
         throw ToolError::failed(
             fmt::format("Original konnte nicht in den Papierkorb gelegt werden ({}). Neue Datei: {}",
-                        ErrorText::reason(error), Text::repaired(record.result.path.filename().native())));
+                        ErrorText::reason(error), Text::shown(record.result.path.filename())));
     }
     return takeName(record);
 }

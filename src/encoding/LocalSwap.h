@@ -19,7 +19,7 @@ struct Swap {
     ResultCheck::Expected expected;
 };
 
-// Gives the finished file a " (Kestrel)" name in its folder that nobody else has. Throws
+// Gives the finished file a marked name in its folder that no other file has. Throws
 // std::filesystem::filesystem_error.
 ResultRecords::Record showBeside(const Swap &swap, const ConversionSettings &settings);
 
@@ -28,7 +28,7 @@ ResultRecords::Record showBeside(const Swap &swap, const ConversionSettings &set
 // record kept, where the trash does not take the original.
 std::filesystem::path takePlace(const ResultRecords::Record &record);
 
-// The last step of it, for an original that has gone already.
+// The last step of takePlace(), for an original that is in the trash already.
 std::filesystem::path takeName(const ResultRecords::Record &record);
 
 } // namespace kestrel::LocalSwap

@@ -8,8 +8,8 @@
 #include "encoding/SwapJournal.h"
 #include "encoding/WorkFile.h"
 #include "media/Log.h"
-#include "media/Prober.h"
 #include "media/Tools.h"
+#include "media/WorkNames.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
@@ -40,7 +40,7 @@ bool tryRemove(const fs::path &file)
     }
 }
 
-// The last look before the original goes: another computer on the share may have got in between.
+// The last look before the original is removed: another computer on the share may have changed the file.
 void requireSize(const fs::path &file, std::int64_t size)
 {
     const auto attributes = Files::tryAttributes(file);
@@ -75,12 +75,12 @@ void arrive(const fs::path &replacement, const fs::path &final, std::int64_t new
     }
 }
 
-// "Film (Original).avi", "Film (Original 2).avi" … beside the source; absent when none can be taken.
+// Gives the original a visible name beside the source; absent when none can be taken.
 std::optional<fs::path> makeVisible(const fs::path &backup, const fs::path &source)
 {
     constexpr int most = 99;
     for (int number = 1; number <= most; ++number) {
-        const fs::path visible = SwapJournal::visibleName(source, number);
+        const fs::path visible = WorkNames::visibleOriginal(source, number);
         if (Files::presence(visible) == Files::Presence::absent && tryMove(backup, visible))
             return visible;
     }
@@ -96,12 +96,12 @@ void clearBackupName(const SwapJournal::Entry &entry)
     const auto visible = makeVisible(entry.backup, entry.original);
     if (!visible)
         throw ToolError::failed("Von einem früheren Tausch liegt hier noch ein Original unter " +
-                                Text::repaired(entry.backup.native()) + " – bitte zuerst umbenennen.");
-    Log::write("Original eines früheren Tauschs: " + Text::repaired(visible->native()));
+                                Text::shown(entry.backup) + " – bitte zuerst umbenennen.");
+    Log::write("Original eines früheren Tauschs: " + Text::shown(*visible));
 }
 
-// Moves the original under the backup's name. Where that fails it goes back, and the entry stays only while
-// something lies there, or nobody can say.
+// Moves the original under the backup's name. Where that fails the original is moved back, and the entry
+// stays only while something lies under the backup's name, or the share does not say.
 void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected)
 {
     const fs::path &source = entry.original;
@@ -110,7 +110,7 @@ void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected
         Files::moveToFreeName(source, entry.backup);
         if (hasContent(entry.backup, expected))
             return;
-        reason = "Die Datei wurde während der Umwandlung verändert – sie bleibt, wie sie ist.";
+        reason = changedSource;
     } catch (const fs::filesystem_error &error) {
         // Also where the share has renamed it all the same.
         reason = "Original konnte nicht umbenannt werden: " + ErrorText::reason(error);
@@ -121,8 +121,8 @@ void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected
     throw ToolError::failed(reason);
 }
 
-// A visible name makes it recognisable in the share's recycle bin. One that somebody has changed by now
-// stays. Returns a sentence about what has not gone.
+// A visible name makes it recognisable in the share's recycle bin. One that has been changed by now
+// stays. Returns a sentence about what was not removed.
 std::optional<std::string> disposeOfBackup(const SwapJournal::Entry &entry, const Files::Attributes &expected)
 {
     const auto visible = makeVisible(entry.backup, entry.original);
@@ -141,7 +141,7 @@ std::optional<std::string> disposeOfBackup(const SwapJournal::Entry &entry, cons
     if (reason.empty())
         return std::nullopt;
     const std::string note = fmt::format("Das Original wurde nicht gelöscht ({}). Es belegt weiter Platz: {}",
-                                         reason, Text::repaired(file.native()));
+                                         reason, Text::shown(file));
     Log::write(note);
     return note;
 }
@@ -153,7 +153,8 @@ std::optional<std::string> swapOnNetwork(const fs::path &source, const Files::At
                                          std::int64_t newSize)
 {
     const SwapJournal::Entry entry{
-        source, WorkFile::firstName(source.parent_path(), source.filename().native(), Prober::setAsideSuffix),
+        source,
+        WorkFile::firstName(source.parent_path(), source.filename().native(), WorkNames::originalSuffix),
         final};
     clearBackupName(entry);
     if (!SwapJournal::add(entry, newSize))
@@ -165,7 +166,7 @@ std::optional<std::string> swapOnNetwork(const fs::path &source, const Files::At
         if (!tryMove(entry.backup, source)) // the entry stays, and the next start puts the original back
             throw ToolError::failed(
                 fmt::format("Neue Datei konnte nicht übernommen werden: {}. Das Original liegt noch unter {}",
-                            ErrorText::reason(error), Text::repaired(entry.backup.native())));
+                            ErrorText::reason(error), Text::shown(entry.backup)));
         SwapJournal::remove(entry);
         throw ToolError::failed(
             "Neue Datei konnte nicht übernommen werden – Original ist wiederhergestellt: " +

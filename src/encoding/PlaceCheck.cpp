@@ -1,7 +1,6 @@
 #include "encoding/PlaceCheck.h"
 
 #include <array>
-#include <cerrno>
 #include <string_view>
 #include <system_error>
 
@@ -13,20 +12,18 @@
 #include "encoding/TargetName.h"
 #include "encoding/WorkFile.h"
 #include "media/Tools.h"
+#include "media/WorkNames.h"
+#include "platform/Enumeration.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
 #include "platform/OnExit.h"
 #include "platform/Trash.h"
-
-#include <unistd.h>
 
 namespace kestrel {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::string_view probeSuffix = ".kestrel-tmp.zeit";
 
 // By Trash::Obstacle::Kind; {} is the system's reason.
 constexpr std::array<std::string_view, 5> sentences{
@@ -40,6 +37,7 @@ constexpr std::array<std::string_view, 5> sentences{
     "Der Papierkorb für diesen Datenträger ist nicht benutzbar und lässt sich nicht anlegen ({}) – das "
     "Original bleibt, wie es ist.",
 };
+static_assert(sentences.size() == caseCount<Trash::Obstacle::Kind>);
 
 // The folder, or the one above it in which it will be made.
 fs::path nearest(fs::path folder)
@@ -47,13 +45,6 @@ fs::path nearest(fs::path folder)
     while (folder.has_relative_path() && Files::presence(folder) == Files::Presence::absent)
         folder = folder.parent_path();
     return folder;
-}
-
-void requireWritable(const fs::path &target)
-{
-    const fs::path folder = nearest(target);
-    if (::access(folder.c_str(), W_OK) != 0)
-        throw fs::filesystem_error("access", folder, std::error_code(errno, std::generic_category()));
 }
 
 void requireMovable(const fs::path &file)
@@ -66,7 +57,8 @@ void requireMovable(const fs::path &file)
 bool takesTime(const fs::path &folder, const fs::path &file)
 {
     const timespec time = Files::attributes(file).modified;
-    const WorkFile probe(folder, file.stem().native(), probeSuffix, WorkFile::Sharing::everywhere);
+    const WorkFile probe(folder, file.stem().native(), WorkNames::temporarySuffix("zeit"),
+                         WorkFile::Sharing::everywhere);
     const auto remove = onExit([&] {
         std::error_code ignored;
         fs::remove(probe.path(), ignored);
@@ -100,7 +92,7 @@ void requireTimes(const fs::path &file, const fs::path &target)
             "konvertiert ist – die Datei bleibt, wie sie ist.");
 }
 
-// No original of a share is replaced while nobody can read which swaps have begun.
+// No original of a share is replaced while the list of the swaps that have begun cannot be read.
 void requireJournal()
 {
     if (const auto problem = SwapJournal::problem())
@@ -116,7 +108,7 @@ void requirePlace(const fs::path &file, const ConversionSettings &settings, cons
     const fs::path target = ConversionJob::targetDirectory(file, settings, root);
     if (settings.outputMode == OutputMode::replaceOriginal && !StorageLocation::detect(target).isNetwork())
         return requireMovable(file);
-    requireWritable(target);
+    Files::requireWritable(nearest(target));
     if (settings.outputMode == OutputMode::replaceOriginal)
         requireJournal();
     if (settings.outputMode == OutputMode::separateFolder)

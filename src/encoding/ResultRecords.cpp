@@ -1,16 +1,15 @@
 #include "encoding/ResultRecords.h"
 
+#include <chrono>
 #include <string>
 #include <system_error>
 #include <utility>
 
 #include <fmt/format.h>
 
-#include "media/SqlBinding.h"
+#include "media/Database.h"
 #include "platform/Network.h"
 #include "platform/Paths.h"
-
-#include <sqlite3.h>
 
 namespace kestrel::ResultRecords {
 
@@ -18,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int patience = 5000; // milliseconds that another process may hold the database
+constexpr std::chrono::milliseconds patience{5000}; // while another process holds the database
 
 // EXTRA: a record must not vanish with the power, and neither may one that was removed come back.
 constexpr const char *preparation = R"(
@@ -30,90 +29,29 @@ constexpr const char *preparation = R"(
         final BLOB, hasVideo INTEGER, isVideoEncoded INTEGER, audioTracks INTEGER
     );)";
 
-enum class Access { existing, orCreate };
-
-class Database {
-public:
-    explicit Database(Access access)
-    {
-        // A reader, too, may have to roll back what a killed process has begun.
-        if (access == Access::existing) {
-            m_isOpen = open(SQLITE_OPEN_READWRITE);
-            return;
-        }
-        std::error_code ignored;
-        fs::create_directories(file().parent_path(), ignored);
-        if (tryCreate())
-            return;
-        const int problem = ::sqlite3_errcode(m_database);
-        if (problem != SQLITE_CORRUPT && problem != SQLITE_NOTADB)
-            return;
-        ::sqlite3_close(std::exchange(m_database, nullptr));
-        fs::remove(file(), ignored);
-        tryCreate();
-    }
-    Database(const Database &) = delete;
-    Database &operator=(const Database &) = delete;
-    ~Database() { ::sqlite3_close(m_database); }
-
-    // Absent where the database cannot be used.
-    SqlStatement prepare(const char *text) const
-    {
-        return m_isOpen ? prepareSql(m_database, text) : SqlStatement(nullptr, ::sqlite3_finalize);
-    }
-    std::int64_t lastId() const { return ::sqlite3_last_insert_rowid(m_database); }
-
-private:
-    bool open(int flags)
-    {
-        const bool isOpen = ::sqlite3_open_v2(file().c_str(), &m_database, flags, nullptr) == SQLITE_OK;
-        ::sqlite3_busy_timeout(m_database, patience);
-        return isOpen;
-    }
-    bool tryCreate()
-    {
-        return m_isOpen = open(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE) &&
-                          ::sqlite3_exec(m_database, preparation, nullptr, nullptr, nullptr) == SQLITE_OK;
-    }
-
-    sqlite3 *m_database = nullptr;
-    bool m_isOpen = false;
-};
-
-SqlBinding &operator<<(SqlBinding &binding, const File &file)
+Database openOrCreate()
 {
-    const auto &[size, modified, changed, device, inode, isRegular] = file.attributes;
-    return binding << file.path.native() << static_cast<std::int64_t>(device)
-                   << static_cast<std::int64_t>(inode) << size << Files::nanoseconds(modified);
+    return Database::openOrCreate(file(), patience,
+                                  [](const Database &database) { return database.run(preparation); });
 }
 
-// The columns of one row, in their order.
-class Row {
-public:
-    explicit Row(sqlite3_stmt *statement) : m_statement(statement) {}
+SqlQuery &operator<<(SqlQuery &query, const File &file)
+{
+    const auto &[size, modified, changed, device, inode, isRegular] = file.attributes;
+    return query << file.path.native() << static_cast<std::int64_t>(device)
+                 << static_cast<std::int64_t>(inode) << size << Files::nanoseconds(modified);
+}
 
-    std::int64_t number() { return ::sqlite3_column_int64(m_statement, m_column++); }
-    fs::path path()
-    {
-        const auto *bytes = static_cast<const char *>(::sqlite3_column_blob(m_statement, m_column));
-        const auto size = static_cast<std::size_t>(::sqlite3_column_bytes(m_statement, m_column++));
-        return size == 0 ? std::string() : std::string(bytes, size);
-    }
-    File file()
-    {
-        File file{path(), {}};
-        file.attributes.device = static_cast<std::uint64_t>(number());
-        file.attributes.inode = static_cast<std::uint64_t>(number());
-        file.attributes.size = number();
-        file.attributes.modified = timeOf(number());
-        file.attributes.isRegular = true;
-        return file;
-    }
-
-private:
-    sqlite3_stmt *m_statement;
-    int m_column = 0;
-};
+File readFile(SqlQuery &query)
+{
+    File file{query.bytes(), {}};
+    file.attributes.device = static_cast<std::uint64_t>(query.number());
+    file.attributes.inode = static_cast<std::uint64_t>(query.number());
+    file.attributes.size = query.number();
+    file.attributes.modified = timeOf(query.number());
+    file.attributes.isRegular = true;
+    return file;
+}
 
 } // namespace
 
@@ -133,18 +71,18 @@ fs::path file()
 
 Record add(Record record)
 {
-    const Database database(Access::orCreate);
+    const Database database = openOrCreate();
     const SqlStatement statement =
         database.prepare("INSERT INTO waiting VALUES (NULL, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
     record.id = 0;
     if (!statement)
         return record;
-    SqlBinding binding(statement.get());
-    binding << record.source << record.result << record.final.native()
-            << static_cast<std::int64_t>(record.expected.hasVideo)
-            << static_cast<std::int64_t>(record.expected.isVideoEncoded)
-            << static_cast<std::int64_t>(record.expected.audioTracks);
-    if (binding.step() == SQLITE_DONE)
+    SqlQuery query(statement);
+    query << record.source << record.result << record.final.native()
+          << static_cast<std::int64_t>(record.expected.hasVideo)
+          << static_cast<std::int64_t>(record.expected.isVideoEncoded)
+          << static_cast<std::int64_t>(record.expected.audioTracks);
+    if (query.run())
         record.id = database.lastId();
     return record;
 }
@@ -153,26 +91,28 @@ void remove(const Record &record)
 {
     if (record.id == 0)
         return;
-    const Database database(Access::orCreate);
+    const Database database = openOrCreate();
     if (const SqlStatement statement = database.prepare("DELETE FROM waiting WHERE id = ?"))
-        (SqlBinding(statement.get()) << record.id).step();
+        (SqlQuery(statement) << record.id).run();
 }
 
 std::vector<Record> all()
 {
     std::vector<Record> records;
-    const Database database(Access::existing);
+    const Database database = Database::openExisting(file(), patience);
     const SqlStatement statement = database.prepare("SELECT * FROM waiting ORDER BY id");
-    while (statement && ::sqlite3_step(statement.get()) == SQLITE_ROW) {
-        Row row(statement.get());
+    if (!statement)
+        return records;
+    SqlQuery query(statement);
+    while (query.next()) {
         Record record;
-        record.id = row.number();
-        record.source = row.file();
-        record.result = row.file();
-        record.final = row.path();
-        record.expected.hasVideo = row.number() != 0;
-        record.expected.isVideoEncoded = row.number() != 0;
-        record.expected.audioTracks = static_cast<std::size_t>(row.number());
+        record.id = query.number();
+        record.source = readFile(query);
+        record.result = readFile(query);
+        record.final = query.bytes();
+        record.expected.hasVideo = query.number() != 0;
+        record.expected.isVideoEncoded = query.number() != 0;
+        record.expected.audioTracks = static_cast<std::size_t>(query.number());
         records.push_back(std::move(record));
     }
     return records;

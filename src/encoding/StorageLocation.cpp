@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 
+#include "platform/Enumeration.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 
@@ -33,6 +34,7 @@ constexpr std::array<const char *, 4> recycleBins{".recycle", "#recycle", "@Recy
 std::string id(StorageLocation::Kind kind)
 {
     constexpr std::array<const char *, 3> names{"network", "local", "external"};
+    static_assert(names.size() == caseCount<StorageLocation::Kind>);
     return names[static_cast<std::size_t>(kind)];
 }
 
@@ -57,7 +59,7 @@ StorageLocation StorageLocation::detect(const fs::path &folder)
 StorageLocation StorageLocation::classify(const Volume &volume, const fs::path &folder)
 {
     StorageLocation location;
-    location.volumeName = volume.name.value_or(Text::repaired(folder.filename().native()));
+    location.volumeName = volume.name.value_or(Text::shown(folder.filename()));
     location.remoteURL = volume.remountURL;
     const auto *network = std::find_if(networkTypes.begin(), networkTypes.end(), [&](const NetworkType &row) {
         return row.type == volume.fileSystemType;

@@ -1,7 +1,6 @@
 #include "encoding/SwapJournal.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -12,16 +11,14 @@
 #include <nlohmann/json.hpp>
 
 #include "media/Log.h"
+#include "media/WorkNames.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
-#include "platform/FileDescriptor.h"
+#include "platform/FileLock.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Volume.h"
-
-#include <fcntl.h>
-#include <sys/file.h>
 
 namespace kestrel::SwapJournal {
 
@@ -49,9 +46,7 @@ public:
     {
         std::error_code ignored;
         fs::create_directories(folder(), ignored);
-        m_folder = FileDescriptor(::open(folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        while (m_folder && ::flock(m_folder.get(), LOCK_EX) != 0 && errno == EINTR) {
-        }
+        m_processes = FileLock::take(folder());
     }
 
 private:
@@ -62,7 +57,7 @@ private:
     }
 
     std::scoped_lock<std::mutex> m_threads;
-    FileDescriptor m_folder;
+    FileLock m_processes;
 };
 
 // JSON holds text only: a path that is no valid UTF-8 is written as {"hex": …}.
@@ -142,7 +137,7 @@ void keepDamaged(const std::string &text)
                                                      number == 1 ? "" : fmt::format(" {}", number));
         if (Files::presence(name) == Files::Presence::absent) {
             Files::writeAtomically(name, text);
-            Log::write("Tauschvorgänge, die nicht zu verstehen sind: " + Text::repaired(name.native()));
+            Log::write("Tauschvorgänge, die nicht zu verstehen sind: " + Text::shown(name));
             return;
         }
         if (Files::readAll(name) == text)
@@ -201,23 +196,29 @@ bool succeeds(Operation operation)
     }
 }
 
+std::string restored(const fs::path &original)
+{
+    return "Original wiederhergestellt: " + Text::shown(original);
+}
+
 // What lies at the final name is not the file that was to get there: the original becomes visible beside
 // it, and a person decides.
 bool showBackup(const Entry &entry, std::vector<std::string> &messages)
 {
     std::vector<fs::path> names{entry.original};
     for (int number = 1; number < 10; ++number)
-        names.push_back(visibleName(entry.original, number));
+        names.push_back(WorkNames::visibleOriginal(entry.original, number));
     for (const fs::path &visible : names)
         if (succeeds([&] { Files::moveToFreeName(entry.backup, visible); })) {
-            messages.push_back("Original wiederhergestellt: " + Text::repaired(visible.native()));
+            messages.push_back(restored(visible));
             return true;
         }
     return false;
 }
 
 // The film has its own name, and the backup's is only another one for it: a move by link and unlink was cut
-// off in between. Some shares (sshfs) do not tell; there the same bytes mean that one of the two may go.
+// off in between. Some shares (sshfs) do not report it; there the same bytes mean that one of the two may be
+// removed.
 bool isOnlySecondName(const Entry &entry, const std::stop_token &stop)
 {
     if (Files::areNamesOfOneFile(entry.backup, entry.original))
@@ -244,14 +245,14 @@ bool repair(const Record &record, std::vector<std::string> &messages, const std:
         return backup == Presence::absent;
     if (isOnlySecondName(entry, stop)) {
         Files::remove(entry.backup);
-        messages.push_back("Original wiederhergestellt: " + Text::repaired(entry.original.native()));
+        messages.push_back(restored(entry.original));
         return true;
     }
     if (final == Presence::absent) {
-        const bool restored = succeeds([&] { Files::moveToFreeName(entry.backup, entry.original); });
-        if (restored)
-            messages.push_back("Original wiederhergestellt: " + Text::repaired(entry.original.native()));
-        return restored;
+        const bool isBack = succeeds([&] { Files::moveToFreeName(entry.backup, entry.original); });
+        if (isBack)
+            messages.push_back(restored(entry.original));
+        return isBack;
     }
     const auto attributes = Files::tryAttributes(entry.final);
     if (!attributes || !attributes->isRegular)
@@ -259,7 +260,7 @@ bool repair(const Record &record, std::vector<std::string> &messages, const std:
     if (record.newSize && attributes->size != *record.newSize)
         return showBackup(entry, messages);
     const bool removed = succeeds([&] { Files::remove(entry.backup); });
-    messages.push_back("Tausch abgeschlossen: " + Text::repaired(entry.final.native()));
+    messages.push_back("Tausch abgeschlossen: " + Text::shown(entry.final));
     return removed;
 }
 
@@ -275,12 +276,6 @@ bool Record::isShareThere() const
 fs::path file()
 {
     return folder() / "tauschvorgaenge.json";
-}
-
-fs::path visibleName(const fs::path &original, int number)
-{
-    const std::string mark = number == 1 ? " (Original)" : " (Original " + std::to_string(number) + ")";
-    return original.parent_path() / (original.stem().native() + mark + original.extension().native());
 }
 
 bool add(const Entry &entry, std::optional<std::int64_t> newSize)

@@ -8,7 +8,7 @@
 #include <vector>
 
 // The list of swaps on network shares that have begun and not ended, in a small JSON file; after a
-// crash it tells what is to be repaired. Safe across threads and processes. Nothing here throws. While the
+// crash it says what is to be repaired. Safe across threads and processes. Nothing here throws. While the
 // file cannot be read it is left alone, and no swap can begin; text in it that is no entry is moved to
 // "tauschvorgaenge (unlesbar).json" beside it.
 namespace kestrel::SwapJournal {
@@ -45,9 +45,6 @@ std::vector<Record> records();
 std::vector<Entry> entries();
 // Why the journal cannot be read, in German; absent where it can, or is not there.
 std::optional<std::string> problem();
-
-// "Film (Original).avi", "Film (Original 2).avi" …: how an original is shown beside the new file.
-std::filesystem::path visibleName(const std::filesystem::path &original, int number);
 
 // tauschvorgaenge.json in the application-support folder
 std::filesystem::path file();

@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "media/WorkNames.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 
@@ -27,14 +28,6 @@ Claims &claims()
     return instance;
 }
 
-// "", " (Kestrel)", " (Kestrel 2)" …
-std::string mark(int number)
-{
-    if (number == 0)
-        return {};
-    return number == 1 ? " (Kestrel)" : fmt::format(" (Kestrel {})", number);
-}
-
 // A result carries its source's time. Another one belongs to a film whose source may be gone by now.
 bool isAnothersResult(const fs::path &target, const timespec &modified)
 {
@@ -53,7 +46,7 @@ fs::path freeName(const fs::path &folder, const fs::path &source, const Conversi
 {
     const std::size_t longest = Files::longestName(folder);
     for (int number = 1;; ++number) {
-        std::string name = nameFor(source, mark(number), settings);
+        std::string name = nameFor(source, WorkNames::resultMark(number), settings);
         if (name.size() > longest) {
             const std::string stem = source.stem().native();
             const std::size_t tail = name.size() - stem.size();
@@ -77,7 +70,7 @@ fs::path claim(const fs::path &folder, const fs::path &source, const timespec &m
 {
     const std::scoped_lock guard(claims().lock);
     for (int number = 0;; ++number) {
-        const fs::path target = folder / nameFor(source, mark(number), settings);
+        const fs::path target = folder / nameFor(source, WorkNames::resultMark(number), settings);
         if (isAnothersResult(target, modified))
             continue;
         if (claims().sources.emplace(target, source).first->second == source)

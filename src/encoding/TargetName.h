@@ -15,16 +15,16 @@ namespace kestrel::TargetName {
 std::string nameFor(const std::filesystem::path &source, std::string_view mark,
                     const ConversionSettings &settings);
 
-// "Film (Kestrel).mkv" in this folder, or numbered where that is taken too; shortened where it would be
-// too long for the file system.
+// The marked name in this folder, numbered where that is taken too; shortened where it would be too long for
+// the file system.
 std::filesystem::path freeName(const std::filesystem::path &folder, const std::filesystem::path &source,
                                const ConversionSettings &settings);
 
 // The file has this time of modification, as precisely as its file system counts.
 bool carriesTime(const Files::Attributes &file, const timespec &modified);
 
-// The target of a source in an output folder that other sources write to as well: "Film.mkv", but
-// "Film (Kestrel).mkv" where another source of this process has that name already (two sources that
+// The target of a source in an output folder that other sources write to as well: "Film.mkv", but the marked
+// name where another source of this process has that name already (two sources that
 // differ only in their extension), or where a file lies there that does not carry this source's time of
 // modification: the result of another film, whose source may be gone. Any thread.
 std::filesystem::path claim(const std::filesystem::path &folder, const std::filesystem::path &source,

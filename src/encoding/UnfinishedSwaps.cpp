@@ -1,7 +1,6 @@
 #include "encoding/UnfinishedSwaps.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -13,13 +12,10 @@
 #include "media/Prober.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
-#include "platform/FileDescriptor.h"
+#include "platform/FileLock.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "platform/Trash.h"
-
-#include <fcntl.h>
-#include <sys/file.h>
 
 namespace kestrel::UnfinishedSwaps {
 
@@ -29,6 +25,8 @@ using Files::Presence;
 using ResultRecords::Record;
 
 namespace {
+
+constexpr std::string_view changed = "eine der Dateien wurde verändert";
 
 enum class State {
     untouched,    // both files are there as they were recorded
@@ -61,21 +59,12 @@ State stateOf(const Record &record)
     return source.isThere() ? State::untouched : State::over;
 }
 
-void forget(const Record &record, const std::string &reason)
+void forget(const Record &record, std::string_view reason)
 {
     ResultRecords::remove(record);
     if (Files::exists(record.result.path))
         Log::write(fmt::format("Unterbrochenes Ersetzen bleibt, wie es ist: {} ({})",
-                               Text::repaired(record.result.path.native()), reason));
-}
-
-// Holds the result, as the job does that makes it; absent while another one does.
-std::optional<FileDescriptor> hold(const fs::path &result)
-{
-    FileDescriptor file(::open(result.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (file && ::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
-        return std::nullopt;
-    return file;
+                               Text::shown(record.result.path), reason));
 }
 
 // Throws ToolError where the result must not take its source's place.
@@ -87,18 +76,18 @@ void check(const Record &record, const fs::path &ffprobe, const std::stop_token 
     if (!ResultCheck::savesEnough(source.fileSize, result.fileSize, record.expected))
         throw ToolError::failed("keine Ersparnis");
     if (stateOf(record) != State::untouched)
-        throw ToolError::failed("eine der Dateien wurde verändert");
+        throw ToolError::failed(std::string(changed));
 }
 
 // Where the result is now; absent where the record says nothing any more, or cannot be followed now.
-// REQUIRES: the result is held.
+// REQUIRES: the caller holds the result's lock, as the job does that makes it.
 std::optional<fs::path> complete(const Record &record, const fs::path &ffprobe, const std::stop_token &stop)
 {
     switch (stateOf(record)) {
     case State::outOfReach:
         return std::nullopt;
     case State::over:
-        forget(record, "eine der Dateien wurde verändert");
+        forget(record, changed);
         return std::nullopt;
     case State::originalGone:
         return LocalSwap::takeName(record);
@@ -134,11 +123,11 @@ std::vector<std::string> finish(const fs::path &ffprobe, const std::stop_token &
     std::vector<std::string> messages;
     for (const Record &record : ResultRecords::all()) {
         try {
-            const auto held = hold(record.result.path);
-            if (!held || isRefusedByTrash(record))
+            const auto lock = FileLock::tryTake(record.result.path);
+            if (lock.isTaken() || isRefusedByTrash(record))
                 continue;
             if (const auto final = complete(record, ffprobe, stop))
-                messages.push_back("Ersetzen abgeschlossen: " + Text::repaired(final->native()));
+                messages.push_back("Ersetzen abgeschlossen: " + Text::shown(*final));
         } catch (const Cancelled &) {
             throw;
         } catch (const std::exception &error) {
@@ -158,8 +147,8 @@ std::optional<ConversionOutcome> finish(const fs::path &film, const fs::path &ff
             continue;
         if (Files::presence(record.result.path) == Presence::absent)
             continue; // another process may be about to make it visible
-        const auto held = hold(record.result.path);
-        if (!held)
+        const auto lock = FileLock::tryTake(record.result.path);
+        if (lock.isTaken())
             throw ToolError::failed("Diese Datei wird gerade schon ersetzt.");
         if (const auto final = complete(record, ffprobe, stop))
             return ConversionOutcome{ConversionOutcome::Kind::replaced, record.source.attributes.size,

@@ -1,20 +1,14 @@
 #include "encoding/WorkFile.h"
 
-#include <cerrno>
 #include <functional>
 #include <mutex>
 #include <set>
 #include <string>
-#include <system_error>
 
 #include <fmt/format.h>
 
 #include "platform/Files.h"
 #include "platform/Text.h"
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 
 namespace kestrel {
 
@@ -59,27 +53,6 @@ fs::path numberedName(const fs::path &folder, std::string_view base, std::string
     return folder / fmt::format(".{}{}{}{}", shortened, sum, mark, suffix);
 }
 
-// Absent when another process holds the lock.
-FileDescriptor createLocked(const fs::path &path)
-{
-    constexpr int most = 20;
-    for (int attempt = 1;; ++attempt) {
-        FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
-        if (!file)
-            throw fs::filesystem_error("open", path, std::error_code(errno, std::generic_category()));
-        if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
-            return {};
-        // Another process may have moved its finished file away from here in between.
-        struct stat opened {
-        }, named{};
-        if (::fstat(file.get(), &opened) == 0 && ::stat(path.c_str(), &named) == 0 &&
-            opened.st_dev == named.st_dev && opened.st_ino == named.st_ino)
-            return file;
-        if (attempt == most) // a file system whose numbers do not hold
-            return file;
-    }
-}
-
 } // namespace
 
 WorkFile::WorkFile(const fs::path &folder, std::string_view base, std::string_view suffix, Sharing sharing)
@@ -91,12 +64,12 @@ WorkFile::WorkFile(const fs::path &folder, std::string_view base, std::string_vi
         try {
             if (sharing == Sharing::withinProcess)
                 return;
-            m_lock = createLocked(m_path);
+            m_lock = FileLock::tryCreate(m_path);
         } catch (...) {
             release(m_path);
             throw;
         }
-        if (m_lock)
+        if (!m_lock.isTaken())
             return;
         release(m_path);
     }

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string_view>
 
-#include "platform/FileDescriptor.h"
+#include "platform/FileLock.h"
 
 namespace kestrel {
 
@@ -33,7 +33,7 @@ public:
 
 private:
     std::filesystem::path m_path;
-    FileDescriptor m_lock;
+    FileLock m_lock;
 };
 
 } // namespace kestrel

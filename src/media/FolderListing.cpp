@@ -7,11 +7,11 @@
 #include <system_error>
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "media/Log.h"
 #include "media/Prober.h"
+#include "media/WorkNames.h"
 #include "platform/Cancelled.h"
+#include "platform/FileLock.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 
@@ -43,17 +43,6 @@ bool hasExtension(const fs::path &name, const std::array<std::string_view, Size>
 bool isHidden(const fs::path &name)
 {
     return name.native().starts_with('.');
-}
-
-bool isLeftover(const fs::path &name)
-{
-    return isHidden(name) && (name.native().ends_with(".kestrel-upload") ||
-                              name.native().find(".kestrel-tmp.") != std::string::npos);
-}
-
-bool isSetAside(const fs::path &name)
-{
-    return isHidden(name) && name.native().ends_with(setAsideSuffix);
 }
 
 bool isVideo(const fs::path &file)
@@ -115,7 +104,7 @@ Listing list(const fs::path &root, std::stop_token stop)
         const fs::path name = entry.path().filename();
         std::error_code unreadable;
         const auto isFile = [&] { return entry.symlink_status(unreadable).type() == fs::file_type::regular; };
-        if (isSetAside(name) && isFile())
+        if (WorkNames::isHiddenOriginal(name) && isFile())
             found.setAside.push_back(entry.path());
         if (isHidden(name))
             return false;
@@ -139,7 +128,7 @@ Listing list(const fs::path &root, const std::set<fs::path> &names, std::stop_to
             isReachable = isReachable && holdsVideos(folder /= part);
         if (isReachable && isVideo(root / name))
             found.videos.push_back(root / name);
-        const fs::path aside = folder / fmt::format(".{}{}", name.filename().native(), setAsideSuffix);
+        const fs::path aside = WorkNames::hiddenOriginal(folder / name.filename());
         if (isReachable && Files::exists(aside))
             found.setAside.push_back(aside);
     }
@@ -160,7 +149,7 @@ std::vector<fs::path> findLeftovers(const fs::path &root, std::stop_token stop)
 {
     std::vector<fs::path> leftovers;
     walk(root, stop, [&](const fs::directory_entry &entry) {
-        const bool isLeft = isLeftover(entry.path().filename());
+        const bool isLeft = WorkNames::isLeftover(entry.path().filename());
         if (isLeft)
             leftovers.push_back(entry.path());
         return !isLeft;
@@ -172,14 +161,14 @@ std::size_t removeLeftovers(const std::vector<fs::path> &leftovers)
 {
     std::size_t count = 0;
     for (const auto &path : leftovers) {
-        if (Files::isLockedByOthers(path))
+        if (FileLock::tryTake(path).isTaken())
             continue;
         std::error_code error;
         fs::remove_all(path, error);
         if (error)
             continue;
         ++count;
-        Log::write("Rest entfernt: " + Text::repaired(path.native()));
+        Log::write("Rest entfernt: " + Text::shown(path));
     }
     return count;
 }

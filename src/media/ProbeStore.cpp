@@ -2,12 +2,9 @@
 
 #include <chrono>
 #include <cstdint>
-#include <system_error>
 #include <utility>
 
 #include "platform/Paths.h"
-
-#include <sqlite3.h>
 
 namespace kestrel {
 
@@ -16,9 +13,9 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::int64_t daysKept = 183;
-constexpr int patience = 200; // milliseconds that another process may hold the store
+constexpr std::chrono::milliseconds patience{200}; // while another process holds the store
 
-// The schema's number is in user_version; another one is made anew.
+// The schema's number is in user_version; a file with another one is made again.
 constexpr int schema = 1;
 constexpr const char *tables = R"(
     CREATE TABLE IF NOT EXISTS probe (
@@ -34,11 +31,27 @@ std::int64_t today()
     return floor<days>(system_clock::now()).time_since_epoch().count();
 }
 
-SqlBinding &operator<<(SqlBinding &binding, const Files::Attributes &attributes)
+SqlQuery &operator<<(SqlQuery &query, const Files::Attributes &attributes)
 {
-    return binding << static_cast<std::int64_t>(attributes.device)
-                   << static_cast<std::int64_t>(attributes.inode) << attributes.size
-                   << Files::nanoseconds(attributes.modified) << Files::nanoseconds(attributes.changed);
+    return query << static_cast<std::int64_t>(attributes.device)
+                 << static_cast<std::int64_t>(attributes.inode) << attributes.size
+                 << Files::nanoseconds(attributes.modified) << Files::nanoseconds(attributes.changed);
+}
+
+bool prepare(const Database &database)
+{
+    // A crash may cost the newest answers, never the store.
+    if (!database.run("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"))
+        return false;
+    {
+        const SqlStatement version = database.prepare("PRAGMA user_version");
+        SqlQuery query(version);
+        if (!version || !query.next())
+            return false;
+        if (query.number() == schema)
+            return true;
+    }
+    return database.run("DROP TABLE IF EXISTS probe") && database.run(tables);
 }
 
 } // namespace
@@ -48,27 +61,16 @@ ProbeStore::ProbeStore(const fs::path &file, std::string version)
 {
     if (m_version.empty()) // an ffprobe that does not say what it is could be another one tomorrow
         return;
-    std::error_code ignored;
-    fs::create_directories(file.parent_path(), ignored);
-    if (open(file))
-        return;
-    // Not a database, or a damaged one: it holds nothing that cannot be asked again. One that is only
-    // locked stays.
-    noteDamage(::sqlite3_errcode(m_database));
-    ::sqlite3_close(std::exchange(m_database, nullptr));
-    if (!std::exchange(m_isDamaged, false))
-        return;
-    removeFile();
-    if (!open(file))
-        ::sqlite3_close(std::exchange(m_database, nullptr));
+    // A damaged one holds nothing that cannot be asked again.
+    m_database = Database::openOrCreate(file, patience, prepare);
 }
 
 ProbeStore::~ProbeStore()
 {
     save();
-    ::sqlite3_close(m_database);
+    m_database = Database();
     if (m_isDamaged)
-        removeFile();
+        Database::remove(m_file);
 }
 
 fs::path ProbeStore::usualFile()
@@ -76,67 +78,30 @@ fs::path ProbeStore::usualFile()
     return Paths::cacheFile("Analysen", ".sqlite");
 }
 
-bool ProbeStore::open(const fs::path &file)
+void ProbeStore::noteDamage()
 {
-    if (::sqlite3_open_v2(file.c_str(), &m_database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) !=
-        SQLITE_OK)
-        return false;
-    ::sqlite3_busy_timeout(m_database, patience);
-    // A crash may cost the newest answers, never the store.
-    if (!run("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"))
-        return false;
-    const SqlStatement version = prepare("PRAGMA user_version");
-    if (!version || ::sqlite3_step(version.get()) != SQLITE_ROW)
-        return false;
-    const int found = ::sqlite3_column_int(version.get(), 0);
-    ::sqlite3_reset(version.get());
-    if (found == schema)
-        return true;
-    return run("DROP TABLE IF EXISTS probe") && run(tables);
-}
-
-void ProbeStore::noteDamage(int result)
-{
-    m_isDamaged = m_isDamaged || result == SQLITE_CORRUPT || result == SQLITE_NOTADB;
-}
-
-void ProbeStore::removeFile() const
-{
-    std::error_code ignored;
-    for (const char *suffix : {"", "-wal", "-shm", "-journal"})
-        fs::remove(m_file.native() + suffix, ignored);
-}
-
-bool ProbeStore::run(const char *statements)
-{
-    return ::sqlite3_exec(m_database, statements, nullptr, nullptr, nullptr) == SQLITE_OK;
-}
-
-SqlStatement ProbeStore::prepare(const char *statement)
-{
-    return prepareSql(m_database, statement);
+    m_isDamaged = m_isDamaged || m_database.isDamaged();
 }
 
 std::optional<std::string> ProbeStore::find(const fs::path &file, const Files::Attributes &attributes)
 {
     const std::scoped_lock guard(m_lock);
-    if (m_database == nullptr || m_isBusy)
+    if (!m_database || m_isBusy)
         return std::nullopt;
     const SqlStatement statement =
-        prepare("SELECT answer, seen FROM probe WHERE path = ? AND device = ? AND inode = ? "
-                "AND size = ? AND modified = ? AND changed = ? AND version = ?");
+        m_database.prepare("SELECT answer, seen FROM probe WHERE path = ? AND device = ? AND inode = ? "
+                           "AND size = ? AND modified = ? AND changed = ? AND version = ?");
     if (!statement)
         return std::nullopt;
-    SqlBinding binding(statement.get());
-    binding << file.native() << attributes << m_version;
-    const int result = binding.step();
-    noteDamage(result);
-    m_isBusy = m_isBusy || result == SQLITE_BUSY;
-    if (result != SQLITE_ROW)
+    SqlQuery query(statement);
+    query << file.native() << attributes << m_version;
+    if (!query.next()) {
+        noteDamage();
+        m_isBusy = m_isBusy || m_database.isBusy();
         return std::nullopt;
-    const auto *bytes = static_cast<const char *>(::sqlite3_column_blob(statement.get(), 0));
-    std::string answer(bytes, static_cast<std::size_t>(::sqlite3_column_bytes(statement.get(), 0)));
-    if (::sqlite3_column_int64(statement.get(), 1) != today())
+    }
+    std::string answer = query.bytes();
+    if (query.number() != today())
         m_seen.push_back(file);
     return answer;
 }
@@ -146,7 +111,7 @@ void ProbeStore::add(const fs::path &file, const Files::Attributes &attributes, 
     if (!attributes.isSettled())
         return;
     const std::scoped_lock guard(m_lock);
-    if (m_database == nullptr)
+    if (!m_database)
         return;
     m_added.insert_or_assign(file, Entry{attributes, std::move(answer)});
     // A long scan that is killed has not worked for nothing.
@@ -158,13 +123,13 @@ void ProbeStore::add(const fs::path &file, const Files::Attributes &attributes, 
 void ProbeStore::save()
 {
     const std::scoped_lock guard(m_lock);
-    if (m_database == nullptr)
+    if (!m_database)
         return;
     savePending();
-    if (const SqlStatement statement = prepare("DELETE FROM probe WHERE seen < ? OR seen > ?")) {
-        SqlBinding binding(statement.get());
-        binding << today() - daysKept << today() + daysKept; // after a clock that went wrong
-        binding.step();
+    if (const SqlStatement statement = m_database.prepare("DELETE FROM probe WHERE seen < ? OR seen > ?")) {
+        SqlQuery query(statement);
+        query << today() - daysKept << today() + daysKept; // after a clock that went wrong
+        query.run();
     }
 }
 
@@ -172,24 +137,25 @@ void ProbeStore::savePending()
 {
     if (m_added.empty() && m_seen.empty())
         return;
-    if (run("BEGIN IMMEDIATE")) {
+    if (m_database.run("BEGIN IMMEDIATE")) {
         const std::int64_t day = today();
         if (const SqlStatement insert =
-                prepare("INSERT OR REPLACE INTO probe (path, device, inode, size, modified, "
-                        "changed, version, answer, seen) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"))
+                m_database.prepare("INSERT OR REPLACE INTO probe (path, device, inode, size, modified, "
+                                   "changed, version, answer, seen) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)"))
             for (const auto &[path, entry] : m_added) {
-                SqlBinding binding(insert.get());
-                binding << path.native() << entry.attributes << m_version << entry.answer << day;
-                noteDamage(binding.step());
+                SqlQuery query(insert);
+                query << path.native() << entry.attributes << m_version << entry.answer << day;
+                if (!query.run())
+                    noteDamage();
             }
-        if (const SqlStatement see = prepare("UPDATE probe SET seen = ? WHERE path = ?"))
+        if (const SqlStatement see = m_database.prepare("UPDATE probe SET seen = ? WHERE path = ?"))
             for (const auto &path : m_seen) {
-                SqlBinding binding(see.get());
-                binding << day << path.native();
-                binding.step();
+                SqlQuery query(see);
+                query << day << path.native();
+                query.run();
             }
-        if (!run("COMMIT"))
-            run("ROLLBACK");
+        if (!m_database.run("COMMIT"))
+            m_database.run("ROLLBACK");
     }
     m_added.clear();
     m_seen.clear();

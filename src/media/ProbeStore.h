@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "media/SqlBinding.h"
+#include "media/Database.h"
 #include "platform/Files.h"
 
 namespace kestrel {
@@ -30,7 +30,7 @@ public:
     // A file that has changed within the last seconds is not remembered: its next change might leave no
     // trace in its times.
     void add(const std::filesystem::path &file, const Files::Attributes &attributes, std::string answer);
-    // Writes what was added and seen since, and forgets files that nobody has seen for half a year.
+    // Writes what was added and seen since, and forgets files that no scan has seen for half a year.
     void save();
 
 private:
@@ -39,11 +39,7 @@ private:
         std::string answer;
     };
 
-    bool open(const std::filesystem::path &file);
-    bool run(const char *statements);
-    void noteDamage(int result);
-    void removeFile() const;
-    SqlStatement prepare(const char *statement);
+    void noteDamage();
     void savePending();
 
     // Set once.
@@ -52,9 +48,9 @@ private:
 
     // Guarded by m_lock.
     std::mutex m_lock;
-    bool m_isBusy = false;         // somebody holds it: waiting for every file would take too long
-    bool m_isDamaged = false;      // the file goes at the end, and is made anew by the next one
-    sqlite3 *m_database = nullptr; // absent where the store cannot be used
+    bool m_isBusy = false;    // another process holds it: waiting for every file would take too long
+    bool m_isDamaged = false; // the file is removed at the end, and made again by the next store
+    Database m_database;      // none where the store cannot be used
     std::map<std::filesystem::path, Entry> m_added;
     std::vector<std::filesystem::path> m_seen; // that were last seen on an earlier day
 };

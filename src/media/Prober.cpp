@@ -16,7 +16,7 @@ using nlohmann::json;
 
 namespace {
 
-// The answer with what it does not tell by itself.
+// The answer with what it does not contain by itself.
 std::string supplemented(std::string answer, const fs::path &file, const fs::path &ffprobe,
                          const std::stop_token &stop)
 {
@@ -43,7 +43,7 @@ std::string ask(const fs::path &file, const fs::path &ffprobe, std::stop_token s
     if (output.status != 0) {
         const std::string errors = output.errorText();
         const std::string_view text = Text::trimmed(errors);
-        throw text.empty() ? ToolError::failed("Datei konnte nicht gelesen werden")
+        throw text.empty() ? ToolError::failed(std::string(unreadableFile))
                            : ToolError::quoted(std::string(text));
     }
     return supplemented(std::move(output.standardOutput), file, ffprobe, stop);

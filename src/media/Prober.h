@@ -18,9 +18,6 @@
 // From a folder to media records. No shared state: everything may run on any thread.
 namespace kestrel::Prober {
 
-// How the hidden name of an original ends that a swap on a share has moved aside.
-inline constexpr std::string_view setAsideSuffix = ".kestrel-original";
-
 struct Listing {
     std::vector<std::filesystem::path> videos;
     std::vector<std::filesystem::path> setAside; // originals that no swap should have left behind
@@ -48,12 +45,16 @@ std::size_t removeLeftovers(const std::vector<std::filesystem::path> &leftovers)
 // Where the file lies below the root, for display; its bare name where it does not lie there.
 std::filesystem::path relativePath(const std::filesystem::path &file, const std::filesystem::path &root);
 
+// The sentence for a file that ffprobe cannot read; German. The error's whole text where ffprobe gives no
+// reason.
+inline constexpr std::string_view unreadableFile = "Datei konnte nicht gelesen werden";
+
 // Runs ffprobe on one file; blocks. Throws ToolError, the JSON parser's or the file system's error, or
 // Cancelled.
 MediaInfo probe(const std::filesystem::path &file, const std::filesystem::path &ffprobe,
                 std::stop_token stop);
 
-// The two halves of probe(): ffprobe's own answer with what it does not tell (see ProbeSupplement), and the
+// The two halves of probe(): ffprobe's own answer with what it lacks (see ProbeSupplement), and the
 // record of a file with these attributes.
 std::string ask(const std::filesystem::path &file, const std::filesystem::path &ffprobe,
                 std::stop_token stop);

@@ -5,9 +5,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/Files.h"
 #include "platform/Wording.h"
-
-#include <unistd.h>
 
 namespace kestrel {
 
@@ -18,16 +17,10 @@ namespace {
 // Measured: 59 (ffmpeg 5.1) drops the turn of a picture that it copies into Matroska, 61 (7.1) keeps it.
 constexpr int turningMatroska = 61;
 
-bool isExecutableFile(const fs::path &path)
-{
-    std::error_code error;
-    return fs::is_regular_file(path, error) && ::access(path.c_str(), X_OK) == 0;
-}
-
 fs::path find(const std::string &name, std::span<const fs::path> folders)
 {
     for (const auto &folder : folders)
-        if (isExecutableFile(folder / name))
+        if (Files::isProgram(folder / name))
             return folder / name;
     throw ToolError::notFound(name);
 }

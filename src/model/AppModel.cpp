@@ -14,6 +14,7 @@
 #include "model/FolderScan.h"
 #include "model/ProbeClip.h"
 #include "model/SamplingRun.h"
+#include "model/Sentences.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/OnExit.h"
@@ -233,11 +234,11 @@ void AppModel::endScan(const std::optional<std::string> &error)
     recompute();
     const std::size_t incomplete = totals().incomplete;
     if (error)
-        setProblem("Analyse fehlgeschlagen: " + *error);
+        setProblem(Sentences::scanFailed(*error));
     else if (!wasStopped && !m_hiddenHere.empty())
         setProblem(hiddenNames(m_hiddenHere) + "\nDer Befehl zum Zurückholen steht in den Einstellungen.");
     else if (!wasStopped && m_library.items().empty())
-        setMessage("In diesem Ordner wurden keine Videodateien gefunden.");
+        setMessage(std::string(Sentences::nothingFound));
     else if (!wasStopped && incomplete > 0)
         setProblem(fmt::format("{} Dateien werden evtl. noch kopiert – später neu analysieren", incomplete));
     else

@@ -10,6 +10,7 @@
 #include "model/FolderScan.h"
 #include "model/ProbeClip.h"
 #include "model/SamplingRun.h"
+#include "model/Sentences.h"
 #include "platform/Text.h"
 
 namespace kestrel {
@@ -21,7 +22,7 @@ void AppModel::startConversion()
     std::vector<FileItem *> files = m_library.filesInTableOrder();
     std::erase_if(files, [](const FileItem *item) { return !item->isActionable(); });
     if (files.empty())
-        return setMessage("Es gibt nichts zu konvertieren.");
+        return setMessage(std::string(Sentences::nothingToConvert));
     m_run = RunStats::of(files);
     m_isRunOfLibrary = true;
     setMessage(std::nullopt);
@@ -41,8 +42,7 @@ void AppModel::startConversion()
     setActivity({Activity::Kind::converting});
     setSleepReason("Videos werden konvertiert");
     Log::write(fmt::format("Konvertierung gestartet: {} Dateien in {}, {} {}", files.size(),
-                           Text::repaired(m_rootURL->native()), id(m_settings.codec),
-                           title(m_settings.quality)));
+                           Text::shown(*m_rootURL), id(m_settings.codec), title(m_settings.quality)));
     updateBadge();
     m_conversion->start();
 }
@@ -143,8 +143,7 @@ void AppModel::startSampling(std::optional<std::size_t> count, const std::option
     });
     connect(m_sampling.get(), &SamplingRun::failed, this,
             [this](const FileItem &item, const std::string &text) {
-                setProblem(
-                    fmt::format("Stichprobe für „{}“ fehlgeschlagen: {}", Text::repaired(item.name()), text));
+                setProblem(Sentences::sampleFailed(Text::repaired(item.name()), text));
                 emit samplingFailed(item, text);
             });
     connect(m_sampling.get(), &SamplingRun::measured, this, [this](const FileItem &item, std::size_t done) {
@@ -174,7 +173,7 @@ void AppModel::makeProbeClip()
     });
     connect(m_clip.get(), &ProbeClip::made, this, [this](const std::filesystem::path &clip) {
         setMessage(fmt::format("Probeclip gespeichert: {} – auf das NAS kopieren und am Fernseher testen.",
-                               Text::repaired(clip.filename().native())));
+                               Text::shown(clip.filename())));
         endClip();
         emit clipMade(clip);
     });

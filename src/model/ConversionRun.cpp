@@ -142,8 +142,7 @@ void ConversionRun::finish(FileItem &item, const Outcome &outcome)
     if (outcome.result) {
         book(item, *outcome.result);
     } else if (outcome.failure) {
-        Log::write(
-            fmt::format("Fehlgeschlagen: {}: {}", Text::repaired(item.url.native()), outcome.failure->text));
+        Log::write(fmt::format("Fehlgeschlagen: {}: {}", Text::shown(item.url), outcome.failure->text));
         m_library.change(item, [&](FileItem &file) { file.status = *outcome.failure; });
         m_stats.finish(item.id, std::nullopt);
         emit booked();

@@ -19,8 +19,6 @@ struct ProbeReason {
     std::string_view text, german;
 };
 
-constexpr std::string_view unreadable = "Datei konnte nicht gelesen werden"; // and nobody says why
-
 // What ffprobe says about most files that it cannot read.
 constexpr std::array<ProbeReason, 5> probeReasons{{
     {"Invalid data found when processing input", "kein Video oder unvollständig"},
@@ -105,7 +103,8 @@ std::string FileItem::explainedProbeError() const
     if (!probeError)
         return {};
     const std::string_view error = Text::trimmed(*probeError);
-    return error == unreadable ? std::string(error) : fmt::format("{}:\n{}", unreadable, error);
+    return error == Prober::unreadableFile ? std::string(error)
+                                           : fmt::format("{}:\n{}", Prober::unreadableFile, error);
 }
 
 std::string explained(const Status::Failed &failed)

@@ -10,6 +10,7 @@
 #include "encoding/FilmWriter.h"
 #include "encoding/WorkFile.h"
 #include "media/Prober.h"
+#include "media/WorkNames.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/Files.h"
@@ -90,7 +91,7 @@ void ProbeClip::make(const std::stop_token &stop)
     const fs::path clip = folder() / nameFor(m_request.info.url, m_request.settings);
     Prober::removeLeftovers(Prober::findLeftovers(folder(), stop));
     const WorkFile work(folder(), clip.stem().native(),
-                        fmt::format(".kestrel-tmp.{}", fileExtension(m_request.settings.container)),
+                        WorkNames::temporarySuffix(fileExtension(m_request.settings.container)),
                         WorkFile::Sharing::everywhere);
     bool isMoved = false; // then its work name may be another's
     const auto tidy = onExit([&] {

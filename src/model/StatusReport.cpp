@@ -20,27 +20,22 @@ using Kind = Activity::Kind;
 
 constexpr std::size_t mostRecent = 8;
 
-std::string shown(const fs::path &path)
-{
-    return Text::repaired(path.native());
-}
-
 // "Serien › Staffel 1"
 std::string shownFolder(const fs::path &folder)
 {
     std::string text;
     for (const auto &part : folder)
-        text += (text.empty() ? "" : " › ") + shown(part);
+        text += (text.empty() ? "" : " › ") + Text::shown(part);
     return text;
 }
 
 // Episodes usually lie in a folder of the series' name, or in one below.
 std::string shownName(const FileItem &item)
 {
-    const std::string name = shown(item.name());
+    const std::string name = Text::shown(item.name());
     std::string shortest = displayName(name, std::nullopt);
     for (const auto &part : item.folder()) {
-        const std::string without = displayName(name, shown(part));
+        const std::string without = displayName(name, Text::shown(part));
         if (without.size() < shortest.size())
             shortest = without;
     }
@@ -222,7 +217,7 @@ StatusSnapshot statusSnapshot(const AppModel &model)
     StatusSnapshot snapshot;
     snapshot.computer = Text::repaired(Network::computerName());
     if (const auto &root = model.rootURL()) {
-        snapshot.folder = shown(root->has_filename() ? root->filename() : *root);
+        snapshot.folder = Text::shown(root->has_filename() ? root->filename() : *root);
         if (model.storage())
             snapshot.location = model.storage()->title();
     }

@@ -1,20 +1,25 @@
 #include "model/ToolReport.h"
 
+#include <fmt/format.h>
+
+#include "planning/ConversionSettings.h"
 #include "platform/Wording.h"
 
 namespace kestrel::ToolReport {
 
-std::array<Capability, 3> capabilities(const Tools &tools)
+std::vector<Capability> capabilities(const Tools &tools)
 {
     const std::string_view installCommand = Wording::text(Words::installFfmpeg);
-    return {{
-        {"libx265", tools.hasX265, "HEVC kodieren", installCommand},
-        {"libsvtav1", tools.hasSVTAV1, "AV1 kodieren", installCommand},
-        {"libvmaf",
-         tools.hasVMAF,
-         tools.hasVMAF ? "Qualität messen" : "wird nicht gebraucht: Kestrel misst selbst",
-         {}},
-    }};
+    std::vector<Capability> list;
+    for (const VideoCodecChoice codec : allCodecs())
+        if (const auto name = encoder(codec); !name.empty())
+            list.push_back(
+                {name, supports(tools, codec), fmt::format("{} kodieren", shortName(codec)), installCommand});
+    list.push_back({"libvmaf",
+                    tools.hasVMAF,
+                    tools.hasVMAF ? "Qualität messen" : "wird nicht gebraucht: Kestrel misst selbst",
+                    {}});
+    return list;
 }
 
 std::string_view explanation(Measuring measuring)

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <array>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "media/Tools.h"
 
@@ -11,13 +12,13 @@ namespace kestrel::ToolReport {
 struct Capability {
     std::string_view name;
     bool isThere;
-    std::string_view use;
+    std::string use;
     std::string_view remedy; // where it is missing; empty where nobody needs it
 
     bool isMissed() const { return !isThere && !remedy.empty(); }
 };
 
-std::array<Capability, 3> capabilities(const Tools &tools);
+std::vector<Capability> capabilities(const Tools &tools);
 
 std::string_view explanation(Measuring measuring);
 

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "platform/Enumeration.h"
 #include "platform/Wording.h"
 
 namespace kestrel {
@@ -17,8 +18,11 @@ using std::string_view;
 
 struct CodecTraits {
     VideoCodecChoice codec;
-    string_view id, title, shortName, summary, outputCodec;
-    std::array<int, 5> crf; // by QualityLevel
+    string_view id, title, shortName, summary;
+    string_view outputCodec; // ffprobe's name; empty where the video is kept, as the following
+    string_view encoder;     // ffmpeg's name
+    bool Tools::*capability; // of ffmpeg
+    std::array<int, 5> crf;  // by QualityLevel
     QualityRange crfRange;
     double vmafSlope;
     std::array<string_view, 2> preset;  // by SpeedLevel, as the following
@@ -30,19 +34,24 @@ struct CodecTraits {
 // clang-format off
 constexpr std::array<CodecTraits, 3> codecTraits{{
     {VideoCodecChoice::hevcX265, "hevcX265", "HEVC / H.265", "HEVC",
-     "Etwa halb so groß wie H.264 bei gleicher Qualität", "hevc",
+     "Etwa halb so groß wie H.264 bei gleicher Qualität", "hevc", "libx265", &Tools::hasX265,
      {19, 21, 23, 25, 28}, {14, 36}, -0.6,
      {"medium", "slow"}, {1.25, 1.0}, {125, 45}, {1.0, 1.4, 1.4, 1.4}},
     {VideoCodecChoice::av1SVT, "av1SVT", "AV1", "AV1",
-     {}, "av1", // see summary()
+     {}, "av1", "libsvtav1", &Tools::hasSVTAV1, // see summary()
      {14, 19, 23, 27, 32}, {8, 50}, -0.28,
      {"8", "6"}, {1.3, 0.9}, {440, 230}, {1.0, 1.2, 1.22, 1.22}},
     {VideoCodecChoice::keepVideo, "keepVideo", "Codec beibehalten", "beibehalten",
-     "Keine Änderung an der Videospur", "",
+     "Keine Änderung an der Videospur", "", "", nullptr,
      {0, 0, 0, 0, 0}, {0, 0}, 0.0,
      {"", ""}, {1.0, 1.0}, {10000, 10000}, {1.0, 1.3, 1.4, 1.4}},
 }};
 // clang-format on
+static_assert(coversEveryCase(codecTraits, &CodecTraits::codec));
+static_assert(std::tuple_size_v<decltype(CodecTraits::crf)> == caseCount<QualityLevel>);
+static_assert(std::tuple_size_v<decltype(CodecTraits::preset)> == caseCount<SpeedLevel>);
+static_assert(std::tuple_size_v<decltype(CodecTraits::efficiency)> == caseCount<SpeedLevel>);
+static_assert(std::tuple_size_v<decltype(CodecTraits::throughput)> == caseCount<SpeedLevel>);
 
 struct QualityTraits {
     QualityLevel quality;
@@ -64,6 +73,7 @@ constexpr std::array<QualityTraits, 5> qualityTraits{{
     {QualityLevel::small, "small", "Gering", 92.5, 0.195,
      "Sichtbar weicher, Details und Körnung gehen verloren."},
 }};
+static_assert(coversEveryCase(qualityTraits, &QualityTraits::quality));
 
 struct ResolutionTraits {
     TargetResolution resolution;
@@ -79,6 +89,7 @@ constexpr std::array<ResolutionTraits, 6> resolutionTraits{{
     {TargetResolution::p720, "p720", "Höchstens 720p (HD)", {1280, 720}},
     {TargetResolution::p576, "p576", "Höchstens 576p (SD)", {1024, 576}},
 }};
+static_assert(coversEveryCase(resolutionTraits, &ResolutionTraits::resolution));
 
 template <typename Enumeration>
 struct Label {
@@ -90,16 +101,19 @@ constexpr std::array<Label<OutputContainer>, 2> containerLabels{{
     {OutputContainer::mkv, "mkv", "MKV"},
     {OutputContainer::mp4, "mp4", "MP4"},
 }};
+static_assert(coversEveryCase(containerLabels, &Label<OutputContainer>::value));
 
 constexpr std::array<Label<OutputMode>, 2> modeLabels{{
     {OutputMode::replaceOriginal, "replaceOriginal", "Original ersetzen"},
     {OutputMode::separateFolder, "separateFolder", "Original beibehalten"},
 }};
+static_assert(coversEveryCase(modeLabels, &Label<OutputMode>::value));
 
 constexpr std::array<Label<UnknownAudioPolicy>, 2> policyLabels{{
     {UnknownAudioPolicy::keepAll, "keepAll", "Alle behalten"},
     {UnknownAudioPolicy::keepDefault, "keepDefault", "Nur Standardspur"},
 }};
+static_assert(coversEveryCase(policyLabels, &Label<UnknownAudioPolicy>::value));
 
 // Every table stands in the order of its enumeration.
 template <typename Table, typename Enumeration>
@@ -108,21 +122,12 @@ constexpr const auto &row(const Table &table, Enumeration value)
     return table[static_cast<std::size_t>(value)];
 }
 
-template <typename Enumeration, std::size_t Size>
-constexpr std::array<Enumeration, Size> everyCase()
-{
-    std::array<Enumeration, Size> cases{};
-    for (std::size_t i = 0; i < Size; ++i)
-        cases[i] = static_cast<Enumeration>(i);
-    return cases;
-}
-
-constexpr auto codecCases = everyCase<VideoCodecChoice, 3>();
-constexpr auto qualityCases = everyCase<QualityLevel, 5>();
-constexpr auto resolutionCases = everyCase<TargetResolution, 6>();
-constexpr auto containerCases = everyCase<OutputContainer, 2>();
-constexpr auto modeCases = everyCase<OutputMode, 2>();
-constexpr auto policyCases = everyCase<UnknownAudioPolicy, 2>();
+constexpr auto codecCases = everyCase<VideoCodecChoice>();
+constexpr auto qualityCases = everyCase<QualityLevel>();
+constexpr auto resolutionCases = everyCase<TargetResolution>();
+constexpr auto containerCases = everyCase<OutputContainer>();
+constexpr auto modeCases = everyCase<OutputMode>();
+constexpr auto policyCases = everyCase<UnknownAudioPolicy>();
 
 void read(const json &value, bool &field)
 {
@@ -257,17 +262,15 @@ double parallelGain(VideoCodecChoice codec, std::int64_t jobs)
     return gains[static_cast<std::size_t>(std::clamp<std::int64_t>(jobs, 1, 4) - 1)];
 }
 
+string_view encoder(VideoCodecChoice codec)
+{
+    return row(codecTraits, codec).encoder;
+}
+
 bool supports(const Tools &tools, VideoCodecChoice codec)
 {
-    switch (codec) {
-    case VideoCodecChoice::hevcX265:
-        return tools.hasX265;
-    case VideoCodecChoice::av1SVT:
-        return tools.hasSVTAV1;
-    case VideoCodecChoice::keepVideo:
-        break;
-    }
-    return true;
+    const auto capability = row(codecTraits, codec).capability;
+    return capability == nullptr || tools.*capability;
 }
 
 double vmafTarget(QualityLevel quality)

@@ -73,6 +73,7 @@ std::string_view preset(VideoCodecChoice codec, SpeedLevel speed);
 double efficiency(VideoCodecChoice codec, SpeedLevel speed); // size factor of the preset
 double throughput(VideoCodecChoice codec, SpeedLevel speed); // megapixels per second
 double parallelGain(VideoCodecChoice codec, std::int64_t jobs);
+std::string_view encoder(VideoCodecChoice codec); // ffmpeg's name of it; empty where the video is kept
 bool supports(const Tools &tools, VideoCodecChoice codec);
 
 double vmafTarget(QualityLevel quality);     // mean VMAF that the quality search aims at

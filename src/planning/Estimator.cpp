@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "planning/Segment.h"
+#include "platform/Enumeration.h"
 
 namespace kestrel {
 
@@ -95,6 +96,7 @@ void estimateEncode(SizeEstimate &estimate, const MediaInfo &info, const Plan &p
 std::string_view id(SizeEstimate::Kind kind)
 {
     constexpr std::array<std::string_view, 4> names{"heuristic", "calibrated", "measured", "exact"};
+    static_assert(names.size() == caseCount<SizeEstimate::Kind>);
     return names[static_cast<std::size_t>(kind)];
 }
 
@@ -102,6 +104,7 @@ std::string_view label(SizeEstimate::Kind kind)
 {
     constexpr std::array<std::string_view, 4> labels{"grob geschätzt", "hochgerechnet aus Stichproben",
                                                      "gemessen", "genau"};
+    static_assert(labels.size() == caseCount<SizeEstimate::Kind>);
     return labels[static_cast<std::size_t>(kind)];
 }
 

@@ -190,6 +190,16 @@ bool ChildProcess::signal(int number)
     return m_pid > 0 && ::kill(-m_pid, number) == 0;
 }
 
+bool ChildProcess::freeze()
+{
+    return signal(SIGSTOP);
+}
+
+bool ChildProcess::thaw()
+{
+    return signal(SIGCONT);
+}
+
 void ChildProcess::terminate(std::optional<std::chrono::milliseconds> grace)
 {
     signal(SIGTERM);

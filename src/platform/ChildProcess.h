@@ -42,6 +42,9 @@ public:
 
     // Sends a signal to the child's group; false when it has exited or cannot be signalled.
     bool signal(int number);
+    // Stops the group where it is, and lets it go on (SIGSTOP, SIGCONT); false likewise.
+    bool freeze();
+    bool thaw();
     // Asks the child to end (SIGTERM). With a grace period a child that is still there afterwards is
     // killed; without one it has all the time it wants.
     void terminate(std::optional<std::chrono::milliseconds> grace);

@@ -71,7 +71,7 @@ std::string describe(const std::exception &error)
 {
     if (const auto *file = dynamic_cast<const std::filesystem::filesystem_error *>(&error);
         file != nullptr && !file->path1().empty())
-        return fmt::format("{}: „{}“", describe(file->code()), Text::repaired(file->path1().native()));
+        return fmt::format("{}: „{}“", describe(file->code()), Text::shown(file->path1()));
     return reason(error);
 }
 

@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "platform/Files.h"
+#include "platform/Signals.h"
 #include "platform/Text.h"
 
 #include <unistd.h>
@@ -71,7 +72,10 @@ void open(const fs::path &path, const OnAnswer &onAnswer)
     opener->setStandardInputFile(QProcess::nullDevice());
     opener->setStandardOutputFile(QProcess::nullDevice());
     opener->setStandardErrorFile(QProcess::nullDevice());
-    opener->setChildProcessModifier([] { ::setsid(); });
+    opener->setChildProcessModifier([] {
+        ::setsid();
+        Signals::unblockInChild();
+    });
     const auto answer = [onAnswer, isTold = std::make_shared<bool>(false)](bool isTaken) {
         if (!std::exchange(*isTold, true))
             tell(onAnswer, isTaken);

@@ -10,7 +10,6 @@
 #include "platform/FileDescriptor.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -155,12 +154,6 @@ std::optional<Attributes> tryAttributes(const fs::path &file)
     }
 }
 
-bool isLockedByOthers(const fs::path &file)
-{
-    const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    return descriptor && ::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-}
-
 Presence presence(const fs::path &path)
 {
     struct stat status {};
@@ -172,6 +165,23 @@ Presence presence(const fs::path &path)
 bool exists(const fs::path &path)
 {
     return presence(path) == Presence::there;
+}
+
+bool isWritable(const fs::path &path)
+{
+    return ::access(path.c_str(), W_OK) == 0;
+}
+
+void requireWritable(const fs::path &path)
+{
+    if (!isWritable(path))
+        fail("access", path);
+}
+
+bool isProgram(const fs::path &file)
+{
+    std::error_code error;
+    return fs::is_regular_file(file, error) && ::access(file.c_str(), X_OK) == 0;
 }
 
 std::vector<fs::path> list(const fs::path &folder, std::error_code &error)
@@ -219,7 +229,8 @@ bool areNamesOfOneFile(const fs::path &a, const fs::path &b)
 {
     struct stat first {
     }, second{};
-    // The count of links tells two names from one that is spelled in two ways, and from made-up numbers.
+    // The count of links distinguishes two names from one that is spelled in two ways, and from made-up
+    // numbers.
     return ::lstat(a.c_str(), &first) == 0 && ::lstat(b.c_str(), &second) == 0 && S_ISREG(first.st_mode) &&
            S_ISREG(second.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino &&
            first.st_nlink > 1 && second.st_nlink > 1;

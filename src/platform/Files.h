@@ -10,7 +10,7 @@
 
 #include <time.h>
 
-// File operations beyond the standard library: durable, and never over somebody else's file. Those that
+// File operations beyond the standard library: durable, and never over another program's file. Those that
 // fail throw std::filesystem::filesystem_error with the system's reason.
 namespace kestrel::Files {
 
@@ -21,9 +21,9 @@ struct Attributes {
     std::uint64_t device = 0, inode = 0;
     bool isRegular = false;
 
-    // The same file with the same content, as far as the file system tells.
+    // The same file with the same content, as far as the file system reports.
     bool sameVersion(const Attributes &other) const;
-    // The same content wherever it lies now; some shares number their files anew on a rename.
+    // The same content wherever it lies now; some shares give a file another number on a rename.
     bool sameContent(const Attributes &other) const;
     // Nothing has changed it within the last seconds: its next change will show in its times.
     bool isSettled() const;
@@ -35,13 +35,16 @@ std::int64_t nanoseconds(const timespec &time);
 Attributes attributes(const std::filesystem::path &file);
 std::optional<Attributes> tryAttributes(const std::filesystem::path &file);
 
-// A running process holds a lock (flock) on the file.
-bool isLockedByOthers(const std::filesystem::path &file);
-
 // Something is there, be it a broken symbolic link; `unknown` where the system cannot say.
 enum class Presence { there, absent, unknown };
 Presence presence(const std::filesystem::path &path);
 bool exists(const std::filesystem::path &path); // is certainly there
+
+// This user may change what is there, as far as its rights and its file system say.
+bool isWritable(const std::filesystem::path &path);
+void requireWritable(const std::filesystem::path &path);
+// This user may run it: a regular file with the right to be run.
+bool isProgram(const std::filesystem::path &file);
 
 // What lies directly in a folder, in no order; what could be read before an error.
 std::vector<std::filesystem::path> list(const std::filesystem::path &folder, std::error_code &error);
@@ -57,7 +60,7 @@ bool trySync(const std::filesystem::path &fileOrFolder);
 // Throws Cancelled when asked to stop; what was written so far stays.
 void copy(const std::filesystem::path &from, const std::filesystem::path &to, std::stop_token stop);
 
-// Two names of one file, not a link to it. False also where the file system does not tell.
+// Two names of one file, not a link to it. False also where the file system does not report it.
 bool areNamesOfOneFile(const std::filesystem::path &a, const std::filesystem::path &b);
 // Compares every byte. Throws Cancelled when asked to stop.
 bool haveSameBytes(const std::filesystem::path &a, const std::filesystem::path &b, std::stop_token stop);

@@ -9,7 +9,6 @@
 #include "platform/Uuid.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,13 +20,10 @@ namespace {
 
 constexpr std::string_view prefix = "Kestrel-";
 
-// Absent where somebody else holds the lock, or the folder cannot be opened.
-FileDescriptor locked(const fs::path &folder)
+// Of the folder itself, and not of what a link leads to.
+FileLock locked(const fs::path &folder)
 {
-    FileDescriptor file(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!file || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
-        return {};
-    return file;
+    return FileLock(FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)));
 }
 
 bool hasOurName(const fs::path &folder)
@@ -36,7 +32,7 @@ bool hasOurName(const fs::path &folder)
     return name.starts_with(prefix) && isUuid(std::string_view(name).substr(prefix.size()));
 }
 
-// Everybody may put anything into the system's temporary folder, under any name.
+// Every user may put anything into the system's temporary folder, under any name.
 bool isOurs(const FileDescriptor &folder)
 {
     struct stat status {};
@@ -73,7 +69,7 @@ void TemporaryFolder::removeAbandoned()
     std::error_code ignored;
     for (const auto &folder : Files::list(Paths::temporary(), ignored))
         if (hasOurName(folder))
-            if (const FileDescriptor lock = locked(folder); lock && isOurs(lock))
+            if (const FileLock lock = locked(folder); lock.isHeld() && isOurs(lock.file()))
                 fs::remove_all(folder, ignored);
 }
 

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "platform/FileDescriptor.h"
+#include "platform/FileLock.h"
 
 namespace kestrel {
 
@@ -18,12 +18,12 @@ public:
 
     const std::filesystem::path &path() const { return m_path; }
 
-    // Removes those that nobody works in any more.
+    // Removes those that no process works in any more.
     static void removeAbandoned();
 
 private:
     std::filesystem::path m_path;
-    FileDescriptor m_lock;
+    FileLock m_lock;
 };
 
 } // namespace kestrel

@@ -83,6 +83,32 @@ std::string repaired(std::string_view bytes)
     return toUtf8(fromUtf8(bytes));
 }
 
+std::string shown(const std::filesystem::path &path)
+{
+    return repaired(path.native());
+}
+
+bool turnsDirection(char32_t c)
+{
+    return (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069) || c == 0x200E || c == 0x200F ||
+           c == 0x061C;
+}
+
+bool isVisible(std::string_view text)
+{
+    if (repaired(text) != text)
+        return false;
+    for (std::size_t position = 0; position < text.size();) {
+        const Character character = next(text.substr(position));
+        const int8_t type = u_charType(character.code);
+        if (type == U_CONTROL_CHAR || type == U_LINE_SEPARATOR || type == U_PARAGRAPH_SEPARATOR ||
+            turnsDirection(static_cast<char32_t>(character.code)))
+            return false;
+        position += character.bytes;
+    }
+    return true;
+}
+
 std::string lower(std::string_view text)
 {
     if (!isAscii(text))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +11,12 @@ namespace kestrel::Text {
 
 // The same text with every broken byte sequence replaced by U+FFFD.
 std::string repaired(std::string_view bytes);
+// A path or name as it is shown: its bytes, repaired.
+std::string shown(const std::filesystem::path &path);
+// Whole text of which nothing hides: no control characters, no line breaks of any kind, and nothing that
+// turns the direction of the text.
+bool isVisible(std::string_view text);
+bool turnsDirection(char32_t character);
 // Lower case by Unicode's rules, independent of the language.
 std::string lower(std::string_view text);
 std::string upper(std::string_view text);

@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "platform/Enumeration.h"
+
 namespace kestrel::Wording {
 
 namespace {
@@ -59,14 +61,7 @@ constexpr std::array rows{
 };
 // clang-format on
 
-constexpr bool isInOrder()
-{
-    for (std::size_t row = 0; row < rows.size(); ++row)
-        if (rows[row].words != Words(row))
-            return false;
-    return rows.size() == static_cast<std::size_t>(Words::av1Summary) + 1;
-}
-static_assert(isInOrder(), "a row for each of Words, in its order");
+static_assert(coversEveryCase(rows, &Row::words));
 
 } // namespace
 

@@ -156,7 +156,7 @@ std::string StatusSnapshot::toJson() const
 std::string displayName(const std::string &name, const std::optional<std::string> &series)
 {
     const std::filesystem::path file = name;
-    Words words = wordsOf(Text::repaired(file.stem().native()));
+    Words words = wordsOf(Text::shown(file.stem()));
     words.erase(firstTag(words), words.end());
     const Words known = series ? seriesWords(*series) : Words();
     if (!known.empty() && beginsWith(words, known)) {

@@ -107,7 +107,7 @@ public:
     {
         const auto file = m_folder / (std::string(name) + ".png");
         if (!captioned(widget.grab(), widget.palette()).save(QString::fromStdString(file.native()))) {
-            fmt::print(stderr, "{} kann nicht geschrieben werden.\n", Text::repaired(file.native()));
+            fmt::print(stderr, "{} kann nicht geschrieben werden.\n", Text::shown(file));
             m_hasFailed = true;
         }
     }

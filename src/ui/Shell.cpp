@@ -3,65 +3,24 @@
 #include <QApplication>
 #include <QIcon>
 #include <QLibraryInfo>
-#include <QSocketNotifier>
 #include <QTranslator>
-#include <cerrno>
 #include <clocale>
-#include <csignal>
 #include <string_view>
 
 #include "model/AppModel.h"
 #include "platform/ColorScheme.h"
-#include "platform/FileDescriptor.h"
 #include "platform/Launcher.h"
+#include "platform/Mailbox.h"
+#include "platform/OnExit.h"
+#include "platform/Signals.h"
 #include "ui/Demo.h"
 #include "ui/look/Accessibility.h"
 #include "ui/look/Theme.h"
 #include "ui/window/MainWindow.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace kestrel {
 
 namespace {
-
-// SIGTERM and SIGINT end the program as "Abbrechen und beenden" does.
-class Signals {
-public:
-    explicit Signals(QuitGuard &guard)
-    {
-        int ends[2];
-        if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
-            return;
-        m_reader = FileDescriptor(ends[0]);
-        m_writer = FileDescriptor(ends[1]);
-        wakeUp = m_writer.get();
-        m_notifier = std::make_unique<QSocketNotifier>(m_reader.get(), QSocketNotifier::Read);
-        QObject::connect(m_notifier.get(), &QSocketNotifier::activated, &guard, [this, &guard] {
-            m_notifier->setEnabled(false); // once is enough
-            guard.stopAndQuit();
-        });
-        for (const int number : {SIGTERM, SIGINT, SIGHUP})
-            std::signal(number, [](int) {
-                const int before = errno;
-                [[maybe_unused]] const auto written = ::write(wakeUp, "x", 1);
-                errno = before;
-            });
-    }
-    ~Signals()
-    {
-        for (const int number : {SIGTERM, SIGINT, SIGHUP})
-            std::signal(number, SIG_DFL);
-    }
-    Signals(const Signals &) = delete;
-    Signals &operator=(const Signals &) = delete;
-
-private:
-    static inline volatile int wakeUp = -1;
-    FileDescriptor m_reader, m_writer;
-    std::unique_ptr<QSocketNotifier> m_notifier;
-};
 
 // Where Qt's German differs from what stands on German keyboards.
 class Keys : public QTranslator {
@@ -95,6 +54,7 @@ bool startsDark(const QPalette &desktop, const WindowState &state)
 
 int runWindow(const WindowOptions &options, const std::string &version)
 {
+    Signals termination; // made first: Qt starts threads
     QApplication::setApplicationName(QStringLiteral("Kestrel"));
     QApplication::setApplicationVersion(QString::fromStdString(version));
     QApplication::setDesktopFileName(QStringLiteral("app.kestrel.Kestrel"));
@@ -129,7 +89,10 @@ int runWindow(const WindowOptions &options, const std::string &version)
         Theme::apply(application, isDark.value_or(hasDarkPalette));
         state.setValue("dark", !isDark ? "" : *isDark ? "1" : "0");
     });
-    const Signals termination(window.quitGuard());
+    // A signal ends the window as "Abbrechen und beenden" does.
+    Mailbox mailbox;
+    termination.setOnEnd([&] { mailbox.post([&] { window.quitGuard().stopAndQuit(); }); });
+    const auto endAsUsual = onExit([&] { termination.setOnEnd({}); });
     QObject::connect(&model, &AppModel::badgeChanged,
                      [](const std::optional<std::string> &text) { Launcher::setBadge(text); });
     QObject::connect(&model, &AppModel::attentionRequested, &window, [&] { QApplication::alert(&window); });

@@ -5,12 +5,10 @@
 #include "encoding/FileConversion.h"
 #include "encoding/JobFixture.h"
 #include "encoding/LocalSwap.h"
+#include "platform/FileLock.h"
 #include "platform/OnExit.h"
 #include "support/KillAt.h"
 #include "support/Mounts.h"
-
-#include <fcntl.h>
-#include <sys/file.h>
 
 namespace kestrel::test {
 namespace {
@@ -188,8 +186,8 @@ TEST_F(UnfinishedTest, whatAnotherProcessPutsInPlaceIsLeftToIt)
 {
     show();
     {
-        const FileDescriptor job(::open(shown.c_str(), O_RDONLY));
-        ASSERT_EQ(::flock(job.get(), LOCK_EX), 0);
+        const FileLock job = FileLock::tryTake(shown);
+        ASSERT_TRUE(job.isHeld());
         EXPECT_THAT(finish(), IsEmpty());
         EXPECT_THROW(UnfinishedSwaps::finish(film, tools.ffprobe, {}), ToolError);
         EXPECT_THAT(names(folder.path()), ElementsAre("Film (Kestrel).mkv", "Film.mkv"));

@@ -351,14 +351,17 @@ TEST(Prober, removesOnlyWhatAnInterruptedRunLeft)
     for (const char *name :
          {".Film.mkv.kestrel-tmp.x1.mkv", "Serie/.Folge 1.mkv.kestrel-upload", ".verborgen/.a.kestrel-tmp.b",
           "Film.kestrel-tmp.mkv", "Film.mkv.kestrel-upload", ".Film.mkv.kestrel-original",
-          ".Film.kestrel-upload.mkv", "Foto.photoslibrary/.a.kestrel-upload"})
+          ".Film.kestrel-upload.mkv", "Foto.photoslibrary/.a.kestrel-upload",
+          // Originals of films that somebody has named like that.
+          ".Film.kestrel-tmp.mkv.kestrel-original", ".Film.kestrel-upload.kestrel-original"})
         sandbox.write(name, "");
     sandbox.write("ziel/Film.mkv", "");
     test::fs::create_directory_symlink("ziel", sandbox / ".ziel.kestrel-upload");
 
     EXPECT_EQ(Prober::removeLeftovers(Prober::findLeftovers(sandbox.path(), {})), 4U);
     EXPECT_THAT(test::names(sandbox.path()),
-                ElementsAre(".Film.kestrel-upload.mkv", ".Film.mkv.kestrel-original", ".verborgen",
+                ElementsAre(".Film.kestrel-tmp.mkv.kestrel-original", ".Film.kestrel-upload.kestrel-original",
+                            ".Film.kestrel-upload.mkv", ".Film.mkv.kestrel-original", ".verborgen",
                             "Film.kestrel-tmp.mkv", "Film.mkv.kestrel-upload", "Foto.photoslibrary", "Serie",
                             "ziel"));
     EXPECT_THAT(test::names(sandbox / "Serie"), testing::IsEmpty());

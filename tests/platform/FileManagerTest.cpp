@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/Signals.h"
 #include "support/Buses.h"
 #include "support/Eventually.h"
 
@@ -28,8 +29,10 @@ protected:
     {
         if (buses.problem())
             GTEST_SKIP() << *buses.problem();
-        const auto script = programs.write("xdg-open", "#!/bin/sh\necho \"$#: $*\" > " +
-                                                           test::quoted(sandbox / "opened") + "\n");
+        const auto script =
+            programs.write("xdg-open", "#!/bin/sh\n/bin/grep SigBlk /proc/self/status > " +
+                                           test::quoted(sandbox / "blocked") + "\necho \"$#: $*\" > " +
+                                           test::quoted(sandbox / "opened") + "\n");
         std::filesystem::permissions(script, std::filesystem::perms::owner_all);
         ::setenv("PATH", programs.path().c_str(), 1);
     }
@@ -81,9 +84,11 @@ TEST_F(FileManagerTest, opensTheFolderWhereTheFileManagerDoesNotAnswer)
 
 TEST_F(FileManagerTest, opensFilesAndFolders)
 {
+    const Signals blocking; // a player, say, must not have them blocked
     FileManager::open("/Filme/Ein Film.mkv", onAnswer);
     EXPECT_TRUE(eventually([&] { return isTaken == true; }));
     EXPECT_TRUE(isOpened("file:///Filme/Ein%20Film.mkv"));
+    EXPECT_EQ(test::readFile(sandbox / "blocked"), "SigBlk:\t0000000000000000\n");
     FileManager::open("/");
     EXPECT_TRUE(isOpened("file:///"));
 

@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <array>
 
-#include <fmt/format.h>
-
 #include "encoding/CommandBuilder.h"
 #include "encoding/TargetName.h"
 #include "format/Fmt.h"
+#include "platform/ShellWords.h"
 #include "platform/Text.h"
 #include "ui/detail/TrackText.h"
 #include "ui/look/Strings.h"
@@ -38,43 +37,18 @@ constexpr std::array<ContainerName, 9> containerNames{{
     {"mxf", "MXF"},
 }};
 
-bool turnsDirection(char32_t c)
-{
-    return (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069) || c == 0x200E || c == 0x200F ||
-           c == 0x061C;
-}
-
 // Without what turns the direction of the text, and blanks for what cannot be seen but for line breaks.
 QString cleaned(std::string_view text)
 {
     QString result;
     for (const QChar c : qt(Text::repaired(text))) {
-        if (turnsDirection(c.unicode()))
+        if (Text::turnsDirection(c.unicode()))
             continue;
         const bool isControl = c.category() == QChar::Other_Control || c == QChar::LineSeparator ||
                                c == QChar::ParagraphSeparator;
         result += isControl && c != QLatin1Char('\n') ? QChar(QLatin1Char(' ')) : c;
     }
     return result;
-}
-
-// For the shells of today (bash, zsh, ksh): stands for exactly these bytes, and has none that could not be
-// seen.
-QString quoted(const std::string &argument)
-{
-    constexpr std::string_view bare =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./:=,+@%";
-    if (!argument.empty() && argument.find_first_not_of(bare) == std::string::npos)
-        return qt(argument);
-    if (line(argument).toStdString() == argument)
-        return QLatin1Char('\'') + qt(argument).replace(QLatin1Char('\''), QStringLiteral("'\\''")) +
-               QLatin1Char('\'');
-    std::string codes;
-    for (const char c : argument)
-        codes += c == '\'' || c == '\\' ? std::string{'\\', c}
-                 : c >= ' ' && c <= '~' ? std::string{c}
-                                        : fmt::format("\\{:03o}", static_cast<unsigned char>(c));
-    return QStringLiteral("$'%1'").arg(qt(codes));
 }
 
 QString explanation(SizeEstimate::Kind kind, bool isScored)
@@ -248,10 +222,11 @@ std::optional<QString> command(const FileItem &item, const ConversionSettings &s
         return std::nullopt;
     const std::filesystem::path film = item.info->url;
     const auto target = film.parent_path() / TargetName::nameFor(film, " (ffmpeg)", settings);
-    QStringList words{quoted(tools->ffmpeg.native())};
+    QStringList words{qt(ShellWords::plain(tools->ffmpeg.native()))};
     for (const std::string &argument : CommandBuilder::arguments(*item.info, *plan, settings, target,
                                                                  std::nullopt, CommandBuilder::Streams::all))
-        words += argument == "-y" ? QStringLiteral("-n") : quoted(argument); // overwrites nothing
+        words +=
+            argument == "-y" ? QStringLiteral("-n") : qt(ShellWords::plain(argument)); // overwrites nothing
     return words.join(QLatin1Char(' '));
 }
 

@@ -8,6 +8,7 @@
 
 #include "format/Fmt.h"
 #include "media/Language.h"
+#include "platform/Enumeration.h"
 #include "ui/detail/DetailText.h"
 #include "ui/look/Strings.h"
 #include "ui/table/RowText.h"
@@ -32,6 +33,7 @@ constexpr std::array<ActionLook, 3> actionLooks{{
     {StreamAction::convert, "umwandeln", "arrow-right", Tone::accent},
     {StreamAction::drop, "entfernen", "close", Tone::muted},
 }};
+static_assert(coversEveryCase(actionLooks, &ActionLook::action));
 
 const ActionLook &lookOf(StreamAction action)
 {

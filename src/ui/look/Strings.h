@@ -25,7 +25,7 @@ inline QString revealLabel()
 // A name or path, with broken bytes replaced.
 inline QString shown(const std::filesystem::path &path)
 {
-    return qt(Text::repaired(path.native()));
+    return qt(Text::shown(path));
 }
 
 // The user's own folder as "~".

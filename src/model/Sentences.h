@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <fmt/format.h>
+
+// What the model reports and a front repeats in its own place; German.
+namespace kestrel::Sentences {
+
+inline constexpr std::string_view nothingFound = "In diesem Ordner wurden keine Videodateien gefunden.";
+inline constexpr std::string_view nothingToConvert = "Es gibt nichts zu konvertieren.";
+
+inline std::string scanFailed(std::string_view reason)
+{
+    return fmt::format("Analyse fehlgeschlagen: {}", reason);
+}
+
+inline std::string sampleFailed(std::string_view file, std::string_view reason)
+{
+    return fmt::format("Stichprobe für „{}“ fehlgeschlagen: {}", file, reason);
+}
+
+} // namespace kestrel::Sentences

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include "platform/FileDescriptor.h"
+
+#include <signal.h>
+
+namespace kestrel {
+
+// Turns the signals that ask a program to end (Ctrl-C, kill, a closed terminal) into calls, and Ctrl-Z, too,
+// where a handler is given for it. While no handler is set, they do what they do to any program.
+// REQUIRES: the object is made before any thread, by the thread that starts the others: they inherit that the
+// signals are blocked. There is one at a time.
+class Signals {
+public:
+    using Handler = std::function<void()>; // runs on a thread of its own, one call at a time
+
+    explicit Signals(Handler onSuspend = {});
+    ~Signals();
+    Signals(const Signals &) = delete;
+    Signals &operator=(const Signals &) = delete;
+
+    // Waits for a handler that is running; afterwards the former one is not called any more.
+    void setOnEnd(Handler handler);
+
+    // From now on a reader that closes its end makes writing fail, instead of ending the program.
+    static void ignoreBrokenPipes();
+    // Stops the whole program at once, until another process continues it.
+    static void freeze();
+    // Does what Ctrl-Z does to other programs, and returns when the shell has continued this one. Where no
+    // shell could do so (in an orphaned process group), it returns at once.
+    static void suspend();
+    // Gives a new process the usual signals back, between its start and its program; async-signal-safe.
+    static void unblockInChild();
+
+private:
+    void listen();
+    void handleEnd(int number);
+
+    sigset_t m_previous{};
+    FileDescriptor m_signals, m_end;
+    const Handler m_onSuspend;
+
+    // Guarded by m_lock.
+    std::mutex m_lock;
+    Handler m_onEnd;
+
+    std::thread m_thread;
+};
+
+} // namespace kestrel
