@@ -8,6 +8,7 @@
 #include <clocale>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -16,6 +17,7 @@
 
 #include "Stopwatch.h"
 #include "platform/TemporaryFolder.h"
+#include "ui/SimulatedRun.h"
 #include "ui/look/Theme.h"
 #include "ui/window/MainWindow.h"
 
@@ -93,6 +95,12 @@ ordered_json table(QApplication &application, const char *folder, const char *to
     const TemporaryFolder temporary;
     AppModel::Options options = harmless();
     options.toolFolders = {tools};
+    SimulatedRun *run = nullptr;
+    options.makeRun = [&run](RunTask::Request request, Library &library, RunStats &stats) {
+        auto simulated = std::make_unique<SimulatedRun>(std::move(request), library, stats);
+        run = simulated.get();
+        return simulated;
+    };
     AppModel model(options);
     waitUntil([&] { return model.tools().has_value(); });
     model.open(folder);
@@ -121,7 +129,8 @@ ordered_json table(QApplication &application, const char *folder, const char *to
     const double sorted = sorting.wall();
     model.library().setSortOrder(byName);
 
-    model.simulateRun(0.3);
+    model.startConversion();
+    run->show(0.3);
     bar.setValue(bar.maximum() * 3 / 10);
     std::vector<FileItem *> working;
     for (const auto &item : model.library().items())

@@ -140,7 +140,7 @@ void waitUntilIdle(AppModel &model, const std::function<void()> &action = {})
         loop.exec();
 }
 
-AppModel::Options modelOptions(bool asksAnew)
+AppModel::Options modelOptions(bool asksAgain)
 {
     AppModel::Options options;
     options.settings = ConversionSettings();
@@ -148,14 +148,14 @@ AppModel::Options modelOptions(bool asksAnew)
     options.settings->parallelJobs = 4;
     options.measuresQuality = false;
     options.persists = false;
-    options.asksAnew = asksAnew;
+    options.asksAgain = asksAgain;
     return options;
 }
 
 // Opens the folder and scans it, as a start of the program does; the tools are located before.
-ordered_json scan(const fs::path &folder, bool asksAnew)
+ordered_json scan(const fs::path &folder, bool asksAgain)
 {
-    AppModel model(modelOptions(asksAnew));
+    AppModel model(modelOptions(asksAgain));
     waitUntilIdle(model);
     const Stopwatch watch;
     waitUntilIdle(model, [&] { model.open(folder); });

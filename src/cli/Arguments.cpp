@@ -114,7 +114,7 @@ void addSettings(CLI::App &command, Arguments &arguments)
         command.add_flag_callback(value ? "--measure" : "--no-measure",
                                   [&arguments, value] { arguments.measuresQuality = value; });
     command.add_flag("--defaults", arguments.startsFromDefaults);
-    command.add_flag("--fresh", arguments.asksAnew);
+    command.add_flag("--fresh", arguments.asksAgain);
 }
 
 CLI::App *addFolderCommand(CLI::App &app, const char *name, Arguments &arguments)

@@ -28,7 +28,7 @@ struct Arguments {
     std::optional<std::size_t> count; // measure: how many files
     bool startsFromDefaults = false;  // instead of the stored settings
     bool usesTestSuite = false;       // window: instead of the user's settings and last folder
-    bool asksAnew = false;            // ffprobe, also for files that it has answered for
+    bool asksAgain = false;           // ffprobe, also for files that it has answered for
     std::vector<std::string> only;    // relative paths; "-": those on standard input, a line each
     bool isCodecChosen = false;       // by an option, not by default
     std::optional<bool> measuresQuality;

@@ -6,6 +6,7 @@
 #include "cli/Session.h"
 #include "cli/Terminal.h"
 #include "format/Fmt.h"
+#include "model/FileState.h"
 
 namespace kestrel {
 
@@ -25,8 +26,8 @@ int runClip(const Arguments &arguments, Interrupt &interrupt)
         throw UsageError("„" + Terminal::shown(arguments.folder.native()) + "“ ist keine Videodatei.");
     const FileItem &item = *session.library().items().front();
     if (item.probeError) {
-        Terminal::complain(fmt::format("{}: nicht lesbar: {}", Terminal::shown(item.name()),
-                                       Terminal::line(item.shortProbeError())));
+        Terminal::complain(
+            fmt::format("{}: {}", Terminal::shown(item.name()), Terminal::line(FileState::of(item).line())));
         return ExitStatus::fileFailed;
     }
 

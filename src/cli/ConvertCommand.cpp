@@ -15,17 +15,14 @@ namespace kestrel {
 
 namespace {
 
-void tellWhatIsLeftOut(const Library &library)
+void reportWhatIsLeftOut(const Library &library)
 {
+    using Kind = FileState::Kind;
     for (const auto &file : library.items()) {
-        const std::string name = Terminal::shown(file->relativePath.native());
-        if (file->probeError)
-            Terminal::complain(
-                fmt::format("{}: nicht lesbar: {}", name, Terminal::line(file->shortProbeError())));
-        else if (file->mayBeIncomplete)
-            Terminal::complain(fmt::format("{}: wird evtl. noch kopiert – später neu analysieren", name));
-        else if (file->plan && file->plan->leftAlone)
-            Terminal::complain(fmt::format("{}: {}", name, Terminal::line(*file->plan->leftAlone)));
+        const FileState state = FileState::of(*file);
+        if (state.kind == Kind::unreadable || state.kind == Kind::incomplete || state.kind == Kind::leftAlone)
+            Terminal::complain(fmt::format("{}: {}", Terminal::shown(file->relativePath.native()),
+                                           Terminal::line(state.line())));
     }
 }
 
@@ -36,20 +33,19 @@ std::unique_ptr<RunReporter> makeReporter(const Arguments &arguments)
     return Terminal::isOutputTerminal() ? makeLiveReporter() : makeLineReporter();
 }
 
-// Hands on what happens to the files of a run: progress as it comes, an end once, and a file that was
+// Passes the states of a run's files to the reporter: progress as it comes, an end once, and a file that was
 // stopped only when it had begun.
 void report(AppModel &model, RunReporter &reporter)
 {
     const auto last = std::make_shared<std::map<const FileItem *, JobStatus>>();
     QObject::connect(&model.library(), &Library::itemChanged, &model,
-                     [&reporter, last, videoKey = model.settings().videoKey()](const FileItem &item) {
+                     [&reporter, last](const FileItem &item) {
                          const JobStatus before = std::exchange((*last)[&item], item.status);
-                         const auto report = FileReport::of(item, videoKey);
-                         const bool hasStopped =
-                             report && report->status == FileStatus::idle && !isInWork(before);
-                         const bool isKnown = report && !isInWork(item.status) && before == item.status;
-                         if (report && !hasStopped && !isKnown)
-                             reporter.changed(*report);
+                         const FileState state = FileState::of(item);
+                         const bool hasNotBegun = !state.isInWork() && !state.hasEnded() && !isInWork(before);
+                         const bool isKnown = !state.isInWork() && before == item.status;
+                         if (!hasNotBegun && !isKnown)
+                             reporter.changed({&item, state});
                      });
     QObject::connect(&model, &AppModel::runChanged, &model, [&] { reporter.progressed(model); });
 }
@@ -62,7 +58,7 @@ int runConvert(const Arguments &arguments, Interrupt &interrupt)
     Session session(arguments, interrupt, Session::Access::changesFiles);
     session.open(folder);
     AppModel &model = session.model();
-    tellWhatIsLeftOut(session.library());
+    reportWhatIsLeftOut(session.library());
     if (const auto text = model.outputWarning())
         Terminal::complain(*text);
 

@@ -64,19 +64,15 @@ public:
     {
         const std::scoped_lock guard(m_lock);
         const auto found = m_running.find(report.item);
-        const bool isNew = found == m_running.end() || found->second.report.status != report.status;
-        switch (report.status) {
-        case FileStatus::analyzing:
-        case FileStatus::running:
-        case FileStatus::uploading:
+        const bool isNew = found == m_running.end() || found->second.report.state.kind != report.state.kind;
+        if (report.state.isInWork()) {
             m_running.insert_or_assign(report.item,
                                        Running{report, isNew ? Clock::now() : found->second.since});
             return;
-        default:
-            m_running.erase(report.item);
-            ++m_ended;
-            m_newLines += finalLine(report) + "\n";
         }
+        m_running.erase(report.item);
+        ++m_ended;
+        m_newLines += finalLine(report) + "\n";
     }
 
     void progressed(const AppModel &model) override
@@ -115,10 +111,10 @@ private:
     static std::string finalLine(const FileReport &report)
     {
         const std::string state = describeState(report);
-        const bool isGood = report.status == FileStatus::done;
-        const std::string mark = isGood                                ? Terminal::green("✓")
-                                 : report.status == FileStatus::failed ? Terminal::red("✗")
-                                                                       : Terminal::dim("–");
+        const FileState::Kind kind = report.state.kind;
+        const std::string mark = kind == FileState::Kind::done     ? Terminal::green("✓")
+                                 : kind == FileState::Kind::failed ? Terminal::red("✗")
+                                                                   : Terminal::dim("–");
         const std::string file = Terminal::shown(report.item->relativePath.native());
         return fmt::format("{} {}: {}", mark, file, state);
     }
@@ -126,17 +122,14 @@ private:
     static std::string runningLine(const Running &running, int width)
     {
         const FileReport &report = running.report;
-        const double fraction = report.fraction.value_or(0);
-        std::string state;
-        if (report.status == FileStatus::uploading)
-            state = "wird hochgeladen";
-        else if (report.status == FileStatus::analyzing)
-            state = fmt::format("{} {:>5}", analysis(report.isSearch), Fmt::percent(fraction));
-        else
+        const double fraction = report.state.fraction.value_or(0);
+        std::string state = report.state.line();
+        if (report.state.kind == FileState::Kind::analyzing)
+            state = fmt::format("{} {:>5}", state, Fmt::percent(fraction));
+        else if (report.state.kind == FileState::Kind::running)
             state = fmt::format("{}{:>5} {:>6} fps  noch {:>7}",
                                 width + 1 < widthForBar ? "" : bar(fraction) + " ", Fmt::percent(fraction),
-                                Fmt::number(report.fps.value_or(0), 1),
-                                remaining(fraction, since(running.since)));
+                                Fmt::number(report.state.fps, 1), remaining(fraction, since(running.since)));
         const int taken = width + 1 < widthForBar ? stateWidth - barWidth - 1 : stateWidth;
         const int room = std::max(8, width - taken - 3);
         return "  " + name(*report.item, std::min(room, 40)) + " " + state;
@@ -144,8 +137,7 @@ private:
 
     std::string totalLine() const
     {
-        return fmt::format("  {} von {} {} · {} · {}", m_ended, m_total, m_total == 1 ? "Datei" : "Dateien",
-                           Fmt::percent(m_fraction),
+        return fmt::format("  {} · {} · {}", Fmt::shareOfFiles(m_ended, m_total), Fmt::percent(m_fraction),
                            m_pausedSince ? "angehalten"
                                          : "noch " + (m_remaining ? Fmt::clock(*m_remaining) : "–"));
     }

@@ -5,10 +5,10 @@
 
 #include "cli/Commands.h"
 #include "cli/Json.h"
-#include "cli/RunReport.h"
 #include "cli/Session.h"
 #include "cli/Terminal.h"
 #include "format/Fmt.h"
+#include "model/FileState.h"
 #include "model/Sentences.h"
 
 namespace kestrel {
@@ -65,10 +65,10 @@ int runMeasure(const Arguments &arguments, Interrupt &interrupt)
     bool hasFailed = session.missing() > 0;
     const std::string key = model.settings().videoKey();
     const bool searches = model.tools()->measuring() != Measuring::nothing;
-    QObject::connect(&model, &AppModel::sampling, [searches](const FileItem &file, double fraction) {
+    QObject::connect(&model, &AppModel::sampling, [](const FileItem &file, double fraction) {
         if (Terminal::isErrorTerminal())
-            Terminal::writeError(fmt::format("\r{} {}: {}\x1b[K", analysis(searches),
-                                             Terminal::shown(file.name()), Fmt::percent(fraction)));
+            Terminal::writeError(fmt::format("\r{}: {} {}\x1b[K", Terminal::shown(file.name()),
+                                             FileState::of(file).line(), Fmt::percent(fraction)));
     });
     QObject::connect(&model, &AppModel::sampled, [&](const FileItem &file) {
         clearProgress();

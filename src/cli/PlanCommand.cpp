@@ -11,13 +11,15 @@
 #include "cli/Table.h"
 #include "cli/Terminal.h"
 #include "format/Fmt.h"
+#include "model/FileState.h"
+#include "model/VideoText.h"
 #include "platform/Text.h"
 
 namespace kestrel {
 
 namespace {
 
-// "Ton 1/3" where something is done to the tracks, nothing otherwise.
+// Adds "Ton 1 von 3" where tracks are left out, and "Ton umwandeln" where some are converted.
 template <typename Decision>
 void describeTracks(std::vector<std::string> &parts, const char *name, const std::vector<Decision> &decisions)
 {
@@ -32,31 +34,17 @@ void describeTracks(std::vector<std::string> &parts, const char *name, const std
         parts.push_back(fmt::format("{} umwandeln", name));
 }
 
-std::string describeVideo(const MediaInfo &info, const Plan &plan, const ConversionSettings &settings)
-{
-    if (!info.video)
-        return "kein Bild";
-    const std::string source =
-        fmt::format("{} {}", info.video->codecDisplay(), info.video->resolutionClass());
-    if (!plan.encodesVideo())
-        return source + " behalten";
-    return fmt::format("{} → {}{}{} {}", source, shortName(settings.codec),
-                       plan.scales ? fmt::format(" {}×{}", plan.outputWidth, plan.outputHeight) : "",
-                       plan.deinterlace ? " Vollbilder" : "",
-                       qualityLabel(settings.codec, plan.qualityValue));
-}
-
 std::string describe(const FileItem &file, const ConversionSettings &settings)
 {
-    if (file.probeError)
-        return "nicht lesbar: " + Terminal::line(file.shortProbeError());
-    if (file.mayBeIncomplete)
-        return "wird evtl. noch kopiert";
-    if (file.plan->leftAlone)
-        return Terminal::line(*file.plan->leftAlone);
-    if (file.plan->isNoop)
-        return "nichts zu tun";
-    std::vector<std::string> parts{describeVideo(*file.info, *file.plan, settings)};
+    const FileState state = FileState::of(file);
+    if (state.kind != FileState::Kind::ready && state.kind != FileState::Kind::notChecked)
+        return Terminal::line(state.sentence());
+    const VideoText video = VideoText::of(*file.info, *file.plan, settings);
+    std::vector<std::string> parts{video.whole()};
+    if (!video.quality.empty())
+        parts.push_back(video.quality);
+    if (file.plan->deinterlace)
+        parts.emplace_back("Vollbilder");
     describeTracks(parts, "Ton", file.plan->audio);
     describeTracks(parts, "Untertitel", file.plan->subtitles);
     return Terminal::shown(fmt::format("{}", fmt::join(parts, " · ")));
@@ -88,11 +76,6 @@ std::string renderTable(const Library &library, const ConversionSettings &settin
     return table.render(Terminal::width());
 }
 
-std::string count(std::size_t number, const char *one, const char *many)
-{
-    return fmt::format("{} {}", number, number == 1 ? one : many);
-}
-
 // Every remark once, with the number of files that it is about.
 std::string renderNotes(const Library &library)
 {
@@ -106,16 +89,15 @@ std::string renderNotes(const Library &library)
     }
     std::string text;
     for (const auto &[note, files] : notes)
-        text += fmt::format("{}: {}\n", count(files, "Datei", "Dateien"), note);
+        text += fmt::format("{}: {}\n", Fmt::count(files), note);
     return text.empty() ? text : text + "\n";
 }
 
 std::string renderTotals(const Totals &totals)
 {
     const auto source = static_cast<double>(totals.sourceBytes);
-    std::string text =
-        fmt::format("{}, davon {} zu konvertieren · Laufzeit {}\n", count(totals.files, "Datei", "Dateien"),
-                    totals.actionable, Fmt::duration(totals.duration));
+    std::string text = fmt::format("{}, davon {} zu konvertieren · Laufzeit {}\n", Fmt::count(totals.files),
+                                   totals.actionable, Fmt::duration(totals.duration));
     if (totals.actionable > 0)
         text += fmt::format("{} → etwa {} ({}, {}) · Rechenzeit etwa {}\n", Fmt::bytes(source),
                             Fmt::bytes(totals.estimatedBytes), Fmt::change(source, totals.estimatedBytes),
@@ -123,9 +105,9 @@ std::string renderTotals(const Totals &totals)
     else if (totals.files > 0)
         text += fmt::format("{} – es gibt nichts zu konvertieren.\n", Fmt::bytes(source));
     if (totals.errors > 0)
-        text += count(totals.errors, "Datei ist", "Dateien sind") + " nicht lesbar.\n";
+        text += Fmt::count(totals.errors, "Datei ist", "Dateien sind") + " nicht lesbar.\n";
     if (totals.incomplete > 0)
-        text += count(totals.incomplete, "Datei wird", "Dateien werden") +
+        text += Fmt::count(totals.incomplete, "Datei wird", "Dateien werden") +
                 " evtl. noch kopiert – später neu analysieren.\n";
     return text;
 }

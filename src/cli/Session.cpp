@@ -44,7 +44,7 @@ AppModel::Options optionsOf(const Arguments &arguments, Session::Access access,
     options.changesFiles = access == Session::Access::changesFiles;
     options.servesStatusPage =
         arguments.command == Arguments::Command::convert || arguments.command == Arguments::Command::measure;
-    options.asksAnew = arguments.asksAnew;
+    options.asksAgain = arguments.asksAgain;
     options.only = only;
     return options;
 }

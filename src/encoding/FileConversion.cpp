@@ -11,8 +11,7 @@
 #include "encoding/UnfinishedSwaps.h"
 #include "media/Log.h"
 #include "media/Prober.h"
-#include "planning/Estimator.h"
-#include "planning/Planner.h"
+#include "planning/PlannedFile.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/TemporaryFolder.h"
@@ -59,24 +58,27 @@ FileConversion::Result FileConversion::run(const Callbacks &callbacks, std::stop
         return result;
     }
 
-    const Planner::Abilities abilities = Planner::abilities(tools);
-    Plan plan = Planner::plan(info, settings, std::nullopt, abilities);
-    if (!plan.isNoop)
+    PlannedFile::Knowledge knowledge{.abilities = Planner::abilities(tools)};
+    PlannedFile planned = PlannedFile::of(info, settings, knowledge);
+    if (!planned.plan.isNoop)
         requirePlace(info.url, settings, root);
-    if (plan.encodesVideo()) {
+    if (planned.plan.encodesVideo()) {
         if (!sample || sample->isOutdated(tools.measuring()))
-            sample = measure(plan, callbacks, stop);
-        plan = Planner::planMeasured(info, settings, *sample, abilities);
+            sample = measure(planned.plan, callbacks, stop);
+        knowledge.sample = &*sample;
+        planned = PlannedFile::of(info, settings, knowledge);
     }
 
     waitWhilePaused(stop);
-    if (plan.isNoop) {
+    if (planned.plan.isNoop) {
         const auto kind = ConversionOutcome::Kind::noSavings;
-        return {{kind, info.fileSize, info.fileSize, std::nullopt}, false, std::nullopt};
+        Result result{{kind, info.fileSize, info.fileSize, std::nullopt}};
+        result.wasEncoded = false;
+        return result;
     }
     if (!ConversionJob::isUnchanged(info.url, Files::attributes(info.url), source))
         throw ToolError::failed("Die Datei wurde während der Messung verändert – bitte neu analysieren.");
-    return withNewInfo(convert(plan, callbacks, stop));
+    return withNewInfo(convert(planned, callbacks, stop));
 }
 
 FileConversion::Result FileConversion::withNewInfo(const ConversionOutcome &outcome) const
@@ -133,7 +135,7 @@ std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_t
     } catch (const Cancelled &) {
         throw;
     } catch (const std::exception &) {
-        return std::nullopt; // not readable: it is made anew
+        return std::nullopt; // not readable: it is made again
     }
 }
 
@@ -167,17 +169,15 @@ void FileConversion::waitWhilePaused(const std::stop_token &stop)
     throwIfStopped(stop);
 }
 
-ConversionOutcome FileConversion::convert(const Plan &plan, const Callbacks &callbacks,
+ConversionOutcome FileConversion::convert(const PlannedFile &planned, const Callbacks &callbacks,
                                           const std::stop_token &stop)
 {
     const auto &[info, settings, tools, root, sample] = m_request;
-    const SampleResult *measured = plan.encodesVideo() ? &*sample : nullptr;
-    const double expected =
-        Estimator::estimate(info, plan, settings, measured, std::nullopt, std::nullopt).total();
     ConversionJob *job = nullptr;
     {
         const std::scoped_lock guard(m_lock);
-        m_job = std::make_unique<ConversionJob>(info, plan, settings, tools, root, expected);
+        m_job = std::make_unique<ConversionJob>(info, planned.plan, settings, tools, root,
+                                                planned.estimate.total());
         job = m_job.get();
         if (m_isPaused)
             job->suspend();

@@ -12,6 +12,7 @@
 #include "media/MediaInfo.h"
 #include "media/Tools.h"
 #include "planning/ConversionSettings.h"
+#include "planning/PlannedFile.h"
 #include "planning/SampleResult.h"
 
 namespace kestrel {
@@ -41,6 +42,7 @@ public:
         ConversionOutcome outcome;
         bool wasConvertedBefore = false;  // skipped, because its target was there already
         std::optional<MediaInfo> newInfo; // of the file that took the original's place
+        bool wasEncoded = true;           // noSavings: else the measurement alone spoke against it
     };
 
     explicit FileConversion(Request request);
@@ -58,7 +60,8 @@ private:
     std::optional<ConversionOutcome> findConverted(const std::stop_token &stop) const;
     SampleResult measure(const Plan &plan, const Callbacks &callbacks, const std::stop_token &stop);
     void waitWhilePaused(const std::stop_token &stop);
-    ConversionOutcome convert(const Plan &plan, const Callbacks &callbacks, const std::stop_token &stop);
+    ConversionOutcome convert(const PlannedFile &planned, const Callbacks &callbacks,
+                              const std::stop_token &stop);
 
     // Touched by run() alone.
     Request m_request;

@@ -130,6 +130,29 @@ std::string dayTime(system_clock::time_point time, system_clock::time_point now)
            ", " + clockTime;
 }
 
+std::string dayTimeInSentence(system_clock::time_point time)
+{
+    std::string text = dayTime(time);
+    if (text.starts_with("Heute") || text.starts_with("Morgen"))
+        text[0] = static_cast<char>(text[0] - 'A' + 'a');
+    return text;
+}
+
+std::string count(std::size_t number, const char *one, const char *many)
+{
+    return fmt::format("{} {}", number, number == 1 ? one : many);
+}
+
+std::string share(std::size_t done, std::size_t total)
+{
+    return fmt::format("{} von {}", done, total);
+}
+
+std::string shareOfFiles(std::size_t done, std::size_t total)
+{
+    return fmt::format("{} von {}", done, count(total));
+}
+
 std::string percent(double fraction)
 {
     return fmt::format("{} %", truncated(fraction * 100));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -16,8 +17,12 @@ std::string duration(double seconds); // "45 s", "12 min", "1 h 5 min"
 std::string clock(double seconds);    // "7:05", "1:02:03"
 std::string dayTime(std::chrono::system_clock::time_point time);
 std::string dayTime(std::chrono::system_clock::time_point time, std::chrono::system_clock::time_point now);
+std::string dayTimeInSentence(std::chrono::system_clock::time_point time); // "heute, 12:30"
 std::string percent(double fraction);
 std::string change(double from, double to); // "−38 %"; no change reads "−0 %"
 std::string bitrate(double bitsPerSecond);
+std::string count(std::size_t number, const char *one = "Datei", const char *many = "Dateien"); // "1 Datei"
+std::string share(std::size_t done, std::size_t total);                                         // "3 von 12"
+std::string shareOfFiles(std::size_t done, std::size_t total); // "3 von 12 Dateien"
 
 } // namespace kestrel::Fmt

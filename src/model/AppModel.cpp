@@ -10,10 +10,7 @@
 #include "encoding/SwapJournal.h"
 #include "encoding/UnfinishedSwaps.h"
 #include "media/Log.h"
-#include "model/ConversionRun.h"
 #include "model/FolderScan.h"
-#include "model/ProbeClip.h"
-#include "model/SamplingRun.h"
 #include "model/Sentences.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
@@ -122,13 +119,22 @@ void AppModel::takeTools(Located located)
         open(*m_options.openFolder);
 }
 
-// A run that has ended may still be in the middle of telling so.
-void AppModel::retire(std::unique_ptr<QObject> run)
+void AppModel::begin(std::unique_ptr<Task> task, const Activity &activity,
+                     std::optional<std::string> sleepReason, std::function<void(Task &)> finish)
 {
-    QObject *object = run.release();
-    disconnect(object, nullptr, this, nullptr); // it has nothing to say any more
-    object->setParent(this);                    // for a loop that never runs again
-    object->deleteLater();
+    m_task = std::move(task);
+    connect(m_task.get(), &Task::ended, this, [this, finish = std::move(finish)] {
+        Task *ended = m_task.release(); // still emits the signal
+        disconnect(ended, nullptr, this, nullptr);
+        ended->setParent(this); // where the event loop never runs again
+        ended->deleteLater();
+        m_pausesForSuspension = false;
+        setSleepReason(std::nullopt);
+        finish(*ended);
+    });
+    setActivity(activity);
+    setSleepReason(std::move(sleepReason));
+    m_task->start();
 }
 
 void AppModel::setSettings(const ConversionSettings &settings)
@@ -161,7 +167,7 @@ void AppModel::open(const std::filesystem::path &folder)
     m_rootURL = Files::standardized(folder);
     m_storage.reset(); // until the scan has looked
     m_library.fill({{}, *m_rootURL});
-    m_isRunOfLibrary = false;
+    m_runFiles.clear();
     if (m_options.persists)
         m_options.store.setLastFolder(*m_rootURL);
     emit folderChanged();
@@ -174,14 +180,14 @@ void AppModel::rescan()
         return;
     m_library.setSelection({});
     m_hiddenHere.clear();
-    setMessage("Suche Videodateien …");
-    // What names single files shares the folder with other machines, whose work in progress must stay.
+    setMessage(std::string(Sentences::searching));
+    // A command for single files may share the folder with other machines, whose work in progress must stay.
     InstanceLock *lock = m_options.only ? nullptr : m_lock.get();
-    m_scan = std::make_unique<FolderScan>(
-        FolderScan::Request{*m_rootURL, *m_tools, lock, m_options.asksAnew, m_options.only});
-    connectScan(*m_scan);
-    setActivity({Activity::Kind::scanning});
-    m_scan->start();
+    auto scan = std::make_unique<FolderScan>(
+        FolderScan::Request{*m_rootURL, *m_tools, lock, m_options.asksAgain, m_options.only});
+    connectScan(*scan);
+    begin(std::move(scan), {Activity::Kind::scanning}, std::nullopt,
+          [this](Task &task) { endScan(static_cast<FolderScan &>(task)); });
 }
 
 void AppModel::connectScan(FolderScan &scan)
@@ -193,7 +199,7 @@ void AppModel::connectScan(FolderScan &scan)
     connect(&scan, &FolderScan::repaired, this, &AppModel::repaired);
     connect(&scan, &FolderScan::listed, this, [this](const auto &contents) {
         m_library.fill(std::move(*contents));
-        m_isRunOfLibrary = false;
+        m_runFiles.clear();
         setActivity({Activity::Kind::scanning, 0, m_library.items().size()});
     });
     connect(&scan, &FolderScan::probed, this, &AppModel::takeProbe);
@@ -204,7 +210,6 @@ void AppModel::connectScan(FolderScan &scan)
         m_hiddenHere = here;
         setPendingSwaps(everywhere);
     });
-    connect(&scan, &FolderScan::ended, this, &AppModel::endScan);
 }
 
 void AppModel::takeProbe(std::size_t index, const ProbeOutcome &outcome)
@@ -226,15 +231,14 @@ void AppModel::setPendingSwaps(std::vector<HiddenOriginal> swaps)
     emit pendingSwapsChanged();
 }
 
-void AppModel::endScan(const std::optional<std::string> &error)
+void AppModel::endScan(const FolderScan &scan)
 {
-    m_scanError = error;
-    const bool wasStopped = m_activity.done < m_activity.total || m_scan->wasStopped();
-    retire(std::move(m_scan));
+    m_scanError = scan.error();
+    const bool wasStopped = m_activity.done < m_activity.total || scan.wasStopped();
     recompute();
     const std::size_t incomplete = totals().incomplete;
-    if (error)
-        setProblem(Sentences::scanFailed(*error));
+    if (m_scanError)
+        setProblem(Sentences::scanFailed(*m_scanError));
     else if (!wasStopped && !m_hiddenHere.empty())
         setProblem(hiddenNames(m_hiddenHere) + "\nDer Befehl zum Zurückholen steht in den Einstellungen.");
     else if (!wasStopped && m_library.items().empty())

@@ -4,11 +4,13 @@
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -18,6 +20,7 @@
 #include "model/Library.h"
 #include "model/RunStats.h"
 #include "model/StatusService.h"
+#include "model/Task.h"
 #include "model/UserDefaults.h"
 #include "planning/ConversionSettings.h"
 #include "planning/Planner.h"
@@ -27,10 +30,8 @@
 
 namespace kestrel {
 
-class ConversionRun;
 class FolderScan;
 class ProbeClip;
-class SamplingRun;
 struct ProbeOutcome;
 
 // What the model is doing. Only one thing at a time.
@@ -43,9 +44,9 @@ struct Activity {
     bool operator==(const Activity &) const = default;
 };
 
-// The one object behind every front: it owns the library, the settings and the running activity, and tells
-// its observers what changes. It needs an event loop, but no window. Main thread only; destroying it stops
-// what is running and waits for its end.
+// The one object behind every front: it owns the library, the settings and the running task, and notifies
+// its observers of changes. It needs an event loop, but no window. Main thread only; destroying it stops
+// the task and waits for its end.
 class AppModel : public QObject {
     Q_OBJECT
 
@@ -59,8 +60,10 @@ public:
         bool changesFiles = true;                            // else nothing is repaired or tidied up
         bool servesStatusPage = false;                       // where the settings want it
         std::optional<std::filesystem::path> openFolder;     // once the tools are located
-        bool asksAnew = false;                               // ffprobe, in every scan
+        bool asksAgain = false;                              // ffprobe, in every scan
         std::optional<std::set<std::filesystem::path>> only; // relative paths that a scan takes
+        // Makes the task of a run, in place of a ConversionRun; for pictures of runs that convert nothing.
+        std::function<std::unique_ptr<RunTask>(RunTask::Request, Library &, RunStats &)> makeRun;
     };
 
     explicit AppModel(Options options);
@@ -75,14 +78,15 @@ public:
     const ConversionSettings &settings() const { return m_settings; }
     const Activity &activity() const { return m_activity; }
     bool isBusy() const { return m_activity.kind != Activity::Kind::idle; }
+    const Task *task() const { return m_task.get(); } // what runs; null while idle
     bool isPaused() const { return m_isPaused; }
-    bool isStopping() const { return m_isStopping; } // asked to; what runs is about to end
+    bool isStopping() const { return m_isStopping; }                        // the task is about to end
     const std::optional<std::string> &message() const { return m_message; } // German
-    // The message tells of something that went wrong or needs care.
+    // The message reports something that went wrong or needs care.
     bool isMessageOfProblem() const { return m_isMessageOfProblem; }
     const std::optional<std::string> &scanError() const { return m_scanError; } // of the last scan; German
-    // Originals that a cut-off swap on a share has left hidden: in the open folder, and all that are known
-    // of.
+    // Originals that an interrupted swap on a share has left hidden: in the open folder, and all that are
+    // known.
     const std::vector<HiddenOriginal> &hiddenHere() const { return m_hiddenHere; }
     const std::vector<HiddenOriginal> &pendingSwaps() const { return m_pendingSwaps; }
     const std::optional<RunStats> &run() const { return m_run; }
@@ -94,7 +98,7 @@ public:
     std::optional<std::uint16_t> statusPort() const { return m_statusService.port(); }
     const std::optional<std::string> &statusServerError() const { return m_statusService.error(); } // German
     std::chrono::steady_clock::time_point statusPageAskedAt() { return m_statusService.askedAt(); }
-    // What the user is to know before originals are replaced there; absent where they go to a trash. German.
+    // A warning before originals are replaced there; absent where they go to a trash. German.
     std::optional<std::string> outputWarning() const;
     const SleepInhibitor &sleepInhibitor() const { return m_sleepInhibitor; }
 
@@ -116,7 +120,7 @@ public:
 
     void startConversion();
     void togglePause();
-    // Ends whatever is running; what has been finished stays.
+    // Ends the task; what it has finished stays.
     void stop();
 
     // Measures so many of the files, spread evenly, or all of them; of the whole library or of the given
@@ -125,11 +129,7 @@ public:
     // Of the selected file.
     void makeProbeClip();
 
-    // Shows the state of a run over the files that could be converted, so far done (0 … 1), without touching
-    // a file; 1 ends it. For pictures. Ignored while real work runs.
-    void simulateRun(double done);
-
-    // Freezes and thaws the running activity together with the process; a conversion counts it as a pause.
+    // Freezes and thaws the task together with the process; a conversion counts it as a pause.
     void suspend();
     void resume();
 
@@ -137,16 +137,24 @@ public:
     double runProgress() const;
     // Seconds, while a run has come far enough to tell.
     std::optional<double> runRemaining() const;
+    // When these files would be done if the run worked on nothing else.
     std::optional<std::chrono::system_clock::time_point>
     estimatedCompletion(const std::vector<FileItem *> &items) const;
-    // With which the run converts the file, else the current ones. Valid until the next change.
-    const ConversionSettings &settingsOf(const FileItem &item) const;
+    // When the run will have done the last file below the folder, by its order; absent while it is paused,
+    // and where nothing is left to do.
+    std::optional<std::chrono::system_clock::time_point> completionOf(const TableNode &folder) const;
+    // The settings that the run converts the file with, else the current ones. Valid until the next change.
+    const ConversionSettings &settingsOf(const FileItem &item) const
+    {
+        return item.shownSettings(m_settings);
+    }
     // The files that are being converted or measured now, in the order of their turns.
-    std::vector<const FileItem *> inWork() const;
-    // In how many seconds each file of the run that lasts and is not done yet will be, in the run's order.
-    std::vector<std::pair<const FileItem *, double>> schedule() const;
+    std::vector<const FileItem *> inWork() const
+    {
+        return m_task ? m_task->inWork() : std::vector<const FileItem *>();
+    }
     // The books of run() are of the files that the library holds now.
-    bool isRunOfLibrary() const { return m_isRunOfLibrary; }
+    bool isRunOfLibrary() const { return !m_runFiles.empty(); }
 
 signals:
     void toolsChanged();  // located, not found, or what measures
@@ -161,7 +169,7 @@ signals:
     void sampled(const kestrel::FileItem &item);
     void samplingFailed(const kestrel::FileItem &item, const std::string &text);
     void clipMade(const std::filesystem::path &clip);
-    void clipFailed();          // the message tells why
+    void clipFailed();          // the message says why
     void statusServerChanged(); // addresses or error
     void badgeChanged(const std::optional<std::string> &text);
     void attentionRequested();
@@ -171,14 +179,15 @@ private:
 
     void loadTools();
     void takeTools(Located located);
+    // Starts a task; `finish` runs when it has ended and nothing is in work any more.
+    void begin(std::unique_ptr<Task> task, const Activity &activity, std::optional<std::string> sleepReason,
+               std::function<void(Task &)> finish);
     void connectScan(FolderScan &scan);
     void takeProbe(std::size_t index, const ProbeOutcome &outcome);
     void setPendingSwaps(std::vector<HiddenOriginal> swaps);
-    void endScan(const std::optional<std::string> &error);
+    void endScan(const FolderScan &scan);
     void endConversion();
-    void endClip();
-
-    void retire(std::unique_ptr<QObject> run);
+    void endClip(const ProbeClip &clip);
     void setActivity(const Activity &activity);
     void setMessage(std::optional<std::string> message);
     void setProblem(std::string message);
@@ -206,18 +215,19 @@ private:
     std::optional<std::string> m_scanError;
     std::vector<HiddenOriginal> m_hiddenHere, m_pendingSwaps;
     std::optional<RunStats> m_run;
-    bool m_isRunOfLibrary = false;
-    std::vector<FileItem *> m_simulated; // of a simulated run, in its order
+    std::vector<FileItem *> m_runFiles; // of m_run, in its order; empty where the library has others
+    struct Completions {
+        std::unordered_map<const TableNode *, std::chrono::system_clock::time_point> ends;
+        std::chrono::steady_clock::time_point goodUntil{};
+    };
+    mutable Completions m_completions; // of the folders
     std::optional<std::string> m_sleepReason;
     std::optional<std::string> m_badge;
     std::unique_ptr<InstanceLock> m_lock;
     SleepInhibitor m_sleepInhibitor;
 
     // Last: what their threads use outlives them.
-    std::unique_ptr<FolderScan> m_scan;
-    std::unique_ptr<ConversionRun> m_conversion;
-    std::unique_ptr<SamplingRun> m_sampling;
-    std::unique_ptr<ProbeClip> m_clip;
+    std::unique_ptr<Task> m_task;
     Mailbox m_mailbox;
     std::jthread m_locator;
     StatusService m_statusService{*this};

@@ -1,10 +1,9 @@
-// The activities that a person starts, and what is told about them.
+// The tasks that a user starts, and how their progress and end are reported.
 
 #include <utility>
 
 #include <fmt/format.h>
 
-#include "media/Log.h"
 #include "model/AppModel.h"
 #include "model/ConversionRun.h"
 #include "model/FolderScan.h"
@@ -23,90 +22,71 @@ void AppModel::startConversion()
     std::erase_if(files, [](const FileItem *item) { return !item->isActionable(); });
     if (files.empty())
         return setMessage(std::string(Sentences::nothingToConvert));
-    m_run = RunStats::of(files);
-    m_isRunOfLibrary = true;
+    m_run = RunStats::of(files, m_settings);
+    m_library.setRunFiles(files);
+    m_runFiles = files;
+    m_completions = {};
     setMessage(std::nullopt);
     m_isPaused = false;
-    m_conversion = std::make_unique<ConversionRun>(
-        ConversionRun::Request{files, m_settings, *m_tools, *m_rootURL}, m_library, *m_run);
-    connect(m_conversion.get(), &ConversionRun::booked, this, [this] {
+    RunTask::Request request{files, m_settings, *m_tools, *m_rootURL};
+    std::unique_ptr<RunTask> run =
+        m_options.makeRun ? m_options.makeRun(std::move(request), m_library, *m_run)
+                          : std::make_unique<ConversionRun>(std::move(request), m_library, *m_run);
+    const auto report = [this] {
+        updateBadge();
+        emit runChanged();
+    };
+    const auto recomputeAndReport = [this, report] {
         recompute();
-        updateBadge();
-        emit runChanged();
-    });
-    connect(m_conversion.get(), &ConversionRun::progressed, this, [this] {
-        updateBadge();
-        emit runChanged();
-    });
-    connect(m_conversion.get(), &ConversionRun::ended, this, &AppModel::endConversion);
-    setActivity({Activity::Kind::converting});
-    setSleepReason("Videos werden konvertiert");
-    Log::write(fmt::format("Konvertierung gestartet: {} Dateien in {}, {} {}", files.size(),
-                           Text::shown(*m_rootURL), id(m_settings.codec), title(m_settings.quality)));
+        report();
+    };
+    connect(run.get(), &RunTask::booked, this, recomputeAndReport);
+    connect(run.get(), &RunTask::replanned, this, recomputeAndReport);
+    connect(run.get(), &RunTask::progressed, this, report);
+    const auto sleepReason = m_options.makeRun ? std::nullopt : std::optional("Videos werden konvertiert");
+    begin(std::move(run), {Activity::Kind::converting}, sleepReason, [this](Task &) { endConversion(); });
     updateBadge();
-    m_conversion->start();
 }
 
 void AppModel::endConversion()
 {
-    retire(std::move(m_conversion));
     m_run->finished = RunStats::Clock::now();
     setPaused(false);
     setActivity({});
-    setSleepReason(std::nullopt);
     updateBadge();
     emit attentionRequested();
     recompute();
-    Log::write(fmt::format("Konvertierung beendet: {} konvertiert, {} ohne Ersparnis, {} Fehler, {} → {}",
-                           m_run->converted, m_run->noSavings, m_run->failed, m_run->bytesBefore,
-                           m_run->bytesAfter));
     emit runChanged();
 }
 
 void AppModel::togglePause()
 {
-    if (!m_conversion || m_conversion->isStopping())
+    if (m_activity.kind != Activity::Kind::converting || m_isStopping)
         return;
-    const auto now = RunStats::Clock::now();
-    if (!m_isPaused) {
-        m_run->pauseStarted = now;
-    } else if (m_run->pauseStarted) {
-        m_run->pausedTotal += now - *m_run->pauseStarted;
-        m_run->pauseStarted.reset();
-    }
+    m_isPaused ? m_run->resume() : m_run->pause();
     setPaused(!m_isPaused);
-    m_conversion->setPaused(m_isPaused);
+    m_completions = {};
+    m_task->setFrozen(m_isPaused);
     emit runChanged();
 }
 
 void AppModel::stop()
 {
-    if (isBusy() && !m_isStopping) {
-        m_isStopping = true;
+    if (!m_task)
+        return;
+    if (!std::exchange(m_isStopping, true))
         emit activityChanged();
-    }
-    if (m_scan)
-        m_scan->stop();
-    if (m_sampling)
-        m_sampling->stop();
-    if (m_clip)
-        m_clip->stop();
-    if (m_conversion) {
-        setPaused(false);
-        m_conversion->stop();
-    }
+    setPaused(false);
+    m_task->stop();
 }
 
 void AppModel::suspend()
 {
-    if (m_isSuspended)
+    if (std::exchange(m_isSuspended, true) || !m_task)
         return;
-    m_isSuspended = true;
-    if (m_sampling)
-        m_sampling->suspend();
-    if (m_clip)
-        m_clip->suspend();
-    if (m_conversion && !m_conversion->isStopping() && !m_isPaused) {
+    if (m_activity.kind != Activity::Kind::converting)
+        return m_task->setFrozen(true);
+    if (!m_isPaused && !m_isStopping) {
         m_pausesForSuspension = true;
         togglePause();
     }
@@ -114,13 +94,10 @@ void AppModel::suspend()
 
 void AppModel::resume()
 {
-    if (!m_isSuspended)
+    if (!std::exchange(m_isSuspended, false) || !m_task)
         return;
-    m_isSuspended = false;
-    if (m_sampling)
-        m_sampling->resume();
-    if (m_clip)
-        m_clip->resume();
+    if (m_activity.kind != Activity::Kind::converting)
+        return m_task->setFrozen(false);
     if (std::exchange(m_pausesForSuspension, false) && m_isPaused)
         togglePause();
 }
@@ -136,29 +113,22 @@ void AppModel::startSampling(std::optional<std::size_t> count, const std::option
                  : "Für diese Einstellungen liegen schon Stichproben vor (oder es wird nichts neu "
                    "kodiert).");
     setMessage(std::nullopt);
-    m_sampling = std::make_unique<SamplingRun>(SamplingRun::Request{files, m_settings, *m_tools}, m_library);
-    connect(m_sampling.get(), &SamplingRun::measuring, this, [this](const FileItem &item, double fraction) {
+    auto run = std::make_unique<SamplingRun>(SamplingRun::Request{files, m_settings, *m_tools}, m_library);
+    connect(run.get(), &SamplingRun::measuring, this, [this](const FileItem &item, double fraction) {
         setActivity({Activity::Kind::sampling, m_activity.done, m_activity.total, fraction});
         emit sampling(item, fraction);
     });
-    connect(m_sampling.get(), &SamplingRun::failed, this,
-            [this](const FileItem &item, const std::string &text) {
-                setProblem(Sentences::sampleFailed(Text::repaired(item.name()), text));
-                emit samplingFailed(item, text);
-            });
-    connect(m_sampling.get(), &SamplingRun::measured, this, [this](const FileItem &item, std::size_t done) {
+    connect(run.get(), &SamplingRun::failed, this, [this](const FileItem &item, const std::string &text) {
+        setProblem(Sentences::sampleFailed(Text::repaired(item.name()), text));
+        emit samplingFailed(item, text);
+    });
+    connect(run.get(), &SamplingRun::measured, this, [this](const FileItem &item, std::size_t done) {
         setActivity({Activity::Kind::sampling, done, m_activity.total});
         recompute();
         emit sampled(item);
     });
-    connect(m_sampling.get(), &SamplingRun::ended, this, [this] {
-        retire(std::move(m_sampling));
-        setActivity({});
-        setSleepReason(std::nullopt);
-    });
-    setActivity({Activity::Kind::sampling, 0, files.size()});
-    setSleepReason("Stichproben werden gemessen");
-    m_sampling->start();
+    begin(std::move(run), {Activity::Kind::sampling, 0, files.size()}, std::string(Sentences::measuring),
+          [this](Task &) { setActivity({}); });
 }
 
 void AppModel::makeProbeClip()
@@ -167,49 +137,27 @@ void AppModel::makeProbeClip()
     if (isBusy() || !m_tools || item == nullptr || !item->info || !item->plan)
         return;
     setMessage(std::nullopt);
-    m_clip = std::make_unique<ProbeClip>(ProbeClip::Request{*item->info, *item->plan, m_settings, *m_tools});
-    connect(m_clip.get(), &ProbeClip::progressed, this, [this](double fraction) {
+    auto clip =
+        std::make_unique<ProbeClip>(ProbeClip::Request{*item->info, *item->plan, m_settings, *m_tools});
+    connect(clip.get(), &ProbeClip::progressed, this, [this](double fraction) {
         setActivity({Activity::Kind::probeClip, 0, 0, fraction});
     });
-    connect(m_clip.get(), &ProbeClip::made, this, [this](const std::filesystem::path &clip) {
+    begin(std::move(clip), {Activity::Kind::probeClip}, std::nullopt,
+          [this](Task &task) { endClip(static_cast<ProbeClip &>(task)); });
+}
+
+void AppModel::endClip(const ProbeClip &clip)
+{
+    if (clip.clip())
         setMessage(fmt::format("Probeclip gespeichert: {} – auf das NAS kopieren und am Fernseher testen.",
-                               Text::shown(clip.filename())));
-        endClip();
-        emit clipMade(clip);
-    });
-    connect(m_clip.get(), &ProbeClip::failed, this, [this](const std::string &text) {
-        setProblem("Probeclip fehlgeschlagen: " + text);
-        endClip();
-        emit clipFailed();
-    });
-    connect(m_clip.get(), &ProbeClip::stopped, this, [this] { endClip(); });
-    setActivity({Activity::Kind::probeClip});
-    m_clip->start();
-}
-
-void AppModel::endClip()
-{
-    retire(std::move(m_clip));
+                               Text::shown(clip.clip()->filename())));
+    else if (clip.failure())
+        setProblem("Probeclip fehlgeschlagen: " + *clip.failure());
     setActivity({});
-}
-
-const ConversionSettings &AppModel::settingsOf(const FileItem &item) const
-{
-    const bool isOfRun = isInWork(item.status) || is<Status::Queued>(item.status);
-    return m_conversion && isOfRun ? m_conversion->settings() : m_settings;
-}
-
-std::vector<const FileItem *> AppModel::inWork() const
-{
-    if (!m_simulated.empty()) {
-        std::vector<const FileItem *> files(m_simulated.begin(), m_simulated.end());
-        std::erase_if(files, [](const FileItem *item) { return !isInWork(item->status); });
-        return files;
-    }
-    if (m_conversion)
-        return m_conversion->inWork();
-    const FileItem *measured = m_sampling ? m_sampling->current() : nullptr;
-    return measured != nullptr ? std::vector{measured} : std::vector<const FileItem *>();
+    if (clip.clip())
+        emit clipMade(*clip.clip());
+    else if (clip.failure())
+        emit clipFailed();
 }
 
 double AppModel::runProgress() const
@@ -227,16 +175,31 @@ AppModel::estimatedCompletion(const std::vector<FileItem *> &items) const
 {
     if (!m_run)
         return std::nullopt;
-    return std::chrono::system_clock::now() +
-           m_run->secondsFor(items, inWork(), parallelGain(m_settings.codec, m_settings.parallelJobs));
+    return std::chrono::system_clock::now() + m_run->secondsFor(items, inWork());
 }
 
-std::vector<std::pair<const FileItem *, double>> AppModel::schedule() const
+std::optional<std::chrono::system_clock::time_point> AppModel::completionOf(const TableNode &folder) const
 {
-    if (!m_conversion)
-        return {};
-    return m_conversion->schedule(
-        m_run->rate(inWork(), parallelGain(m_settings.codec, m_settings.parallelJobs)));
+    using Time = std::chrono::system_clock::time_point;
+    if (m_activity.kind != Activity::Kind::converting || m_isPaused || m_isStopping)
+        return std::nullopt;
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= m_completions.goodUntil) { // every folder is asked for
+        m_completions = {{}, now + std::chrono::seconds(1)};
+        const double rate = m_run->rate(inWork());
+        double left = 0; // weight
+        for (const FileItem *item : m_runFiles) {
+            const double rest = m_run->weight(item->id) * (1 - item->runFraction());
+            left += rest;
+            const auto end =
+                std::chrono::system_clock::now() +
+                std::chrono::duration_cast<Time::duration>(std::chrono::duration<double>(left / rate));
+            for (const TableNode *row = item->row->parent; rest > 0 && row != nullptr; row = row->parent)
+                m_completions.ends[row] = end;
+        }
+    }
+    const auto found = m_completions.ends.find(&folder);
+    return found != m_completions.ends.end() ? std::optional(found->second) : std::nullopt;
 }
 
 } // namespace kestrel

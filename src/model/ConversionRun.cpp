@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "media/Log.h"
+#include "planning/PlannedFile.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/Text.h"
@@ -14,32 +15,15 @@
 namespace kestrel {
 
 ConversionRun::ConversionRun(Request request, Library &library, RunStats &stats)
-    : m_request(std::move(request)), m_library(library), m_stats(stats),
-      m_outbox([this](const auto &reports) { apply(reports); })
+    : m_request(std::move(request)),
+      m_settings(std::make_shared<const ConversionSettings>(m_request.settings)), m_library(library),
+      m_stats(stats), m_outbox([this](const auto &reports) { apply(reports); })
 {
-    m_weights.reserve(m_request.files.size());
-    for (const FileItem *item : m_request.files)
-        m_weights.push_back(m_stats.weight(item->id));
 }
 
 ConversionRun::~ConversionRun()
 {
     requestStop();
-}
-
-std::vector<std::pair<const FileItem *, double>> ConversionRun::schedule(double rate) const
-{
-    std::vector<std::pair<const FileItem *, double>> schedule;
-    schedule.reserve(m_weights.size());
-    double left = 0;
-    for (std::size_t i = 0; i < m_weights.size(); ++i) {
-        const FileItem *item = m_request.files[i];
-        const double rest = i < m_next ? 1 - item->runFraction() : 1;
-        left += m_weights[i] * rest;
-        if (rest > 0)
-            schedule.emplace_back(item, left / rate);
-    }
-    return schedule;
 }
 
 std::size_t ConversionRun::width() const
@@ -51,8 +35,13 @@ std::size_t ConversionRun::width() const
 
 void ConversionRun::start()
 {
+    Log::write(fmt::format("Konvertierung gestartet: {} Dateien in {}, {} {}", m_request.files.size(),
+                           Text::shown(m_request.root), id(m_settings->codec), title(m_settings->quality)));
     for (FileItem *item : m_request.files)
-        m_library.change(*item, [](FileItem &file) { file.status = Status::Queued{}; });
+        m_library.change(*item, [this](FileItem &file) {
+            file.status = Status::Queued{};
+            file.inRun = {m_settings, {*file.plan, *file.estimate}};
+        });
     fillSlots();
 }
 
@@ -93,7 +82,7 @@ ConversionRun::Outcome ConversionRun::convert(FileConversion &conversion, FileIt
     const auto report = [&](const Progress &progress) {
         if (std::exchange(state, progress.status.index()) == progress.status.index())
             return m_outbox.post(item, progress);
-        m_outbox.discard(item); // however short a state is, it is told, and in its turn
+        m_outbox.discard(item); // every state change is delivered, in order
         m_mailbox.post([this, item, progress] { apply({{item, progress}}); });
     };
     const bool searches = m_request.tools.measuring() != Measuring::nothing;
@@ -101,10 +90,7 @@ ConversionRun::Outcome ConversionRun::convert(FileConversion &conversion, FileIt
         [&](double fraction) {
             report({Status::Analyzing{fraction, searches}});
         },
-        [&](const SampleResult &sample) {
-            m_mailbox.post(
-                [this, item, sample] { m_library.setSample(*item, m_request.settings.videoKey(), sample); });
-        },
+        [&](const SampleResult &sample) { m_mailbox.post([this, item, sample] { take(*item, sample); }); },
         [&](double fraction, double fps) {
             report({Status::Running{fraction}, fps});
         },
@@ -120,6 +106,17 @@ ConversionRun::Outcome ConversionRun::convert(FileConversion &conversion, FileIt
         return {std::nullopt,
                 Status::Failed{ErrorText::describe(error), tool != nullptr && tool->isQuoted()}};
     }
+}
+
+void ConversionRun::take(FileItem &item, const SampleResult &sample)
+{
+    m_library.setSample(item, m_settings->videoKey(), sample);
+    if (m_jobs.contains(&item))
+        m_library.setRunPlan(
+            item, {m_settings,
+                   PlannedFile::of(*item.info, *m_settings,
+                                   {.sample = &sample, .abilities = Planner::abilities(m_request.tools)})});
+    emit replanned();
 }
 
 void ConversionRun::apply(const std::map<FileItem *, Progress> &reports)
@@ -143,11 +140,14 @@ void ConversionRun::finish(FileItem &item, const Outcome &outcome)
         book(item, *outcome.result);
     } else if (outcome.failure) {
         Log::write(fmt::format("Fehlgeschlagen: {}: {}", Text::shown(item.url), outcome.failure->text));
-        m_library.change(item, [&](FileItem &file) { file.status = *outcome.failure; });
+        m_library.change(item, [&](FileItem &file) {
+            file.status = *outcome.failure;
+            file.inRun.reset();
+        });
         m_stats.finish(item.id, std::nullopt);
         emit booked();
     } else {
-        m_library.change(item, [](FileItem &file) { file.status = Status::Idle{}; });
+        release(item);
     }
     fillSlots();
 }
@@ -159,10 +159,13 @@ void ConversionRun::book(FileItem &item, const FileConversion::Result &result)
         m_stats.resumedWeight += m_stats.weight(item.id);
     m_library.change(item, [&](FileItem &file) {
         file.fps = 0;
-        if (outcome.kind == ConversionOutcome::Kind::noSavings)
-            file.status = Status::NoSavings{outcome.newSize};
-        else
+        if (outcome.kind == ConversionOutcome::Kind::noSavings) {
+            file.status = Status::NoSavings{outcome.newSize, result.wasEncoded};
+        } else {
             file.status = Status::Done{outcome.originalSize, outcome.newSize, outcome.note};
+            file.converted = VideoText::of(*file.info, file.inRun->planned.plan, *m_settings);
+        }
+        file.inRun.reset();
         file.resultURL = outcome.finalURL;
         if (outcome.kind == ConversionOutcome::Kind::replaced && outcome.finalURL)
             file.url = *outcome.finalURL;
@@ -177,22 +180,34 @@ void ConversionRun::book(FileItem &item, const FileConversion::Result &result)
     emit booked();
 }
 
+// What the run did not get to is as it was before.
+void ConversionRun::release(FileItem &item)
+{
+    m_library.change(item, [](FileItem &file) {
+        file.status = Status::Idle{};
+        file.inRun.reset();
+    });
+}
+
 void ConversionRun::end()
 {
     if (std::exchange(m_hasEnded, true))
         return;
     for (FileItem *item : m_request.files)
         if (is<Status::Queued>(item->status))
-            m_library.change(*item, [](FileItem &file) { file.status = Status::Idle{}; });
+            release(*item);
+    Log::write(fmt::format("Konvertierung beendet: {} konvertiert, {} ohne Ersparnis, {} Fehler, {} → {}",
+                           m_stats.converted, m_stats.noSavings, m_stats.failed, m_stats.bytesBefore,
+                           m_stats.bytesAfter));
     emit ended();
 }
 
-void ConversionRun::setPaused(bool isPaused)
+void ConversionRun::setFrozen(bool isFrozen)
 {
-    m_isPaused = isPaused;
+    m_isPaused = isFrozen;
     for (auto &[item, job] : m_jobs)
-        isPaused ? job.conversion->suspend() : job.conversion->resume();
-    if (!isPaused)
+        isFrozen ? job.conversion->suspend() : job.conversion->resume();
+    if (!isFrozen)
         fillSlots();
 }
 

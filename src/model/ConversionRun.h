@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QObject>
 #include <cstddef>
 #include <filesystem>
 #include <map>
@@ -15,46 +14,25 @@
 #include "model/Library.h"
 #include "model/Outbox.h"
 #include "model/RunStats.h"
+#include "model/Task.h"
 #include "platform/Mailbox.h"
 
 namespace kestrel {
 
-// Converts files side by side and keeps the books of the run. Works with a snapshot of the settings. One
-// object serves one run; its signals come on the main thread. Destroying it stops the work and waits for
-// its end.
-class ConversionRun : public QObject {
+// Converts files side by side. Works with a snapshot of the settings, and with plans of its own of its
+// files. After a stop, files in work end as idle, and the others are not started.
+class ConversionRun : public RunTask {
     Q_OBJECT
 
 public:
-    struct Request {
-        std::vector<FileItem *> files; // in run order; each is probed, planned and estimated
-        ConversionSettings settings;
-        Tools tools;
-        std::filesystem::path root; // the opened folder
-    };
-
     // `library` holds the files, `stats` are the books; both outlive the run.
     ConversionRun(Request request, Library &library, RunStats &stats);
     ~ConversionRun() override;
 
-    void start();
-    void setPaused(bool isPaused);
-    const ConversionSettings &settings() const { return m_request.settings; }
-    bool isPaused() const { return m_isPaused; }
-    bool isStopping() const { return m_isStopped; }
-    // Files in work end as idle, the others are not started.
-    void stop();
-
-    // In how many seconds each file that is not done will be, in the run's order, with so much weight per
-    // second.
-    std::vector<std::pair<const FileItem *, double>> schedule(double rate) const;
-    // The files that are in somebody's hands now, in the run's order.
-    std::vector<const FileItem *> inWork() const;
-
-signals:
-    void booked();     // a file has ended
-    void progressed(); // after one or several files have moved on
-    void ended();      // the last signal
+    void start() override;
+    void stop() override;
+    void setFrozen(bool isFrozen) override;
+    std::vector<const FileItem *> inWork() const override;
 
 private:
     struct Progress {
@@ -77,16 +55,18 @@ private:
     void fillSlots();
     void startNext();
     Outcome convert(FileConversion &conversion, FileItem *item, const std::stop_token &stop);
+    void take(FileItem &item, const SampleResult &sample);
     void apply(const std::map<FileItem *, Progress> &reports);
     void finish(FileItem &item, const Outcome &outcome);
     void book(FileItem &item, const FileConversion::Result &result);
+    void release(FileItem &item);
     void end();
     void requestStop();
 
     const Request m_request;
+    const std::shared_ptr<const ConversionSettings> m_settings; // the request's, for the files' plans
     Library &m_library;
     RunStats &m_stats;
-    std::vector<double> m_weights; // of the files
     std::size_t m_next = 0;
     bool m_isPaused = false;
     bool m_isStopped = false;

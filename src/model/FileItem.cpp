@@ -45,6 +45,22 @@ std::filesystem::path FileItem::folder() const
     return std::filesystem::path(relativePath).parent_path();
 }
 
+const Plan *FileItem::shownPlan() const
+{
+    return inRun ? &inRun->planned.plan : plan ? &*plan : nullptr;
+}
+
+const SizeEstimate *FileItem::shownEstimate() const
+{
+    return inRun ? &inRun->planned.estimate : estimate ? &*estimate : nullptr;
+}
+
+bool FileItem::isChoosable() const
+{
+    const Plan *shown = shownPlan();
+    return !probeError && !(shown != nullptr && shown->isNoop) && !isFinished();
+}
+
 std::int64_t FileItem::bytesBefore() const
 {
     const auto *done = std::get_if<Status::Done>(&status);
@@ -55,8 +71,9 @@ double FileItem::bytesAfter() const
 {
     if (const auto *done = std::get_if<Status::Done>(&status))
         return static_cast<double>(done->after);
-    const bool shrinks = isActionable() && !is<Status::NoSavings>(status);
-    return shrinks ? estimateValue() : static_cast<double>(sizeValue());
+    const bool shrinks = willBeConverted() && !is<Status::NoSavings>(status);
+    const SizeEstimate *expected = shownEstimate();
+    return !shrinks ? static_cast<double>(sizeValue()) : expected != nullptr ? expected->total() : 0;
 }
 
 double FileItem::runFraction() const
@@ -105,11 +122,6 @@ std::string FileItem::explainedProbeError() const
     const std::string_view error = Text::trimmed(*probeError);
     return error == Prober::unreadableFile ? std::string(error)
                                            : fmt::format("{}:\n{}", Prober::unreadableFile, error);
-}
-
-std::string explained(const Status::Failed &failed)
-{
-    return failed.isQuoted ? "ffprobe meldet einen Fehler:\n" + failed.text : failed.text;
 }
 
 } // namespace kestrel

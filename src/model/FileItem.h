@@ -3,14 +3,15 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "media/MediaInfo.h"
 #include "model/JobStatus.h"
-#include "planning/Estimator.h"
-#include "planning/Plan.h"
+#include "model/VideoText.h"
+#include "planning/PlannedFile.h"
 #include "planning/SampleResult.h"
 #include "platform/FilePath.h"
 
@@ -18,8 +19,8 @@ namespace kestrel {
 
 struct TableNode;
 
-// One file of the library. Views hold it as const and hear from Library when it changes; only the model
-// writes, through Library::change(). Main thread only.
+// One file of the library. Views hold it as const, and Library notifies them of changes; only the model
+// writes, through Library. Main thread only.
 struct FileItem {
     FileItem(const std::filesystem::path &file, const std::filesystem::path &root);
 
@@ -38,8 +39,17 @@ struct FileItem {
     JobStatus status = Status::Idle{};
     std::optional<std::filesystem::path> resultURL; // where the converted file is, once it is done
     double fps = 0;                                 // of the encoder, while running
-    TableNode *row = nullptr;                       // in the table that shows it
-    bool needsPlan = true; // info or samples are newer than plan and estimate; kept by Library
+    // What the run does with the file, with the run's settings; present while the file waits or is in work.
+    struct RunPlan {
+        std::shared_ptr<const ConversionSettings> settings;
+        PlannedFile planned;
+    };
+    std::optional<RunPlan> inRun;
+    // Whether the run that is under way, or else the last one, has taken the file; absent before the first.
+    std::optional<bool> isOfRun;
+    std::optional<VideoText> converted; // what the picture was and is, once the file is done
+    TableNode *row = nullptr;           // in the table that shows it
+    bool needsPlan = true;              // info or samples are newer than plan and estimate; kept by Library
 
     std::string name() const;             // of the file, byte for byte
     std::filesystem::path folder() const; // part of relativePath, empty directly below the root
@@ -50,10 +60,21 @@ struct FileItem {
     bool hasOutcome() const { return isFinished() || is<Status::NoSavings>(status); }
     bool isCounted() const { return included && info && !mayBeIncomplete; }
     bool isActionable() const { return isCounted() && plan && !plan->isNoop && !isFinished(); }
+    // What is shown of a file: in a run that run's, else what the current settings ask for. Null where
+    // nothing is known.
+    const Plan *shownPlan() const;
+    const SizeEstimate *shownEstimate() const;
+    const ConversionSettings &shownSettings(const ConversionSettings &current) const
+    {
+        return inRun ? *inRun->settings : current;
+    }
+    // The same two for sums: what a run has taken does not depend on settings and check mark.
+    bool entersSums() const { return inRun || isCounted(); }
+    bool willBeConverted() const { return inRun ? !inRun->planned.plan.isNoop : isActionable(); }
     // Whether there is anything to choose, and with it a check mark: the file is not known to be unreadable,
     // done, or without anything to do.
-    bool isChoosable() const { return !probeError && !(plan && plan->isNoop) && !isFinished(); }
-    // Bytes before and after the run: what came out where it is done, else what is expected or kept.
+    bool isChoosable() const;
+    // Bytes before and after the run: the result's where the file is done, else what is expected or kept.
     std::int64_t bytesBefore() const;
     double bytesAfter() const;
     double runFraction() const; // 0 … 1
@@ -69,8 +90,5 @@ struct FileItem {
 private:
     std::string_view probeReason() const;
 };
-
-// Why a file failed, as a person reads it: German, with a sentence of our own before the words of a program.
-std::string explained(const Status::Failed &failed);
 
 } // namespace kestrel

@@ -46,7 +46,8 @@ void FolderScan::start()
     const auto end = [this](const std::optional<std::string> &error) {
         m_mailbox.post([this, error] {
             deliver(m_outbox.take());
-            emit ended(error);
+            m_error = error;
+            emit ended();
         });
     };
     try {
@@ -85,11 +86,11 @@ void FolderScan::work(const std::stop_token &stop)
     if (!files.empty())
         probeAll(files, stop);
     throwIfStopped(stop);
-    tellHidden(setAside, isAlone);
+    reportHidden(setAside, isAlone);
 }
 
 // A swap of another computer's that was under way when the folder was searched has ended by now.
-void FolderScan::tellHidden(FileList met, bool isAlone)
+void FolderScan::reportHidden(FileList met, bool isAlone)
 {
     std::erase_if(met, [](const auto &hidden) { return !Files::exists(hidden); });
     const auto here = hiddenOriginals(met);
@@ -110,7 +111,7 @@ bool FolderScan::repair(const std::stop_token &stop)
     report(SwapJournal::recover(stop));
     report(UnfinishedSwaps::finish(m_request.tools.ffprobe, stop));
 
-    // Nobody who starts has to wait while a large folder is searched.
+    // Another instance that starts does not have to wait while a large folder is searched.
     m_request.lock->share();
     std::vector<std::filesystem::path> leftovers;
     for (const auto &place : {m_request.root, ConversionJob::outputRoot(m_request.root)})
@@ -162,7 +163,7 @@ std::optional<ProbeOutcome> FolderScan::probe(const std::filesystem::path &file,
 std::optional<MediaInfo> FolderScan::remembered(const std::filesystem::path &file,
                                                 const Files::Attributes &attributes, ProbeStore &store) const
 {
-    if (m_request.asksAnew)
+    if (m_request.asksAgain)
         return std::nullopt;
     try {
         if (const auto answer = store.find(file, attributes))

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QObject>
 #include <cstddef>
 #include <filesystem>
 #include <optional>
@@ -17,6 +16,7 @@
 #include "media/Tools.h"
 #include "model/Library.h"
 #include "model/Outbox.h"
+#include "model/Task.h"
 #include "platform/Files.h"
 #include "platform/InstanceLock.h"
 #include "platform/Mailbox.h"
@@ -30,9 +30,8 @@ struct ProbeOutcome {
 };
 
 // Searches a folder for videos and probes them, at most eight at a time; files that ffprobe has answered
-// for before are not asked about again. One object serves one scan. Its signals come on the main thread;
-// destroying it stops the work and waits for its end.
-class FolderScan : public QObject {
+// for before are not asked about again.
+class FolderScan : public Task {
     Q_OBJECT
 
 public:
@@ -41,16 +40,19 @@ public:
         Tools tools;
         // While it is alone, what interrupted runs left is repaired; never without it.
         InstanceLock *lock = nullptr;
-        bool asksAnew = false;                               // ffprobe in any case
+        bool asksAgain = false;                              // ffprobe in any case
         std::optional<std::set<std::filesystem::path>> only; // relative paths; everything where absent
     };
 
     explicit FolderScan(Request request);
     ~FolderScan() override;
 
-    void start();
-    void stop();
+    void start() override;
+    void stop() override;
+    void setFrozen(bool) override {} // the processes that it starts end within moments
     bool wasStopped() const { return m_worker.get_stop_token().stop_requested(); }
+    // Why the scan failed as a whole; German.
+    const std::optional<std::string> &error() const { return m_error; }
 
 signals:
     void located(const kestrel::StorageLocation &storage);
@@ -63,15 +65,13 @@ signals:
     // these while another instance may be in the middle of a swap).
     void metHidden(const std::vector<kestrel::HiddenOriginal> &here,
                    const std::vector<kestrel::HiddenOriginal> &everywhere);
-    // The last signal, also when stopped; with the reason where the scan failed as a whole.
-    void ended(const std::optional<std::string> &error);
 
 private:
     using FileList = std::vector<std::filesystem::path>;
 
     void work(const std::stop_token &stop);
     bool repair(const std::stop_token &stop);
-    void tellHidden(FileList met, bool isAlone);
+    void reportHidden(FileList met, bool isAlone);
     void probeAll(const FileList &files, const std::stop_token &stop);
     std::optional<ProbeOutcome> probe(const std::filesystem::path &file, ProbeStore &store,
                                       const std::stop_token &stop) const;
@@ -81,6 +81,7 @@ private:
 
     const Request m_request;
     std::size_t m_done = 0;
+    std::optional<std::string> m_error;
     Mailbox m_mailbox;
     Outbox<std::size_t, ProbeOutcome> m_outbox;
     std::jthread m_worker; // last: what it uses outlives it

@@ -24,8 +24,9 @@ struct Done { // converted; bytes before and after
     std::optional<std::string> note = std::nullopt; // what else the user is to know; German
     bool operator==(const Done &) const = default;
 };
-struct NoSavings { // not worth it, the file was kept; bytes
-    std::int64_t size = 0;
+struct NoSavings {          // not worth it, the file was kept
+    std::int64_t size = 0;  // of the result; bytes
+    bool wasEncoded = true; // else the measurement alone spoke against it, and there was no result
     bool operator==(const NoSavings &) const = default;
 };
 struct Failed {

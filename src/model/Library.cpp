@@ -4,19 +4,9 @@
 #include <functional>
 #include <iterator>
 
-#include "planning/Planner.h"
+#include "planning/PlannedFile.h"
 
 namespace kestrel {
-
-namespace {
-
-void estimate(FileItem &item, const ConversionSettings &settings, const SampleResult *sample,
-              std::optional<double> content, std::optional<double> speed)
-{
-    item.estimate = Estimator::estimate(*item.info, *item.plan, settings, sample, content, speed);
-}
-
-} // namespace
 
 Library::Contents::Contents(const std::vector<std::filesystem::path> &files,
                             const std::filesystem::path &root)
@@ -81,6 +71,22 @@ void Library::setSample(FileItem &item, const std::string &videoKey, SampleResul
     emit itemChanged(item);
 }
 
+void Library::setRunPlan(FileItem &item, FileItem::RunPlan plan)
+{
+    item.inRun = std::move(plan);
+    m_totals.reset();
+    emit itemChanged(item);
+}
+
+void Library::setRunFiles(const std::vector<FileItem *> &files)
+{
+    for (const auto &item : items())
+        item->isOfRun = false;
+    for (FileItem *item : files)
+        item->isOfRun = true;
+    emit recomputed();
+}
+
 void Library::setIncluded(const Ids &rows, std::optional<bool> value)
 {
     for (const auto &id : fileIds(rows))
@@ -121,11 +127,10 @@ void Library::recompute(const ConversionSettings &settings, const Planner::Abili
     for (const auto &item : m_contents.items) {
         if (!item->info || !(hasNewSettings || hasNewFactors || item->needsPlan))
             continue;
-        const SampleResult *sample = item->sample(key);
-        if (hasNewSettings || item->needsPlan)
-            item->plan = sample != nullptr ? Planner::planMeasured(*item->info, settings, *sample, abilities)
-                                           : Planner::plan(*item->info, settings, std::nullopt, abilities);
-        estimate(*item, settings, sample, factors.content, factors.speed);
+        PlannedFile planned = PlannedFile::of(*item->info, settings,
+                                              {item->sample(key), factors.content, factors.speed, abilities});
+        item->plan = std::move(planned.plan);
+        item->estimate = planned.estimate;
         item->needsPlan = false;
     }
     m_settings = settings;

@@ -47,8 +47,8 @@ public:
     // The given files, and all files below the given folders.
     Ids fileIds(const Ids &rows) const;
 
-    // The only ways to write to an item; each tells the observers. What plan and estimate are made from
-    // has ways of its own.
+    // The only ways to write to an item; each notifies the observers. Info, samples and a run's plan, which
+    // plans and sums depend on, have functions of their own.
     template <typename Edit>
     void change(FileItem &item, Edit edit)
     {
@@ -60,6 +60,10 @@ public:
     }
     void setInfo(FileItem &item, MediaInfo info);
     void setSample(FileItem &item, const std::string &videoKey, SampleResult sample);
+    void setRunPlan(FileItem &item, FileItem::RunPlan plan);
+
+    // These files, and no others, are of the run that begins.
+    void setRunFiles(const std::vector<FileItem *> &files);
 
     // Sets the check mark of files and of all files below folders; without a value each is flipped.
     void setIncluded(const Ids &rows, std::optional<bool> value);
@@ -91,10 +95,10 @@ public:
     void setDetailItem(FileItem *item);
 
 signals:
-    void aboutToBeFilled(); // the items and rows that are known go
+    void aboutToBeFilled(); // all items and rows are about to be destroyed
     void filled();
     void itemChanged(const kestrel::FileItem &item);
-    void recomputed(); // plans, estimates, sums, and the rows' order where it hangs on them
+    void recomputed(); // plans, estimates, sums, and the rows' order where it depends on them
     void aboutToBeSorted();
     void sorted();
     void expansionChanged();

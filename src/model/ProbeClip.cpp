@@ -67,14 +67,17 @@ Segment ProbeClip::segmentOf(double duration)
 void ProbeClip::start()
 {
     const auto fail = [this](const std::exception &error) {
-        m_mailbox.post([this, text = ErrorText::describe(error)] { emit failed(text); });
+        m_mailbox.post([this, text = ErrorText::describe(error)] {
+            m_failure = text;
+            emit ended();
+        });
     };
     try {
         m_worker = std::jthread([this, fail](const std::stop_token &stop) {
             try {
                 make(stop);
             } catch (const Cancelled &) {
-                m_mailbox.post([this] { emit stopped(); });
+                m_mailbox.post([this] { emit ended(); });
             } catch (const std::exception &error) {
                 fail(error);
             }
@@ -93,7 +96,7 @@ void ProbeClip::make(const std::stop_token &stop)
     const WorkFile work(folder(), clip.stem().native(),
                         WorkNames::temporarySuffix(fileExtension(m_request.settings.container)),
                         WorkFile::Sharing::everywhere);
-    bool isMoved = false; // then its work name may be another's
+    bool isMoved = false; // then its work name may belong to another file
     const auto tidy = onExit([&] {
         std::error_code ignored;
         if (!isMoved)
@@ -102,7 +105,10 @@ void ProbeClip::make(const std::stop_token &stop)
     encode(work.path(), stop);
     Files::moveOver(work.path(), clip);
     isMoved = true;
-    m_mailbox.post([this, clip] { emit made(clip); });
+    m_mailbox.post([this, clip] {
+        m_clip = clip;
+        emit ended();
+    });
 }
 
 void ProbeClip::encode(const fs::path &clip, const std::stop_token &stop)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QObject>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -9,6 +9,7 @@
 #include "media/MediaInfo.h"
 #include "media/Tools.h"
 #include "model/Outbox.h"
+#include "model/Task.h"
 #include "planning/ConversionSettings.h"
 #include "planning/Plan.h"
 #include "planning/Segment.h"
@@ -17,9 +18,8 @@
 namespace kestrel {
 
 // Encodes an excerpt of one file into a clip of its own, to be judged on the television before a whole
-// library is converted. One object makes one clip; its signals come on the main thread. Destroying it
-// stops the work, waits for its end and leaves no partial file.
-class ProbeClip : public QObject {
+// library is converted. A clip that is stopped leaves no partial file.
+class ProbeClip : public Task {
     Q_OBJECT
 
 public:
@@ -33,10 +33,12 @@ public:
     explicit ProbeClip(Request request);
     ~ProbeClip() override;
 
-    void start();
-    void stop();
-    void suspend() { m_ffmpeg.suspend(); }
-    void resume() { m_ffmpeg.resume(); }
+    void start() override;
+    void stop() override;
+    void setFrozen(bool isFrozen) override { isFrozen ? m_ffmpeg.suspend() : m_ffmpeg.resume(); }
+    // At the end: where the clip is, or why there is none (German); neither where it was stopped.
+    const std::optional<std::filesystem::path> &clip() const { return m_clip; }
+    const std::optional<std::string> &failure() const { return m_failure; }
 
     // Where clips are written.
     static std::filesystem::path folder();
@@ -46,16 +48,14 @@ public:
 
 signals:
     void progressed(double fraction);
-    // Exactly one of them, as the last signal; none after a destruction.
-    void made(const std::filesystem::path &clip);
-    void failed(const std::string &text);
-    void stopped();
 
 private:
     void make(const std::stop_token &stop);
     void encode(const std::filesystem::path &clip, const std::stop_token &stop);
 
     const Request m_request;
+    std::optional<std::filesystem::path> m_clip;
+    std::optional<std::string> m_failure;
     CurrentRunner m_ffmpeg;
     Mailbox m_mailbox;
     Outbox<int, double> m_outbox;

@@ -14,9 +14,10 @@ constexpr double leastWork = 0.01;  // share of a run before its speed is known
 constexpr double leastRate = 0.001; // weight per second
 } // namespace
 
-RunStats RunStats::of(const std::vector<FileItem *> &files)
+RunStats RunStats::of(const std::vector<FileItem *> &files, const ConversionSettings &settings)
 {
     RunStats stats;
+    stats.usualRate = parallelGain(settings.codec, settings.parallelJobs);
     stats.startedAt = std::chrono::system_clock::now();
     stats.started = Clock::now();
     stats.total = files.size();
@@ -27,6 +28,19 @@ RunStats RunStats::of(const std::vector<FileItem *> &files)
         stats.totalWeight += weight;
     }
     return stats;
+}
+
+void RunStats::pause(Clock::time_point now)
+{
+    if (!pauseStarted)
+        pauseStarted = now;
+}
+
+void RunStats::resume(Clock::time_point now)
+{
+    if (pauseStarted)
+        pausedTotal += now - *pauseStarted;
+    pauseStarted.reset();
 }
 
 double RunStats::progress(const std::vector<const FileItem *> &inWork) const
@@ -61,15 +75,15 @@ std::optional<double> RunStats::remaining(const std::vector<const FileItem *> &i
 }
 
 std::chrono::seconds RunStats::secondsFor(const std::vector<FileItem *> &items,
-                                          const std::vector<const FileItem *> &inWork, double usualRate) const
+                                          const std::vector<const FileItem *> &inWork) const
 {
     double left = 0;
     for (const FileItem *item : items)
         left += weight(item->id) * (1 - item->runFraction());
-    return std::chrono::seconds(static_cast<std::int64_t>(left / rate(inWork, usualRate)));
+    return std::chrono::seconds(static_cast<std::int64_t>(left / rate(inWork)));
 }
 
-double RunStats::rate(const std::vector<const FileItem *> &inWork, double usualRate) const
+double RunStats::rate(const std::vector<const FileItem *> &inWork) const
 {
     const auto known = work(inWork);
     return std::max(known ? known->done / activeSeconds() : usualRate, leastRate);
@@ -119,9 +133,15 @@ std::string RunStats::finishedText() const
 
 std::optional<std::string> RunStats::soFarText() const
 {
+    const auto saved = savedText();
+    return saved ? std::optional("Bisher: " + *saved) : std::nullopt;
+}
+
+std::optional<std::string> RunStats::savedText() const
+{
     if (converted < 1)
         return std::nullopt;
-    return fmt::format("Bisher: {} → {}, {} gespart ({})", Fmt::bytes(bytesBefore), Fmt::bytes(bytesAfter),
+    return fmt::format("{} → {}, {} gespart ({})", Fmt::bytes(bytesBefore), Fmt::bytes(bytesAfter),
                        Fmt::bytes(bytesBefore - bytesAfter),
                        Fmt::change(static_cast<double>(bytesBefore), static_cast<double>(bytesAfter)));
 }

@@ -15,10 +15,9 @@
 namespace kestrel {
 
 // The books of one conversion run; they outlive it. Progress is counted in weights, which are the
-// estimated seconds of encoding. Files go by their FileItem::id.
+// estimated seconds of encoding. FileItem::id identifies a file.
 //
-// Times are of a clock that stands still for nobody: a changed wall clock must not make a run's duration
-// negative, and a computer that sleeps does not work.
+// Times are monotonic: they are unaffected by wall-clock changes, and do not count a computer's sleep.
 struct RunStats {
     using Clock = std::chrono::steady_clock;
 
@@ -36,9 +35,14 @@ struct RunStats {
     double resumedWeight = 0; // of files that were found converted already
     std::chrono::duration<double> pausedTotal{0};
     std::optional<Clock::time_point> pauseStarted;
+    double usualRate = 1; // weight per second that is assumed until the run's own is known
 
-    // The books of a run that begins now.
-    static RunStats of(const std::vector<FileItem *> &files);
+    // The books of a run with these settings that begins now.
+    static RunStats of(const std::vector<FileItem *> &files, const ConversionSettings &settings);
+
+    // A pause; further calls in the same state change nothing.
+    void pause(Clock::time_point now = Clock::now());
+    void resume(Clock::time_point now = Clock::now());
 
     double weight(const FilePath &id) const; // 0 for an unknown file
     std::size_t processed() const { return converted + noSavings + failed; }
@@ -46,20 +50,20 @@ struct RunStats {
     double activeSeconds(Clock::time_point now = Clock::now()) const;
     void finish(const FilePath &id, const std::optional<ConversionOutcome> &outcome);
 
-    // 0 … 1; `inWork` are the files in somebody's hands now.
+    // 0 … 1; `inWork` are the files that are being worked on now.
     double progress(const std::vector<const FileItem *> &inWork) const;
     // Seconds; absent after the end, and until the run has come far enough to tell.
     std::optional<double> remaining(const std::vector<const FileItem *> &inWork) const;
     // Weight per second: the run's own rate, or the usual one until it is known. Never 0.
-    double rate(const std::vector<const FileItem *> &inWork, double usualRate) const;
-    // How long the run needs for what is left of these files, with this rate (weight per second) until its
-    // own is known.
+    double rate(const std::vector<const FileItem *> &inWork) const;
+    // How long the run needs for what is left of these files.
     std::chrono::seconds secondsFor(const std::vector<FileItem *> &items,
-                                    const std::vector<const FileItem *> &inWork, double usualRate) const;
+                                    const std::vector<const FileItem *> &inWork) const;
 
     // German, for the user.
     std::string finishedText() const;
     std::optional<std::string> soFarText() const;
+    std::optional<std::string> savedText() const; // soFarText() without its first word
 
 private:
     struct Work {

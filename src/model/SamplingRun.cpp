@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "encoding/Sampler.h"
-#include "planning/Planner.h"
+#include "planning/PlannedFile.h"
 #include "platform/Cancelled.h"
 #include "platform/ErrorText.h"
 #include "platform/TemporaryFolder.h"
@@ -57,6 +57,13 @@ void SamplingRun::stop()
     m_ffmpeg.resume(); // a frozen one would not act on the request
 }
 
+std::vector<const FileItem *> SamplingRun::inWork() const
+{
+    if (m_done == m_request.files.size())
+        return {};
+    return {m_request.files[m_done]};
+}
+
 void SamplingRun::next()
 {
     while (!m_isStopped && m_done < m_request.files.size()) {
@@ -89,9 +96,10 @@ SamplingRun::Outcome SamplingRun::measure(const FileItem *item, const MediaInfo 
                                           const std::stop_token &stop)
 {
     try {
-        // Not the item's plan: the settings may have changed since the start.
+        // The item's own plan may be of other settings by now.
         const Plan plan =
-            Planner::plan(info, m_request.settings, std::nullopt, Planner::abilities(m_request.tools));
+            PlannedFile::of(info, m_request.settings, {.abilities = Planner::abilities(m_request.tools)})
+                .plan;
         const TemporaryFolder folder;
         return {Sampler::search(
                     {info, plan, m_request.settings, m_request.tools, folder.path(), &m_ffmpeg},

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QObject>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -10,14 +9,13 @@
 #include "encoding/CurrentRunner.h"
 #include "model/Library.h"
 #include "model/Outbox.h"
+#include "model/Task.h"
 #include "platform/Mailbox.h"
 
 namespace kestrel {
 
-// Measures files one after another and stores what was found. Works with a snapshot of the settings. One
-// object serves one run; its signals come on the main thread. Destroying it stops the work and waits for
-// its end.
-class SamplingRun : public QObject {
+// Measures files one after another and stores what was found. Works with a snapshot of the settings.
+class SamplingRun : public Task {
     Q_OBJECT
 
 public:
@@ -38,21 +36,15 @@ public:
     SamplingRun(Request request, Library &library);
     ~SamplingRun() override;
 
-    void start() { next(); }
-    // The file that is being measured now.
-    const FileItem *current() const
-    {
-        return m_done < m_request.files.size() ? m_request.files[m_done] : nullptr;
-    }
-    void stop();
-    void suspend() { m_ffmpeg.suspend(); }
-    void resume() { m_ffmpeg.resume(); }
+    void start() override { next(); }
+    void stop() override;
+    void setFrozen(bool isFrozen) override { isFrozen ? m_ffmpeg.suspend() : m_ffmpeg.resume(); }
+    std::vector<const FileItem *> inWork() const override;
 
 signals:
     void measuring(const kestrel::FileItem &item, double fraction); // about twenty times a second
     void measured(const kestrel::FileItem &item, std::size_t done);
     void failed(const kestrel::FileItem &item, const std::string &text);
-    void ended(); // the last signal
 
 private:
     struct Outcome {

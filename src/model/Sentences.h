@@ -8,6 +8,8 @@
 // What the model reports and a front repeats in its own place; German.
 namespace kestrel::Sentences {
 
+inline constexpr std::string_view searching = "Suche Videodateien …";
+inline constexpr std::string_view measuring = "Stichproben werden gemessen";
 inline constexpr std::string_view nothingFound = "In diesem Ordner wurden keine Videodateien gefunden.";
 inline constexpr std::string_view nothingToConvert = "Es gibt nichts zu konvertieren.";
 

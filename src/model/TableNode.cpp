@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <map>
 
+#include <fmt/format.h>
+
+#include "model/FileState.h"
 #include "platform/Text.h"
 
 namespace kestrel {
@@ -86,18 +89,29 @@ FolderProgress folderProgress(const std::vector<FileItem *> &files)
     FolderProgress progress;
     double sum = 0;
     for (const FileItem *item : files) {
-        if (!item->isActionable() && !item->isFinished() && !is<Status::NoSavings>(item->status))
+        const FileState state = FileState::of(*item);
+        progress.converted += state.kind == FileState::Kind::done ? 1 : 0;
+        progress.failed += state.kind == FileState::Kind::failed ? 1 : 0;
+        progress.open += item->isChoosable() && !state.hasEnded() ? 1 : 0;
+        if (!item->isOfRun.value_or(item->isActionable() || item->hasOutcome()))
             continue;
         ++progress.count;
-        const double fraction = item->runFraction();
-        sum += fraction;
-        progress.processed += fraction >= 1 && !isInWork(item->status) ? 1 : 0;
-        progress.isWorking = progress.isWorking || isInWork(item->status);
-        progress.isActive = progress.isActive || isInWork(item->status) || is<Status::Queued>(item->status);
+        sum += item->runFraction();
+        progress.processed += state.hasEnded() ? 1 : 0;
+        progress.isWorking = progress.isWorking || state.isInWork();
+        progress.isActive = progress.isActive || state.isInWork() || state.kind == FileState::Kind::queued;
     }
     if (progress.count > 0)
         progress.fraction = sum / static_cast<double>(progress.count);
     return progress;
+}
+
+std::string FolderProgress::outcome() const
+{
+    if (converted == 0)
+        return {};
+    return isFinished() ? "fertig"
+                        : fmt::format("{} von {} konvertiert", converted, converted + open + failed);
 }
 
 SortOrder sortedFirst(SortOrder order, RowComparator comparator)
@@ -135,7 +149,10 @@ void updateSums(TableNode &node)
     if (node.item != nullptr) {
         node.durationValue = node.item->durationValue();
         node.sizeValue = node.item->bytesBefore();
-        node.estimateValue = node.item->hasOutcome() ? node.item->bytesAfter() : node.item->estimateValue();
+        const SizeEstimate *expected = node.item->shownEstimate();
+        node.estimateValue = node.item->hasOutcome() ? node.item->bytesAfter()
+                             : expected != nullptr   ? expected->total()
+                                                     : 0;
         return;
     }
     node.durationValue = 0;

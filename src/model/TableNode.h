@@ -22,7 +22,7 @@ struct TableNode {
     FileItem *item = nullptr; // absent for a folder
     std::vector<std::unique_ptr<TableNode>> children;
 
-    // Sums over the files below; of a file its own. Brought up to date by Library.
+    // Sums over the files below; of a file its own. Library keeps them up to date.
     double durationValue = 0;   // seconds
     std::int64_t sizeValue = 0; // bytes, before what has been done to the file
     double estimateValue = 0;   // bytes, afterwards; of a folder with what is kept unchanged
@@ -53,13 +53,22 @@ using SortOrder = std::vector<RowComparator>;
 SortOrder sortedFirst(SortOrder order, RowComparator comparator);
 inline const SortOrder byName{{RowComparator::Column::name, true}};
 
-// How far the files of a folder row have come in a run.
+// How far the files of a folder row have come in the run that is under way, or else in the last one; before
+// the first run they are those with something to do.
 struct FolderProgress {
-    std::size_t count = 0;     // files with something to do, or done
-    std::size_t processed = 0; // of them, with an end
+    std::size_t count = 0;     // files of the run; does not change while it lasts
+    std::size_t processed = 0; // of them, those that have ended
     double fraction = 0;       // 0 … 1
     bool isActive = false;     // some wait for their turn or are in work
     bool isWorking = false;    // some are in work
+    // Of all files, whatever the run took:
+    std::size_t converted = 0, failed = 0;
+    std::size_t open = 0; // there is something to do that no run has done yet
+
+    // Something was converted, and nothing is left to do.
+    bool isFinished() const { return converted > 0 && open == 0 && failed == 0; }
+    // "1 von 4 konvertiert", "fertig"; German, empty before the first is converted.
+    std::string outcome() const;
 };
 FolderProgress folderProgress(const std::vector<FileItem *> &files);
 

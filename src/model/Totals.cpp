@@ -4,12 +4,18 @@
 
 #include <fmt/format.h>
 
+#include "format/Fmt.h"
+
 namespace kestrel {
+
+namespace {
+constexpr double leastShown = 1; // second; less would read "0 s"
+}
 
 Totals::Share Totals::shareOf(const FileItem &item)
 {
-    return {item.isCounted(),     item.isActionable(), item.probeError.has_value(),
-            item.mayBeIncomplete, item.bytesBefore(),  item.bytesAfter()};
+    return {item.entersSums(),    item.willBeConverted(), item.probeError.has_value(),
+            item.mayBeIncomplete, item.bytesBefore(),     item.bytesAfter()};
 }
 
 Totals Totals::of(const std::vector<std::unique_ptr<FileItem>> &items, const ConversionSettings &settings)
@@ -21,23 +27,28 @@ Totals Totals::of(const std::vector<std::unique_ptr<FileItem>> &items, const Con
         totals.incomplete += item->mayBeIncomplete ? 1 : 0;
         const SampleResult *sample = item->sample(key);
         totals.samples += sample != nullptr && sample->calibrates() ? 1 : 0;
-        if (!item->isCounted())
+        if (!item->entersSums())
             continue;
         ++totals.files;
         totals.sourceBytes += item->bytesBefore();
         totals.duration += item->durationValue();
         totals.estimatedBytes += item->bytesAfter();
-        if (!item->isActionable() || !item->estimate)
+        const SizeEstimate *estimate = item->shownEstimate();
+        if (!item->willBeConverted() || estimate == nullptr)
             continue;
         ++totals.actionable;
-        totals.encodeSeconds += item->estimate->encodeSeconds;
-        totals.weakestKind =
-            std::min(totals.weakestKind.value_or(item->estimate->kind), item->estimate->kind);
-        if (item->estimate->vmaf)
-            totals.vmafValues.push_back(*item->estimate->vmaf);
+        totals.encodeSeconds += estimate->encodeSeconds;
+        totals.weakestKind = std::min(totals.weakestKind.value_or(estimate->kind), estimate->kind);
+        if (estimate->vmaf)
+            totals.vmafValues.push_back(*estimate->vmaf);
     }
     totals.encodeSeconds /= parallelGain(settings.codec, settings.parallelJobs);
     return totals;
+}
+
+std::optional<double> Totals::shownSeconds() const
+{
+    return encodeSeconds >= leastShown ? std::optional(encodeSeconds) : std::nullopt;
 }
 
 std::string Totals::gradeText() const
@@ -45,9 +56,8 @@ std::string Totals::gradeText() const
     if (!weakestKind)
         return {};
     const std::string grade(label(*weakestKind));
-    return *weakestKind == SizeEstimate::Kind::calibrated
-               ? fmt::format("{} ({} {})", grade, samples, samples == 1 ? "Datei" : "Dateien")
-               : grade;
+    return *weakestKind == SizeEstimate::Kind::calibrated ? fmt::format("{} ({})", grade, Fmt::count(samples))
+                                                          : grade;
 }
 
 } // namespace kestrel

@@ -12,7 +12,7 @@
 
 namespace kestrel {
 
-// Sums over the library. Only counted files enter, but for the last two.
+// Sums over the library. Only counted files enter them, and those of a run; but for the last two.
 struct Totals {
     std::size_t files = 0;
     std::size_t actionable = 0; // of them, those with something to do
@@ -25,7 +25,7 @@ struct Totals {
     std::size_t samples = 0;                       // files whose samples correct the guesses for the others
     std::size_t incomplete = 0, errors = 0;        // not counted: still being copied; not readable
 
-    // What of an item enters the sums, but for its estimate.
+    // The fields of an item that the totals depend on.
     struct Share {
         bool isCounted, isActionable, hasError, isIncomplete;
         std::int64_t before;
@@ -33,6 +33,8 @@ struct Totals {
         bool operator==(const Share &) const = default;
     };
     static Share shareOf(const FileItem &item);
+    // The computing time that is left, where there is any worth mentioning.
+    std::optional<double> shownSeconds() const;
     // How good the estimate is: "hochgerechnet aus Stichproben (3 Dateien)". Empty without one.
     std::string gradeText() const;
     static Totals of(const std::vector<std::unique_ptr<FileItem>> &items, const ConversionSettings &settings);

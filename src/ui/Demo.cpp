@@ -9,11 +9,13 @@
 #include <QTimer>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <utility>
 
 #include <fmt/format.h>
 
 #include "platform/TemporaryFolder.h"
+#include "ui/SimulatedRun.h"
 #include "ui/detail/DetailSheet.h"
 #include "ui/look/Strings.h"
 #include "ui/settings/SettingsWindow.h"
@@ -158,6 +160,12 @@ int runDemo(const std::filesystem::path &folder, const std::filesystem::path &pi
 
     AppModel::Options options = harmless();
     options.servesStatusPage = true;
+    SimulatedRun *run = nullptr;
+    options.makeRun = [&run](RunTask::Request request, Library &library, RunStats &stats) {
+        auto simulated = std::make_unique<SimulatedRun>(std::move(request), library, stats);
+        run = simulated.get();
+        return simulated;
+    };
     AppModel model(options);
     MainWindow window(model, state);
     resizeAsWanted(window);
@@ -195,7 +203,8 @@ int runDemo(const std::filesystem::path &folder, const std::filesystem::path &pi
     camera.take(*window.detailSheet(), "details");
     window.detailSheet()->close();
 
-    model.simulateRun(0.5);
+    model.startConversion();
+    run->show(0.5);
     camera.take(window, "converting");
     window.close();
     for (QWidget *widget : QApplication::topLevelWidgets())
@@ -203,7 +212,7 @@ int runDemo(const std::filesystem::path &folder, const std::filesystem::path &pi
             camera.take(*question, "quit");
             question->reject();
         }
-    model.simulateRun(1);
+    run->show(1);
     camera.take(window, "finished");
     return camera.hasFailed() ? 1 : 0;
 }

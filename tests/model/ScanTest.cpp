@@ -102,7 +102,7 @@ TEST_F(ModelTest, unchangedFilesAreNotProbedAgain)
     EXPECT_EQ(asked(), 3U);
 
     AppModel::Options options;
-    options.asksAnew = true;
+    options.asksAgain = true;
     startAndScan(options);
     EXPECT_EQ(asked(), 5U);
 

@@ -37,16 +37,6 @@ QString asTitle(const QString &name)
     return title.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));
 }
 
-// The file as those settings have it, which are not the present ones.
-FileItem plannedWith(FileItem item, const ConversionSettings &settings, const Planner::Abilities &abilities)
-{
-    const SampleResult *sample = item.sample(settings.videoKey());
-    item.plan = sample != nullptr ? Planner::planMeasured(*item.info, settings, *sample, abilities)
-                                  : Planner::plan(*item.info, settings, std::nullopt, abilities);
-    item.estimate = Estimator::estimate(*item.info, *item.plan, settings, sample, std::nullopt, std::nullopt);
-    return item;
-}
-
 QPushButton *button(const QString &icon, const QString &text, const QString &help)
 {
     auto *button = new QPushButton(text);
@@ -227,14 +217,8 @@ void DetailSheet::refresh()
         return;
     updateHead(*item);
     const ConversionSettings &settings = m_model.settingsOf(*item);
-    if (settings == m_model.settings()) {
-        updateSections(*item, settings);
-        updateSearch(*item, settings);
-    } else {
-        const FileItem asConverted = plannedWith(*item, settings, m_model.abilities());
-        updateSections(asConverted, settings);
-        updateSearch(asConverted, settings);
-    }
+    updateSections(*item, settings);
+    updateSearch(*item, settings);
     updateButtons();
 }
 

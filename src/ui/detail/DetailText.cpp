@@ -96,54 +96,15 @@ QString folder(const FileItem &item)
 
 State state(const FileItem &item)
 {
-    const RowText::Cell cell = RowText::status(item);
-    State state{cell.icon, cell.text, cell.tone, cell.bar};
-    if (is<Status::Running>(item.status)) {
-        state.text = QStringLiteral("wird kodiert ") + cell.text;
-    } else if (const auto *done = std::get_if<Status::Done>(&item.status)) {
-        const auto before = static_cast<double>(done->before), after = static_cast<double>(done->after);
-        state.text = QStringLiteral("Ergebnis: %1 → %2 (%3)")
-                         .arg(qt(Fmt::bytes(before)), qt(Fmt::bytes(after)), qt(Fmt::change(before, after)));
-        if (done->note)
-            state.text += QStringLiteral(". ") + line(*done->note).simplified();
-    } else if (const auto *kept = std::get_if<Status::NoSavings>(&item.status)) {
-        state.text = QStringLiteral("Das Ergebnis (%1) wäre nicht genug kleiner gewesen – Original bleibt.")
-                         .arg(qt(Fmt::bytes(kept->size)));
-    } else if (const auto *failed = std::get_if<Status::Failed>(&item.status)) {
-        state.text = line(explained(*failed)).simplified();
-    } else if (item.probeError && !item.mayBeIncomplete) {
-        state = {QStringLiteral("warning"),
-                 QStringLiteral("nicht lesbar: ") + line(item.shortProbeError()),
-                 Tone::orange,
-                 {}};
-    } else if (state.text.isEmpty()) {
-        if (!item.info || !item.plan)
-            state = {QStringLiteral("clock"), QStringLiteral("noch nicht analysiert"), Tone::muted, {}};
-        else if (item.plan->leftAlone)
-            state = {QStringLiteral("info"), line(*item.plan->leftAlone), Tone::muted, {}};
-        else if (item.plan->isNoop)
-            state = {QStringLiteral("check-circle"), QStringLiteral("nichts zu tun"), Tone::muted, {}};
-        else if (!item.included)
-            state = {QStringLiteral("minus"),
-                     QStringLiteral("nicht angehakt – wird nicht konvertiert"),
-                     Tone::muted,
-                     {}};
-        else
-            state = {
-                QStringLiteral("circle-dot"), QStringLiteral("bereit zum Konvertieren"), Tone::accent, {}};
-    }
-    if (state.icon.isEmpty())
-        state.icon = state.tone == Tone::purple ? QStringLiteral("gauge") : QStringLiteral("compress");
-    return state;
+    const FileState state = FileState::of(item);
+    const auto [icon, tone] = RowText::look(state);
+    return {icon, line(state.sentence()).simplified(), tone, state.fraction};
 }
 
 std::optional<QString> error(const FileItem &item)
 {
-    if (const auto *failed = std::get_if<Status::Failed>(&item.status))
-        return lines(Text::trimmed(explained(*failed)));
-    if (item.probeError)
-        return lines(item.explainedProbeError());
-    return std::nullopt;
+    const FileState state = FileState::of(item);
+    return state.explanation.empty() ? std::nullopt : std::optional(lines(Text::trimmed(state.explanation)));
 }
 
 std::vector<Fact> facts(const FileItem &item)
@@ -172,20 +133,20 @@ std::vector<Fact> facts(const FileItem &item)
 
 std::optional<Estimate> estimate(const FileItem &item)
 {
-    if (!item.info || !item.plan || !item.estimate || item.hasOutcome())
+    const Plan *plan = item.shownPlan();
+    if (!item.info || plan == nullptr || item.shownEstimate() == nullptr || item.hasOutcome())
         return std::nullopt;
-    const SizeEstimate &expected = *item.estimate;
+    const SizeEstimate &expected = *item.shownEstimate();
     const auto before = static_cast<double>(item.info->fileSize);
     const double after = expected.total();
     Estimate estimate;
     estimate.grade = qt(label(expected.kind));
     estimate.grade[0] = estimate.grade[0].toUpper();
-    if (item.plan->isNoop) {
+    if (plan->isNoop) {
         estimate.sizes = qt(Fmt::bytes(before));
         estimate.explanation =
-            item.plan->leftAlone
-                ? QStringLiteral("Diese Datei bleibt, wie sie ist: ") + line(*item.plan->leftAlone)
-                : QStringLiteral("An dieser Datei ist nichts zu tun, sie bleibt, wie sie ist.");
+            plan->leftAlone ? QStringLiteral("Diese Datei bleibt, wie sie ist: ") + line(*plan->leftAlone)
+                            : QStringLiteral("An dieser Datei ist nichts zu tun, sie bleibt, wie sie ist.");
         return estimate;
     }
     if (!(after > 0)) {
@@ -233,7 +194,8 @@ std::optional<QString> command(const FileItem &item, const ConversionSettings &s
 QString commandNote(const FileItem &item, const ConversionSettings &settings)
 {
     QString note = QStringLiteral("Von Hand schreibt der Befehl eine eigene Datei neben den Film.");
-    if (item.plan && item.plan->encodesVideo() && item.sample(settings.videoKey()) == nullptr)
+    const Plan *plan = TrackText::planOf(item);
+    if (plan != nullptr && plan->encodesVideo() && item.sample(settings.videoKey()) == nullptr)
         note += QStringLiteral(" Den CRF-Wert bestimmt vorher noch die Qualitätsprüfung.");
     return note;
 }

@@ -8,6 +8,7 @@
 
 #include "format/Fmt.h"
 #include "media/Language.h"
+#include "model/VideoText.h"
 #include "platform/Enumeration.h"
 #include "ui/detail/DetailText.h"
 #include "ui/look/Strings.h"
@@ -148,20 +149,12 @@ Track describe(const SubtitleStreamInfo &subtitle)
     return {QStringLiteral("captions"), QStringLiteral("Untertitel"), joined(head), joined(details), {}};
 }
 
-std::optional<Fate> videoFate(const Plan &plan, const ConversionSettings &settings)
+std::optional<Fate> videoFate(const MediaInfo &info, const Plan &plan, const ConversionSettings &settings)
 {
-    if (const auto *copy = std::get_if<CopyVideo>(&plan.video))
-        return Fate{StreamAction::keep, qt(copy->reason)};
-    if (!plan.encodesVideo())
+    const QString text = qt(VideoText::of(info, plan, settings).fate);
+    if (text.isEmpty())
         return std::nullopt;
-    QString how =
-        QStringLiteral("wird neu kodiert: %1, %2")
-            .arg(qt(shortName(settings.codec)), qt(qualityLabel(settings.codec, plan.qualityValue)));
-    if (plan.scales)
-        how += QStringLiteral(", ") + frameSize(plan.outputWidth, plan.outputHeight);
-    if (plan.deinterlace)
-        how += QStringLiteral(", Vollbilder");
-    return Fate{StreamAction::convert, how};
+    return Fate{plan.encodesVideo() ? StreamAction::convert : StreamAction::keep, text};
 }
 
 Fate fate(const AudioDecision &decision)
@@ -220,7 +213,7 @@ Tone tone(StreamAction action)
 
 const Plan *planOf(const FileItem &item)
 {
-    return item.plan && !item.isFinished() ? &*item.plan : nullptr;
+    return item.isFinished() ? nullptr : item.shownPlan();
 }
 
 Tracks tracks(const FileItem &item, const ConversionSettings &settings)
@@ -233,7 +226,7 @@ Tracks tracks(const FileItem &item, const ConversionSettings &settings)
     if (info.video) {
         Track track = describe(*info.video);
         if (plan != nullptr)
-            track.fate = videoFate(*plan, settings);
+            track.fate = videoFate(info, *plan, settings);
         tracks.rows.push_back(std::move(track));
     }
     addTracks(tracks.rows, info.audio, plan != nullptr ? &plan->audio : nullptr);

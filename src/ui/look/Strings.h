@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string_view>
 
+#include "format/Fmt.h"
 #include "platform/Text.h"
 #include "platform/Wording.h"
 
@@ -39,13 +40,7 @@ inline QString shownBriefly(const std::filesystem::path &path)
 // "1 Datei", "12 Dateien"
 inline QString counted(std::size_t count, const char *one = "Datei", const char *many = "Dateien")
 {
-    return QStringLiteral("%1 %2").arg(count).arg(QString::fromUtf8(count == 1 ? one : many));
-}
-
-// "3 von 12 Dateien"
-inline QString countedOf(std::size_t done, std::size_t total)
-{
-    return QStringLiteral("%1 von ").arg(done) + counted(total);
+    return qt(Fmt::count(count, one, many));
 }
 
 // What there is of the parts, with a separator.

@@ -7,11 +7,11 @@
 #include "format/Fmt.h"
 #include "ui/look/Strings.h"
 
+using namespace std::chrono_literals;
+
 namespace kestrel {
 
 namespace {
-
-using namespace std::chrono_literals;
 
 constexpr auto interval = 50ms; // between two reports of changes
 
@@ -55,7 +55,6 @@ LibraryModel::LibraryModel(AppModel &model, QObject *parent) : QAbstractItemMode
         m_isFilling = true;
         m_folders.clear();
         m_sources.clear();
-        m_completions.clear();
         m_changed.clear();
     });
     connect(&library, &Library::filled, this, [this] {
@@ -168,16 +167,8 @@ const RowText::Sources &LibraryModel::sources(const TableNode &node) const
 
 std::optional<QString> LibraryModel::completion(const TableNode &node) const
 {
-    if (m_model.activity().kind != Activity::Kind::converting || m_model.isPaused())
-        return std::nullopt;
-    // Told in minutes; all files below are asked for it.
-    Completion &known = m_completions[&node];
-    const auto now = std::chrono::steady_clock::now();
-    if (now < known.goodUntil)
-        return known.text;
-    const auto time = m_model.estimatedCompletion(node.folderItems());
-    known = {time ? std::optional(qt(Fmt::dayTime(*time))) : std::nullopt, now + 1s};
-    return known.text;
+    const auto time = m_model.completionOf(node);
+    return time ? std::optional(qt(Fmt::dayTime(*time))) : std::nullopt;
 }
 
 RowText::Cell LibraryModel::cell(const QModelIndex &index) const
@@ -251,8 +242,8 @@ QVariant LibraryModel::data(const QModelIndex &index, int role) const
         for (const auto &chip : chips(index))
             if (index.column() == video)
                 parts += chip.help;
-        if (all.bar && !all.text.contains(QLatin1Char('%')))
-            parts += qt(Fmt::percent(*all.bar)); // that stands nowhere in the cell
+        if (all.bar && !all.saysBar)
+            parts += qt(Fmt::percent(*all.bar));
         parts.removeAll(QString());
         return parts.join(QStringLiteral(", "));
     }
@@ -331,7 +322,6 @@ void LibraryModel::everythingChanged()
 {
     m_folders.clear();
     m_sources.clear();
-    m_completions.clear();
     m_changed.clear();
     m_teller.stop();
     told(m_model.library().root());

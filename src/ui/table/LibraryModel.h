@@ -3,7 +3,6 @@
 #include <QAbstractItemModel>
 #include <QTimer>
 #include <array>
-#include <chrono>
 #include <optional>
 #include <set>
 #include <unordered_map>
@@ -73,11 +72,6 @@ private:
     bool m_isFilling = false, m_hasStatus = false;
     mutable std::unordered_map<const TableNode *, RowText::Folder> m_folders;
     mutable std::unordered_map<const TableNode *, RowText::Sources> m_sources;
-    struct Completion {
-        std::optional<QString> text;
-        std::chrono::steady_clock::time_point goodUntil;
-    };
-    mutable std::unordered_map<const TableNode *, Completion> m_completions;
     std::unordered_set<const TableNode *> m_changed;
     QTimer m_teller;
     std::array<bool, columns> m_hasBriefHeading{};

@@ -9,6 +9,7 @@
 #include <QScrollBar>
 #include <algorithm>
 
+#include "model/Sentences.h"
 #include "ui/look/Accessibility.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
@@ -431,8 +432,7 @@ void LibraryView::paintEvent(QPaintEvent *event)
     QPainter painter(viewport());
     painter.setPen(Theme::colors(palette()).muted);
     painter.drawText(viewport()->rect().adjusted(20, 20, -20, -20), Qt::AlignCenter | Qt::TextWordWrap,
-                     m_model.activity().kind == Activity::Kind::scanning
-                         ? QStringLiteral("Suche Videodateien …")
+                     m_model.activity().kind == Activity::Kind::scanning ? qt(Sentences::searching)
                      : m_model.tools() ? QStringLiteral("Die Liste ist leer.")
                                        : QStringLiteral("ffmpeg wird gesucht …"));
 }

@@ -1,10 +1,13 @@
 #include "ui/table/RowText.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 
 #include "format/Fmt.h"
 #include "media/Language.h"
+#include "model/VideoText.h"
+#include "platform/Enumeration.h"
 #include "ui/look/Strings.h"
 
 namespace kestrel::RowText {
@@ -95,46 +98,27 @@ QString channels(int count)
     }
 }
 
-QString source(const MediaInfo &info)
-{
-    if (!info.video)
-        return QStringLiteral("kein Video");
-    QString text = qt(info.video->resolutionClass()) + QStringLiteral(" · ") + qt(info.video->codecDisplay());
-    if (info.video->isDolbyVision)
-        text += QStringLiteral(" · DV");
-    else if (info.video->isHDR())
-        text += QStringLiteral(" · HDR");
-    return text;
-}
-
 Cell video(const FileItem &item, const ConversionSettings &settings)
 {
     if (item.probeError)
-        return {.text = QStringLiteral("nicht lesbar"),
+        return {.text = qt(word(FileState::Kind::unreadable)),
                 .icon = QStringLiteral("warning"),
                 .tone = Tone::orange,
                 .help = qt(Text::repaired(item.explainedProbeError()))};
     if (!item.info)
         return {};
-    if (!item.info->video)
-        return {.text = QStringLiteral("kein Video"), .tone = Tone::muted};
-    Cell cell{.text = source(*item.info)};
-    if (!item.plan)
+    const Plan *plan = item.shownPlan();
+    const bool isConverted = item.isFinished() && item.converted;
+    const VideoText text = isConverted       ? *item.converted
+                           : plan == nullptr ? VideoText::of(*item.info)
+                                             : VideoText::of(*item.info, *plan, item.shownSettings(settings));
+    Cell cell{.text = qt(text.whole()), .tone = item.info->video ? Tone::text : Tone::muted};
+    if (isConverted || plan == nullptr)
         return cell;
-    const Plan &plan = *item.plan;
-    if (plan.encodesVideo()) {
-        cell.text += QStringLiteral(" → ");
-        if (plan.scales)
-            cell.text += QStringLiteral("%1p ").arg(item.info->video->isOnItsSide() ? plan.outputWidth
-                                                                                    : plan.outputHeight);
-        cell.text += qt(shortName(settings.codec));
-        cell.brief = cell.text.section(QStringLiteral(" · "), 1);
-        cell.help = QStringLiteral("wird neu kodiert: %1, %2")
-                        .arg(qt(title(settings.codec)), qt(qualityLabel(settings.codec, plan.qualityValue)));
-    } else if (const auto *copy = std::get_if<CopyVideo>(&plan.video)) {
-        cell.help = qt(copy->reason);
-    }
-    for (const auto &note : plan.notes)
+    if (!text.target.empty())
+        cell.brief = qt(text.brief());
+    cell.help = qt(text.fate);
+    for (const auto &note : plan->notes)
         cell.help += QLatin1Char('\n') + qt(note);
     return cell;
 }
@@ -142,15 +126,16 @@ Cell video(const FileItem &item, const ConversionSettings &settings)
 std::vector<Chip> chips(const FileItem &item)
 {
     std::vector<Chip> chips;
-    if (!item.plan)
+    const Plan *plan = item.shownPlan();
+    if (plan == nullptr)
         return chips;
     if (item.info->video && item.info->video->isInterlaced())
         chips.push_back({QStringLiteral("interlaced"),
-                         item.plan->deinterlace ? StreamAction::convert : StreamAction::keep,
+                         plan->deinterlace ? StreamAction::convert : StreamAction::keep,
                          QStringLiteral("Zeilensprungverfahren (interlaced)")});
-    for (const auto &decision : item.plan->audio)
+    for (const auto &decision : plan->audio)
         chips.push_back(chip(decision));
-    for (const auto &decision : item.plan->subtitles)
+    for (const auto &decision : plan->subtitles)
         chips.push_back(chip(decision));
     return chips;
 }
@@ -162,7 +147,9 @@ Cell size(const FileItem &item)
 
 Cell estimate(const FileItem &item)
 {
-    if (!item.info || !item.plan || !item.estimate)
+    const Plan *plan = item.shownPlan();
+    const SizeEstimate *expected = item.shownEstimate();
+    if (!item.info || plan == nullptr || expected == nullptr)
         return {.text = QStringLiteral("–"), .tone = Tone::muted};
     const auto before = static_cast<double>(item.bytesBefore());
     if (item.isFinished())
@@ -170,100 +157,80 @@ Cell estimate(const FileItem &item)
                 .detail = qt(Fmt::change(before, item.bytesAfter()))};
     if (is<Status::NoSavings>(item.status))
         return {.text = qt(Fmt::bytes(before)), .detail = QStringLiteral("bleibt"), .tone = Tone::muted};
-    if (item.plan->leftAlone) {
-        const QString reason = qt(Text::oneLine(*item.plan->leftAlone));
+    if (plan->leftAlone) {
+        const QString reason = qt(Text::oneLine(*plan->leftAlone));
         return {.text = reason, .tone = Tone::muted, .help = reason, .canBreak = true};
     }
-    if (item.plan->isNoop)
-        return {.text = QStringLiteral("nichts zu tun"), .tone = Tone::muted};
-    const double after = item.estimate->total();
+    if (plan->isNoop)
+        return {.text = qt(word(FileState::Kind::nothingToDo)), .tone = Tone::muted};
+    const double after = expected->total();
     const QString change = qt(Fmt::change(before, after));
     Cell cell{.text = qt(Fmt::bytes(after)),
-              .detail = change + QStringLiteral(" · ") + gradeWord(item.estimate->kind),
-              .briefDetail = change + briefGrade(item.estimate->kind)};
-    if (item.estimate->kind == SizeEstimate::Kind::measured)
+              .detail = change + QStringLiteral(" · ") + gradeWord(expected->kind),
+              .briefDetail = change + briefGrade(expected->kind)};
+    if (expected->kind == SizeEstimate::Kind::measured)
         cell.icon = QStringLiteral("gauge");
-    cell.help = qt(label(item.estimate->kind));
-    if (item.estimate->vmaf)
-        cell.help += QStringLiteral(", VMAF %1").arg(qt(Fmt::number(*item.estimate->vmaf, 1)));
+    cell.help = qt(label(expected->kind));
+    if (expected->vmaf)
+        cell.help += QStringLiteral(", VMAF %1").arg(qt(Fmt::number(*expected->vmaf, 1)));
     return cell;
+}
+
+Look look(const FileState &state)
+{
+    struct KindLook {
+        FileState::Kind kind;
+        const char *icon;
+        Tone tone;
+    };
+    using Kind = FileState::Kind;
+    static constexpr std::array<KindLook, 15> looks{{
+        {Kind::notProbed, "clock", Tone::muted},
+        {Kind::unreadable, "warning", Tone::orange},
+        {Kind::incomplete, "clock", Tone::orange},
+        {Kind::leftAlone, "info", Tone::muted},
+        {Kind::nothingToDo, "check-circle", Tone::muted},
+        {Kind::notChecked, "minus", Tone::muted},
+        {Kind::ready, "circle-dot", Tone::accent},
+        {Kind::sampling, "gauge", Tone::purple},
+        {Kind::queued, "clock", Tone::muted},
+        {Kind::analyzing, "gauge", Tone::purple},
+        {Kind::running, "compress", Tone::accent},
+        {Kind::uploading, "compress", Tone::accent},
+        {Kind::done, "check-circle", Tone::green},
+        {Kind::noSavings, "info", Tone::muted},
+        {Kind::failed, "warning", Tone::red},
+    }};
+    static_assert(coversEveryCase(looks, &KindLook::kind));
+    if (state.kind == Kind::done && !state.reason.empty()) // it went well, but not wholly
+        return {QStringLiteral("warning"), Tone::orange};
+    const KindLook &look = looks[static_cast<std::size_t>(state.kind)];
+    return {QString::fromUtf8(look.icon), look.tone};
 }
 
 Cell status(const FileItem &item)
 {
-    if (item.isSampling)
-        return {.text = QStringLiteral("Stichprobe wird gemessen"),
-                .brief = QStringLiteral("wird gemessen"),
-                .tone = Tone::purple,
-                .bar = item.samplingFraction};
-    if (const auto *analyzing = std::get_if<Status::Analyzing>(&item.status))
-        return {.text = QStringLiteral("Qualitätsprüfung"),
-                .tone = Tone::purple,
-                .bar = analyzing->fraction,
-                .help = QStringLiteral(
-                    "Probiert an kurzen Ausschnitten aus, wie stark sich die Datei komprimieren "
-                    "lässt, ohne dass man einen Unterschied sieht – danach wird kodiert.")};
-    if (const auto *running = std::get_if<Status::Running>(&item.status)) {
-        Cell cell{
-            .text = qt(Fmt::percent(running->fraction)), .tone = Tone::accent, .bar = running->fraction};
-        if (item.fps > 0)
-            cell.text += QStringLiteral(" · %1 fps").arg(qt(Fmt::number(item.fps, 0)));
-        return cell;
+    using Kind = FileState::Kind;
+    if (!hasStatus(item))
+        return {};
+    const FileState state = FileState::of(item);
+    const auto [icon, tone] = look(state);
+    Cell cell{.text = qt(state.title()),
+              .detail = qt(state.detail()),
+              .brief = qt(state.briefTitle()),
+              .icon = icon,
+              .tone = tone,
+              .bar = state.fraction,
+              .help = qt(state.help())};
+    cell.saysBar = state.kind == Kind::running;
+    cell.canBreak = state.kind == Kind::incomplete || state.kind == Kind::unreadable;
+    if (state.fraction) // the bar is picture enough
+        cell.icon.clear();
+    if (state.kind == Kind::unreadable) { // the warning stands beside the video
+        cell.icon.clear();
+        cell.tone = Tone::muted;
     }
-    if (is<Status::Uploading>(item.status))
-        return {.text = QStringLiteral("wird hochgeladen"),
-                .tone = Tone::accent,
-                .bar = item.runFraction(),
-                .help = QStringLiteral(
-                    "Fertige Datei wird aufs Netzlaufwerk kopiert und geprüft – erst danach wird "
-                    "getauscht.")};
-    if (const auto *done = std::get_if<Status::Done>(&item.status)) {
-        const QString sizes =
-            QStringLiteral("%1 → %2").arg(qt(Fmt::bytes(done->before)), qt(Fmt::bytes(done->after)));
-        const QString change =
-            qt(Fmt::change(static_cast<double>(done->before), static_cast<double>(done->after)));
-        const QString note = qt(Text::repaired(done->note.value_or("")));
-        const QString help = QStringLiteral("Ergebnis: %1 (%2)").arg(sizes, change);
-        return {.text = QStringLiteral("Ergebnis: ") + change,
-                .detail = sizes,
-                .brief = change,
-                .icon = note.isEmpty() ? QStringLiteral("check-circle") : QStringLiteral("warning"),
-                .tone = note.isEmpty() ? Tone::green : Tone::orange,
-                .help = note.isEmpty() ? help : help + QStringLiteral("\n") + note};
-    }
-    if (const auto *kept = std::get_if<Status::NoSavings>(&item.status))
-        return {.text = QStringLiteral("Original bleibt"),
-                .detail = QStringLiteral("keine Ersparnis"),
-                .icon = QStringLiteral("info"),
-                .tone = Tone::muted,
-                .help =
-                    QStringLiteral("Das Ergebnis (%1) wäre nicht genug kleiner gewesen – Original bleibt.")
-                        .arg(qt(Fmt::bytes(kept->size)))};
-    if (const auto *failed = std::get_if<Status::Failed>(&item.status)) {
-        const QString why = qt(Text::repaired(explained(*failed)));
-        return {.text = QStringLiteral("Fehler"),
-                .detail = why.simplified(),
-                .icon = QStringLiteral("warning"),
-                .tone = Tone::red,
-                .help = why};
-    }
-    if (item.mayBeIncomplete)
-        return {.text = QStringLiteral("wird evtl. noch kopiert"),
-                .icon = QStringLiteral("clock"),
-                .tone = Tone::orange,
-                .help = QStringLiteral("wird evtl. noch kopiert"),
-                .canBreak = true};
-    if (item.probeError) {
-        const auto known = item.knownProbeError();
-        const QString why = qt(Text::repaired(item.explainedProbeError()));
-        return {.text = known ? qt(*known) : why.simplified(),
-                .tone = Tone::muted,
-                .help = why,
-                .canBreak = true};
-    }
-    if (is<Status::Queued>(item.status))
-        return {.text = QStringLiteral("wartet"), .icon = QStringLiteral("clock"), .tone = Tone::muted};
-    return {};
+    return cell;
 }
 
 bool hasStatus(const FileItem &item)
@@ -279,8 +246,6 @@ Folder Folder::of(const TableNode &node)
     for (const FileItem *item : files) {
         folder.choosable += item->isChoosable() ? 1 : 0;
         folder.included += item->isChoosable() && item->included ? 1 : 0;
-        folder.converted += item->isFinished() ? 1 : 0;
-        folder.failed += is<Status::Failed>(item->status) ? 1 : 0;
     }
     folder.progress = folderProgress(files);
     return folder;
@@ -291,7 +256,7 @@ Sources Sources::of(const TableNode &node)
     std::map<QString, std::size_t> kinds;
     for (const FileItem *item : node.folderItems())
         if (item->info)
-            ++kinds[source(*item->info)];
+            ++kinds[qt(VideoText::of(*item->info).whole())];
     const auto most = std::max_element(kinds.begin(), kinds.end(),
                                        [](const auto &a, const auto &b) { return a.second < b.second; });
     Sources sources;
@@ -337,7 +302,7 @@ Cell status(const Folder &folder, const std::optional<QString> &completion)
 {
     const FolderProgress &progress = folder.progress;
     if (progress.isActive) {
-        Cell cell{.text = QStringLiteral("%1 von %2").arg(progress.processed).arg(progress.count),
+        Cell cell{.text = qt(Fmt::share(progress.processed, progress.count)),
                   .tone = progress.isWorking ? Tone::accent : Tone::muted,
                   .bar = progress.fraction};
         if (completion) {
@@ -347,14 +312,16 @@ Cell status(const Folder &folder, const std::optional<QString> &completion)
         }
         return cell;
     }
-    if (folder.failed > 0)
-        return {.text = QStringLiteral("%1 mit Fehler").arg(folder.failed),
+    if (progress.failed > 0)
+        return {.text = QStringLiteral("%1 mit Fehler").arg(progress.failed),
                 .icon = QStringLiteral("warning"),
                 .tone = Tone::red};
-    if (folder.converted > 0 && progress.processed == progress.count)
-        return {
-            .text = QStringLiteral("fertig"), .icon = QStringLiteral("check-circle"), .tone = Tone::green};
-    return {};
+    const QString outcome = qt(progress.outcome());
+    if (outcome.isEmpty())
+        return {};
+    return progress.isFinished()
+               ? Cell{.text = outcome, .icon = QStringLiteral("check-circle"), .tone = Tone::green}
+               : Cell{.text = outcome, .tone = Tone::muted};
 }
 
 } // namespace kestrel::RowText

@@ -4,13 +4,14 @@
 #include <optional>
 #include <vector>
 
+#include "model/FileState.h"
 #include "model/TableNode.h"
 #include "planning/ConversionSettings.h"
 #include "ui/look/Theme.h"
 
 namespace kestrel {
 
-// What a row of the table says, in German. Pure.
+// The texts of a table row, in German. Pure.
 namespace RowText {
 
 // A word in a frame; how it is drawn says what happens to the track.
@@ -30,6 +31,7 @@ struct Cell {
     std::optional<double> bar; // 0 … 1
     QString help;
     bool canBreak = false; // the text, into two lines
+    bool saysBar = false;  // the text holds the bar's percentage
     bool operator==(const Cell &) const = default;
 };
 
@@ -39,13 +41,18 @@ Cell size(const FileItem &item);
 Cell estimate(const FileItem &item);
 Cell status(const FileItem &item);
 bool hasStatus(const FileItem &item); // that cell is not empty
+// The picture and the colour that a state has everywhere in the window.
+struct Look {
+    QString icon;
+    Theme::Tone tone;
+};
+Look look(const FileState &state);
 
 // What a folder's row is made of; of all files below it.
 struct Folder {
     std::size_t files = 0;
     std::size_t choosable = 0, included = 0; // with a check mark, and of them those with the tick
     FolderProgress progress;
-    std::size_t converted = 0, failed = 0;
 
     static Folder of(const TableNode &node);
     std::optional<Qt::CheckState> checkState() const; // absent where there is nothing to choose
@@ -63,8 +70,6 @@ Cell estimate(const TableNode &node, const Folder &folder);
 // `completion`: when the run will have done it.
 Cell status(const Folder &folder, const std::optional<QString> &completion);
 
-// "1080p · H.264"
-QString source(const MediaInfo &info);
 // A word for how good an estimate is, where label() is too long.
 QString gradeWord(SizeEstimate::Kind kind);
 // "5.1", "Stereo", "Mono"; empty when unknown

@@ -2,11 +2,12 @@
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
-#include <algorithm>
-#include <chrono>
+#include <array>
 #include <utility>
 
 #include "format/Fmt.h"
+#include "model/ActivityText.h"
+#include "platform/Enumeration.h"
 #include "ui/look/Accessibility.h"
 #include "ui/look/Strings.h"
 
@@ -16,133 +17,89 @@ namespace {
 
 using Theme::Tone;
 
-QString ofTotal(std::size_t done, std::size_t total)
-{
-    return QStringLiteral("%1 von %2").arg(done).arg(total);
-}
+using State = ActivityText::State;
 
-// "heute, 12:30"
-QString inSentence(const std::string &dayTime)
-{
-    QString text = qt(dayTime);
-    for (const QString &word : {QStringLiteral("Heute"), QStringLiteral("Morgen")})
-        if (text.startsWith(word))
-            text[0] = text[0].toLower();
-    return text;
-}
-
-double share(const Activity &activity)
-{
-    const double done = static_cast<double>(activity.done) + activity.progress; // of the one in work
-    return activity.total > 0 ? done / static_cast<double>(activity.total) : -1;
-}
-
-RunPanel::Look converting(const AppModel &model)
-{
-    const RunStats &run = *model.run();
-    const bool isPaused = model.isPaused();
-    RunPanel::Look look{.headline = qt(Fmt::percent(model.runProgress())),
-                        .count = countedOf(run.processed(), run.total),
-                        .icon = isPaused ? QStringLiteral("pause") : QStringLiteral("play"),
-                        .tone = isPaused ? Tone::orange : Tone::accent,
-                        .progress = model.runProgress()};
-    if (model.isStopping())
-        look.detail = QStringLiteral("wird gestoppt …");
-    else if (isPaused)
-        look.detail = QStringLiteral("Pausiert");
-    else if (const auto seconds = model.runRemaining())
-        look.detail =
-            QStringLiteral("noch %1 · fertig %2")
-                .arg(qt(Fmt::duration(*seconds)),
-                     inSentence(Fmt::dayTime(std::chrono::system_clock::now() +
-                                             std::chrono::seconds(static_cast<std::int64_t>(*seconds)))));
-    // Always a line: the table below must not jump when the first file is done.
-    look.savings = qt(run.soFarText().value_or("Noch keine Datei fertig"));
-    return look;
-}
-
-RunPanel::Look ended(const RunStats &run)
-{
-    const bool isComplete = run.isComplete();
-    const QString sentence = qt(run.finishedText());
-    RunPanel::Look look{.headline = isComplete ? sentence : QStringLiteral("Gestoppt"),
-                        .sentence = isComplete ? QString() : sentence,
-                        .icon = run.failed > 0 ? QStringLiteral("warning")
-                                : isComplete   ? QStringLiteral("check-circle")
-                                               : QStringLiteral("stop-circle"),
-                        .tone = run.failed > 0 || !isComplete ? Tone::orange : Tone::green};
-    if (const auto text = run.soFarText())
-        look.savings = qt(*text).replace(QStringLiteral("Bisher: "), QString());
-    return look;
-}
+struct StateLook {
+    State state;
+    const char *icon;
+    Tone tone;
+};
+constexpr std::array<StateLook, 9> looks{{
+    {State::idle, "", Tone::muted},
+    {State::scanning, "search", Tone::purple},
+    {State::sampling, "gauge", Tone::purple},
+    {State::probeClip, "film", Tone::purple},
+    {State::converting, "play", Tone::accent},
+    {State::paused, "pause", Tone::orange},
+    {State::finished, "check-circle", Tone::green},
+    {State::stopped, "stop-circle", Tone::orange},
+    {State::interrupted, "stop-circle", Tone::orange},
+}};
+static_assert(coversEveryCase(looks, &StateLook::state));
 
 } // namespace
 
 std::optional<RunPanel::Look> RunPanel::lookOf(const AppModel &model)
 {
-    using Kind = Activity::Kind;
-    const Activity &activity = model.activity();
-    switch (activity.kind) {
-    case Kind::scanning:
-        return Look{.headline = QStringLiteral("Suche Videodateien …"),
-                    .count = activity.total > 0 ? countedOf(activity.done, activity.total) : QString(),
-                    .icon = QStringLiteral("search"),
-                    .tone = Tone::purple,
-                    .progress = share(activity),
-                    .canBeStopped = true};
-    case Kind::sampling:
-        return Look{.headline = QStringLiteral("Stichprobe ") +
-                                ofTotal(std::min(activity.done + 1, activity.total), activity.total),
-                    .detail = model.isStopping() ? QStringLiteral("wird gestoppt …") : QString(),
-                    .icon = QStringLiteral("gauge"),
-                    .tone = Tone::purple,
-                    .progress = share(activity)};
-    case Kind::probeClip:
-        return Look{.headline = QStringLiteral("Probeclip wird erstellt"),
-                    .count = qt(Fmt::percent(activity.progress)),
-                    .icon = QStringLiteral("film"),
-                    .tone = Tone::purple,
-                    .progress = activity.progress,
-                    .canBeStopped = true};
-    case Kind::converting:
-        return converting(model);
-    case Kind::idle:
+    const ActivityText text = ActivityText::of(model);
+    if (text.state == State::idle)
+        return std::nullopt;
+    const StateLook &usual = looks[static_cast<std::size_t>(text.state)];
+    Look look{.headline = qt(text.headline()),
+              .detail = qt(text.detail()),
+              .icon = QString::fromUtf8(usual.icon),
+              .tone = usual.tone};
+    const QString percent = qt(Fmt::percent(text.progress.value_or(0)));
+    switch (text.state) {
+    case State::scanning:
+        look.count = qt(text.fileCount());
+        look.detail.clear(); // the button says it
+        look.progress = text.progress.value_or(-1);
+        look.canBeStopped = true;
+        break;
+    case State::sampling:
+        look.progress = text.progress.value_or(-1);
+        break;
+    case State::probeClip:
+        look.count = percent;
+        look.detail.clear();
+        look.progress = text.progress;
+        look.canBeStopped = true;
+        break;
+    case State::converting:
+    case State::paused:
+        look.headline = percent;
+        look.count = qt(text.fileCount());
+        look.progress = text.progress;
+        // Always a line: the table below must not jump when the first file is done.
+        look.savings = qt(text.note.value_or("Noch keine Datei fertig"));
+        break;
+    case State::finished:
+    case State::stopped:
+        if (text.state == State::finished)
+            look.headline = qt(*text.note);
+        else
+            look.sentence = qt(*text.note);
+        look.savings = qt(text.saved.value_or(""));
+        if (text.failed > 0) {
+            look.icon = QStringLiteral("warning");
+            look.tone = Tone::orange;
+        }
+        break;
+    case State::interrupted:
+        look.headline = qt(text.announcement());
+        break;
+    case State::idle:
         break;
     }
-    if (model.isRunOfLibrary() && model.run()->finished)
-        return ended(*model.run());
-    const auto &items = model.library().items();
-    const auto unasked = std::count_if(items.begin(), items.end(),
-                                       [](const auto &item) { return !item->info && !item->probeError; });
-    if (unasked == 0)
-        return std::nullopt;
-    return Look{.headline = QStringLiteral("Die Suche wurde abgebrochen"),
-                .detail =
-                    counted(static_cast<std::size_t>(unasked)) + QStringLiteral(" noch nicht analysiert"),
-                .icon = QStringLiteral("stop-circle"),
-                .tone = Tone::orange};
+    return look;
 }
 
 QString RunPanel::turnOf(const AppModel &model)
 {
-    using Kind = Activity::Kind;
-    if (model.isStopping())
-        return QStringLiteral("wird gestoppt");
-    switch (model.activity().kind) {
-    case Kind::scanning:
-        return QStringLiteral("Suche Videodateien");
-    case Kind::sampling:
-        return QStringLiteral("Stichproben werden gemessen");
-    case Kind::probeClip:
-        return QStringLiteral("Probeclip wird erstellt");
-    case Kind::converting:
-        return model.isPaused() ? QStringLiteral("Pausiert") : QStringLiteral("Konvertierung läuft");
-    case Kind::idle:
-        break;
-    }
-    if (const auto look = lookOf(model))
-        return look->sentence.isEmpty() ? look->headline
-                                        : look->headline + QStringLiteral(". ") + look->sentence;
+    const ActivityText text = ActivityText::of(model);
+    if (text.state != State::idle)
+        return qt(text.announcement());
     const std::size_t files = model.library().items().size();
     return files > 0 ? counted(files) + QStringLiteral(", bereit") : QString();
 }
@@ -183,7 +140,7 @@ RunPanel::RunPanel(AppModel &model, QWidget *parent)
 
 void RunPanel::update()
 {
-    tell();
+    announceTurn();
     const auto look = lookOf(m_model);
     setVisible(look.has_value());
     if (!look)
@@ -209,11 +166,11 @@ void RunPanel::update()
     setAccessibleDescription(parts.join(QStringLiteral(", ")));
 }
 
-// Once for each turn that the work takes; the numbers are told by the bar.
-void RunPanel::tell()
+// Once for each state of the work; the bar reports the numbers.
+void RunPanel::announceTurn()
 {
     const QString turn = turnOf(m_model);
-    if (std::exchange(m_told, turn) != turn)
+    if (std::exchange(m_announced, turn) != turn)
         announce(*this, turn);
 }
 

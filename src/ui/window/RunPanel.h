@@ -9,12 +9,13 @@
 
 namespace kestrel {
 
-// What is going on: searching, measuring, a clip, a conversion run; and how the last run ended.
+// Shows the work that is under way: a search, measurements, a clip, a conversion run; and how the last run
+// ended.
 class RunPanel : public Card {
     Q_OBJECT
 
 public:
-    // What the panel says about a model; pure, but for the clock.
+    // The texts and pictures of the panel for a model; pure, but for the clock.
     struct Look {
         QString headline, count, detail;
         QString sentence; // below the headline
@@ -25,21 +26,21 @@ public:
         bool canBeStopped = false;      // by the panel's own button
     };
     static std::optional<Look> lookOf(const AppModel &model);
-    // The same for those who listen: what has begun or ended, without numbers that change.
+    // The same for a screen reader: what has begun or ended, without numbers that change.
     static QString turnOf(const AppModel &model);
 
     explicit RunPanel(AppModel &model, QWidget *parent = nullptr);
 
 private:
     void update();
-    void tell();
+    void announceTurn();
 
     AppModel &m_model;
     IconLabel *m_icon;
     Label *m_headline, *m_count, *m_detail, *m_sentence, *m_savings;
     Bar *m_bar;
     QPushButton *m_stop;
-    QString m_told;
+    QString m_announced;
 };
 
 } // namespace kestrel

@@ -164,10 +164,9 @@ void Tiles::update()
     const auto remaining = m_model.runRemaining();
     set(m_time.caption, remaining ? QStringLiteral("Restdauer") : QStringLiteral("Rechenzeit"));
     m_time.card->setAccessibleName(m_time.caption->text());
-    set(m_time.value, remaining                     ? qt(Fmt::duration(*remaining))
-                      : totals.encodeSeconds >= 0.5 ? qt(Fmt::duration(totals.encodeSeconds))
-                                                    : none);
-    set(m_time.detail, totals.encodeSeconds >= 0.5 || remaining ? QStringLiteral("geschätzt") : QString());
+    const auto shown = remaining ? remaining : totals.shownSeconds();
+    set(m_time.value, shown ? qt(Fmt::duration(*shown)) : none);
+    set(m_time.detail, shown ? QStringLiteral("geschätzt") : QString());
     if (isLine())
         arrange(); // each as wide as what it says
 }
