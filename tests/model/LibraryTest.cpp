@@ -181,13 +181,18 @@ TEST_F(LibraryTest, aRunCountsInEstimatedSeconds)
     at(0).estimate->encodeSeconds = 0.2;
     at(1).estimate->encodeSeconds = 99;
     at(2).estimate->encodeSeconds = 100;
-    RunStats run = RunStats::of({&at(0), &at(1), &at(2)});
+    RunStats run = RunStats::of({&at(0), &at(1), &at(2)}, settings);
     EXPECT_EQ(run.weight(at(0).id), 1);
     EXPECT_EQ(run.totalWeight, 200);
     const auto now = run.started + 100s;
     EXPECT_DOUBLE_EQ(run.activeSeconds(now), 100);
-    run.pausedTotal = 30s;
-    run.pauseStarted = now - 20s;
+    run.usualRate = 4;
+    run.pause(now - 50s);
+    run.pause(now - 40s);
+    run.resume(now - 20s);
+    run.resume(now);
+    EXPECT_EQ(run.pausedTotal, 30s) << "a call in the same state changes nothing";
+    run.pause(now - 20s);
     EXPECT_DOUBLE_EQ(run.activeSeconds(now), 50);
     run.pauseStarted = now - 1000s;
     EXPECT_EQ(run.activeSeconds(now), 0);
@@ -196,14 +201,14 @@ TEST_F(LibraryTest, aRunCountsInEstimatedSeconds)
     run.pausedTotal = 0s;
     run.started -= 100s;
     EXPECT_EQ(run.remaining({}), std::nullopt) << "nothing is done yet";
-    EXPECT_EQ(run.secondsFor({&at(2)}, {}, 4), 25s) << "the usual rate, until its own is known";
+    EXPECT_EQ(run.secondsFor({&at(2)}, {}), 25s) << "the usual rate, until its own is known";
     run.resumedWeight = 1;
     run.finish(at(0).id, ConversionOutcome{ConversionOutcome::Kind::written, 10, 4, {}});
     EXPECT_EQ(run.remaining({}), std::nullopt) << "what was found converted is no work";
     at(1).status = Status::Running{0.5};
     EXPECT_DOUBLE_EQ(run.progress({&at(1)}), 50.5 / 200);
     EXPECT_NEAR(*run.remaining({&at(1)}), 149.5 * 100 / 49.5, 1);
-    EXPECT_NEAR(run.secondsFor({&at(1)}, {&at(1)}, 1).count(), 49.5 * 100 / 49.5, 2);
+    EXPECT_NEAR(run.secondsFor({&at(1)}, {&at(1)}).count(), 49.5 * 100 / 49.5, 2);
     at(1).status = Status::Uploading{};
     EXPECT_NEAR(run.progress({&at(1)}), (1 + 99 * 0.99) / 200, 1e-9);
 

@@ -104,10 +104,10 @@ TEST_F(StatusTest, followsARunToItsEnd)
     EXPECT_NEAR(*running.progress, 1.0 / 6, 0.001);
     EXPECT_EQ(running.note, std::nullopt);
     EXPECT_EQ(running.jobs[0].name + "|" + running.jobs[0].text, "c|kodiert 50 % · 25 fps");
-    ASSERT_EQ(running.folders.size(), 1U);
-    EXPECT_EQ(running.folders[0].name, "Serie › S1");
-    EXPECT_EQ(running.folders[0].state, "open");
-    EXPECT_THAT(running.folders[0].eta.value_or(""), HasSubstr(":"));
+    ASSERT_EQ(running.folders.size(), 2U);
+    EXPECT_EQ(running.folders[0].name + ", " + running.folders[1].name, "Serie, Serie › S1");
+    EXPECT_EQ(running.folders[1].state, "open");
+    EXPECT_THAT(running.folders[1].eta.value_or(""), HasSubstr(":"));
     EXPECT_EQ(captions(running).back(), "clock plain Restdauer (geschätzt)");
 
     model->togglePause();
@@ -123,7 +123,7 @@ TEST_F(StatusTest, followsARunToItsEnd)
     EXPECT_THAT(*done.note, StartsWith("Fertig: 2 konvertiert · 1 mit Fehler – Dauer "));
     EXPECT_EQ(done.progressText, "3 von 3");
     EXPECT_TRUE(done.jobs.empty());
-    EXPECT_EQ(done.folders[0], (StatusSnapshot::Folder{"Serie › S1", 2, 2, 1, "done", {}}));
+    EXPECT_EQ(done.folders[1], (StatusSnapshot::Folder{"Serie › S1", 2, 2, 1, "done", {}}));
     EXPECT_THAT(done.recent, ElementsAre(StatusSnapshot::Recent{"E02", "Fehler", "red"},
                                          StatusSnapshot::Recent{"E01", "9 KB → 3 KB (−60 %)", "green"},
                                          StatusSnapshot::Recent{"c", "9 KB → 3 KB (−60 %)", "green"}));

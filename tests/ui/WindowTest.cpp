@@ -367,7 +367,7 @@ TEST_F(WindowTest, thePanelTellsWhatIsGoingOn)
     giveSample("b.mkv");
     model->startConversion();
     EXPECT_EQ(RunPanel::lookOf(*model)->count, "0 von 2 Dateien");
-    EXPECT_EQ(countedOf(0, 1), "0 von 1 Datei");
+    EXPECT_EQ(Fmt::shareOfFiles(0, 1), "0 von 1 Datei");
     EXPECT_EQ(RunPanel::turnOf(*model), "Konvertierung läuft");
     model->togglePause();
     EXPECT_EQ(RunPanel::turnOf(*model), "Pausiert");
