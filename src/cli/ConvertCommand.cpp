@@ -38,15 +38,16 @@ std::unique_ptr<RunReporter> makeReporter(const Arguments &arguments)
 void report(AppModel &model, RunReporter &reporter)
 {
     const auto last = std::make_shared<std::map<const FileItem *, JobStatus>>();
-    QObject::connect(&model.library(), &Library::itemChanged, &model,
-                     [&reporter, last](const FileItem &item) {
-                         const JobStatus before = std::exchange((*last)[&item], item.status);
-                         const FileState state = FileState::of(item);
-                         const bool hasNotBegun = !state.isInWork() && !state.hasEnded() && !isInWork(before);
-                         const bool isKnown = !state.isInWork() && before == item.status;
-                         if (!hasNotBegun && !isKnown)
-                             reporter.changed({&item, state});
-                     });
+    QObject::connect(
+        &model.library(), &Library::itemChanged, &model, [&reporter, last](const FileItem &item) {
+            const JobStatus before = std::exchange((*last)[&item], item.status);
+            const FileState state = FileState::of(item);
+            const bool isIdle = !state.isInWork() && !state.hasEnded();
+            const bool hasNotBegun = state.kind == FileState::Kind::queued || (isIdle && !isInWork(before));
+            const bool isKnown = !state.isInWork() && before == item.status;
+            if (!hasNotBegun && !isKnown)
+                reporter.changed({&item, state});
+        });
     QObject::connect(&model, &AppModel::runChanged, &model, [&] { reporter.progressed(model); });
 }
 

@@ -53,7 +53,7 @@ TEST_F(DetailSheetTest, followsItsFile)
     open("A.avi");
     EXPECT_THAT(shown(), says("bereit zum Konvertieren"));
     library().change(item("A.avi"), [](FileItem &file) { file.status = Status::Running{0.43}; });
-    EXPECT_THAT(shown(), says("wird kodiert 43 %"));
+    EXPECT_THAT(shown(), says("wird konvertiert 43 %"));
     library().change(item("B.avi"), [](FileItem &file) { file.status = Status::Running{0.77}; });
     EXPECT_THAT(shown(), Not(says("77 %")));
 
