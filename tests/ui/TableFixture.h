@@ -9,7 +9,7 @@ namespace kestrel::test {
 
 class TableTest : public ModelTest {
 protected:
-    using Column = LibraryModel::Column;
+    using Column = Columns::Id;
 
     void open(const std::vector<std::string> &names)
     {

@@ -311,7 +311,7 @@ TEST_F(WindowTest, remembersHowItWasLeft)
     openWindow();
     window->resize(1100, 700);
     settle(); // the panel may have lain over the table
-    window->table().setColumnWidth(LibraryModel::video, 333);
+    window->table().setColumnWidth(Columns::video, 333);
     auto *panel = window->findChild<SettingsPanel *>();
     const int usual = panel->width();
     QTest::keyClick(window->findChild<PanelSplitter *>()->handle(1), Qt::Key_Left);
@@ -328,7 +328,7 @@ TEST_F(WindowTest, remembersHowItWasLeft)
     model->open(folder.path());
     EXPECT_TRUE(idle());
     EXPECT_EQ(window->size(), QSize(1100, 700));
-    EXPECT_EQ(window->table().columnWidth(LibraryModel::video), 333);
+    EXPECT_EQ(window->table().columnWidth(Columns::video), 333);
     EXPECT_FALSE(window->commands().showPanel->isChecked());
     window->commands().showPanel->setChecked(true);
     settle();
@@ -345,7 +345,7 @@ TEST_F(WindowTest, remembersHowItWasLeft)
         << "[Window]\ngeometry=\"\xff\xff\"\ncolumns=1 2 x\nsplitter=@Invalid()\n";
     openWindow();
     EXPECT_EQ(window->width(), std::min(Theme::em(76), window->screen()->availableSize().width() * 95 / 100));
-    EXPECT_NE(window->table().columnWidth(LibraryModel::video), 333);
+    EXPECT_NE(window->table().columnWidth(Columns::video), 333);
     fs::remove(home() / "window.conf");
 }
 

@@ -16,29 +16,12 @@ namespace kestrel {
 
 namespace {
 
-using Column = LibraryModel::Column;
+constexpr double ampleNames = 24; // in heights of the text
 
-// In heights of the text: what a column has usually, at least, and at most of what would otherwise be left
-// over.
-struct Width {
-    double usual, least, most;
-};
-constexpr std::array<Width, LibraryModel::columns> widths{{{2.2, 2.2, 2.2},
-                                                           {19, 8.8, 19},
-                                                           {4.4, 3.5, 4.4},
-                                                           {13.5, 6.8, 19},
-                                                           {8.2, 5.2, 8.2},
-                                                           {10.8, 7.9, 10.8},
-                                                           {11, 6.4, 17}}};
-constexpr Width emptyStatus{5.2, 4.4, 5.2};
-constexpr double ampleNames = 24;
-// Who gives way first where there is no room.
-constexpr std::array yielding{Column::sizeBefore, Column::sizeAfter, Column::status, Column::video,
-                              Column::duration};
-
-const Width &widthOf(int section, bool hasStatus = true)
+const Columns::Width &widthOf(int section, bool hasStatus = true)
 {
-    return section == Column::status && !hasStatus ? emptyStatus : widths[static_cast<std::size_t>(section)];
+    const Columns::Column &column = Columns::at(section);
+    return !hasStatus && column.widthWhileEmpty ? *column.widthWhileEmpty : column.width;
 }
 
 } // namespace
@@ -73,9 +56,9 @@ QByteArray ColumnHeader::chosenWidths() const
 void ColumnHeader::restoreWidths(const QByteArray &state)
 {
     const QList<QByteArray> parts = state.trimmed().split(' ');
-    if (parts.size() != LibraryModel::columns)
+    if (parts.size() != Columns::count)
         return;
-    for (int section = 0; section < LibraryModel::columns; ++section)
+    for (int section = 0; section < Columns::count; ++section)
         if (const int width = (std::min(parts[section].toInt(), 200'000) * Theme::em(1) + 500) / 1000;
             width >= Theme::em(widthOf(section).least))
             m_chosen[static_cast<std::size_t>(section)] = width;
@@ -88,15 +71,16 @@ void ColumnHeader::restoreWidths(const QByteArray &state)
 void ColumnHeader::fit(int width, bool hasStatus)
 {
     const auto range = [hasStatus](int section) { return widthOf(section, hasStatus); };
-    std::array<int, LibraryModel::columns> fitted{};
+    std::array<int, Columns::count> fitted{};
     int names = width;
-    for (int section = 0; section < LibraryModel::columns; ++section)
-        if (section != Column::name) {
+    for (int section = 0; section < Columns::count; ++section)
+        if (section != Columns::name) {
             const int chosen = m_chosen[static_cast<std::size_t>(section)];
             int &own = fitted[static_cast<std::size_t>(section)];
             own = chosen > 0 ? chosen : Theme::em(range(section).usual);
             names -= own;
         }
+    const std::vector<Columns::Id> yielding = Columns::yielding();
     const auto give = [&](int section, int given) {
         fitted[static_cast<std::size_t>(section)] += given;
         names -= given;
@@ -109,15 +93,15 @@ void ColumnHeader::fit(int width, bool hasStatus)
                 give(section, -std::clamp(Theme::em(wanted) - names, 0, std::max(0, spare)));
         }
     };
-    yieldTo(range(Column::name).usual, std::not_fn(isChosen));
-    yieldTo(range(Column::name).least, [](int) { return true; });
-    for (const int section : {Column::status, Column::video})
+    yieldTo(range(Columns::name).usual, std::not_fn(isChosen));
+    yieldTo(range(Columns::name).least, [](int) { return true; });
+    for (const int section : yielding)
         if (!isChosen(section))
             give(section, std::clamp((names - Theme::em(ampleNames)) / 2, 0,
                                      Theme::em(range(section).most - range(section).usual)));
-    fitted[Column::name] = std::max(names, Theme::em(range(Column::name).least));
+    fitted[Columns::name] = std::max(names, Theme::em(range(Columns::name).least));
     const QScopedValueRollback fitting(m_isFitting, true);
-    for (int section = 0; section < LibraryModel::columns; ++section) {
+    for (int section = 0; section < Columns::count; ++section) {
         const int own = fitted[static_cast<std::size_t>(section)];
         resizeSection(section, own);
         m_rows.setBriefHeading(section, !hasRoomForTitle(section, own));

@@ -41,9 +41,9 @@ private:
     bool hasRoomForTitle(int section, int width) const;
 
     LibraryModel &m_rows;
-    std::array<int, LibraryModel::columns> m_chosen{}; // widths, by the user; 0 where none was
+    std::array<int, Columns::count> m_chosen{}; // widths, by the user; 0 where none was
     bool m_isFitting = false;
-    int m_current = LibraryModel::name; // has the keyboard's focus while the header has it
+    int m_current = Columns::name; // has the keyboard's focus while the header has it
 };
 
 } // namespace kestrel

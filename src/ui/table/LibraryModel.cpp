@@ -15,11 +15,6 @@ namespace {
 
 constexpr auto interval = 50ms; // between two reports of changes
 
-constexpr std::array<const char *, LibraryModel::columns> titles{
-    "", "Datei", "Dauer", "Video", "Größe (Vorher)", "Größe (Nachher)", "Status"};
-constexpr std::array<const char *, LibraryModel::columns> briefTitles{"",       "Datei",   "Dauer", "Video",
-                                                                      "Vorher", "Nachher", "Status"};
-
 QString spoken(Qt::CheckState state)
 {
     return state == Qt::Checked            ? QStringLiteral("angehakt")
@@ -130,7 +125,7 @@ int LibraryModel::rowCount(const QModelIndex &parent) const
 
 int LibraryModel::columnCount(const QModelIndex &) const
 {
-    return columns;
+    return Columns::count;
 }
 
 const TableNode *LibraryModel::rowNamed(const QString &beginning, const TableNode *current, bool isNext) const
@@ -173,36 +168,14 @@ std::optional<QString> LibraryModel::completion(const TableNode &node) const
 
 RowText::Cell LibraryModel::cell(const QModelIndex &index) const
 {
-    const TableNode &row = node(index);
-    const FileItem *item = row.item;
-    switch (index.column()) {
-    case name:
-        return {.text = shown(item != nullptr ? item->name() : row.name),
-                .detail = item != nullptr ? QString() : counted(folder(row).files),
-                .help = shown(item != nullptr ? item->folder() / item->name() : row.id)};
-    case duration: {
-        const double seconds = item != nullptr ? item->durationValue() : row.durationValue;
-        return {.text = seconds > 0 ? qt(Fmt::clock(seconds)) : QStringLiteral("–")};
-    }
-    case video:
-        return item != nullptr ? RowText::video(*item, m_model.settings()) : RowText::video(sources(row));
-    case sizeBefore:
-        return item != nullptr ? RowText::size(*item) : RowText::size(row);
-    case sizeAfter:
-        return item != nullptr ? RowText::estimate(*item) : RowText::estimate(row, folder(row));
-    case status:
-        return item != nullptr ? RowText::status(*item)
-                               : RowText::status(folder(row), folder(row).progress.isActive ? completion(row)
-                                                                                            : std::nullopt);
-    default:
-        return {};
-    }
+    return Columns::at(index.column()).cell(*this, node(index));
 }
 
 std::vector<RowText::Chip> LibraryModel::chips(const QModelIndex &index) const
 {
     const FileItem *item = node(index).item;
-    return item != nullptr ? RowText::chips(*item) : std::vector<RowText::Chip>();
+    return item != nullptr && Columns::at(index.column()).hasChips ? RowText::chips(*item)
+                                                                   : std::vector<RowText::Chip>();
 }
 
 QVariant LibraryModel::checkState(const TableNode &row) const
@@ -223,25 +196,24 @@ QVariant LibraryModel::data(const QModelIndex &index, int role) const
     const TableNode &row = node(index);
     switch (role) {
     case Qt::DisplayRole:
-        return index.column() == include ? QString() : cell(index).text;
+        return cell(index).text;
     case Qt::ToolTipRole: {
         const QString help = plainTip(cell(index).help);
         return help.isEmpty() ? QVariant() : QVariant(help);
     }
     case Qt::CheckStateRole:
-        if (index.column() != include)
+        if (index.column() != Columns::include)
             return {};
         return checkState(row);
     case Qt::AccessibleTextRole: {
-        if (index.column() == include) {
+        if (index.column() == Columns::include) {
             const QVariant state = checkState(row);
             return state.isValid() ? spoken(static_cast<Qt::CheckState>(state.toInt())) : QString();
         }
         const RowText::Cell all = cell(index);
         QStringList parts{all.text, all.detail};
         for (const auto &chip : chips(index))
-            if (index.column() == video)
-                parts += chip.help;
+            parts += chip.help;
         if (all.bar && !all.saysBar)
             parts += qt(Fmt::percent(*all.bar));
         parts.removeAll(QString());
@@ -262,17 +234,17 @@ void LibraryModel::setBriefHeading(int section, bool isBrief)
 
 QVariant LibraryModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || section < 0 || section >= columns)
+    if (orientation != Qt::Horizontal || section < 0 || section >= Columns::count)
         return {};
-    const auto place = static_cast<std::size_t>(section);
+    const Columns::Column &column = Columns::at(section);
+    const bool isBrief = m_hasBriefHeading[static_cast<std::size_t>(section)];
     if (role == Qt::DisplayRole)
-        return QString::fromUtf8(m_hasBriefHeading[place] ? briefTitles[place] : titles[place]);
-    if (role == Qt::ToolTipRole && m_hasBriefHeading[place])
-        return QString::fromUtf8(titles[place]);
+        return isBrief ? QString::fromUtf8(column.briefTitle) : Columns::title(column);
+    if (role == Qt::ToolTipRole && isBrief)
+        return Columns::title(column);
     if (role == Qt::AccessibleTextRole)
-        return section == include ? QStringLiteral("Konvertieren") : QString::fromUtf8(titles[place]);
-    if (role == Qt::TextAlignmentRole &&
-        (section == duration || section == sizeBefore || section == sizeAfter))
+        return Columns::spokenTitle(column);
+    if (role == Qt::TextAlignmentRole && column.isNumeric)
         return static_cast<int>(Qt::AlignRight | Qt::AlignVCenter);
     return {};
 }
@@ -282,7 +254,7 @@ Qt::ItemFlags LibraryModel::flags(const QModelIndex &index) const
     if (!index.isValid())
         return {};
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
-    if (index.column() == include && checkState(node(index)).isValid())
+    if (index.column() == Columns::include && checkState(node(index)).isValid())
         flags |= Qt::ItemIsUserCheckable;
     if (!node(index).isFolder())
         flags |= Qt::ItemNeverHasChildren;
@@ -304,7 +276,7 @@ void LibraryModel::itemChanged(const FileItem &item)
 void LibraryModel::tell()
 {
     for (const TableNode *row : m_changed)
-        emit dataChanged(indexOf(*row, 0), indexOf(*row, columns - 1));
+        emit dataChanged(indexOf(*row, 0), indexOf(*row, Columns::count - 1));
     m_changed.clear();
 }
 
@@ -312,7 +284,8 @@ void LibraryModel::told(const TableNode &parent)
 {
     if (parent.children.empty())
         return;
-    emit dataChanged(indexOf(*parent.children.front(), 0), indexOf(*parent.children.back(), columns - 1));
+    emit dataChanged(indexOf(*parent.children.front(), 0),
+                     indexOf(*parent.children.back(), Columns::count - 1));
     for (const auto &child : parent.children)
         if (child->isFolder())
             told(*child);

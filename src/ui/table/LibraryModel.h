@@ -9,7 +9,7 @@
 #include <unordered_set>
 
 #include "model/AppModel.h"
-#include "ui/table/RowText.h"
+#include "ui/table/Columns.h"
 
 namespace kestrel {
 
@@ -19,13 +19,11 @@ class LibraryModel : public QAbstractItemModel {
     Q_OBJECT
 
 public:
-    enum Column { include, name, duration, video, sizeBefore, sizeAfter, status, columns };
-
     explicit LibraryModel(AppModel &model, QObject *parent = nullptr);
 
     const TableNode &node(const QModelIndex &index) const;
     // Invalid for a row that does not exist.
-    QModelIndex indexOf(const TableNode &node, int column = name) const;
+    QModelIndex indexOf(const TableNode &node, int column = Columns::name) const;
     QModelIndex indexOf(const std::filesystem::path &id) const;
 
     // For a column with little room.
@@ -37,6 +35,9 @@ public:
     const RowText::Folder &folder(const TableNode &node) const;
     // Of a folder's row; remembered until there is something new to know of one of its files.
     const RowText::Sources &sources(const TableNode &node) const;
+    // The time at which the run will have done a folder; absent while none runs. Remembered for a second.
+    std::optional<QString> completion(const TableNode &folder) const;
+    const ConversionSettings &settings() const { return m_model.settings(); }
     // Between the old rows and the new ones nobody may ask for any.
     bool isFilling() const { return m_isFilling; }
     // The next row that can be seen and whose name begins so, or the first one again; also the current one
@@ -64,7 +65,6 @@ private:
     void told(const TableNode &parent);
     void tell();
     void followSort();
-    std::optional<QString> completion(const TableNode &folder) const;
     // Invalid where there is nothing to choose.
     QVariant checkState(const TableNode &row) const;
 
@@ -74,7 +74,7 @@ private:
     mutable std::unordered_map<const TableNode *, RowText::Sources> m_sources;
     std::unordered_set<const TableNode *> m_changed;
     QTimer m_teller;
-    std::array<bool, columns> m_hasBriefHeading{};
+    std::array<bool, Columns::count> m_hasBriefHeading{};
 };
 
 } // namespace kestrel

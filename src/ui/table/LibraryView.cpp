@@ -18,36 +18,6 @@
 
 namespace kestrel {
 
-namespace {
-
-using Column = LibraryModel::Column;
-
-std::optional<RowComparator::Column> comparatorOf(int section)
-{
-    switch (section) {
-    case Column::name:
-        return RowComparator::Column::name;
-    case Column::duration:
-        return RowComparator::Column::duration;
-    case Column::sizeBefore:
-        return RowComparator::Column::size;
-    case Column::sizeAfter:
-        return RowComparator::Column::estimate;
-    default:
-        return std::nullopt;
-    }
-}
-
-int sectionOf(RowComparator::Column column)
-{
-    for (int section = 0; section < LibraryModel::columns; ++section)
-        if (comparatorOf(section) == column)
-            return section;
-    return Column::name;
-}
-
-} // namespace
-
 LibraryView::LibraryView(AppModel &model, QWidget *parent)
     : QTreeView(parent), m_model(model), m_rows(model), m_header(new ColumnHeader(m_rows, this)),
       m_search(
@@ -61,7 +31,7 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent)
     setAccessibleName(QStringLiteral("Videodateien"));
     setFrameShape(QFrame::NoFrame);
     setUniformRowHeights(true);
-    setTreePosition(Column::name);
+    setTreePosition(Columns::name);
     setIndentation(Theme::em(1.1));
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -74,8 +44,9 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent)
     setHeader(m_header); // sets both of these back
     m_header->setSectionsClickable(true);
     m_header->setSortIndicatorShown(true);
-    m_header->setSectionResizeMode(Column::include, QHeaderView::Fixed);
-    m_header->setSectionResizeMode(Column::name, QHeaderView::Fixed); // takes what the others leave
+    for (const Columns::Column &column : Columns::all)
+        if (column.yields == 0)
+            m_header->setSectionResizeMode(column.id, QHeaderView::Fixed);
     fitColumns();
     connect(m_header, &ColumnHeader::widthsChosen, this, &LibraryView::fitColumns);
     connect(&m_rows, &LibraryModel::statusCame, this, &LibraryView::fitColumns);
@@ -113,7 +84,7 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent)
             tell(QStringLiteral("zugeklappt"));
     });
     connect(this, &QTreeView::doubleClicked, this, [this](const QModelIndex &index) {
-        if (index.column() == Column::include)
+        if (index.column() == Columns::include)
             return;
         if (m_rows.node(index).isFolder())
             setExpanded(index.siblingAtColumn(0), !isExpanded(index.siblingAtColumn(0)));
@@ -151,7 +122,7 @@ void LibraryView::fitColumns()
 
 void LibraryView::sortBy(int section)
 {
-    const auto column = comparatorOf(section);
+    const auto column = Columns::at(section).sortedBy;
     if (!column)
         return showSortOrder();
     const SortOrder &order = m_model.library().sortOrder();
@@ -166,7 +137,7 @@ void LibraryView::showSortOrder()
 {
     const SortOrder &order = m_model.library().sortOrder();
     if (!order.empty())
-        header()->setSortIndicator(sectionOf(order.front().column),
+        header()->setSortIndicator(Columns::sorting(order.front().column).id,
                                    order.front().isAscending ? Qt::AscendingOrder : Qt::DescendingOrder);
 }
 
@@ -214,7 +185,7 @@ QItemSelectionModel::SelectionFlags LibraryView::selectionCommand(const QModelIn
 {
     const bool isButton = event != nullptr && (event->type() == QEvent::MouseButtonPress ||
                                                event->type() == QEvent::MouseButtonRelease);
-    if (isButton && index.column() == Column::include && selectionModel()->isSelected(index) &&
+    if (isButton && index.column() == Columns::include && selectionModel()->isSelected(index) &&
         static_cast<const QMouseEvent *>(event)->modifiers() == Qt::NoModifier)
         return QItemSelectionModel::NoUpdate;
     return QTreeView::selectionCommand(index, event);
@@ -228,7 +199,7 @@ void LibraryView::showSelection()
     QModelIndex first;
     for (const auto &id : m_model.library().selection())
         if (const QModelIndex index = m_rows.indexOf(id); index.isValid()) {
-            selection.select(index.siblingAtColumn(0), index.siblingAtColumn(LibraryModel::columns - 1));
+            selection.select(index.siblingAtColumn(0), index.siblingAtColumn(Columns::count - 1));
             first = first.isValid() ? first : index;
         }
     Library::Ids around;
@@ -259,12 +230,12 @@ void LibraryView::toggleIncluded(const QModelIndex &index)
 {
     const auto &id = m_rows.node(index).id;
     const Library::Ids &selection = m_model.library().selection();
-    const QVariant state = index.siblingAtColumn(Column::include).data(Qt::CheckStateRole);
+    const QVariant state = index.siblingAtColumn(Columns::include).data(Qt::CheckStateRole);
     if (!state.isValid())
         return; // there is nothing to choose
     const bool isIncluded = state.toInt() == Qt::Checked;
     m_model.library().setIncluded(selection.contains(id) ? selection : Library::Ids{id}, !isIncluded);
-    tell(index.siblingAtColumn(Column::include).data(Qt::AccessibleTextRole).toString());
+    tell(index.siblingAtColumn(Columns::include).data(Qt::AccessibleTextRole).toString());
 }
 
 // Of what somebody does; all folders open by themselves when there is a library.
@@ -283,8 +254,7 @@ void LibraryView::focusInEvent(QFocusEvent *event)
     const int row =
         (visualRect(currentIndex()).y() + verticalOffset()) / std::max(1, rowHeight(currentIndex()));
     QAccessibleEvent focus(this, QAccessible::Focus);
-    focus.setChild((row + 1) * LibraryModel::columns +
-                   currentIndex().column()); // the heads are the first row
+    focus.setChild((row + 1) * Columns::count + currentIndex().column()); // the heads are the first row
     QAccessible::updateAccessibility(&focus);
 }
 

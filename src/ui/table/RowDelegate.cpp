@@ -16,17 +16,12 @@ namespace kestrel {
 
 namespace {
 
+using Columns::at;
 using Theme::Tone;
-using Column = LibraryModel::Column;
 
 int margin()
 {
     return Theme::em(0.45);
-}
-
-bool isRightAligned(int column)
-{
-    return column == Column::duration || column == Column::sizeBefore || column == Column::sizeAfter;
 }
 
 void drawLine(QPainter &painter, const QRect &place, const QString &text, const QFont &font,
@@ -34,12 +29,11 @@ void drawLine(QPainter &painter, const QRect &place, const QString &text, const 
 {
     painter.setFont(font);
     painter.setPen(color);
-    const Qt::TextElideMode mode = column == Column::name ? Qt::ElideMiddle : Qt::ElideRight;
     painter.drawText(
         place,
-        static_cast<int>((isRightAligned(column) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter) |
+        static_cast<int>((at(column).isNumeric ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter) |
             Qt::TextSingleLine,
-        QFontMetrics(font).elidedText(text, mode, place.width()));
+        QFontMetrics(font).elidedText(text, at(column).elide, place.width()));
 }
 
 // The brief form of what is too wide, or two lines of a single one.
@@ -178,16 +172,16 @@ void drawName(QPainter &painter, const QRect &cell, const RowText::Cell &name, c
     const auto [first, second] = RowDelegate::nameLines(name.text, metrics, cell.width(), tail);
     if (second.isEmpty()) {
         const auto [top, bottom] = lines(cell.adjusted(-margin(), 0, margin(), 0), !name.detail.isEmpty());
-        drawLine(painter, top, first, font, color, Column::name);
-        return drawLine(painter, bottom, name.detail, small, muted, Column::name);
+        drawLine(painter, top, first, font, color, Columns::name);
+        return drawLine(painter, bottom, name.detail, small, muted, Columns::name);
     }
     const int height = metrics.height();
     const QRect top(cell.left(), cell.top() + (cell.height() - 2 * height) / 2, cell.width(), height);
-    drawLine(painter, top, first, font, color, Column::name);
+    drawLine(painter, top, first, font, color, Columns::name);
     const QRect bottom = top.translated(0, height);
-    drawLine(painter, bottom, second, font, color, Column::name);
+    drawLine(painter, bottom, second, font, color, Columns::name);
     drawLine(painter, bottom.adjusted(metrics.horizontalAdvance(second) + gap, 0, 0, 0), name.detail, small,
-             muted, Column::name);
+             muted, Columns::name);
 }
 
 QRect checkPlace(const QRect &cell)
@@ -240,7 +234,7 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
         painter->fillRect(option.rect, colors.hover);
     const bool isLeftOut = row.item != nullptr && !row.item->included && !row.item->isFinished();
 
-    if (index.column() == Column::include) {
+    if (index.column() == Columns::include) {
         if (const QVariant state = index.data(Qt::CheckStateRole); state.isValid())
             Draw::check(*painter, checkPlace(option.rect), static_cast<Qt::CheckState>(state.toInt()), true,
                         option.palette);
@@ -250,36 +244,36 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
     const RowText::Cell cell = fitted(m_model.cell(index), option.rect.width() - 2 * margin(),
                                       QFontMetrics(body), QFontMetrics(caption));
     QFont first = body;
-    if (row.isFolder() && index.column() == Column::name)
+    if (row.isFolder() && index.column() == Columns::name)
         first.setWeight(QFont::DemiBold);
-    const auto chips = index.column() == Column::video ? m_model.chips(index) : std::vector<RowText::Chip>();
+    const auto chips = m_model.chips(index);
     const bool hasSecond = !cell.detail.isEmpty() || !chips.empty() || cell.bar;
     auto [top, bottom] = lines(option.rect, hasSecond);
 
     QString icon = cell.icon;
     Tone iconTone = cell.tone;
-    if (index.column() == Column::name) {
+    if (index.column() == Columns::name) {
         icon = row.isFolder() ? QStringLiteral("folder") : QStringLiteral("film");
         iconTone = row.isFolder() ? Tone::accent : Tone::muted;
     }
     const QColor firstColor = isLeftOut ? colors.muted : Theme::color(cell.tone, option.palette);
     if (!icon.isEmpty()) {
-        const int side = Theme::em(index.column() == Column::name ? 1.2 : 0.95);
-        const int gap = Theme::em(index.column() == Column::name ? 0.5 : 0.3);
-        const QRect around = index.column() == Column::name ? option.rect : top;
+        const int side = Theme::em(index.column() == Columns::name ? 1.2 : 0.95);
+        const int gap = Theme::em(index.column() == Columns::name ? 0.5 : 0.3);
+        const QRect around = index.column() == Columns::name ? option.rect : top;
         int x = top.left();
-        if (isRightAligned(index.column()))
+        if (at(index.column()).isNumeric)
             x = std::max(top.left(),
                          top.right() - QFontMetrics(first).horizontalAdvance(cell.text) - gap - side);
         painter->drawPixmap(QPoint(x, around.center().y() - side / 2 + 1),
                             Icon::pixmap(icon, isLeftOut ? Tone::muted : iconTone, side,
                                          painter->device()->devicePixelRatioF(), option.palette));
-        if (!isRightAligned(index.column())) {
+        if (!at(index.column()).isNumeric) {
             top.setLeft(top.left() + side + gap);
             bottom.setLeft(cell.bar ? top.left() : bottom.left());
         }
     }
-    if (index.column() == Column::name) {
+    if (index.column() == Columns::name) {
         const QRect place(top.left(), option.rect.top(), top.width(), option.rect.height());
         return drawName(*painter, place, cell, first, caption, firstColor, colors.muted);
     }
@@ -305,7 +299,7 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
 bool RowDelegate::editorEvent(QEvent *event, QAbstractItemModel *, const QStyleOptionViewItem &option,
                               const QModelIndex &index)
 {
-    if (index.column() != Column::include || event->type() != QEvent::MouseButtonRelease)
+    if (index.column() != Columns::include || event->type() != QEvent::MouseButtonRelease)
         return false;
     const auto *mouse = static_cast<QMouseEvent *>(event);
     if (mouse->button() != Qt::LeftButton || !option.rect.contains(mouse->position().toPoint()))
@@ -317,7 +311,7 @@ bool RowDelegate::editorEvent(QEvent *event, QAbstractItemModel *, const QStyleO
 bool RowDelegate::helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
                             const QModelIndex &index)
 {
-    if (event->type() == QEvent::ToolTip && index.column() == Column::video) {
+    if (event->type() == QEvent::ToolTip) {
         const auto chips = m_model.chips(index);
         const auto [top, bottom] = lines(option.rect, !chips.empty());
         for (const ChipPlace &chip : layOut(chips, bottom, Theme::font(Theme::Size::caption)))

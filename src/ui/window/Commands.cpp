@@ -5,6 +5,7 @@
 #include "format/Fmt.h"
 #include "ui/look/Icon.h"
 #include "ui/look/Strings.h"
+#include "ui/table/Columns.h"
 
 namespace kestrel {
 
@@ -80,9 +81,6 @@ Commands::Commands(AppModel &model, QObject *parent)
       checkAll(make(this, "A&lle anhaken", "", "")), uncheckAll(make(this, "Alle Haken &entfernen", "", "")),
       expandAll(make(this, "Alle &Ordner aufklappen", "chevron-down", "")),
       collapseAll(make(this, "Alle Ordner &zuklappen", "chevron-right", "")),
-      sortByName(make(this, "&Datei", "", "")), sortByDuration(make(this, "D&auer", "", "")),
-      sortBySize(make(this, "Größe (&Vorher)", "", "")),
-      sortByEstimate(make(this, "Größe (&Nachher)", "", "")),
       sortDescending(make(this, "A&bsteigend", "", "")), m_model(model),
       m_measureMenu(std::make_unique<QMenu>())
 {
@@ -149,17 +147,17 @@ void Commands::connectActions()
     };
     on(checkAll, [includeAll] { includeAll(true); });
     on(uncheckAll, [includeAll] { includeAll(false); });
-    const auto sort = [this](QAction *action, RowComparator::Column column) {
-        action->setCheckable(true);
-        connect(action, &QAction::triggered, this, [this, column] {
-            m_model.library().setSortOrder(sortedFirst(m_model.library().sortOrder(), usual(column)));
-            showSortOrder();
-        });
-    };
-    sort(sortByName, RowComparator::Column::name);
-    sort(sortByDuration, RowComparator::Column::duration);
-    sort(sortBySize, RowComparator::Column::size);
-    sort(sortByEstimate, RowComparator::Column::estimate);
+    for (const Columns::Column &column : Columns::all)
+        if (const auto by = column.sortedBy) {
+            QAction *action = make(this, QString::fromUtf8(column.title), "", "");
+            action->setCheckable(true);
+            action->setData(static_cast<int>(*by));
+            on(action, [this, by] {
+                m_model.library().setSortOrder(sortedFirst(m_model.library().sortOrder(), usual(*by)));
+                showSortOrder();
+            });
+            m_sortActions.append(action);
+        }
     sortDescending->setCheckable(true);
     on(sortDescending, [this](bool isDescending) {
         SortOrder order = m_model.library().sortOrder();
@@ -188,11 +186,8 @@ void Commands::showSortOrder()
 {
     const SortOrder &order = m_model.library().sortOrder();
     const RowComparator first = order.empty() ? byName.front() : order.front();
-    using Column = RowComparator::Column;
-    sortByName->setChecked(first.column == Column::name);
-    sortByDuration->setChecked(first.column == Column::duration);
-    sortBySize->setChecked(first.column == Column::size);
-    sortByEstimate->setChecked(first.column == Column::estimate);
+    for (QAction *action : m_sortActions)
+        action->setChecked(action->data().toInt() == static_cast<int>(first.column));
     sortDescending->setChecked(!first.isAscending);
 }
 

@@ -43,9 +43,10 @@ public:
     // About all rows.
     QAction *const checkAll, *const uncheckAll;
     QAction *const expandAll, *const collapseAll;
-    QAction *const sortByName, *const sortByDuration, *const sortBySize, *const sortByEstimate;
     QAction *const sortDescending;
 
+    // One for each column that sorts, in their order.
+    const QList<QAction *> &sortActions() const { return m_sortActions; }
     QMenu *measureMenu() const { return m_measureMenu.get(); }
     // Of the one selected row; absent when none or several are.
     std::optional<std::filesystem::path> selectedPath() const;
@@ -66,6 +67,7 @@ private:
 
     AppModel &m_model;
     std::unique_ptr<QMenu> m_measureMenu;
+    QList<QAction *> m_sortActions;
 };
 
 } // namespace kestrel

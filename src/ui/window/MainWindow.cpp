@@ -103,7 +103,7 @@ void MainWindow::makeMenus()
     view->addAction(can.showPanel);
     view->addSeparator();
     QMenu *sort = view->addMenu(QStringLiteral("S&ortieren nach"));
-    sort->addActions({can.sortByName, can.sortByDuration, can.sortBySize, can.sortByEstimate});
+    sort->addActions(can.sortActions());
     sort->addSeparator();
     sort->addAction(can.sortDescending);
     QMenu *help = menuBar()->addMenu(QStringLiteral("&Hilfe"));
