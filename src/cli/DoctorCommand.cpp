@@ -17,8 +17,10 @@
 #include "model/ToolReport.h"
 #include "model/UserDefaults.h"
 #include "platform/Files.h"
+#include "platform/InstanceLock.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
+#include "platform/Trash.h"
 #include "platform/Volume.h"
 
 namespace kestrel {
@@ -51,7 +53,7 @@ void tellTools(const Tools &tools, const std::stop_token &stop)
     row("ffprobe", tools.ffprobe.native(), probeVersion.substr(0, probeVersion.find('\n')));
     for (const auto &capability : ToolReport::capabilities(tools))
         tell(capability);
-    row("Qualität messen", std::string(title(tools.measuring())),
+    row(std::string(measuringTitle), std::string(title(tools.measuring())),
         std::string(ToolReport::explanation(tools.measuring())));
 }
 
@@ -86,7 +88,7 @@ void tellPendingSwaps()
     const auto swaps = pendingSwaps(hiddenOriginalsElsewhere());
     if (swaps.empty())
         return;
-    Terminal::print("\n{}\n", Terminal::bold("Unterbrochene Tauschvorgänge"));
+    Terminal::print("\n{}\n", Terminal::bold(std::string(pendingSwapsTitle)));
     Terminal::print("  Kestrel repariert sie beim nächsten Start, sobald es kann. Von Hand geht es, solange "
                     "Kestrel nicht läuft:\n");
     for (const auto &swap : swaps)
@@ -111,20 +113,21 @@ int runDoctor(const Interrupt &interrupt)
     row("gesucht in", folders);
 
     Terminal::print("\n{}\n", Terminal::bold("Ordner und Dateien"));
-    place("Protokoll", Paths::home() / "Library/Logs/Kestrel/Kestrel.log");
+    place("Protokoll", Log::file());
     place("Einstellungen", UserDefaults::standard().file());
     place("Analysen", ProbeStore::usualFile());
     place("Werkzeuge", ToolAnswers::usualFile());
     place("Probeclips", ProbeClip::folder());
+    constexpr const char *swaps = "Tauschvorgänge";
     if (const auto problem = SwapJournal::problem())
-        row("Tauschvorgänge", Terminal::shown(SwapJournal::file().native()),
+        row(swaps, Terminal::shown(SwapJournal::file().native()),
             Terminal::red("nicht lesbar: " + *problem) + "; solange wird auf Netzlaufwerken nichts ersetzt");
     else
-        place("Tauschvorgänge", SwapJournal::file());
-    place("Arbeitsordner", Paths::caches() / "Kestrel/Arbeit");
-    place("Sperrdatei", Paths::applicationSupport() / "Kestrel/instanz.lock");
+        place(swaps, SwapJournal::file());
+    place("Arbeitsordner", Paths::workFolder());
+    place("Sperrdatei", InstanceLock::file());
     place("Temporäres", Paths::temporary());
-    place("Papierkorb", Paths::applicationSupport() / "Trash");
+    place("Papierkorb", Trash::homeFolder());
     row("neben den Videos", WorkNames::hiddenPatterns(),
         "versteckte Arbeitsdateien, nur während eines Laufs");
     row("neben dem Ordner", fmt::format("„{}“", WorkNames::outputFolder("ORDNER").native()),

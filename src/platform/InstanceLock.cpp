@@ -14,12 +14,16 @@
 
 namespace kestrel {
 
+std::filesystem::path InstanceLock::file()
+{
+    return Paths::applicationSupport() / "Kestrel/instanz.lock";
+}
+
 InstanceLock::InstanceLock(const std::stop_token &stop)
 {
-    const std::filesystem::path folder = Paths::applicationSupport() / "Kestrel";
     std::error_code ignored;
-    std::filesystem::create_directories(folder, ignored);
-    m_file = FileDescriptor(::open((folder / "instanz.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    std::filesystem::create_directories(file().parent_path(), ignored);
+    m_file = FileDescriptor(::open(file().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (becomeAlone())
         return;
     // The system's own wait for a lock cannot be given up.

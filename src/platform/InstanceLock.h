@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <filesystem>
 #include <stop_token>
 
 #include "platform/FileDescriptor.h"
@@ -12,6 +13,9 @@ namespace kestrel {
 // object lives, every later instance learns that it is not alone.
 class InstanceLock {
 public:
+    // The lock file; the folder may not exist yet.
+    static std::filesystem::path file();
+
     // What may only be done while nobody else works (emptying the work folder, repairing swaps) is done
     // between the construction and share(): until then a later instance waits in its constructor, which
     // throws Cancelled when it is to wait no longer.

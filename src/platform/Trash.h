@@ -13,6 +13,9 @@ namespace kestrel::Trash {
 // std::filesystem::filesystem_error when neither can take it; the file is then where it was.
 std::filesystem::path put(const std::filesystem::path &file);
 
+// The user's own trash; may not exist yet.
+std::filesystem::path homeFolder();
+
 // What keeps put() from taking a file.
 struct Obstacle {
     enum class Kind {

@@ -8,6 +8,7 @@
 
 #include "encoding/ConversionJob.h"
 #include "format/Fmt.h"
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/look/VerticalScroll.h"
 #include "ui/settings/CodecCard.h"
@@ -159,7 +160,7 @@ QWidget *SettingsPanel::runNote()
     auto *note = new Note("info", Theme::Tone::muted, Theme::Tone::muted);
     const auto follow = [this, note] {
         const bool isRunning = m_model.activity().kind == Activity::Kind::converting;
-        note->setText(isRunning ? "Änderungen gelten ab dem nächsten Lauf." : "");
+        note->setText(isRunning ? Phrases::fromNextRun : QString());
     };
     connect(&m_model, &AppModel::activityChanged, note, follow);
     m_follow.emplace_back(follow);

@@ -11,6 +11,7 @@
 
 #include "ui/look/Accessibility.h"
 #include "ui/look/Icon.h"
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/table/NameSearch.h"
 #include "ui/table/RowDelegate.h"
@@ -404,7 +405,7 @@ void LibraryView::paintEvent(QPaintEvent *event)
                      m_model.activity().kind == Activity::Kind::scanning
                          ? QStringLiteral("Suche Videodateien …")
                      : m_model.tools() ? QStringLiteral("Die Liste ist leer.")
-                                       : QStringLiteral("ffmpeg wird gesucht …"));
+                                       : Phrases::lookingForTools);
 }
 
 } // namespace kestrel

@@ -13,6 +13,7 @@
 #include "media/Log.h"
 #include "platform/FileManager.h"
 #include "ui/look/Icon.h"
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/window/FolderDialog.h"
 
@@ -250,10 +251,10 @@ void MainWindow::checkLastFolder()
 void MainWindow::open(const std::filesystem::path &folder)
 {
     if (m_model.toolError())
-        return tell(QStringLiteral("ffmpeg fehlt"), qt(Text::repaired(*m_model.toolError())));
+        return tell(Phrases::toolsMissing, qt(Text::repaired(*m_model.toolError())));
     if (m_model.isBusy())
         return tell(
-            QStringLiteral("Kestrel arbeitet noch"),
+            Phrases::stillWorking,
             QStringLiteral(
                 "Ein anderer Ordner kann geöffnet werden, sobald die Arbeit beendet oder gestoppt ist."));
     m_model.open(folder);
@@ -329,7 +330,7 @@ void MainWindow::showAbout()
 {
     auto *box = new QMessageBox(this);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowTitle(QStringLiteral("Über Kestrel"));
+    box->setWindowTitle(Phrases::plain(Phrases::about));
     box->setIconPixmap(windowIcon().pixmap(Theme::em(4)));
     box->setText(QStringLiteral("Kestrel %1").arg(QCoreApplication::applicationVersion()));
     makeHeadline(*box);

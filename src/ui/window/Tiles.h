@@ -29,7 +29,7 @@ private:
         IconLabel *icon;
         ElidedLabel *value, *detail, *caption;
     };
-    Tile add(const char *icon, const char *caption);
+    Tile add(const char *icon, const QString &caption);
     bool isLine() const;
     void arrange();
     void arrange(const Tile &tile, bool isLine, bool hasCaption);
