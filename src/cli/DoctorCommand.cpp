@@ -36,7 +36,7 @@ void row(const std::string &name, const std::string &value, const std::string &r
                     remark.empty() ? "" : "  – " + remark);
 }
 
-void tell(const ToolReport::Capability &capability)
+void print(const ToolReport::Capability &capability)
 {
     row(std::string(capability.name),
         capability.isThere      ? Terminal::green("ja")
@@ -46,20 +46,20 @@ void tell(const ToolReport::Capability &capability)
                               : std::string(capability.use));
 }
 
-void tellTools(const Tools &tools, const std::stop_token &stop)
+void printTools(const Tools &tools, const std::stop_token &stop)
 {
-    const std::string probeVersion = tools.probeVersion(stop, Asking::anew);
+    const std::string probeVersion = tools.probeVersion(stop, Asking::again);
     row("ffmpeg", tools.ffmpeg.native(), tools.version);
     row("ffprobe", tools.ffprobe.native(), probeVersion.substr(0, probeVersion.find('\n')));
     for (const auto &capability : ToolReport::capabilities(tools))
-        tell(capability);
+        print(capability);
     row(std::string(measuringTitle), std::string(title(tools.measuring())),
         std::string(ToolReport::explanation(tools.measuring())));
 }
 
 Tools locateTools(const std::stop_token &stop)
 {
-    Tools tools = Tools::locate(stop, Asking::anew);
+    Tools tools = Tools::locate(stop, Asking::again);
     tools.mayMeasure = UserDefaults::standard().measuresQuality().value_or(true);
     return tools;
 }
@@ -83,7 +83,7 @@ void place(const char *name, const fs::path &path)
     row(name, Terminal::shown(path.native()), state(path));
 }
 
-void tellPendingSwaps()
+void printPendingSwaps()
 {
     const auto swaps = pendingSwaps(hiddenOriginalsElsewhere());
     if (swaps.empty())
@@ -102,7 +102,7 @@ int runDoctor(const Interrupt &interrupt)
     int status = ExitStatus::done;
     Terminal::print("{}\n", Terminal::bold("Werkzeuge"));
     try {
-        tellTools(locateTools(interrupt.token()), interrupt.token());
+        printTools(locateTools(interrupt.token()), interrupt.token());
     } catch (const ToolError &error) {
         Terminal::print("  {}\n", Terminal::red(error.what()));
         status = ExitStatus::unusable;
@@ -132,7 +132,7 @@ int runDoctor(const Interrupt &interrupt)
         "versteckte Arbeitsdateien, nur während eines Laufs");
     row("neben dem Ordner", fmt::format("„{}“", WorkNames::outputFolder("ORDNER").native()),
         "Ausgabe bei --output separateFolder");
-    tellPendingSwaps();
+    printPendingSwaps();
     return status;
 }
 

@@ -133,7 +133,7 @@ std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_t
     } catch (const Cancelled &) {
         throw;
     } catch (const std::exception &) {
-        return std::nullopt; // not readable: it is made anew
+        return std::nullopt; // not readable: it is made again
     }
 }
 

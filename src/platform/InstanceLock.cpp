@@ -46,7 +46,7 @@ void InstanceLock::share()
     take(F_RDLCK);
 }
 
-// False when somebody else is in the way; what was held before is then still held. An open file's lock,
+// False when another process is in the way; what was held before is then still held. An open file's lock,
 // not flock(): its change from one kind to the other leaves no gap for others.
 bool InstanceLock::take(short kind)
 {

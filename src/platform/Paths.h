@@ -17,7 +17,7 @@ std::filesystem::path cacheFile(const std::string &stem, const std::string &exte
 std::filesystem::path configuration();
 // $XDG_DATA_HOME or ~/.local/share
 std::filesystem::path applicationSupport();
-// Where results for a share are made; emptied by whoever works alone.
+// The folder in which results for a share are made; the only running instance empties it.
 std::filesystem::path workFolder();
 // The system's temporary folder: $TMPDIR or /tmp
 std::filesystem::path temporary();

@@ -16,7 +16,7 @@ inline QString qt(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-// With a letter to choose it by.
+// The label, with a letter to choose it by.
 inline QString revealLabel()
 {
     return QLatin1Char('&') + qt(Wording::text(Words::revealFile));
@@ -48,7 +48,7 @@ inline QString countedOf(std::size_t done, std::size_t total)
     return QStringLiteral("%1 von ").arg(done) + counted(total);
 }
 
-// What there is of the parts, with a separator.
+// Joins the parts that are not empty with a separator.
 inline QString joined(QStringList parts)
 {
     parts.removeAll(QString());
@@ -62,7 +62,7 @@ inline QString unbroken(QString text)
         .replace(QStringLiteral("E-AC3"), QStringLiteral("E-\u2060AC3"));
 }
 
-// For tool tips, which would take some texts for markup.
+// Escapes a text for tool tips, which would take some texts for markup.
 inline QString plainTip(const QString &text)
 {
     QString markup = text.toHtmlEscaped();

@@ -41,9 +41,9 @@ void collectVisible(std::vector<const TableNode *> &rows, const TableNode &paren
 
 LibraryModel::LibraryModel(AppModel &model, QObject *parent) : QAbstractItemModel(parent), m_model(model)
 {
-    m_teller.setSingleShot(true);
-    m_teller.setInterval(interval);
-    connect(&m_teller, &QTimer::timeout, this, &LibraryModel::tell);
+    m_reportTimer.setSingleShot(true);
+    m_reportTimer.setInterval(interval);
+    connect(&m_reportTimer, &QTimer::timeout, this, &LibraryModel::reportChanges);
     const Library &library = model.library();
     connect(&library, &Library::aboutToBeFilled, this, [this] {
         beginResetModel();
@@ -165,7 +165,7 @@ std::optional<QString> LibraryModel::completion(const TableNode &node) const
 {
     if (m_model.activity().kind != Activity::Kind::converting || m_model.isPaused())
         return std::nullopt;
-    // Told in minutes; all files below are asked for it.
+    // Shown in minutes, and it takes all files below to compute.
     Completion &known = m_completions[&node];
     const auto now = std::chrono::steady_clock::now();
     if (now < known.goodUntil)
@@ -278,18 +278,18 @@ void LibraryModel::itemChanged(const FileItem &item)
         if (item.needsPlan) // its info may be new
             m_sources.erase(row);
     }
-    if (!m_teller.isActive())
-        m_teller.start();
+    if (!m_reportTimer.isActive())
+        m_reportTimer.start();
 }
 
-void LibraryModel::tell()
+void LibraryModel::reportChanges()
 {
     for (const TableNode *row : m_changed)
         emit dataChanged(indexOf(*row, 0), indexOf(*row, Columns::count - 1));
     m_changed.clear();
 }
 
-void LibraryModel::told(const TableNode &parent)
+void LibraryModel::reportBelow(const TableNode &parent)
 {
     if (parent.children.empty())
         return;
@@ -297,7 +297,7 @@ void LibraryModel::told(const TableNode &parent)
                      indexOf(*parent.children.back(), Columns::count - 1));
     for (const auto &child : parent.children)
         if (child->isFolder())
-            told(*child);
+            reportBelow(*child);
 }
 
 void LibraryModel::everythingChanged()
@@ -306,8 +306,8 @@ void LibraryModel::everythingChanged()
     m_sources.clear();
     m_completions.clear();
     m_changed.clear();
-    m_teller.stop();
-    told(m_model.library().root());
+    m_reportTimer.stop();
+    reportBelow(m_model.library().root());
 }
 
 void LibraryModel::followSort()

@@ -31,7 +31,7 @@ constexpr const char *measureHelp =
     "Kodiert je Datei einige 10-Sekunden-Abschnitte mit den echten Einstellungen und misst Größe, Tempo und "
     "Qualität. Klick: 6 Dateien, Pfeil: mehr Optionen";
 
-// Each change makes the toolbar lay itself out anew.
+// Each change causes another layout of the toolbar.
 void become(QAction *action, const QString &text, const char *icon, const char *help)
 {
     if (action->text() == text && action->statusTip() == QString::fromUtf8(help))
