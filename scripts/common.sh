@@ -13,7 +13,7 @@ as_root() {
     if [[ $(id -u) -eq 0 ]]; then "$@"; else sudo "$@"; fi
 }
 
-# Installs those of the packages that are missing; asks nobody when none is.
+# Installs those of the packages that are missing; does not ask for rights when none is.
 install_packages() {
     local missing=() package
     for package in "$@"; do

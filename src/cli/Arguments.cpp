@@ -162,10 +162,15 @@ void addScore(CLI::App &app, Arguments &arguments)
     score->add_flag("--json", arguments.json);
 }
 
+std::string folderIsMissing(std::string_view command)
+{
+    return fmt::format("Es fehlt der Ordner, zum Beispiel: kestrel {} ~/Videos", command);
+}
+
 std::string inGerman(const CLI::ParseError &error)
 {
     if (dynamic_cast<const CLI::RequiredError *>(&error) != nullptr)
-        return "Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos";
+        return folderIsMissing("plan");
     const std::string_view what = error.what();
     if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr) // "OPTION: what is missing"
         return fmt::format("{}: Dazu fehlt der Wert, oder es ist einer zu viel.",
@@ -194,7 +199,7 @@ Arguments windowArguments(const std::filesystem::path &folder)
 Arguments parseOpenFolder(std::span<const char *const> words)
 {
     if (words.size() < 2 || *words[1] == '\0')
-        throw UsageError(fmt::format("Es fehlt der Ordner, zum Beispiel: kestrel {} ~/Videos", words[0]));
+        throw UsageError(folderIsMissing(words[0]));
     if (words.size() > 2)
         throw unknownWord(words[2]);
     Arguments arguments = windowArguments(words[1]);
@@ -298,7 +303,7 @@ Arguments parseArguments(int count, const char *const *words)
         throw UsageError(clip->parsed() ? "Es fehlt die Datei, zum Beispiel: kestrel clip ~/Videos/Film.mkv"
                          : app.got_subcommand("score")
                              ? "Es fehlt ein Film, zum Beispiel: kestrel score Original.mkv Ergebnis.mkv"
-                             : "Es fehlt der Ordner, zum Beispiel: kestrel plan ~/Videos");
+                             : folderIsMissing("plan"));
     } catch (const CLI::ExtrasError &) {
         const auto left = app.remaining(true);
         const auto option = std::find_if(left.begin(), left.end(),

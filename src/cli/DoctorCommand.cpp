@@ -17,8 +17,10 @@
 #include "model/ToolReport.h"
 #include "model/UserDefaults.h"
 #include "platform/Files.h"
+#include "platform/InstanceLock.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
+#include "platform/Trash.h"
 #include "platform/Volume.h"
 
 namespace kestrel {
@@ -34,7 +36,7 @@ void row(const std::string &name, const std::string &value, const std::string &r
                     remark.empty() ? "" : "  – " + remark);
 }
 
-void tell(const ToolReport::Capability &capability)
+void print(const ToolReport::Capability &capability)
 {
     row(std::string(capability.name),
         capability.isThere      ? Terminal::green("ja")
@@ -44,20 +46,20 @@ void tell(const ToolReport::Capability &capability)
                               : std::string(capability.use));
 }
 
-void tellTools(const Tools &tools, const std::stop_token &stop)
+void printTools(const Tools &tools, const std::stop_token &stop)
 {
-    const std::string probeVersion = tools.probeVersion(stop, Asking::anew);
+    const std::string probeVersion = tools.probeVersion(stop, Asking::again);
     row("ffmpeg", tools.ffmpeg.native(), tools.version);
     row("ffprobe", tools.ffprobe.native(), probeVersion.substr(0, probeVersion.find('\n')));
     for (const auto &capability : ToolReport::capabilities(tools))
-        tell(capability);
-    row("Qualität messen", std::string(title(tools.measuring())),
+        print(capability);
+    row(std::string(measuringTitle), std::string(title(tools.measuring())),
         std::string(ToolReport::explanation(tools.measuring())));
 }
 
 Tools locateTools(const std::stop_token &stop)
 {
-    Tools tools = Tools::locate(stop, Asking::anew);
+    Tools tools = Tools::locate(stop, Asking::again);
     tools.mayMeasure = UserDefaults::standard().measuresQuality().value_or(true);
     return tools;
 }
@@ -81,12 +83,12 @@ void place(const char *name, const fs::path &path)
     row(name, Terminal::shown(path.native()), state(path));
 }
 
-void tellPendingSwaps()
+void printPendingSwaps()
 {
     const auto swaps = pendingSwaps(hiddenOriginalsElsewhere());
     if (swaps.empty())
         return;
-    Terminal::print("\n{}\n", Terminal::bold("Unterbrochene Tauschvorgänge"));
+    Terminal::print("\n{}\n", Terminal::bold(std::string(pendingSwapsTitle)));
     Terminal::print("  Kestrel repariert sie beim nächsten Start, sobald es kann. Von Hand geht es, solange "
                     "Kestrel nicht läuft:\n");
     for (const auto &swap : swaps)
@@ -100,7 +102,7 @@ int runDoctor(const Interrupt &interrupt)
     int status = ExitStatus::done;
     Terminal::print("{}\n", Terminal::bold("Werkzeuge"));
     try {
-        tellTools(locateTools(interrupt.token()), interrupt.token());
+        printTools(locateTools(interrupt.token()), interrupt.token());
     } catch (const ToolError &error) {
         Terminal::print("  {}\n", Terminal::red(error.what()));
         status = ExitStatus::unusable;
@@ -111,25 +113,26 @@ int runDoctor(const Interrupt &interrupt)
     row("gesucht in", folders);
 
     Terminal::print("\n{}\n", Terminal::bold("Ordner und Dateien"));
-    place("Protokoll", Paths::home() / "Library/Logs/Kestrel/Kestrel.log");
+    place("Protokoll", Log::file());
     place("Einstellungen", UserDefaults::standard().file());
     place("Analysen", ProbeStore::usualFile());
     place("Werkzeuge", ToolAnswers::usualFile());
     place("Probeclips", ProbeClip::folder());
+    constexpr const char *swaps = "Tauschvorgänge";
     if (const auto problem = SwapJournal::problem())
-        row("Tauschvorgänge", Terminal::shown(SwapJournal::file().native()),
+        row(swaps, Terminal::shown(SwapJournal::file().native()),
             Terminal::red("nicht lesbar: " + *problem) + "; solange wird auf Netzlaufwerken nichts ersetzt");
     else
-        place("Tauschvorgänge", SwapJournal::file());
-    place("Arbeitsordner", Paths::caches() / "Kestrel/Arbeit");
-    place("Sperrdatei", Paths::applicationSupport() / "Kestrel/instanz.lock");
+        place(swaps, SwapJournal::file());
+    place("Arbeitsordner", Paths::workFolder());
+    place("Sperrdatei", InstanceLock::file());
     place("Temporäres", Paths::temporary());
-    place("Papierkorb", Paths::applicationSupport() / "Trash");
+    place("Papierkorb", Trash::homeFolder());
     row("neben den Videos", WorkNames::hiddenPatterns(),
         "versteckte Arbeitsdateien, nur während eines Laufs");
     row("neben dem Ordner", fmt::format("„{}“", WorkNames::outputFolder("ORDNER").native()),
         "Ausgabe bei --output separateFolder");
-    tellPendingSwaps();
+    printPendingSwaps();
     return status;
 }
 

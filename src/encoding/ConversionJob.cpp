@@ -337,7 +337,7 @@ fs::path ConversionJob::temporaryURL(const fs::path &file, const ConversionSetti
 
 fs::path ConversionJob::localWorkRoot()
 {
-    const fs::path folder = Paths::caches() / "Kestrel/Arbeit";
+    const fs::path folder = Paths::workFolder();
     std::error_code ignored;
     fs::create_directories(folder, ignored);
     return folder;
@@ -345,7 +345,7 @@ fs::path ConversionJob::localWorkRoot()
 
 void ConversionJob::cleanLocalWork()
 {
-    removeQuietly(Paths::caches() / "Kestrel/Arbeit");
+    removeQuietly(Paths::workFolder());
 }
 
 void ConversionJob::requireSpace(const fs::path &folder, std::int64_t bytes)

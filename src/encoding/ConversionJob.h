@@ -68,12 +68,12 @@ public:
     static std::filesystem::path targetURL(const std::filesystem::path &file,
                                            const ConversionSettings &settings,
                                            const std::filesystem::path &root);
-    // Where the encode of this file is written when its target is a local folder.
+    // The path to which the encode of this file is written when its target is a local folder.
     static std::filesystem::path temporaryURL(const std::filesystem::path &file,
                                               const ConversionSettings &settings,
                                               const std::filesystem::path &root);
 
-    // Where files for network shares are encoded; created on the first call.
+    // The folder in which files for network shares are encoded; created on the first call.
     static std::filesystem::path localWorkRoot();
     // Empties it. Never while jobs run, of this or another process.
     static void cleanLocalWork();

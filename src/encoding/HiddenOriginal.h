@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kestrel {
@@ -20,6 +21,7 @@ struct HiddenOriginal {
 
 // Describes hidden originals that a scan met on the disk; the journal knows their full names.
 std::vector<HiddenOriginal> hiddenOriginals(const std::vector<std::filesystem::path> &met);
+inline constexpr std::string_view pendingSwapsTitle = "Unterbrochene Tauschvorgänge"; // over a list of them
 // Adds the others that the journal knows of: all swaps that wait for their repair.
 std::vector<HiddenOriginal> pendingSwaps(const std::vector<std::filesystem::path> &met);
 // Where the journal's hidden originals lie on shares that are mounted at another place now. Looks at every

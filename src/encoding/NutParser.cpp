@@ -71,7 +71,7 @@ std::int64_t sum(std::int64_t a, std::int64_t b)
 
 } // namespace
 
-// Reads NUT's numbers. At the end of the data it yields zeros, and hasEnded() tells.
+// Reads NUT's numbers. At the end of the data it yields zeros, and hasEnded() is true.
 class NutParser::Cursor {
 public:
     explicit Cursor(std::string_view data) : m_data(data) {}

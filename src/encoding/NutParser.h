@@ -71,7 +71,7 @@ private:
     std::int64_t m_lastTime = 0;
     int m_width = 0, m_height = 0, m_depth = 8;
 
-    std::uint64_t m_skipped = 0; // bytes to come of a packet that nobody needs
+    std::uint64_t m_skipped = 0; // bytes to come of a packet that is skipped
     bool m_isInFrame = false;
     std::size_t m_taken = 0; // bytes of the frame
     TimedFrame m_frame;

@@ -40,7 +40,7 @@ public:
     void consume(std::string_view bytes);
     // The last twelve lines, a line that has not ended included.
     std::string text() const;
-    // ffmpeg lost a part of the film and told so only in words: when reading fails it takes that for the
+    // ffmpeg lost a part of the film and reported it only in words: when reading fails it takes that for the
     // end of the input, when the disk is full it ends where it is. Both times it may exit with status 0 and
     // leave a file that looks whole by its header.
     bool tellsOfLoss() const { return m_hasLost; }

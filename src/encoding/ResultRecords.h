@@ -30,7 +30,7 @@ struct Record {
 // On the disk when it returns. Returns the record with its number.
 Record add(Record record);
 void remove(const Record &record);
-// In the order in which they were made.
+// All records, in the order in which they were made.
 std::vector<Record> all();
 
 // In the application-support folder; one for each computer, because several may share a home folder.

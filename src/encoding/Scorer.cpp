@@ -48,7 +48,7 @@ public:
         try {
             if (status == 0)
                 return scoreIn(nlohmann::json::parse(Files::readAll(log)));
-        } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): no usable log, told below
+        } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): no usable log, reported below
         }
         throw failed(runner.errorTail());
     }

@@ -16,7 +16,7 @@ public:
         std::string scorer; // what scored them, with its version
     };
 
-    // What tools.measuring() says, which is not nothing. `subject` outlives the scorer.
+    // What tools.measuring() says, which is not nothing. REQUIRES: `subject` outlives the scorer.
     static std::unique_ptr<Scorer> of(const Sampler::Subject &subject);
 
     virtual ~Scorer() = default;

@@ -8,7 +8,7 @@
 
 namespace kestrel {
 
-// Where an opened folder lives; decides how originals are replaced.
+// The kind of storage that an opened folder lies on; decides how originals are replaced.
 struct StorageLocation {
     enum class Kind { network, local, external };
 

@@ -21,7 +21,7 @@ struct Entry {
     bool operator==(const Entry &) const = default;
 };
 
-// An entry as it stands in the file. The mount point tells an unmounted share, whose empty mount point
+// An entry as it stands in the file. The mount point identifies an unmounted share, whose empty mount point
 // still exists as a folder, from a share on which the backup is gone.
 struct Record {
     Entry entry;

@@ -14,8 +14,8 @@ struct sqlite3_stmt;
 
 namespace kestrel {
 
-// A statement that can be run again and again; false where the database does not understand it. It must not
-// outlive its database.
+// A statement that can be run again and again; false where the database does not understand it. REQUIRES:
+// its database outlives it.
 using SqlStatement = std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt *)>;
 
 // A small SQLite database that the program can do without: nothing here throws, and one that cannot be used
@@ -33,14 +33,14 @@ public:
     // a damaged one, gives way to a new one; one that is only locked stays.
     static Database openOrCreate(const std::filesystem::path &file, std::chrono::milliseconds patience,
                                  const Prepare &prepare);
-    // With the files that SQLite keeps beside it.
+    // Also removes the files that SQLite keeps beside it.
     static void remove(const std::filesystem::path &file);
 
     explicit operator bool() const { return m_handle != nullptr; }
     // Statements without values; false where one fails.
     bool run(const char *statements) const;
     SqlStatement prepare(const char *text) const;
-    // Of the row that was inserted last.
+    // The number of the row that was inserted last.
     std::int64_t lastId() const;
 
     // What the last call found: a file that is no database, or a damaged one; or that another process holds
@@ -64,7 +64,7 @@ public:
     SqlQuery &operator=(const SqlQuery &) = delete;
 
     SqlQuery &operator<<(std::int64_t value);
-    SqlQuery &operator<<(const std::string &bytes); // must outlive the query
+    SqlQuery &operator<<(const std::string &bytes); // REQUIRES: they outlive the query
 
     // True while there is a row.
     bool next();

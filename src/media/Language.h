@@ -16,7 +16,7 @@ std::string normalize(const std::optional<std::string> &code, const std::optiona
 std::string name(const std::string &code);
 // Two-letter badge; "??" for unknown.
 std::string shortName(const std::string &code);
-// The title tells of a commentary or an audio description.
+// The title names a commentary or an audio description.
 bool looksLikeCommentary(const std::optional<std::string> &title);
 
 } // namespace kestrel::Language

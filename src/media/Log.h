@@ -14,7 +14,7 @@ void write(std::string_view message);
 // Blocks until every line written so far is in the file.
 void flush();
 
-// ~/Library/Logs/Kestrel/Kestrel.log; the folder is created on the first call.
+// ~/Library/Logs/Kestrel/Kestrel.log; the first call creates its folder.
 const std::filesystem::path &file();
 
 } // namespace kestrel::Log

@@ -72,7 +72,7 @@ constexpr std::array<Resolution, 4> resolutions{{
     {1200, 700, "720p"},
 }};
 
-// Bits per second where a file does not tell, for at most two channels and for more.
+// Bits per second where a file does not state them, for at most two channels and for more.
 struct NominalRate {
     string_view codec;
     double stereo, multichannel;

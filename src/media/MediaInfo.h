@@ -44,7 +44,7 @@ struct VideoStreamInfo {
     bool isMirrored = false; // a player flips it vertically before it turns it
     // The turn is another angle, or stands only in the old "rotate" tag, which not every player follows.
     bool hasDoubtfulTurn = false;
-    double pixelAspect = 1; // width over height of a pixel; square where the file does not tell
+    double pixelAspect = 1; // width over height of a pixel; square where the file does not state it
     bool isFirst = true;    // of the file's video tracks, cover art included
 
     bool operator==(const VideoStreamInfo &) const = default;
@@ -78,7 +78,7 @@ struct AudioStreamInfo {
     std::string codecDisplay() const;
     // Every DTS-HD profile counts, also the lossy High Resolution one.
     bool isLossless() const;
-    double effectiveBitrate() const; // bits per second; nominal where the file does not tell
+    double effectiveBitrate() const; // bits per second; nominal where the file does not state it
 };
 
 struct SubtitleStreamInfo {
@@ -120,7 +120,7 @@ struct MediaInfo {
     // has at least 500 bytes.
     bool canPlayFor(double seconds) const;
     bool isMatroska() const;
-    double videoBitrate() const; // bits per second, 0 when it cannot be told
+    double videoBitrate() const; // bits per second, 0 when it is unknown
 };
 
 } // namespace kestrel

@@ -80,7 +80,7 @@ json find(const json &answer, const MediaInfo &info, const std::filesystem::path
         if (const auto edits = EditLists::read(info.url); !edits.empty())
             found["edits"] = EditLists::toJson(edits);
     for (const int index : ProbeAnswer::uncountedTracks(answer)) {
-        // Two suffice to tell a film from a still.
+        // Two suffice to distinguish a film from a still.
         const json some = packets(
             info, ffprobe, {"-select_streams", std::to_string(index), "-read_intervals", "%+#2"}, stop);
         found["pictures"][std::to_string(index)] = some.size();

@@ -7,8 +7,8 @@
 
 #include "media/MediaInfo.h"
 
-// What ffprobe's plain answer does not tell, and a few films need: edit lists, how many pictures a track has
-// where there are several, and where the last packet ends if the duration is unknown or cannot be true.
+// What ffprobe's plain answer does not contain, and a few films need: edit lists, how many pictures a track
+// has where there are several, and where the last packet ends if the duration is unknown or cannot be true.
 namespace kestrel::ProbeSupplement {
 
 // The key under which the supplement stands in the stored answer, beside ffprobe's own "streams" and

@@ -15,7 +15,7 @@
 
 #include <time.h>
 
-// From a folder to media records. No shared state: everything may run on any thread.
+// From a folder to media records. It shares no state: every function may be called from any thread.
 namespace kestrel::Prober {
 
 struct Listing {

@@ -12,7 +12,7 @@
 namespace kestrel {
 
 // Whether a program is asked again that has answered before and has not changed since.
-enum class Asking { unlessKnown, anew };
+enum class Asking { unlessKnown, again };
 
 // Remembers what programs say about themselves, for as long as the program stays as it is: the same path,
 // device, inode, size, and times of modification and change. What a program loads or starts beyond its own

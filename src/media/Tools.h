@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <set>
 #include <span>
 #include <stdexcept>
 #include <stop_token>
@@ -38,17 +39,19 @@ enum class Measuring {
     builtIn, // the program itself
 };
 std::string_view title(Measuring measuring); // German
+inline constexpr std::string_view measuringTitle = "Qualität messen";
 
 // The located programs and what this ffmpeg was built with.
 struct Tools {
     std::filesystem::path ffmpeg, ffprobe; // absolute
-    bool hasX265 = false;                  // encoder "libx265"
-    bool hasSVTAV1 = false;                // encoder "libsvtav1"
+    std::set<std::string> encoders;        // for video, by ffmpeg's names
     bool hasVMAF = false;                  // filter "libvmaf"
     std::string version;                   // first line of ffmpeg -version, for display
     bool keepsTurnInMatroska = false;      // of a picture that is copied
-    bool mayMeasure = true;                // the setting "Qualität messen"
+    bool mayMeasure = true;                // the setting measuringTitle
 
+    bool hasX265() const { return encoders.contains("libx265"); }
+    bool hasSVTAV1() const { return encoders.contains("libsvtav1"); }
     Measuring measuring() const;
 
     bool operator==(const Tools &) const = default;

@@ -15,10 +15,11 @@ std::vector<Capability> capabilities(const Tools &tools)
         if (const auto name = encoder(codec); !name.empty())
             list.push_back(
                 {name, supports(tools, codec), fmt::format("{} kodieren", shortName(codec)), installCommand});
-    list.push_back({"libvmaf",
-                    tools.hasVMAF,
-                    tools.hasVMAF ? "Qualität messen" : "wird nicht gebraucht: Kestrel misst selbst",
-                    {}});
+    list.push_back(
+        {"libvmaf",
+         tools.hasVMAF,
+         tools.hasVMAF ? std::string(measuringTitle) : "wird nicht gebraucht: Kestrel misst selbst",
+         {}});
     return list;
 }
 

@@ -21,7 +21,6 @@ struct CodecTraits {
     string_view id, title, shortName, summary;
     string_view outputCodec; // ffprobe's name; empty where the video is kept, as the following
     string_view encoder;     // ffmpeg's name
-    bool Tools::*capability; // of ffmpeg
     std::array<int, 5> crf;  // by QualityLevel
     QualityRange crfRange;
     double vmafSlope;
@@ -34,15 +33,15 @@ struct CodecTraits {
 // clang-format off
 constexpr std::array<CodecTraits, 3> codecTraits{{
     {VideoCodecChoice::hevcX265, "hevcX265", "HEVC / H.265", "HEVC",
-     "Etwa halb so groß wie H.264 bei gleicher Qualität", "hevc", "libx265", &Tools::hasX265,
+     "Etwa halb so groß wie H.264 bei gleicher Qualität", "hevc", "libx265",
      {19, 21, 23, 25, 28}, {14, 36}, -0.6,
      {"medium", "slow"}, {1.25, 1.0}, {125, 45}, {1.0, 1.4, 1.4, 1.4}},
     {VideoCodecChoice::av1SVT, "av1SVT", "AV1", "AV1",
-     {}, "av1", "libsvtav1", &Tools::hasSVTAV1, // see summary()
+     {}, "av1", "libsvtav1", // see summary()
      {14, 19, 23, 27, 32}, {8, 50}, -0.28,
      {"8", "6"}, {1.3, 0.9}, {440, 230}, {1.0, 1.2, 1.22, 1.22}},
     {VideoCodecChoice::keepVideo, "keepVideo", "Codec beibehalten", "beibehalten",
-     "Keine Änderung an der Videospur", "", "", nullptr,
+     "Keine Änderung an der Videospur", "", "",
      {0, 0, 0, 0, 0}, {0, 0}, 0.0,
      {"", ""}, {1.0, 1.0}, {10000, 10000}, {1.0, 1.3, 1.4, 1.4}},
 }};
@@ -269,8 +268,7 @@ string_view encoder(VideoCodecChoice codec)
 
 bool supports(const Tools &tools, VideoCodecChoice codec)
 {
-    const auto capability = row(codecTraits, codec).capability;
-    return capability == nullptr || tools.*capability;
+    return encoder(codec).empty() || tools.encoders.contains(std::string(encoder(codec)));
 }
 
 double vmafTarget(QualityLevel quality)

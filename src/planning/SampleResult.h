@@ -42,7 +42,7 @@ struct SampleResult {
     bool hardlySaves(double sourceBitrate) const { return 0.9 * sourceBitrate <= videoBitrate; }
     // It was made while nothing measured, and now something does: a search has more to say of the film.
     bool isOutdated(Measuring measuring) const { return measuring != Measuring::nothing && !vmafTarget; }
-    // It tells how far the guesses for other files are off.
+    // It shows how far the guesses for other files are off.
     bool calibrates() const { return heuristicBitrate > 0; }
 };
 

@@ -111,7 +111,7 @@ ChildProcess::ChildProcess(const std::filesystem::path &executable, const std::v
 
     const pid_t parent = ::getpid();
     // Not fork(): it would make every page of this process copy itself at its next change, and a main thread
-    // with a large library stands still for half a second. No signal may run a handler in the shared memory.
+    // with a large library blocks for half a second. No signal may run a handler in the shared memory.
     sigset_t all, before;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_SETMASK, &all, &before);

@@ -42,7 +42,7 @@ public:
         }
         // Qt looks a slot's types up by name, and knows this one only after its first use.
         qRegisterMetaType<QDBusVariant>();
-        // From whoever sends it: naming the portal would make Qt wait for the bus to tell who that is.
+        // The match names no sender: naming the portal would make Qt wait for the bus to resolve it.
         bus.connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
                     SLOT(takeSetting(QString, QString, QDBusVariant)));
 
@@ -78,7 +78,7 @@ private:
     }
 
     const OnChange m_onChange;
-    std::optional<bool> m_isDark; // as told last
+    std::optional<bool> m_isDark; // as reported last
 };
 
 ColorScheme::ColorScheme(std::function<void(std::optional<bool> isDark)> onChange)

@@ -21,9 +21,16 @@ struct Reason {
     std::string_view text;
 };
 
+constexpr std::string_view notAllowed = "Keine Berechtigung", unsupported = "Der Datenträger kann das nicht",
+                           inUse = "Wird gerade benutzt", tooManyFiles = "Zu viele offene Dateien",
+                           noMemory = "Nicht genügend Arbeitsspeicher",
+                           deviceGone = "Der Datenträger ist nicht mehr vorhanden",
+                           shareGone = "Die Netzwerkfreigabe ist nicht mehr verbunden",
+                           serverGone = "Der Server ist nicht erreichbar";
+
 constexpr std::array<Reason, 32> reasons{{
-    {EACCES, "Keine Berechtigung"},
-    {EPERM, "Keine Berechtigung"},
+    {EACCES, notAllowed},
+    {EPERM, notAllowed},
     {ENOSPC, "Kein Speicherplatz mehr frei"},
     {EDQUOT, "Das Speicherkontingent ist ausgeschöpft"},
     {EROFS, "Der Datenträger ist schreibgeschützt"},
@@ -33,26 +40,26 @@ constexpr std::array<Reason, 32> reasons{{
     {ENOTDIR, "Kein Ordner"},
     {EISDIR, "Ein Ordner, keine Datei"},
     {ENAMETOOLONG, "Der Name ist zu lang"},
-    {EINVAL, "Der Datenträger kann das nicht"},
-    {ENOSYS, "Der Datenträger kann das nicht"},
-    {EOPNOTSUPP, "Der Datenträger kann das nicht"},
+    {EINVAL, unsupported},
+    {ENOSYS, unsupported},
+    {EOPNOTSUPP, unsupported},
     {EXDEV, "Liegt auf einem anderen Datenträger"},
     {EFBIG, "Die Datei ist für diesen Datenträger zu groß"},
     {EIO, "Lese- oder Schreibfehler"},
-    {EBUSY, "Wird gerade benutzt"},
-    {ETXTBSY, "Wird gerade benutzt"},
+    {EBUSY, inUse},
+    {ETXTBSY, inUse},
     {ELOOP, "Zu viele symbolische Links"},
-    {EMFILE, "Zu viele offene Dateien"},
-    {ENFILE, "Zu viele offene Dateien"},
-    {ENOMEM, "Nicht genügend Arbeitsspeicher"},
+    {EMFILE, tooManyFiles},
+    {ENFILE, tooManyFiles},
+    {ENOMEM, noMemory},
     {EAGAIN, "Zurzeit nicht möglich"},
     {ENOEXEC, "Kein ausführbares Programm"},
-    {ENODEV, "Der Datenträger ist nicht mehr vorhanden"},
-    {ENXIO, "Der Datenträger ist nicht mehr vorhanden"},
-    {ESTALE, "Die Netzwerkfreigabe ist nicht mehr verbunden"},
-    {ENOTCONN, "Die Netzwerkfreigabe ist nicht mehr verbunden"},
-    {EHOSTDOWN, "Der Server ist nicht erreichbar"},
-    {EHOSTUNREACH, "Der Server ist nicht erreichbar"},
+    {ENODEV, deviceGone},
+    {ENXIO, deviceGone},
+    {ESTALE, shareGone},
+    {ENOTCONN, shareGone},
+    {EHOSTDOWN, serverGone},
+    {EHOSTUNREACH, serverGone},
     {ETIMEDOUT, "Keine Antwort in angemessener Zeit"},
 }};
 
@@ -82,7 +89,7 @@ std::string reason(const std::exception &error)
     if (dynamic_cast<const nlohmann::json::exception *>(&error) != nullptr)
         return "Die Antwort ist nicht lesbar (kein gültiges JSON)";
     if (dynamic_cast<const std::bad_alloc *>(&error) != nullptr)
-        return "Nicht genügend Arbeitsspeicher";
+        return std::string(noMemory);
     return error.what();
 }
 

@@ -8,7 +8,7 @@ namespace kestrel {
 
 // The lock of a file or folder (flock), which other processes respect, and other objects of this one. It is
 // held as long as the object lives. Where a file system knows no locks, nothing is held and nothing is found
-// taken: the work goes on without.
+// taken: the work then continues without one.
 class FileLock {
 public:
     FileLock() = default; // of nothing

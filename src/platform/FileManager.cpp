@@ -31,7 +31,7 @@ QString uri(const fs::path &absolute)
     return QString::fromStdString("file://" + Text::percentEncoded(absolute.native()));
 }
 
-void tell(const OnAnswer &onAnswer, bool isTaken)
+void report(const OnAnswer &onAnswer, bool isTaken)
 {
     if (onAnswer)
         onAnswer(isTaken);
@@ -60,7 +60,7 @@ void reveal(const fs::path &file, const OnAnswer &onAnswer)
         if (watcher->isError())
             openFolder();
         else
-            tell(onAnswer, true);
+            report(onAnswer, true);
     });
 }
 
@@ -78,7 +78,7 @@ void open(const fs::path &path, const OnAnswer &onAnswer)
     });
     const auto answer = [onAnswer, isTold = std::make_shared<bool>(false)](bool isTaken) {
         if (!std::exchange(*isTold, true))
-            tell(onAnswer, isTaken);
+            report(onAnswer, isTaken);
     };
     QObject::connect(opener, &QProcess::finished, opener, [opener, answer](int status) {
         opener->deleteLater();

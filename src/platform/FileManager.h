@@ -4,11 +4,11 @@
 #include <functional>
 
 // Hands files over to the desktop. Nothing here waits for an answer; answers come through the main thread's
-// event loop. Main thread only.
+// event loop. REQUIRES: the main thread.
 namespace kestrel::FileManager {
 
-// Told once whether something took the file: before the call returns, or some seconds later. An application
-// that ends meanwhile is not told.
+// Called exactly once with whether a program accepted the file: before the call returns, or some seconds
+// later. An application that ends meanwhile gets no call.
 using OnAnswer = std::function<void(bool isTaken)>;
 
 // Shows the file, selected, in the desktop's file manager; where none answers, opens the folder it is in.

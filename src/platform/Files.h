@@ -25,7 +25,7 @@ struct Attributes {
     bool sameVersion(const Attributes &other) const;
     // The same content wherever it lies now; some shares give a file another number on a rename.
     bool sameContent(const Attributes &other) const;
-    // Nothing has changed it within the last seconds: its next change will show in its times.
+    // True when it was not changed within the last seconds, so that its next change will show in its times.
     bool isSettled() const;
 };
 

@@ -10,7 +10,8 @@ class QTimer;
 namespace kestrel {
 
 // Finds out whether a folder is there without anybody waiting: a share whose server is away may not answer
-// for minutes. Main thread only; an answer comes through its event loop, and never once the check is gone.
+// for minutes. REQUIRES: the main thread. An answer comes through its event loop, and never after the
+// destruction of the check.
 class FolderCheck {
 public:
     FolderCheck(std::filesystem::path folder, std::function<void()> onThere);

@@ -14,12 +14,16 @@
 
 namespace kestrel {
 
+std::filesystem::path InstanceLock::file()
+{
+    return Paths::applicationSupport() / "Kestrel/instanz.lock";
+}
+
 InstanceLock::InstanceLock(const std::stop_token &stop)
 {
-    const std::filesystem::path folder = Paths::applicationSupport() / "Kestrel";
     std::error_code ignored;
-    std::filesystem::create_directories(folder, ignored);
-    m_file = FileDescriptor(::open((folder / "instanz.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    std::filesystem::create_directories(file().parent_path(), ignored);
+    m_file = FileDescriptor(::open(file().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (becomeAlone())
         return;
     // The system's own wait for a lock cannot be given up.
@@ -42,7 +46,7 @@ void InstanceLock::share()
     take(F_RDLCK);
 }
 
-// False when somebody else is in the way; what was held before is then still held. An open file's lock,
+// False when another process is in the way; what was held before is then still held. An open file's lock,
 // not flock(): its change from one kind to the other leaves no gap for others.
 bool InstanceLock::take(short kind)
 {

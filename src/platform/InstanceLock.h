@@ -1,18 +1,22 @@
 #pragma once
 
 #include <atomic>
+#include <filesystem>
 #include <stop_token>
 
 #include "platform/FileDescriptor.h"
 
 namespace kestrel {
 
-// Tells whether this process is the only one that converts, by a lock file in the application-support
+// Determines whether this process is the only one that converts, by a lock file in the application-support
 // folder (not the runtime folder, which differs between a desktop session and cron or sudo). While the
-// object lives, every later instance learns that it is not alone.
+// object lives, isAlone() is false in every later instance.
 class InstanceLock {
 public:
-    // What may only be done while nobody else works (emptying the work folder, repairing swaps) is done
+    // The lock file; the folder may not exist yet.
+    static std::filesystem::path file();
+
+    // What requires that no other process works (emptying the work folder, repairing swaps) is done
     // between the construction and share(): until then a later instance waits in its constructor, which
     // throws Cancelled when it is to wait no longer.
     explicit InstanceLock(const std::stop_token &stop = {});

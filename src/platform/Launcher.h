@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-// The application's icon in the desktop's dock or task bar. Main thread only.
+// The application's icon in the desktop's dock or task bar. REQUIRES: the main thread.
 namespace kestrel::Launcher {
 
 // Draws a percentage ("43 %") as progress on the icon; no text, and any other, takes it off again. A desktop

@@ -22,7 +22,7 @@ private:
 } // namespace
 
 // Qt's queue orders everything between the two threads, but is a library that the thread sanitizer cannot
-// look into: the counter tells it the same.
+// look into: the counter shows it the same order.
 class Mailbox::Receiver : public QObject {
 public:
     ~Receiver() override { m_posted.load(); }

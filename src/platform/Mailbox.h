@@ -6,8 +6,8 @@
 namespace kestrel {
 
 // Brings calls from any thread to the thread that made the mailbox, whose event loop runs them one after
-// another in the order of their posting. Destroy it on that thread, once nobody posts any more; what has not
-// been run by then is dropped.
+// another in the order of their posting. Drops the calls that have not run when
+// it is destroyed. REQUIRES: that thread destroys it, after the last post().
 class Mailbox {
 public:
     Mailbox();
@@ -15,7 +15,7 @@ public:
     Mailbox(const Mailbox &) = delete;
     Mailbox &operator=(const Mailbox &) = delete;
 
-    // From any thread.
+    // May be called from any thread.
     void post(std::function<void()> action);
 
 private:

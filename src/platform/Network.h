@@ -3,15 +3,15 @@
 #include <string>
 #include <vector>
 
-// What this computer is called and how others in the home network reach it. Asked anew each time; any
-// thread.
+// What this computer is called and how others in the home network reach it. Each call asks the system again;
+// any thread.
 namespace kestrel::Network {
 
-// As its user has named it ("Wohnzimmer-PC").
+// The name that its user gave it ("Wohnzimmer-PC").
 std::string computerName();
-// As the computer knows it, with its domain where it has been given one; empty where there is none.
+// The host name, with its domain where one is set; empty where there is none.
 std::string fullHostName();
-// Without a domain; empty where there is none.
+// The host name without a domain; empty where there is none.
 std::string hostName();
 // The name under which others find it without a name server ("wohnzimmer-pc.local"). Empty where no
 // service announces one.

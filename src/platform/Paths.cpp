@@ -63,6 +63,11 @@ fs::path applicationSupport()
     return fromEnvironment("XDG_DATA_HOME", home() / ".local/share");
 }
 
+fs::path workFolder()
+{
+    return caches() / "Kestrel/Arbeit";
+}
+
 fs::path temporary()
 {
     return fromEnvironment("TMPDIR", "/tmp");

@@ -17,6 +17,8 @@ std::filesystem::path cacheFile(const std::string &stem, const std::string &exte
 std::filesystem::path configuration();
 // $XDG_DATA_HOME or ~/.local/share
 std::filesystem::path applicationSupport();
+// The folder in which results for a share are made; the only running instance empties it.
+std::filesystem::path workFolder();
 // The system's temporary folder: $TMPDIR or /tmp
 std::filesystem::path temporary();
 

@@ -26,7 +26,7 @@ public:
     // Waits for a handler that is running; afterwards the former one is not called any more.
     void setOnEnd(Handler handler);
 
-    // From now on a reader that closes its end makes writing fail, instead of ending the program.
+    // Writing to a pipe whose reader has closed its end then fails, instead of ending the program.
     static void ignoreBrokenPipes();
     // Stops the whole program at once, until another process continues it.
     static void freeze();

@@ -107,7 +107,7 @@ private:
     void ask(std::size_t number)
     {
         if (number == services.size()) {
-            if (!std::exchange(m_hasTold, true))
+            if (!std::exchange(m_hasLogged, true))
                 m_onRefused();
             return;
         }
@@ -129,7 +129,7 @@ private:
             const Grant grant{number, value.toUInt(), value.value<QDBusUnixFileDescriptor>()};
             if (wish == m_wish)
                 m_grant = grant;
-            else // nobody wants it any more
+            else // it was released meanwhile
                 giveBack(grant);
         });
     }
@@ -137,8 +137,8 @@ private:
     const std::function<void()> m_onRefused;
     QString m_reason;
     bool m_isWanted = false;
-    bool m_hasTold = false; // that nobody grants it
-    unsigned m_wish = 0;    // an answer to an older one comes too late
+    bool m_hasLogged = false; // that no service grants it
+    unsigned m_wish = 0;      // an answer to an older one comes too late
     std::optional<Grant> m_grant;
 };
 

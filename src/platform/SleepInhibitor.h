@@ -8,8 +8,8 @@ namespace kestrel {
 
 // Keeps the computer from falling asleep by itself; the display may turn off. Asks the session manager,
 // else the power manager, else the login manager, over D-Bus and without waiting: the answers come through
-// the main thread's event loop. What is held goes with the object, and with the process however it ends.
-// Main thread only.
+// the main thread's event loop. The hold ends with the object, and with the process however that ends.
+// REQUIRES: the main thread.
 class SleepInhibitor {
 public:
     // `onRefused` is called once where none of them grants the wish.

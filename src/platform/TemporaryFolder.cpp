@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::string_view prefix = "Kestrel-";
 
-// Of the folder itself, and not of what a link leads to.
+// Reads the folder itself, not the target of a link.
 FileLock locked(const fs::path &folder)
 {
     return FileLock(FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)));

@@ -6,8 +6,8 @@
 
 namespace kestrel {
 
-// A folder of its own in the system's temporary folder, removed with its content at the end. A lock tells
-// it from those that a killed process left behind.
+// A folder of its own in the system's temporary folder, removed with its content at the end. A lock
+// distinguishes it from those that a killed process left behind.
 class TemporaryFolder {
 public:
     // Throws std::filesystem::filesystem_error.

@@ -96,7 +96,7 @@ fs::path nearestExisting(fs::path folder)
 
 Can homeCan()
 {
-    return {Paths::applicationSupport() / "Trash", {}};
+    return {homeFolder(), {}};
 }
 
 Can volumeCan(const fs::path &file)
@@ -228,6 +228,11 @@ fs::path resolved(const fs::path &path)
 }
 
 } // namespace
+
+fs::path homeFolder()
+{
+    return Paths::applicationSupport() / "Trash";
+}
 
 fs::path put(const fs::path &path)
 {

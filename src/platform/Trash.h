@@ -5,13 +5,16 @@
 #include <system_error>
 
 // The desktop's trash (freedesktop.org Trash specification 1.0). Written here rather than taken from a
-// toolkit, because names that are no valid UTF-8 must survive and the reason of a failure must be told.
+// toolkit, because names that are no valid UTF-8 must survive and callers must learn the reason of a failure.
 namespace kestrel::Trash {
 
 // Moves the file to the trash and returns where it lies now. Only ever renames, never copies and never
 // deletes: first to the user's own trash, then to the one at the root of the file's volume. Throws
 // std::filesystem::filesystem_error when neither can take it; the file is then where it was.
 std::filesystem::path put(const std::filesystem::path &file);
+
+// The user's own trash; may not exist yet.
+std::filesystem::path homeFolder();
 
 // What keeps put() from taking a file.
 struct Obstacle {
@@ -28,7 +31,7 @@ struct Obstacle {
     bool operator==(const Obstacle &) const = default;
 };
 
-// As far as that can be seen without changing anything. Throws std::filesystem::filesystem_error when the
+// Reports what can be seen without changing anything. Throws std::filesystem::filesystem_error when the
 // file is not there.
 std::optional<Obstacle> obstacle(const std::filesystem::path &file);
 

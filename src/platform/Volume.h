@@ -9,7 +9,7 @@
 
 namespace kestrel {
 
-// What the system tells about the volume that holds a path. Whatever it does not tell stays absent.
+// What the system reports about the volume that holds a path. Whatever it does not report stays absent.
 struct Volume {
     // The type by the names that StorageLocation knows: "smbfs", "nfs", "afpfs", "webdav", "ftp" and
     // "sftp" for the network file systems, the system's own name for any other, empty when unknown.
@@ -20,7 +20,7 @@ struct Volume {
     std::optional<std::filesystem::path> root;
 
     static Volume of(const std::filesystem::path &path);
-    // Bytes that an ordinary user may still use there; absent when that cannot be told.
+    // Bytes that an ordinary user may still use there; absent when that is unknown.
     static std::optional<std::int64_t> freeBytes(const std::filesystem::path &path);
 };
 

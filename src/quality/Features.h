@@ -11,8 +11,8 @@
 namespace kestrel::Features {
 
 // The visual information fidelity at four scales, each half as large as the one before it (Sheikh and Bovik,
-// "Image information and visual quality", 2006, in the pixel domain): the share of what the reference tells
-// that the distorted picture still tells.
+// "Image information and visual quality", 2006, in the pixel domain): the share of the information in the
+// reference that the distorted picture still holds.
 std::array<double, 4> vif(const LumaFrame &reference, const LumaFrame &distorted, Scratch &scratch);
 
 // The detail loss measure (Li, Zhang, Ma and Ngan, "Image quality assessment by separately evaluating detail

@@ -9,7 +9,7 @@
 
 namespace kestrel {
 
-// The memory that a feature needs for one frame, kept for the next one: to get it from the system anew for
+// The memory that a feature needs for one frame, kept for the next one: to get it from the system again for
 // each costs as much as the arithmetic. Used by one thread at a time.
 class Scratch {
 public:

@@ -23,7 +23,7 @@ public:
     WorkerPool &operator=(const WorkerPool &) = delete;
 
     unsigned size() const { return static_cast<unsigned>(m_threads.size()); }
-    // `task` must not throw.
+    // REQUIRES: `task` does not throw.
     void post(std::function<void()> task);
 
 private:

@@ -10,10 +10,10 @@
 
 namespace kestrel {
 
-// One client of the server: the head of its request comes in, one answer goes out. A client that has closed
-// its own direction is answered all the same, and what it sends after the head is read away, because unread
-// bytes would turn the end of the connection into a reset that can cost it the answer. Lives on the server's
-// thread.
+// One client of the server: it receives the head of one request and sends one answer. A client that has
+// closed its own direction is answered all the same, and what it sends after the head is read away, because
+// unread bytes would turn the end of the connection into a reset that can cost it the answer. Lives on the
+// server's thread.
 class HttpConnection {
 public:
     struct Events {

@@ -74,7 +74,7 @@ public:
     }
 
 private:
-    // Where replies are dropped that come when the server has gone.
+    // Drops replies that arrive after the end of the server.
     class Letterbox {
     public:
         void close()
@@ -109,15 +109,15 @@ private:
                                                                  [this, number] { end(number); }}));
     }
 
-    // Who came first and has not asked yet is the slowest.
+    // Evicts the oldest connection that has not sent its request, or the oldest of all.
     void makeRoom()
     {
-        const auto slowest = std::find_if(m_connections.begin(), m_connections.end(),
-                                          [](const auto &entry) { return !entry.second->hasAsked(); });
-        end(slowest != m_connections.end() ? slowest->first : m_connections.begin()->first);
+        const auto victim = std::find_if(m_connections.begin(), m_connections.end(),
+                                         [](const auto &entry) { return !entry.second->hasAsked(); });
+        end(victim != m_connections.end() ? victim->first : m_connections.begin()->first);
     }
 
-    // It may be in the middle of telling so.
+    // The connection may be in the middle of reporting its end, so it is destroyed later.
     void end(Number number)
     {
         auto ended = m_connections.extract(number);
@@ -177,7 +177,7 @@ private:
     Number m_nextNumber = 0;
 };
 
-// The listener is made, works and goes on the thread.
+// The listener is created, used and destroyed on the thread.
 struct StatusServer::Thread : QThread {
     explicit Thread(Handler wanted) : handler(std::move(wanted))
     {

@@ -42,7 +42,7 @@ public:
     void start(std::uint16_t number, OnState onState);
     // Accepts no more; open connections finish.
     void stop();
-    // Runs something on the server's thread; dropped when the server goes before.
+    // Runs something on the server's thread; dropped when the server ends before.
     void post(std::function<void()> action);
 
     // Under which the page can be reached; the first is the easiest to type.

@@ -66,7 +66,7 @@ function nodeFor(child, at, keyed) {
 }
 
 // Makes the children of an element what is described, and touches nothing that is so already: animations run
-// on. A child with a key keeps its node wherever it goes.
+// on. A child with a key keeps its node wherever it moves.
 function update(parent, children) {
   const wanted = new Set(children.map((child) => child.attributes && child.attributes.key));
   const keyed = new Map();
@@ -99,7 +99,7 @@ function updateAttributes(node, attributes) {
     if (node.getAttribute(name) !== String(value)) node.setAttribute(name, value);
 }
 
-// What one reads stays where it is, whatever comes and goes above it.
+// Keeps the reader's place while rows are added or removed above it.
 function inPlace(action) {
   const parts = scrollY > 0 ? [...document.querySelectorAll("#content > *, #content li")].reverse() : [];
   const above = parts.find((part) => part.getBoundingClientRect().top <= 0);
@@ -233,7 +233,7 @@ async function refresh() {
     if (!response.ok) throw new Error("HTTP " + response.status);
     render(await response.json());
     isOffline = false;
-  } catch (error) { // told by the banner
+  } catch (error) { // the banner reports it
   }
   clearTimeout(patience);
   if (running !== controller) return;

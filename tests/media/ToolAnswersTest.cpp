@@ -57,7 +57,7 @@ TEST_F(ToolAnswersTest, anUnchangedProgramIsNotAskedAgain)
     ask({"cat " + quoted(folder.write("answer", "alt"))});
     folder.write("answer", "neu");
     EXPECT_THAT(ask({"cat " + quoted(folder / "answer")}), ElementsAre("alt"));
-    EXPECT_THAT(ask({"cat " + quoted(folder / "answer")}, Asking::anew), ElementsAre("neu"));
+    EXPECT_THAT(ask({"cat " + quoted(folder / "answer")}, Asking::again), ElementsAre("neu"));
     EXPECT_THAT(ask({"cat " + quoted(folder / "answer")}), ElementsAre("neu"));
     EXPECT_EQ(asked(), 2);
 }

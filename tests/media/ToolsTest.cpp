@@ -15,7 +15,7 @@ using test::standIn;
 constexpr const char *fullFFmpeg = R"(
 [ "$1" = -hide_banner ] || exit 9
 case "$2" in
--encoders) echo " V....D libx265"; echo " V....D libsvtav1" ;;
+-encoders) echo " V..... = Video"; echo " V....D libx265  H.265"; echo " V....D libsvtav1"; echo " A....D ac3" ;;
 -filters) echo " .. libvmaf" ;;
 -version) printf '\n\nffmpeg version 7.1\nbuilt with care\n' ;;
 esac)";
@@ -43,15 +43,18 @@ TEST_F(Located, asksFFmpegWhatItWasBuiltWith)
 {
     standIn(sandbox, "b/ffmpeg", fullFFmpeg);
     standIn(sandbox, "b/ffprobe", "");
-    EXPECT_EQ(locate(),
-              (Tools{sandbox / "b/ffmpeg", sandbox / "b/ffprobe", true, true, true, "ffmpeg version 7.1"}));
+    EXPECT_EQ(locate(), (Tools{sandbox / "b/ffmpeg",
+                               sandbox / "b/ffprobe",
+                               {"libx265", "libsvtav1"},
+                               true,
+                               "ffmpeg version 7.1"}));
 }
 
 TEST_F(Located, knowsNoCapabilitiesOfAnFFmpegThatFails)
 {
     standIn(sandbox, "a/ffmpeg", "echo libx265 libvmaf >&2; exit 1");
     standIn(sandbox, "a/ffprobe", "");
-    EXPECT_EQ(locate(), (Tools{sandbox / "a/ffmpeg", sandbox / "a/ffprobe", false, false, false, "ffmpeg"}));
+    EXPECT_EQ(locate(), (Tools{sandbox / "a/ffmpeg", sandbox / "a/ffprobe", {}, false, "ffmpeg"}));
 }
 
 TEST_F(Located, takesTheFirstFolderWithAnExecutableFile)

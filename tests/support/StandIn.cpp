@@ -7,8 +7,7 @@ Tools realTools()
     Tools tools;
     tools.ffmpeg = "/usr/bin/ffmpeg";
     tools.ffprobe = "/usr/bin/ffprobe";
-    tools.hasX265 = true;
-    tools.hasSVTAV1 = true;
+    tools.encoders = {"libx265", "libsvtav1"};
     tools.version = "ffmpeg";
     tools.mayMeasure = false;
     return tools;

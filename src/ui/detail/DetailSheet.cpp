@@ -24,6 +24,8 @@ namespace kestrel {
 
 namespace {
 
+constexpr const char *commandTitle = "ffmpeg-Befehl";
+
 using Theme::Size;
 using Theme::Tone;
 
@@ -123,9 +125,9 @@ QWidget *DetailSheet::makeContents()
     m_estimate.layout = m_estimateSection->contents();
     m_searchSection = section("chart", "Qualitätssuche");
     m_search.layout = m_searchSection->contents();
-    m_commandSection = section("terminal", "ffmpeg-Befehl");
+    m_commandSection = section("terminal", commandTitle);
     m_command =
-        new CopyableText(QStringLiteral("ffmpeg-Befehl"), mostCommandLines, QTextOption::WrapAnywhere);
+        new CopyableText(QString::fromUtf8(commandTitle), mostCommandLines, QTextOption::WrapAnywhere);
     m_commandNote = new FlowLabel({}, Size::caption, Tone::muted);
     m_commandSection->contents()->addWidget(m_commandNote);
     m_commandSection->contents()->addWidget(m_command);

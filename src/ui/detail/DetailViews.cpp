@@ -10,6 +10,7 @@
 #include "ui/detail/SearchText.h"
 #include "ui/detail/TrackText.h"
 #include "ui/look/Icon.h"
+#include "ui/look/Phrases.h"
 
 namespace kestrel::DetailViews {
 
@@ -212,8 +213,7 @@ QWidget *noSearch(const QString &why, const std::function<void()> &measure)
     auto *row = layoutOf<QHBoxLayout>(widget, 0.75);
     row->addWidget(new FlowLabel(why, Size::body, Tone::muted), 1);
     if (measure) {
-        auto *button =
-            new QPushButton(Icon::named(QStringLiteral("gauge")), QStringLiteral("&Genau schätzen"));
+        auto *button = new QPushButton(Icon::named(QStringLiteral("gauge")), Phrases::measure);
         button->setObjectName(QStringLiteral("measure"));
         QObject::connect(button, &QPushButton::clicked, button, measure);
         row->addWidget(button, 0, Qt::AlignTop);

@@ -38,6 +38,11 @@ QString tempo(double megapixelsPerSecond, FrameSize frame)
     return qt(Fmt::number(fps, fps < 10 ? 1 : 0)) + QStringLiteral(" fps");
 }
 
+QString target(const SampleResult &sample)
+{
+    return QStringLiteral("Ziel: VMAF %1").arg(score(sample.vmafTarget));
+}
+
 } // namespace
 
 Search search(const SampleResult &sample, FrameSize frame)
@@ -51,7 +56,7 @@ Search search(const SampleResult &sample, FrameSize frame)
     }
     QStringList parts;
     if (sample.vmafTarget)
-        parts.push_back(QStringLiteral("Ziel: VMAF %1").arg(score(sample.vmafTarget)));
+        parts.push_back(target(sample));
     QString chosen = QStringLiteral("gewählt: CRF %1").arg(sample.qualityValue);
     if (sample.vmafMean)
         chosen += QStringLiteral(" mit VMAF %1").arg(score(sample.vmafMean));

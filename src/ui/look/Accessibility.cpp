@@ -10,7 +10,7 @@ namespace kestrel {
 
 namespace {
 
-// Nothing to see. Screen readers read a notification when it shows; Qt has no event of its own for that
+// An invisible object. Screen readers read a notification when it shows; Qt has no event of its own for that
 // before version 6.8.
 class Announcer : public QWidget {
     Q_OBJECT

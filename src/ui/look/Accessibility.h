@@ -6,11 +6,11 @@ class QWidget;
 
 namespace kestrel {
 
-// Has a screen reader say the text, for changes that happen without the focus going there. Does nothing where
-// none is running. Main thread; `near` is any widget of the window that it is said of.
+// Has a screen reader say the text, for changes away from the focus. Does nothing where
+// none is running. `near` is any widget of the window that the text is about. REQUIRES: the main thread.
 void announce(QWidget &near, const QString &text);
 
-// Screen readers learn what the program's own widgets are. Once, before there is a window.
+// Describes the program's own widgets to screen readers. REQUIRES: called once, before the first window.
 void installAccessibility();
 
 } // namespace kestrel

@@ -5,7 +5,7 @@
 
 namespace kestrel {
 
-// Says for a moment that it has copied.
+// Copies a text, and shows for a moment that it has done so.
 class CopyButton : public QPushButton {
     Q_OBJECT
 

@@ -12,7 +12,7 @@ namespace kestrel {
 namespace Icon {
 
 QIcon named(const QString &name, Theme::Tone tone = Theme::Tone::text);
-// For delegates, at the device's scale; kept in the pixmap cache.
+// A pixmap for delegates, at the device's scale; it is kept in the pixmap cache.
 QPixmap pixmap(const QString &name, Theme::Tone tone, int side, double scale, const QPalette &palette);
 
 } // namespace Icon

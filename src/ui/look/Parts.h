@@ -20,7 +20,7 @@ public:
     void setTone(Theme::Tone tone);
     // Breaks lines, and is as wide as its place.
     Label *wrapped();
-    // May be marked and copied with mouse and keyboard.
+    // Lets mouse and keyboard select and copy the text.
     Label *selectable();
 
 protected:
@@ -57,7 +57,7 @@ class IconLabel : public QWidget {
 
 public:
     IconLabel(QString name, Theme::Tone tone, double side, QWidget *parent = nullptr);
-    // On a faint ground of the same tone.
+    // Draws a faint ground of the same tone behind it.
     IconLabel *onTint();
     void set(const QString &name, Theme::Tone tone);
 
@@ -88,7 +88,7 @@ class Section : public Card {
 public:
     Section(const QString &icon, const QString &title, QWidget *parent = nullptr);
     QVBoxLayout *contents() const { return m_contents; }
-    // With a mnemonic that leads to this control, the only one of the section.
+    // The title's mnemonic leads to this control, the only one of the section.
     void setTitle(const QString &title, QWidget *control);
 
 private:

@@ -17,7 +17,7 @@ inline QString qt(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-// With a letter to choose it by.
+// The label, with a letter to choose it by.
 inline QString revealLabel()
 {
     return QLatin1Char('&') + qt(Wording::text(Words::revealFile));
@@ -43,7 +43,7 @@ inline QString counted(std::size_t count, const char *one = "Datei", const char 
     return qt(Fmt::count(count, one, many));
 }
 
-// What there is of the parts, with a separator.
+// Joins the parts that are not empty with a separator.
 inline QString joined(QStringList parts)
 {
     parts.removeAll(QString());
@@ -57,7 +57,7 @@ inline QString unbroken(QString text)
         .replace(QStringLiteral("E-AC3"), QStringLiteral("E-\u2060AC3"));
 }
 
-// For tool tips, which would take some texts for markup.
+// Escapes a text for tool tips, which would take some texts for markup.
 inline QString plainTip(const QString &text)
 {
     QString markup = text.toHtmlEscaped();

@@ -31,7 +31,7 @@ public:
 
 namespace Draw {
 
-// How far a check mark goes.
+// The extent of a check mark.
 void check(QPainter &painter, const QRect &place, Qt::CheckState state, bool isEnabled,
            const QPalette &palette);
 // A bar filled to `fraction` (0 … 1).

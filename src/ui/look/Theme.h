@@ -5,8 +5,8 @@
 #include <QFont>
 #include <QPalette>
 
-// The colours and type sizes of all windows, in light and dark; the status page uses the same ones. Main
-// thread.
+// The colours and type sizes of all windows, in light and dark; the status page has a palette of its own in
+// page.css. REQUIRES: the main thread.
 namespace kestrel::Theme {
 
 enum class Tone { text, muted, accent, green, orange, red, purple, onAccent };

@@ -31,7 +31,7 @@ Picker::Picker(const QString &accessibleName, QWidget *parent) : QComboBox(paren
     setSizeAdjustPolicy(AdjustToMinimumContentsLengthWithIcon);
     setMinimumContentsLength(8);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    // Of a picker with a label Qt tells screen readers no more than that label.
+    // For a picker with a label Qt gives screen readers only that label.
     connect(this, &QComboBox::currentTextChanged, this, [this](const QString &text) {
         setAccessibleDescription(text);
         if (hasFocus())

@@ -8,7 +8,7 @@
 
 namespace kestrel {
 
-// Writes a change of the user's into the model's settings; what `change` leaves alone stays.
+// Applies `change` to the model's settings.
 template <typename Change>
 void edit(AppModel &model, Change change)
 {
@@ -63,7 +63,7 @@ QString measuringLine(Measuring measuring);
 // A small, muted text that explains.
 Label *caption(const QString &text = {});
 
-// An icon and a text that explains or warns; away while there is no text.
+// An icon and a text that explains or warns; hidden while there is no text.
 class Note : public QWidget {
     Q_OBJECT
 

@@ -27,9 +27,9 @@ public:
     // No counts: no folder is open. A language that has been listed stays, so that it can be
     // chosen again.
     void setLanguages(const std::optional<Counts> &counts, const std::set<std::string> &chosen);
-    // Those that are not chosen go; what the next folder has is told anew.
+    // Drops unchecked rows; setLanguages() then adds the new folder's.
     void forget(const std::set<std::string> &chosen);
-    // What has the focus before the first row gets it.
+    // The widget that precedes the first row in the tab order.
     void setTabAnchor(QWidget *widget) { m_tabAnchor = widget; }
 
 signals:

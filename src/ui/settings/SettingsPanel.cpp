@@ -8,6 +8,7 @@
 
 #include "encoding/ConversionJob.h"
 #include "format/Fmt.h"
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/look/VerticalScroll.h"
 #include "ui/settings/CodecCard.h"
@@ -19,6 +20,10 @@ namespace kestrel {
 using namespace std::chrono_literals;
 
 namespace {
+
+// The letter after "&" leads to the control.
+constexpr const char *resolutionTitle = "&Zielauflösung", *unknownTitle = "&Spuren ohne Sprachkennung",
+                     *containerTitle = "&Container", *jobsTitle = "G&leichzeitig";
 
 constexpr std::chrono::milliseconds countingPause = 200ms; // while file after file is probed
 constexpr std::int64_t mostJobs = 4;                       // that are offered
@@ -159,7 +164,7 @@ QWidget *SettingsPanel::runNote()
     auto *note = new Note("info", Theme::Tone::muted, Theme::Tone::muted);
     const auto follow = [this, note] {
         const bool isRunning = m_model.activity().kind == Activity::Kind::converting;
-        note->setText(isRunning ? "Änderungen gelten ab dem nächsten Lauf." : "");
+        note->setText(isRunning ? Phrases::fromNextRun : QString());
     };
     connect(&m_model, &AppModel::activityChanged, note, follow);
     m_follow.emplace_back(follow);
@@ -214,9 +219,9 @@ Section *SettingsPanel::qualitySection()
 
 Section *SettingsPanel::resolutionSection()
 {
-    auto *section = new Section("resize", "Zielauflösung");
-    auto *resolution = picker("Zielauflösung", &ConversionSettings::resolution, allResolutions());
-    section->setTitle("&Zielauflösung", resolution);
+    auto *section = new Section("resize", Phrases::plain(QString::fromUtf8(resolutionTitle)));
+    auto *resolution = picker(resolutionTitle, &ConversionSettings::resolution, allResolutions());
+    section->setTitle(resolutionTitle, resolution);
     section->contents()->addWidget(resolution);
     auto *idle = new Note("info", Theme::Tone::muted, Theme::Tone::muted);
     section->contents()->addWidget(idle);
@@ -279,11 +284,10 @@ void SettingsPanel::addSwitch(QBoxLayout &contents, const char *text, bool Conve
 
 void SettingsPanel::addUnknownAudio(QBoxLayout &contents)
 {
-    auto *unknown =
-        picker("Spuren ohne Sprachkennung", &ConversionSettings::unknownAudio, allUnknownAudioPolicies());
+    auto *unknown = picker(unknownTitle, &ConversionSettings::unknownAudio, allUnknownAudioPolicies());
     auto *warning = new Note("warning", Theme::Tone::orange);
     contents.addSpacing(Theme::em(0.2));
-    contents.addWidget(labelOf(unknown, "&Spuren ohne Sprachkennung"));
+    contents.addWidget(labelOf(unknown, unknownTitle));
     contents.addWidget(unknown);
     contents.addWidget(warning);
     m_follow.emplace_back([this, warning] { warning->setText(undecided(m_audio.undecidedFiles)); });
@@ -307,11 +311,11 @@ Section *SettingsPanel::outputSection()
     rows->setHorizontalSpacing(Theme::em(0.6));
     rows->setVerticalSpacing(Theme::em(0.4));
     rows->setColumnStretch(1, 1);
-    auto *container = picker("Container", &ConversionSettings::container, allContainers());
-    rows->addWidget(labelOf(container, "&Container"), 0, 0);
+    auto *container = picker(containerTitle, &ConversionSettings::container, allContainers());
+    rows->addWidget(labelOf(container, containerTitle), 0, 0);
     rows->addWidget(container, 0, 1);
     auto *jobs = jobsPicker();
-    rows->addWidget(labelOf(jobs, "G&leichzeitig"), 1, 0);
+    rows->addWidget(labelOf(jobs, jobsTitle), 1, 0);
     rows->addWidget(jobs, 1, 1);
     section->contents()->addSpacing(Theme::em(0.2));
     section->contents()->addLayout(rows);
@@ -322,7 +326,7 @@ template <typename Value>
 Picker *SettingsPanel::picker(const char *name, Value ConversionSettings::*field,
                               std::span<const Value> cases)
 {
-    auto *picker = new Picker(QString::fromUtf8(name));
+    auto *picker = new Picker(Phrases::plain(QString::fromUtf8(name)));
     for (const Value value : cases)
         picker->addItem(qt(title(value)));
     connect(picker, &Picker::activated, this, [this, field, cases](int index) {
@@ -336,10 +340,10 @@ Picker *SettingsPanel::picker(const char *name, Value ConversionSettings::*field
     return picker;
 }
 
-// A number that is not offered, from a file that somebody edited, is one more entry while it holds.
+// A number that is not offered, from a file that was edited by hand, is one more entry while it holds.
 Picker *SettingsPanel::jobsPicker()
 {
-    auto *jobs = new Picker("Gleichzeitig");
+    auto *jobs = new Picker(Phrases::plain(QString::fromUtf8(jobsTitle)));
     const auto add = [jobs](int place, std::int64_t count) {
         jobs->insertItem(place, QString::number(count), qint64(count));
     };

@@ -23,7 +23,7 @@ class SettingsPanel : public QWidget {
     Q_OBJECT
 
 public:
-    // The model outlives the panel.
+    // REQUIRES: the model outlives the panel.
     explicit SettingsPanel(AppModel &model, QWidget *parent = nullptr);
 
     QSize sizeHint() const override;

@@ -11,6 +11,7 @@
 #include "model/ToolReport.h"
 #include "ui/look/CopyButton.h"
 #include "ui/look/Icon.h"
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/look/VerticalScroll.h"
 #include "ui/settings/Controls.h"
@@ -64,7 +65,7 @@ QWidget *swapRow(const HiddenOriginal &swap)
 SettingsWindow::SettingsWindow(AppModel &model, QWidget *parent)
     : QDialog(parent), m_model(model), m_sections(new QWidget)
 {
-    setWindowTitle("Einstellungen");
+    setWindowTitle(Phrases::plain(Phrases::settings));
     setModal(false);
     auto *column = new QVBoxLayout(m_sections);
     const int margin = Theme::em(0.8);
@@ -117,7 +118,7 @@ Section *SettingsWindow::sleepSection()
 Section *SettingsWindow::qualitySection()
 {
     auto *section = new Section("sparkles", "Qualität");
-    m_measures = new CheckRow(QStringLiteral("Qualität messen"));
+    m_measures = new CheckRow(qt(measuringTitle));
     m_measuring = caption();
     m_measuringNote = new Note("info", Theme::Tone::muted, Theme::Tone::muted);
     connect(m_measures, &CheckRow::clicked, &m_model, &AppModel::setMeasuresQuality);
@@ -200,7 +201,7 @@ Section *SettingsWindow::toolSection()
 // The section is hidden while no swap waits.
 Section *SettingsWindow::swapSection()
 {
-    m_swaps = new Section("warning", "Unterbrochene Tauschvorgänge");
+    m_swaps = new Section("warning", qt(pendingSwapsTitle));
     m_swaps->contents()->addWidget(caption(
         "Kestrel repariert sie beim nächsten Start oder Analysieren, sobald es kann. Von Hand geht es "
         "im Terminal, solange nichts konvertiert wird:"));
@@ -257,7 +258,7 @@ void SettingsWindow::showMeasuring()
         text += QStringLiteral(" ") + measuringLine(tools->measuring()) + ".";
     m_measures->setChecked(measures);
     m_measuring->setText(text);
-    m_measuringNote->setText(isInRun ? QStringLiteral("Änderungen gelten ab dem nächsten Lauf.") : QString());
+    m_measuringNote->setText(isInRun ? Phrases::fromNextRun : QString());
     grow();
 }
 
@@ -266,7 +267,7 @@ void SettingsWindow::showTools()
     const auto &tools = m_model.tools();
     const auto &error = m_model.toolError();
     m_program->setText(tools   ? shown(tools->ffmpeg)
-                       : error ? QStringLiteral("nicht gefunden")
+                       : error ? Phrases::notFound
                                : QStringLiteral("wird gesucht …"));
     m_version->setText(tools ? qt(tools->version) : QStringLiteral("–"));
     m_toolError->setText(qt(error.value_or("")));

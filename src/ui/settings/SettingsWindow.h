@@ -16,13 +16,13 @@ class Note;
 class QrCode;
 class Section;
 
-// What concerns this computer: its sleep, whether quality is measured, the status page, ffmpeg, the log, and
-// swaps that were cut off.
+// The switches that concern this computer: its sleep, whether quality is measured, the status page, ffmpeg,
+// the log, and swaps that were cut off.
 class SettingsWindow : public QDialog {
     Q_OBJECT
 
 public:
-    // The model outlives the window.
+    // REQUIRES: the model outlives the window.
     explicit SettingsWindow(AppModel &model, QWidget *parent = nullptr);
 
     QSize sizeHint() const override; // all of its contents

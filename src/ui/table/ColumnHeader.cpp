@@ -66,7 +66,7 @@ void ColumnHeader::restoreWidths(const QByteArray &state)
 }
 
 // The names take what the others leave. Before the names get short, others give way, but those whose width
-// somebody chose only before they get too short; where there is more than enough, those with much to say get
+// the user chose only before they get too short; where there is more than enough, those with much to say get
 // some of it.
 void ColumnHeader::fit(int width, bool hasStatus)
 {
@@ -169,7 +169,7 @@ void ColumnHeader::focusOutEvent(QFocusEvent *event)
     viewport()->update();
 }
 
-// Not while somebody drags: the edge would run away from the pointer.
+// Not during a drag: the edge would run away from the pointer.
 void ColumnHeader::mouseReleaseEvent(QMouseEvent *event)
 {
     QHeaderView::mouseReleaseEvent(event);

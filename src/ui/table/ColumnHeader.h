@@ -13,19 +13,19 @@ class ColumnHeader : public QHeaderView {
     Q_OBJECT
 
 public:
-    // The rows outlive it.
+    // REQUIRES: the rows outlive it.
     explicit ColumnHeader(LibraryModel &rows, QWidget *parent = nullptr);
 
-    // The head that the keys go to.
+    // The head that receives the keys.
     int current() const { return m_current; }
     // Shares so many pixels among the columns. An empty Status column is narrow.
     void fit(int width, bool hasStatus);
-    // The widths that somebody chose, to be remembered.
+    // The widths that the user chose, to be remembered.
     QByteArray chosenWidths() const;
     void restoreWidths(const QByteArray &state);
 
 signals:
-    // They are to be fitted anew; not while an edge is being dragged, but when it is let go.
+    // fit() must be called again. Emitted when a dragged edge is released, not during the drag.
     void widthsChosen();
 
 protected:

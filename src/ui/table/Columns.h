@@ -10,14 +10,15 @@ namespace kestrel {
 
 class LibraryModel;
 
-// The columns of the table. Each one is a row of `all`, and nothing else knows how it is called, how wide it is,
-// what it is sorted by or what its cells say.
+// The columns of the table. Each one is a row of `all`, and nothing else knows how it is called, how wide it
+// is, what it is sorted by or what its cells say.
 namespace Columns {
 
 enum Id : int { include, name, duration, video, sizeBefore, sizeAfter, status };
 inline constexpr int count = caseCount<Id>;
 
-// In heights of the text: what a column has usually, at least, and at most of what would otherwise be left over.
+// In heights of the text: what a column has usually, at least, and at most of what would otherwise be left
+// over.
 struct Width {
     double usual, least, most;
 };

@@ -41,9 +41,9 @@ void collectVisible(std::vector<const TableNode *> &rows, const TableNode &paren
 
 LibraryModel::LibraryModel(AppModel &model, QObject *parent) : QAbstractItemModel(parent), m_model(model)
 {
-    m_teller.setSingleShot(true);
-    m_teller.setInterval(interval);
-    connect(&m_teller, &QTimer::timeout, this, &LibraryModel::tell);
+    m_reportTimer.setSingleShot(true);
+    m_reportTimer.setInterval(interval);
+    connect(&m_reportTimer, &QTimer::timeout, this, &LibraryModel::reportChanges);
     const Library &library = model.library();
     connect(&library, &Library::aboutToBeFilled, this, [this] {
         beginResetModel();
@@ -269,18 +269,18 @@ void LibraryModel::itemChanged(const FileItem &item)
         if (item.needsPlan) // its info may be new
             m_sources.erase(row);
     }
-    if (!m_teller.isActive())
-        m_teller.start();
+    if (!m_reportTimer.isActive())
+        m_reportTimer.start();
 }
 
-void LibraryModel::tell()
+void LibraryModel::reportChanges()
 {
     for (const TableNode *row : m_changed)
         emit dataChanged(indexOf(*row, 0), indexOf(*row, Columns::count - 1));
     m_changed.clear();
 }
 
-void LibraryModel::told(const TableNode &parent)
+void LibraryModel::reportBelow(const TableNode &parent)
 {
     if (parent.children.empty())
         return;
@@ -288,7 +288,7 @@ void LibraryModel::told(const TableNode &parent)
                      indexOf(*parent.children.back(), Columns::count - 1));
     for (const auto &child : parent.children)
         if (child->isFolder())
-            told(*child);
+            reportBelow(*child);
 }
 
 void LibraryModel::everythingChanged()
@@ -296,8 +296,8 @@ void LibraryModel::everythingChanged()
     m_folders.clear();
     m_sources.clear();
     m_changed.clear();
-    m_teller.stop();
-    told(m_model.library().root());
+    m_reportTimer.stop();
+    reportBelow(m_model.library().root());
 }
 
 void LibraryModel::followSort()

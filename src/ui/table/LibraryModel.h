@@ -13,8 +13,8 @@
 
 namespace kestrel {
 
-// The library's rows for Qt's views. Rows stay where they are while files change; what has changed is told
-// twenty times a second, together. Main thread; the application's model outlives it.
+// The library's rows for Qt's views. Rows stay where they are while files change; changes are reported
+// together, twenty times a second. REQUIRES: the main thread; the application's model outlives it.
 class LibraryModel : public QAbstractItemModel {
     Q_OBJECT
 
@@ -26,24 +26,24 @@ public:
     QModelIndex indexOf(const TableNode &node, int column = Columns::name) const;
     QModelIndex indexOf(const std::filesystem::path &id) const;
 
-    // For a column with little room.
+    // Chooses the short title, for a column with little room.
     void setBriefHeading(int section, bool isBrief);
-    // What a delegate paints.
+    // The content that a delegate paints.
     RowText::Cell cell(const QModelIndex &index) const;
     std::vector<RowText::Chip> chips(const QModelIndex &index) const;
-    // Of a folder's row; remembered until one of its files changes.
+    // The sums of a folder's row; cached until one of its files changes.
     const RowText::Folder &folder(const TableNode &node) const;
-    // Of a folder's row; remembered until there is something new to know of one of its files.
+    // The formats in a folder's row; cached until one of its files is analysed again.
     const RowText::Sources &sources(const TableNode &node) const;
-    // The time at which the run will have done a folder; absent while none runs. Remembered for a second.
+    // The time at which the run will have finished a folder; absent while none runs. Cached for a second.
     std::optional<QString> completion(const TableNode &folder) const;
     const ConversionSettings &settings() const { return m_model.settings(); }
-    // Between the old rows and the new ones nobody may ask for any.
+    // True during a reset, when no row may be accessed.
     bool isFilling() const { return m_isFilling; }
     // The next row that can be seen and whose name begins so, or the first one again; also the current one
     // itself, unless `isNext`. Null where there is none.
     const TableNode *rowNamed(const QString &beginning, const TableNode *current, bool isNext) const;
-    // Some row has something to say in its last column.
+    // True when some row has a text in the Status column.
     bool hasStatus() const { return m_hasStatus; }
 
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
@@ -55,15 +55,15 @@ public:
     Qt::ItemFlags flags(const QModelIndex &index) const override;
 
 signals:
-    void statusCame(); // the column got its first text, or lost its last
+    void statusCame(); // the Status column got its first text, or lost its last
 
 private:
     void lookForStatus();
     const TableNode &nodeOrRoot(const QModelIndex &index) const;
     void itemChanged(const FileItem &item);
     void everythingChanged();
-    void told(const TableNode &parent);
-    void tell();
+    void reportBelow(const TableNode &parent);
+    void reportChanges();
     void followSort();
     // Invalid where there is nothing to choose.
     QVariant checkState(const TableNode &row) const;
@@ -73,7 +73,7 @@ private:
     mutable std::unordered_map<const TableNode *, RowText::Folder> m_folders;
     mutable std::unordered_map<const TableNode *, RowText::Sources> m_sources;
     std::unordered_set<const TableNode *> m_changed;
-    QTimer m_teller;
+    QTimer m_reportTimer;
     std::array<bool, Columns::count> m_hasBriefHeading{};
 };
 

@@ -12,11 +12,21 @@
 #include "model/Sentences.h"
 #include "ui/look/Accessibility.h"
 #include "ui/look/Icon.h"
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/table/NameSearch.h"
 #include "ui/table/RowDelegate.h"
 
 namespace kestrel {
+
+namespace {
+
+QString opened()
+{
+    return QStringLiteral("aufgeklappt");
+}
+
+} // namespace
 
 LibraryView::LibraryView(AppModel &model, QWidget *parent)
     : QTreeView(parent), m_model(model), m_rows(model), m_header(new ColumnHeader(m_rows, this)),
@@ -75,13 +85,13 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent)
     connect(this, &QTreeView::expanded, this, [this, follow, isCurrent](const QModelIndex &index) {
         follow(index, true);
         if (isCurrent(index))
-            tell(QStringLiteral("aufgeklappt"));
+            announceChange(opened());
     });
     connect(this, &QTreeView::collapsed, this, [this, follow, isCurrent](const QModelIndex &index) {
         follow(index, false);
         leaveClosedFolders();
         if (isCurrent(index))
-            tell(QStringLiteral("zugeklappt"));
+            announceChange(QStringLiteral("zugeklappt"));
     });
     connect(this, &QTreeView::doubleClicked, this, [this](const QModelIndex &index) {
         if (index.column() == Columns::include)
@@ -179,7 +189,7 @@ void LibraryView::selectionChanged(const QItemSelection &selected, const QItemSe
 }
 
 // A click on the check mark of a selected row is meant for all selected rows. Newer Qt would reduce the
-// selection to that one before the delegate learns of the click.
+// selection to that one before the delegate receives the click.
 QItemSelectionModel::SelectionFlags LibraryView::selectionCommand(const QModelIndex &index,
                                                                   const QEvent *event) const
 {
@@ -235,17 +245,17 @@ void LibraryView::toggleIncluded(const QModelIndex &index)
         return; // there is nothing to choose
     const bool isIncluded = state.toInt() == Qt::Checked;
     m_model.library().setIncluded(selection.contains(id) ? selection : Library::Ids{id}, !isIncluded);
-    tell(index.siblingAtColumn(Columns::include).data(Qt::AccessibleTextRole).toString());
+    announceChange(index.siblingAtColumn(Columns::include).data(Qt::AccessibleTextRole).toString());
 }
 
-// Of what somebody does; all folders open by themselves when there is a library.
-void LibraryView::tell(const QString &text)
+// Announces only what the user did: folders also open by themselves when a library is filled.
+void LibraryView::announceChange(const QString &text)
 {
     if (hasFocus() && !m_isFollowing)
         announce(*this, text);
 }
 
-// Qt tells only that the table has the focus, not the row in it.
+// Qt reports only that the table has the focus, not the row in it.
 void LibraryView::focusInEvent(QFocusEvent *event)
 {
     QTreeView::focusInEvent(event);
@@ -295,7 +305,7 @@ void LibraryView::expand(const TableNode &row, const QString &key)
     Library::Ids folders{row.id};
     forEachFolder(row, [&](const TableNode &below) { folders.insert(below.id); });
     m_model.library().expand(folders);
-    tell(QStringLiteral("aufgeklappt"));
+    announceChange(opened());
 }
 
 // Qt's own search takes the blank for an order, and shows nothing of what was typed.
@@ -404,7 +414,7 @@ void LibraryView::paintEvent(QPaintEvent *event)
     painter.drawText(viewport()->rect().adjusted(20, 20, -20, -20), Qt::AlignCenter | Qt::TextWordWrap,
                      m_model.activity().kind == Activity::Kind::scanning ? qt(Sentences::searching)
                      : m_model.tools() ? QStringLiteral("Die Liste ist leer.")
-                                       : QStringLiteral("ffmpeg wird gesucht …"));
+                                       : Phrases::lookingForTools);
 }
 
 } // namespace kestrel

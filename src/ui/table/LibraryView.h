@@ -52,7 +52,7 @@ private:
     bool goToName(const QString &beginning, bool isNext);
     void expand(const TableNode &row, const QString &key);
     void leaveClosedFolders();
-    void tell(const QString &text);
+    void announceChange(const QString &text);
     void fitColumns();
     void keepPlace();
     void returnToPlace();
@@ -67,7 +67,7 @@ private:
         std::filesystem::path root, current;
         int scroll = 0;
     };
-    Place m_place;  // before the library was filled anew
+    Place m_place;  // before the library was filled again
     QTimer m_clock; // the times at which folders will be done change by themselves
 };
 

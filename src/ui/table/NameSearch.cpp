@@ -6,6 +6,7 @@
 #include <chrono>
 
 #include "ui/look/Accessibility.h"
+#include "ui/look/Phrases.h"
 
 namespace kestrel {
 
@@ -32,7 +33,7 @@ bool isOneLetter(const QString &text)
 
 NameSearch::NameSearch(QWidget &table, GoTo goTo)
     : Card(&table), m_table(table), m_goTo(std::move(goTo)), m_label(new Label(QString())),
-      m_nothing(new Label(QStringLiteral("nicht gefunden"), Theme::Size::body, Theme::Tone::orange))
+      m_nothing(new Label(Phrases::notFound, Theme::Size::body, Theme::Tone::orange))
 {
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(Theme::em(0.6), Theme::em(0.35), Theme::em(0.7), Theme::em(0.35));
@@ -78,7 +79,8 @@ void NameSearch::search(const QString &text)
     m_label->setText(text);
     m_nothing->setVisible(!isFound);
     place();
-    announce(m_table, isFound ? QStringLiteral("Suche: ") + text : text + QStringLiteral(" nicht gefunden"));
+    announce(m_table,
+             isFound ? QStringLiteral("Suche: ") + text : text + QLatin1Char(' ') + Phrases::notFound);
 }
 
 void NameSearch::place()

@@ -5,7 +5,7 @@
 
 namespace kestrel {
 
-// The model's message, until it is closed. While a folder is being searched the run panel tells the same.
+// The model's message, until it is closed. While a folder is being searched the run panel shows the same.
 class Banner : public Card {
     Q_OBJECT
 

@@ -4,7 +4,7 @@
 
 #include "ui/look/Parts.h"
 
-// What the pages have in common that stand in place of a library.
+// The common layout of the pages that replace the library.
 namespace kestrel::CentredPage {
 
 // A column in the middle of the window.

@@ -4,6 +4,7 @@
 
 #include "format/Fmt.h"
 #include "ui/look/Icon.h"
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/table/Columns.h"
 
@@ -30,7 +31,7 @@ constexpr const char *measureHelp =
     "Kodiert je Datei einige 10-Sekunden-Abschnitte mit den echten Einstellungen und misst Größe, Tempo und "
     "Qualität. Klick: 6 Dateien, Pfeil: mehr Optionen";
 
-// Each change makes the toolbar lay itself out anew.
+// Each change causes another layout of the toolbar.
 void become(QAction *action, const QString &text, const char *icon, const char *help)
 {
     if (action->text() == text && action->statusTip() == QString::fromUtf8(help))
@@ -45,14 +46,14 @@ void become(QAction *action, const QString &text, const char *icon, const char *
 } // namespace
 
 Commands::Commands(AppModel &model, QObject *parent)
-    : QObject(parent),
-      chooseFolder(make(this, "Ordner wählen", "folder-add", qt(Wording::text(Words::chooseFolderHelp)))),
+    : QObject(parent), chooseFolder(make(this, Phrases::plain(Phrases::chooseFolder), "folder-add",
+                                         qt(Wording::text(Words::chooseFolderHelp)))),
       openFolder(make(this, "&Ordner öffnen …", "folder-add", "", QKeySequence::Open)),
       rescan(make(this, "&Neu analysieren", "refresh", qt(Wording::text(Words::rescanHelp)),
                   QKeySequence(Qt::CTRL | Qt::Key_R))),
-      settings(make(this, "&Einstellungen", "settings", qt(Wording::text(Words::settingsHelp)),
+      settings(make(this, Phrases::settings, "settings", qt(Wording::text(Words::settingsHelp)),
                     QKeySequence(Qt::CTRL | Qt::Key_Comma))),
-      measure(make(this, "&Genau schätzen", "gauge", measureHelp)),
+      measure(make(this, Phrases::measure, "gauge", measureHelp)),
       measure3(make(this, "&3 Dateien messen", "", "")), measure6(make(this, "&6 Dateien messen", "", "")),
       measure12(make(this, "&12 Dateien messen", "", "")),
       measureAll(make(this, "&Alle Dateien messen", "", "")),
@@ -72,7 +73,7 @@ Commands::Commands(AppModel &model, QObject *parent)
       showPanel(make(this, "&Seitenleiste", "panel-right", "Einstellungen neben der Tabelle zeigen",
                      QKeySequence(Qt::Key_F9))),
       showLog(make(this, "&Protokoll anzeigen", "document", "")),
-      about(make(this, "Ü&ber Kestrel", "info", "")),
+      about(make(this, Phrases::about, "info", "")),
       quit(make(this, "&Beenden", "", "", QKeySequence(Qt::CTRL | Qt::Key_Q))),
       details(make(this, "&Details", "info", "", QKeySequence(Qt::CTRL | Qt::Key_I))),
       reveal(make(this, revealLabel(), "folder-open", "")), check(make(this, "&Anhaken", "check", "")),
@@ -208,7 +209,7 @@ void Commands::update()
     measure->setEnabled(canWork || (isMeasuring && !m_model.isStopping()));
     become(measure,
            isMeasuring ? QStringLiteral("S&tichproben stoppen (%1/%2)").arg(activity.done).arg(activity.total)
-                       : QStringLiteral("&Genau schätzen"),
+                       : Phrases::measure,
            isMeasuring ? "stop-circle" : "gauge",
            isMeasuring ? "Messung beenden – bisherige Stichproben bleiben erhalten" : measureHelp);
     for (QAction *action : {measure3, measure6, measure12, measureAll})

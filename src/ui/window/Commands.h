@@ -10,7 +10,7 @@
 
 namespace kestrel {
 
-// Everything a person can order, with its text, help and shortcut, and when it is possible. Toolbar, menus
+// All actions of the window, with text, help, shortcut, and when they are enabled. Toolbar, menus
 // and the table's menu show the same actions.
 class Commands : public QObject {
     Q_OBJECT
@@ -34,13 +34,13 @@ public:
     QAction *const about;
     QAction *const quit;
 
-    // About the selected rows.
+    // They concern the selected rows.
     QAction *const details;
     QAction *const reveal;
     QAction *const check, *const uncheck;
     QAction *const measureSelection;
 
-    // About all rows.
+    // They concern all rows.
     QAction *const checkAll, *const uncheckAll;
     QAction *const expandAll, *const collapseAll;
     QAction *const sortDescending;
@@ -48,7 +48,7 @@ public:
     // One for each column that sorts, in their order.
     const QList<QAction *> &sortActions() const { return m_sortActions; }
     QMenu *measureMenu() const { return m_measureMenu.get(); }
-    // Of the one selected row; absent when none or several are.
+    // The path of the one selected row; absent when none or several are.
     std::optional<std::filesystem::path> selectedPath() const;
 
 signals:

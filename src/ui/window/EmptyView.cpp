@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/window/CentredPage.h"
 
@@ -10,8 +11,8 @@ namespace kestrel {
 
 EmptyView::EmptyView(AppModel &model, QWidget *parent)
     : QWidget(parent), m_model(model),
-      m_searching(new Label(QStringLiteral("ffmpeg wird gesucht …"), Theme::Size::body, Theme::Tone::muted)),
-      m_choose(new QPushButton(QStringLiteral("Ordner &wählen …"))), m_last(new QPushButton)
+      m_searching(new Label(Phrases::lookingForTools, Theme::Size::body, Theme::Tone::muted)),
+      m_choose(new QPushButton(Phrases::chooseFolder + QStringLiteral(" …"))), m_last(new QPushButton)
 {
     auto *column = CentredPage::column(this);
     column->addWidget(new IconLabel(QStringLiteral("film-stack"), Theme::Tone::accent, 6), 0,

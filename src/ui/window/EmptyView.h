@@ -7,14 +7,14 @@
 
 namespace kestrel {
 
-// Before a folder is open: what to do, and what will happen then.
+// The page before a folder is open: it says what to do, and what will happen then.
 class EmptyView : public QWidget {
     Q_OBJECT
 
 public:
     explicit EmptyView(AppModel &model, QWidget *parent = nullptr);
 
-    // While something that can be opened hovers over the window.
+    // Highlights the page while something that can be opened hovers over the window.
     void setDropTarget(bool isTarget);
     // Offers to open this folder again.
     void offer(const std::filesystem::path &folder);

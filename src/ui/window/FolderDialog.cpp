@@ -6,6 +6,7 @@
 #include <QRegularExpression>
 
 #include "ui/look/Parts.h"
+#include "ui/look/Phrases.h"
 
 namespace kestrel {
 
@@ -24,7 +25,7 @@ FolderDialog::FolderDialog(const QString &start, QWidget *parent)
     setAttribute(Qt::WA_DeleteOnClose);
     setFileMode(QFileDialog::Directory);
     setOption(QFileDialog::ShowDirsOnly);
-    setLabelText(QFileDialog::Accept, QStringLiteral("Ordner wählen …"));
+    setLabelText(QFileDialog::Accept, Phrases::plain(Phrases::chooseFolder) + QStringLiteral(" …"));
     setDirectory(start);
     connect(this, &QFileDialog::filesSelected, this, [this](const QStringList &paths) {
         if (!paths.isEmpty())

@@ -18,13 +18,13 @@ public:
     void showPanel(bool isShown);
     bool isPanelShown() const { return m_isNarrow ? m_isOverTable : m_isBeside; }
 
-    // To be remembered: whether the settings stand beside the table, and how wide.
+    // The state to remember: whether the settings stand beside the table, and how wide.
     bool isPanelBeside() const { return m_isBeside; }
     QByteArray saveState() const { return m_isNarrow ? m_wideState : m_splitter->saveState(); }
     void restoreState(const QByteArray &state, bool isPanelBeside);
 
 signals:
-    // The page showed or hid the panel by itself: the window's width changed, or Esc closed it.
+    // Emitted when the page itself showed or hid the panel: the window's width changed, or Esc closed it.
     void panelShown(bool isShown);
 
 protected:

@@ -13,6 +13,7 @@
 #include "media/Log.h"
 #include "platform/FileManager.h"
 #include "ui/look/Icon.h"
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/window/FolderDialog.h"
 
@@ -195,7 +196,7 @@ void MainWindow::connectAll()
     connect(&m_model.library(), &Library::detailItemChanged, this, &MainWindow::showDetails);
 }
 
-void MainWindow::tell(const QString &text, const QString &more)
+void MainWindow::inform(const QString &text, const QString &more)
 {
     auto *box = new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Kestrel"), text, QMessageBox::Ok, this);
     box->setAttribute(Qt::WA_DeleteOnClose);
@@ -209,7 +210,7 @@ void MainWindow::reveal(const std::filesystem::path &file)
 {
     FileManager::reveal(file, [window = QPointer(this), file](bool isTaken) {
         if (window != nullptr && !isTaken)
-            window->tell(QStringLiteral("Es ließ sich kein Dateimanager öffnen"), shown(file));
+            window->inform(QStringLiteral("Es ließ sich kein Dateimanager öffnen"), shown(file));
     });
 }
 
@@ -219,7 +220,7 @@ void MainWindow::showLog()
     Log::flush();
     FileManager::open(Log::file(), [window = QPointer(this)](bool isTaken) {
         if (window != nullptr && !isTaken)
-            window->tell(QStringLiteral("Das Protokoll ließ sich nicht öffnen"), shown(Log::file()));
+            window->inform(QStringLiteral("Das Protokoll ließ sich nicht öffnen"), shown(Log::file()));
     });
 }
 
@@ -250,10 +251,10 @@ void MainWindow::checkLastFolder()
 void MainWindow::open(const std::filesystem::path &folder)
 {
     if (m_model.toolError())
-        return tell(QStringLiteral("ffmpeg fehlt"), qt(Text::repaired(*m_model.toolError())));
+        return inform(Phrases::toolsMissing, qt(Text::repaired(*m_model.toolError())));
     if (m_model.isBusy())
-        return tell(
-            QStringLiteral("Kestrel arbeitet noch"),
+        return inform(
+            Phrases::stillWorking,
             QStringLiteral(
                 "Ein anderer Ordner kann geöffnet werden, sobald die Arbeit beendet oder gestoppt ist."));
     m_model.open(folder);
@@ -329,7 +330,7 @@ void MainWindow::showAbout()
 {
     auto *box = new QMessageBox(this);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowTitle(QStringLiteral("Über Kestrel"));
+    box->setWindowTitle(Phrases::plain(Phrases::about));
     box->setIconPixmap(windowIcon().pixmap(Theme::em(4)));
     box->setText(QStringLiteral("Kestrel %1").arg(QCoreApplication::applicationVersion()));
     makeHeadline(*box);

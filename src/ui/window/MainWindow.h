@@ -20,7 +20,7 @@
 
 namespace kestrel {
 
-// The one window. Main thread; the model outlives it.
+// The one window. REQUIRES: the main thread; the model outlives it.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
@@ -62,7 +62,7 @@ private:
     void open(const std::filesystem::path &folder);
     void reveal(const std::filesystem::path &file);
     void showLog();
-    void tell(const QString &text, const QString &more);
+    void inform(const QString &text, const QString &more);
 
     AppModel &m_model;
     WindowState m_state;
@@ -76,7 +76,7 @@ private:
     std::optional<FolderCheck> m_lastFolderCheck;
     std::optional<std::filesystem::path> m_reachable; // opened before, and there
     std::array<QWidget *, 3> m_runButtons{};          // of the toolbar
-    QPointer<QWidget> m_givesFocusBack;               // got it because one of them could not keep it
+    QPointer<QWidget> m_givesFocusBack;               // has the focus because one of them was disabled
     QPointer<SettingsWindow> m_settings;
     QPointer<DetailSheet> m_details;
 };

@@ -4,12 +4,13 @@
 
 namespace kestrel {
 
-// Two parts side by side, whose border the arrow keys move too.
+// Two parts side by side; the arrow keys move the border too.
 class PanelSplitter : public QSplitter {
     Q_OBJECT
 
 public:
-    // Once; a splitter makes its handle with its parts, and no derived one in its constructor.
+    // REQUIRES: called once. A splitter makes its handle with its parts, and no derived one in its
+    // constructor.
     void setParts(QWidget *left, QWidget *right);
 
 protected:

@@ -7,6 +7,7 @@
 
 #include "ui/look/Icon.h"
 #include "ui/look/Parts.h"
+#include "ui/look/Phrases.h"
 
 namespace kestrel {
 
@@ -32,7 +33,7 @@ bool QuitGuard::mayQuit(QWidget *window)
     m_question->setWindowTitle(QStringLiteral("Kestrel"));
     m_question->setIconPixmap(
         Icon::named(QStringLiteral("warning"), Theme::Tone::orange).pixmap(Theme::em(2.4)));
-    m_question->setText(QStringLiteral("Kestrel arbeitet noch"));
+    m_question->setText(Phrases::stillWorking);
     makeHeadline(*m_question);
     m_question->setInformativeText(QStringLiteral(
         "Laufende Konvertierungen werden abgebrochen. Bereits fertige Dateien bleiben erhalten, die "

@@ -10,17 +10,17 @@ class QWidget;
 
 namespace kestrel {
 
-// Asks before work is given up for the end of the program.
+// Asks before the end of the program aborts work.
 class QuitGuard : public QObject {
     Q_OBJECT
 
 public:
     explicit QuitGuard(AppModel &model, QObject *parent = nullptr);
 
-    // Somebody wants to quit: true when it may happen at once. Else a question is shown over the window, and
-    // quit() comes later, or never.
+    // Returns true when the program may end at once. Otherwise it shows a question over the window and emits
+    // quit() later, or never.
     bool mayQuit(QWidget *window);
-    // Gives up the work without asking.
+    // Aborts the work without asking.
     void stopAndQuit();
 
 signals:

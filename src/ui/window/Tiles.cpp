@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "format/Fmt.h"
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/table/RowText.h"
 
@@ -47,7 +48,7 @@ Tiles::Tiles(AppModel &model, QWidget *parent) : QWidget(parent), m_model(model)
     m_before = add("drive", "Vorher");
     m_after = add("compress", "Nachher");
     m_saving = add("save", "Ersparnis");
-    m_time = add("clock", "Rechenzeit");
+    m_time = add("clock", Phrases::computingTime);
     for (const auto signal : {&AppModel::activityChanged, &AppModel::runChanged})
         connect(&model, signal, this, &Tiles::update);
     for (const auto signal : {&Library::filled, &Library::recomputed})
@@ -55,18 +56,17 @@ Tiles::Tiles(AppModel &model, QWidget *parent) : QWidget(parent), m_model(model)
     update();
 }
 
-Tiles::Tile Tiles::add(const char *icon, const char *caption)
+Tiles::Tile Tiles::add(const char *icon, const QString &caption)
 {
-    const Tile tile{
-        .card = new Card,
-        .icon = new IconLabel(QString::fromUtf8(icon), Theme::Tone::accent, 0.95),
-        .value = new ElidedLabel(QStringLiteral("–"), Theme::Size::value),
-        .detail = new ElidedLabel(QString(), Theme::Size::caption, Theme::Tone::muted),
-        .caption = new ElidedLabel(QString::fromUtf8(caption), Theme::Size::caption, Theme::Tone::muted)};
+    const Tile tile{.card = new Card,
+                    .icon = new IconLabel(QString::fromUtf8(icon), Theme::Tone::accent, 0.95),
+                    .value = new ElidedLabel(QStringLiteral("–"), Theme::Size::value),
+                    .detail = new ElidedLabel(QString(), Theme::Size::caption, Theme::Tone::muted),
+                    .caption = new ElidedLabel(caption, Theme::Size::caption, Theme::Tone::muted)};
     auto *inside = new QGridLayout(tile.card);
     inside->setHorizontalSpacing(Theme::em(0.35));
     inside->setVerticalSpacing(Theme::em(0.1));
-    tile.card->setAccessibleName(QString::fromUtf8(caption));
+    tile.card->setAccessibleName(caption);
     static_cast<QGridLayout *>(layout())->addWidget(tile.card, 0, static_cast<int>(m_tiles.size()));
     arrange(tile, false, true); // so that the card owns its parts also when no resize comes
     m_tiles.push_back(tile);
@@ -162,7 +162,7 @@ void Tiles::update()
     showSaving(isPlanned);
 
     const auto remaining = m_model.runRemaining();
-    set(m_time.caption, remaining ? QStringLiteral("Restdauer") : QStringLiteral("Rechenzeit"));
+    set(m_time.caption, remaining ? QStringLiteral("Restdauer") : Phrases::computingTime);
     m_time.card->setAccessibleName(m_time.caption->text());
     const auto shown = remaining ? remaining : totals.shownSeconds();
     set(m_time.value, shown ? qt(Fmt::duration(*shown)) : none);

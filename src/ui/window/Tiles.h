@@ -17,7 +17,7 @@ class Tiles : public QWidget {
 public:
     explicit Tiles(AppModel &model, QWidget *parent = nullptr);
     QSize minimumSizeHint() const override;
-    // The window is too low for cards.
+    // Replaces the cards by one line, for a window that is too low for them.
     void setLow(bool isLow);
 
 protected:
@@ -29,7 +29,7 @@ private:
         IconLabel *icon;
         ElidedLabel *value, *detail, *caption;
     };
-    Tile add(const char *icon, const char *caption);
+    Tile add(const char *icon, const QString &caption);
     bool isLine() const;
     void arrange();
     void arrange(const Tile &tile, bool isLine, bool hasCaption);

@@ -2,6 +2,7 @@
 
 #include <QVBoxLayout>
 
+#include "ui/look/Phrases.h"
 #include "ui/look/Strings.h"
 #include "ui/window/CentredPage.h"
 
@@ -11,7 +12,7 @@ ToolsMissingView::ToolsMissingView(AppModel &model, QWidget *parent) : QWidget(p
 {
     auto *column = CentredPage::column(this);
     column->addWidget(new IconLabel(QStringLiteral("warning"), Theme::Tone::orange, 4), 0, Qt::AlignHCenter);
-    auto *heading = new Label(QStringLiteral("ffmpeg fehlt"), Theme::Size::title);
+    auto *heading = new Label(Phrases::toolsMissing, Theme::Size::title);
     heading->setAlignment(Qt::AlignCenter);
     column->addWidget(heading);
     auto *text = new Label(QString(), Theme::Size::body);

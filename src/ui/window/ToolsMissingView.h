@@ -5,7 +5,7 @@
 
 namespace kestrel {
 
-// Instead of everything else, where there is no ffmpeg.
+// The only page while ffmpeg is missing.
 class ToolsMissingView : public QWidget {
     Q_OBJECT
 

@@ -6,8 +6,8 @@
 
 namespace kestrel {
 
-// What a window looked like when it was closed; in the file of the user's choices. Damage counts as nothing
-// remembered.
+// The geometry and state of a window when it was closed, in the file of the user's choices. A damaged entry
+// counts as absent.
 class WindowState {
 public:
     explicit WindowState(std::filesystem::path file) : m_file(std::move(file)) {}
