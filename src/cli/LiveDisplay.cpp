@@ -11,6 +11,7 @@
 #include "cli/RunReport.h"
 #include "cli/Terminal.h"
 #include "format/Fmt.h"
+#include "model/ActivityText.h"
 #include "platform/Text.h"
 
 namespace kestrel {
@@ -95,7 +96,8 @@ public:
     void finished(const RunStats &run) override
     {
         stopPainting();
-        Terminal::print("\n{}{}\n", run.isComplete() ? "" : Terminal::bold("Gestoppt") + "\n",
+        Terminal::print("\n{}{}\n",
+                        run.isComplete() ? "" : Terminal::bold(headline(ActivityText::State::stopped)) + "\n",
                         Terminal::bold(run.finishedText()));
         if (const auto text = run.soFarText())
             Terminal::print("{}\n", *text);

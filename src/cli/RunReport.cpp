@@ -8,6 +8,7 @@
 
 #include "cli/Json.h"
 #include "cli/Terminal.h"
+#include "model/ActivityText.h"
 
 namespace kestrel {
 
@@ -93,7 +94,7 @@ public:
     void finished(const RunStats &run) override
     {
         if (!run.isComplete())
-            printLine("Gestoppt");
+            printLine(std::string(headline(ActivityText::State::stopped)));
         printLine(run.finishedText());
         if (const auto text = run.soFarText())
             printLine(*text);

@@ -82,6 +82,11 @@ std::string_view id(ActivityText::State state)
     return wordsOf(state).id;
 }
 
+std::string_view headline(ActivityText::State state)
+{
+    return wordsOf(state).headline;
+}
+
 ActivityText ActivityText::of(const AppModel &model)
 {
     const auto &[kind, done, total, fraction] = model.activity();
@@ -105,7 +110,7 @@ ActivityText ActivityText::of(const AppModel &model)
 
 std::string ActivityText::headline() const
 {
-    const std::string headline(wordsOf(state).headline);
+    const std::string headline(kestrel::headline(state));
     return state == State::sampling
                ? fmt::format("{} {}", headline, Fmt::share(std::min(done + 1, total), total))
                : headline;
@@ -126,7 +131,7 @@ std::string ActivityText::detail() const
     if (isStopping)
         return std::string(stopping);
     if (state == State::paused)
-        return std::string(wordsOf(state).headline);
+        return headline();
     if (state == State::interrupted)
         return Fmt::count(done) + " noch nicht analysiert";
     if (state != State::converting || !remaining)

@@ -48,7 +48,7 @@ struct ActivityText {
     std::string announcement() const;
 };
 
-// The status page's word; empty for what the page does not know.
-std::string_view id(ActivityText::State state);
+std::string_view id(ActivityText::State state);       // the status page's word
+std::string_view headline(ActivityText::State state); // German
 
 } // namespace kestrel
