@@ -89,7 +89,7 @@ QString searchInWords(const SampleResult &sample)
                                                              : QString()));
     QString words = points.join(QStringLiteral("; "));
     if (sample.vmafTarget)
-        words += QStringLiteral(". Ziel: VMAF %1").arg(score(sample.vmafTarget));
+        words += QStringLiteral(". ") + target(sample);
     return words;
 }
 
