@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdlib>
-#include <sstream>
 #include <string_view>
 #include <system_error>
 
@@ -40,17 +39,6 @@ int libraryVersion(const std::string &text, const std::string &library)
 {
     const std::size_t start = text.find(library + " ");
     return start == std::string::npos ? 0 : std::atoi(text.c_str() + start + library.size());
-}
-
-// From the list that ffmpeg -encoders prints: " V....D libx265   libx265 H.265 / HEVC …".
-std::set<std::string> videoEncoders(const std::string &list)
-{
-    std::set<std::string> names;
-    std::istringstream lines(list);
-    for (std::string line, flags, name; std::getline(lines, line);)
-        if (std::istringstream words(line); words >> flags >> name && flags.starts_with('V') && name != "=")
-            names.insert(name);
-    return names;
 }
 
 } // namespace
@@ -111,7 +99,7 @@ Tools Tools::locate(std::span<const fs::path> folders, std::stop_token stop, Ask
     tools.keepsTurnInMatroska = libraryVersion(version, "libavformat") >= turningMatroska;
     if (tools.version.empty())
         tools.version = "ffmpeg";
-    tools.encoders = videoEncoders(encoders);
+    tools.encoders = encoders;
     tools.hasVMAF = filters.find("libvmaf") != std::string::npos;
     return tools;
 }

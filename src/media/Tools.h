@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <set>
 #include <span>
 #include <stdexcept>
 #include <stop_token>
@@ -44,14 +43,15 @@ inline constexpr std::string_view measuringTitle = "Qualität messen";
 // The located programs and what this ffmpeg was built with.
 struct Tools {
     std::filesystem::path ffmpeg, ffprobe; // absolute
-    std::set<std::string> encoders;        // for video, by ffmpeg's names
+    std::string encoders;                  // the text of ffmpeg -encoders
     bool hasVMAF = false;                  // filter "libvmaf"
     std::string version;                   // first line of ffmpeg -version, for display
     bool keepsTurnInMatroska = false;      // of a picture that is copied
     bool mayMeasure = true;                // the setting measuringTitle
 
-    bool hasX265() const { return encoders.contains("libx265"); }
-    bool hasSVTAV1() const { return encoders.contains("libsvtav1"); }
+    bool hasEncoder(std::string_view name) const { return encoders.find(name) != std::string::npos; }
+    bool hasX265() const { return hasEncoder("libx265"); }
+    bool hasSVTAV1() const { return hasEncoder("libsvtav1"); }
     Measuring measuring() const;
 
     bool operator==(const Tools &) const = default;

@@ -268,7 +268,7 @@ string_view encoder(VideoCodecChoice codec)
 
 bool supports(const Tools &tools, VideoCodecChoice codec)
 {
-    return encoder(codec).empty() || tools.encoders.contains(std::string(encoder(codec)));
+    return encoder(codec).empty() || tools.hasEncoder(encoder(codec));
 }
 
 double vmafTarget(QualityLevel quality)

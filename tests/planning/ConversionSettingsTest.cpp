@@ -98,7 +98,7 @@ TEST(ConversionSettings, gainNothingFromMoreThanFourJobs)
 TEST(ConversionSettings, needTheEncoderOfTheirCodec)
 {
     Tools tools;
-    tools.encoders = {"libx265"};
+    tools.encoders = "libx265";
     EXPECT_TRUE(supports(tools, VideoCodecChoice::hevcX265));
     EXPECT_FALSE(supports(tools, VideoCodecChoice::av1SVT));
     EXPECT_TRUE(supports({}, VideoCodecChoice::keepVideo));

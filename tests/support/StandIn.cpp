@@ -7,7 +7,7 @@ Tools realTools()
     Tools tools;
     tools.ffmpeg = "/usr/bin/ffmpeg";
     tools.ffprobe = "/usr/bin/ffprobe";
-    tools.encoders = {"libx265", "libsvtav1"};
+    tools.encoders = "libx265 libsvtav1";
     tools.version = "ffmpeg";
     tools.mayMeasure = false;
     return tools;
