@@ -1,12 +1,11 @@
 // How the program measures the quality, and what it asks its tools, from outside.
 
-#include "cli/Program.h"
-
 #include <fstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "cli/Program.h"
 #include "cli/RunReport.h"
 #include "media/ToolAnswers.h"
 #include "model/UserDefaults.h"
