@@ -36,35 +36,38 @@ TEST(Outbox, deliversOnlyTheLatestAndSeldom)
 }
 
 // The model goes in the middle of everything that it can do, at any moment.
-TEST_F(ModelTest, mayGoAtAnyTime)
+enum class Moment { scanning, measuringOfRun, running, paused, sampling, clip };
+
+class Ending : public ModelTest, public testing::WithParamInterface<Moment> {};
+
+TEST_P(Ending, mayComeAtAnyTime)
 {
+    const Moment moment = GetParam();
     ffmpeg("echo out_time_us=1000000; echo progress=continue; sleep 0.02\n" + writes(5));
     for (int i = 0; i < 4; ++i)
         film(std::to_string(i) + ".mkv");
-    enum Moment { scanning, measuringOfRun, running, paused, sampling, clip, moments };
-    for (int round = 0; round < 200 * moments; ++round) {
+    for (int round = 0; round < 200; ++round) {
         AppModel::Options options;
         options.settings = ConversionSettings();
         options.settings->outputMode = OutputMode::separateFolder;
         start(std::move(options));
         model->open(folder.path());
-        const int moment = round % moments;
-        if (moment != scanning) {
+        if (moment != Moment::scanning) {
             ASSERT_TRUE(idle());
             model->library().setSelection({folder / "1.mkv"});
         }
-        if (moment == running || moment == paused)
+        if (moment == Moment::running || moment == Moment::paused)
             for (int i = 0; i < 4; ++i)
                 giveSample(std::to_string(i) + ".mkv");
-        if (moment == measuringOfRun || moment == running || moment == paused)
+        if (moment == Moment::measuringOfRun || moment == Moment::running || moment == Moment::paused)
             model->startConversion();
-        if (moment == sampling)
+        if (moment == Moment::sampling)
             model->startSampling({}, {});
-        if (moment == clip)
+        if (moment == Moment::clip)
             model->makeProbeClip();
         for (int i = 0; i < round % 7; ++i)
             QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        if (moment == paused)
+        if (moment == Moment::paused)
             model->togglePause();
         model.reset();
     }
@@ -73,6 +76,10 @@ TEST_F(ModelTest, mayGoAtAnyTime)
     EXPECT_EQ(names(folder.path()).size(), 4U);
     fs::remove_all(folder.path().native() + " (Kestrel)");
 }
+
+INSTANTIATE_TEST_SUITE_P(Model, Ending,
+                         testing::Values(Moment::scanning, Moment::measuringOfRun, Moment::running,
+                                         Moment::paused, Moment::sampling, Moment::clip));
 
 } // namespace
 } // namespace kestrel::test
