@@ -6,6 +6,7 @@
 
 #include "encoding/CommandBuilder.h"
 #include "encoding/ConversionJob.h"
+#include "platform/JsonText.h"
 #include "platform/Text.h"
 #include "platform/Timestamp.h"
 
@@ -258,7 +259,7 @@ Value value(const FileItem &file, const ConversionSettings &settings, const std:
 
 std::string line(const Value &value)
 {
-    return value.dump(-1, ' ', false, Value::error_handler_t::replace);
+    return JsonText::dumpRepaired(value);
 }
 
 } // namespace kestrel::Json

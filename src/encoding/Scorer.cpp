@@ -12,6 +12,7 @@
 #include "encoding/FrameComparison.h"
 #include "platform/Cancelled.h"
 #include "platform/Files.h"
+#include "platform/JsonText.h"
 #include "platform/OnExit.h"
 #include "platform/Text.h"
 #include "platform/Uuid.h"
@@ -47,7 +48,7 @@ public:
         throwIfStopped(stop);
         try {
             if (status == 0)
-                return scoreIn(nlohmann::json::parse(Files::readAll(log)));
+                return scoreIn(JsonText::parse(Files::readAll(log)));
         } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): no usable log, reported below
         }
         throw failed(runner.errorTail());

@@ -16,6 +16,7 @@
 #include "platform/ErrorText.h"
 #include "platform/FileLock.h"
 #include "platform/Files.h"
+#include "platform/JsonText.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
 #include "platform/Volume.h"
@@ -102,7 +103,7 @@ Record decode(const json &value)
 Content parse(std::string text)
 {
     Content content;
-    const json list = json::parse(text, nullptr, false);
+    const json list = JsonText::parseIfValid(text);
     bool isWhole = list.is_array() || text.empty();
     if (list.is_array())
         for (const json &value : list) {
@@ -178,7 +179,7 @@ bool save(const std::vector<Record> &records)
             if (newSize)
                 list.back()["newSize"] = *newSize;
         }
-        Files::writeAtomically(file(), list.dump());
+        Files::writeAtomically(file(), JsonText::dump(list));
         return true;
     } catch (const std::exception &) {
         return false;

@@ -164,12 +164,12 @@ bool isDolbyVision(const json &sideData)
 // "4:3"; square where nothing sensible stands there.
 double pixelAspect(const json &value)
 {
-    const std::string text = asString(value).value_or("");
-    const std::size_t colon = text.find(':');
+    const auto text = asString(value);
+    const std::size_t colon = text ? text->find(':') : std::string::npos;
     if (colon == std::string::npos)
         return 1;
-    const auto across = parsedFinite(std::string_view(text).substr(0, colon));
-    const auto down = parsedFinite(std::string_view(text).substr(colon + 1));
+    const auto across = parsedFinite(std::string_view(*text).substr(0, colon));
+    const auto down = parsedFinite(std::string_view(*text).substr(colon + 1));
     return across && down && *across > 0 && *down > 0 ? *across / *down : 1;
 }
 

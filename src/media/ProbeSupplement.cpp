@@ -13,6 +13,7 @@
 #include "media/ProbeAnswer.h"
 #include "media/ProcessRunner.h"
 #include "platform/Cancelled.h"
+#include "platform/JsonText.h"
 
 namespace kestrel::ProbeSupplement {
 
@@ -35,7 +36,7 @@ json packets(const MediaInfo &info, const std::filesystem::path &ffprobe, std::v
     arguments.push_back(info.url.native());
     const ProcessOutput output = ProcessRunner::run(ffprobe, arguments, stop);
     throwIfStopped(stop);
-    const json answer = json::parse(output.standardOutput, nullptr, false);
+    const json answer = JsonText::parseIfValid(output.standardOutput);
     const json &list = ProbeAnswer::at(answer, "packets");
     return list.is_array() ? list : json::array();
 }

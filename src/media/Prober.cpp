@@ -7,6 +7,7 @@
 #include "media/Tools.h"
 #include "platform/Cancelled.h"
 #include "platform/Files.h"
+#include "platform/JsonText.h"
 #include "platform/Text.h"
 
 namespace kestrel::Prober {
@@ -20,7 +21,7 @@ namespace {
 std::string supplemented(std::string answer, const fs::path &file, const fs::path &ffprobe,
                          const std::stop_token &stop)
 {
-    json object = json::parse(answer, nullptr, false);
+    json object = JsonText::parseIfValid(answer);
     if (!object.is_object())
         return answer;
     const Files::Attributes attributes = Files::attributes(file);
@@ -29,7 +30,7 @@ std::string supplemented(std::string answer, const fs::path &file, const fs::pat
     if (found.empty())
         return answer;
     object[ProbeSupplement::key] = std::move(found);
-    return object.dump();
+    return JsonText::dump(object);
 }
 
 } // namespace
@@ -51,7 +52,7 @@ std::string ask(const fs::path &file, const fs::path &ffprobe, std::stop_token s
 
 MediaInfo read(const std::string &answer, const fs::path &file, const Files::Attributes &attributes)
 {
-    const json object = json::parse(answer);
+    const json object = JsonText::parse(answer);
     if (!object.is_object())
         throw ToolError::failed("ffprobe lieferte keine lesbare Antwort");
     return parse(object, file, attributes.size, asTime(attributes.modified));

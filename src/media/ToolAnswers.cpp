@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "media/ProcessRunner.h"
+#include "platform/JsonText.h"
 #include "platform/OnExit.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
@@ -33,7 +34,7 @@ json identity(const Files::Attributes &attributes)
 json read(const fs::path &file)
 {
     try {
-        json content = json::parse(Files::readAll(file));
+        json content = JsonText::parse(Files::readAll(file));
         if (content.at("format") == format && content.at("programs").is_object())
             return std::move(content["programs"]);
     } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): nothing that could not be asked again
@@ -51,7 +52,7 @@ void write(const fs::path &file, const json &programs)
         std::error_code ignored;
         fs::remove(own, ignored);
     });
-    Files::writeAtomically(own, json{{"format", format}, {"programs", programs}}.dump());
+    Files::writeAtomically(own, JsonText::dump(json{{"format", format}, {"programs", programs}}));
     Files::moveOver(own, file);
 }
 

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/JsonText.h"
 #include "platform/Paths.h"
 
 namespace kestrel {
@@ -60,7 +61,7 @@ std::optional<ConversionSettings> UserDefaults::settings() const
     if (!value.isValid())
         return std::nullopt;
     try {
-        return ConversionSettings::fromJson(nlohmann::json::parse(value.toString().toStdString()));
+        return ConversionSettings::fromJson(JsonText::parse(value.toString().toStdString()));
     } catch (const std::exception &) {
         return std::nullopt;
     }
@@ -68,7 +69,7 @@ std::optional<ConversionSettings> UserDefaults::settings() const
 
 void UserDefaults::setSettings(const ConversionSettings &settings)
 {
-    openSuite(m_suite).setValue(settingsKey, QString::fromStdString(settings.toJson().dump()));
+    openSuite(m_suite).setValue(settingsKey, QString::fromStdString(JsonText::dump(settings.toJson())));
 }
 
 // A path may be no valid text; it is stored as bytes.

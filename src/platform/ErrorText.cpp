@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
+#include "platform/JsonText.h"
 #include "platform/Text.h"
 
 namespace kestrel::ErrorText {
@@ -86,7 +86,7 @@ std::string reason(const std::exception &error)
 {
     if (const auto *system = dynamic_cast<const std::system_error *>(&error))
         return describe(system->code());
-    if (dynamic_cast<const nlohmann::json::exception *>(&error) != nullptr)
+    if (JsonText::isError(error))
         return "Die Antwort ist nicht lesbar (kein gültiges JSON)";
     if (dynamic_cast<const std::bad_alloc *>(&error) != nullptr)
         return std::string(noMemory);

@@ -1,7 +1,13 @@
 #pragma once
 
-namespace kestrel {
+#include <array>
 
-extern const char *const modelFile; // src/quality/model/vmaf_v0.6.1.json, embedded by the build
+// What the build takes from src/quality/model/vmaf_v0.6.1.json.
+namespace kestrel::ModelFile {
 
-} // namespace kestrel
+extern const char *const vectors;              // a header, then one line for each support vector
+extern const std::array<double, 7> slopes;     // the score's own, then one for each feature
+extern const std::array<double, 7> intercepts; // likewise
+extern const std::array<double, 2> scoreClip;  // lowest and highest
+
+} // namespace kestrel::ModelFile

@@ -7,8 +7,6 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "quality/ModelFile.h"
 
 namespace kestrel::VmafModel {
@@ -45,11 +43,10 @@ SupportVector parseVector(const std::string &line)
     return vector;
 }
 
-Model parse(const std::string &text)
+Model readModel()
 {
-    const auto document = nlohmann::json::parse(text).at("model_dict");
     Model model;
-    std::istringstream lines(document.at("model").get<std::string>());
+    std::istringstream lines(ModelFile::vectors);
     bool isHeader = true;
     for (std::string line; std::getline(lines, line);) {
         if (!isHeader) {
@@ -62,17 +59,14 @@ Model parse(const std::string &text)
             isHeader = false;
         }
     }
-    // The first of each is the score's own.
-    const auto slopes = document.at("slopes").get<std::vector<double>>();
-    const auto intercepts = document.at("intercepts").get<std::vector<double>>();
-    model.scoreSlope = slopes.at(0);
-    model.scoreIntercept = intercepts.at(0);
+    model.scoreSlope = ModelFile::slopes[0];
+    model.scoreIntercept = ModelFile::intercepts[0];
     for (std::size_t i = 0; i < model.slopes.size(); ++i) {
-        model.slopes.at(i) = slopes.at(i + 1);
-        model.intercepts.at(i) = intercepts.at(i + 1);
+        model.slopes.at(i) = ModelFile::slopes.at(i + 1);
+        model.intercepts.at(i) = ModelFile::intercepts.at(i + 1);
     }
-    model.lowest = document.at("score_clip").at(0).get<double>();
-    model.highest = document.at("score_clip").at(1).get<double>();
+    model.lowest = ModelFile::scoreClip[0];
+    model.highest = ModelFile::scoreClip[1];
     return model;
 }
 
@@ -80,7 +74,7 @@ Model parse(const std::string &text)
 
 double score(double adm2, double motion2, const std::array<double, 4> &vif)
 {
-    static const Model model = parse(modelFile);
+    static const Model model = readModel();
     Features features{adm2, motion2, vif[0], vif[1], vif[2], vif[3]};
     for (std::size_t i = 0; i < features.size(); ++i)
         features[i] = features[i] * model.slopes[i] + model.intercepts[i];

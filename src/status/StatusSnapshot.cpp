@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/JsonText.h"
 #include "platform/Text.h"
 
 namespace kestrel {
@@ -150,7 +151,7 @@ std::string StatusSnapshot::toJson() const
     object["jobs"] = kestrel::toJson(jobs);
     object["folders"] = kestrel::toJson(folders);
     object["recent"] = kestrel::toJson(recent);
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return JsonText::dumpRepaired(object);
 }
 
 std::string displayName(const std::string &name, const std::optional<std::string> &series)
