@@ -18,9 +18,9 @@ namespace kestrel {
 namespace {
 
 // https://flatpak.github.io/xdg-desktop-portal/docs/doc-org.freedesktop.portal.Settings.html
-constexpr QLatin1StringView service("org.freedesktop.portal.Desktop");
-constexpr QLatin1StringView path("/org/freedesktop/portal/desktop");
-constexpr QLatin1StringView interface("org.freedesktop.portal.Settings");
+constexpr QLatin1StringView portal("org.freedesktop.portal.Desktop");
+constexpr QLatin1StringView portalPath("/org/freedesktop/portal/desktop");
+constexpr QLatin1StringView settings("org.freedesktop.portal.Settings");
 constexpr QLatin1StringView group("org.freedesktop.appearance");
 constexpr QLatin1StringView key("color-scheme");
 constexpr std::uint32_t prefersDark = 1; // 2 is light, 0 no preference
@@ -43,11 +43,11 @@ public:
         // Qt looks a slot's types up by name, and knows this one only after its first use.
         qRegisterMetaType<QDBusVariant>();
         // The match names no sender: naming the portal would make Qt wait for the bus to resolve it.
-        bus.connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
+        bus.connect(QString(), portalPath, settings, QStringLiteral("SettingChanged"), this,
                     SLOT(takeSetting(QString, QString, QDBusVariant)));
 
         QDBusMessage question =
-            QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
+            QDBusMessage::createMethodCall(portal, portalPath, settings, QStringLiteral("Read"));
         question.setArguments({group, key});
         auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
         connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {

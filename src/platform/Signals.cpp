@@ -35,14 +35,14 @@ void actAsUsual(int number)
 
 Signals::Signals(Handler onSuspend) : m_onSuspend(std::move(onSuspend))
 {
-    sigset_t signals;
-    ::sigemptyset(&signals);
+    sigset_t watched;
+    ::sigemptyset(&watched);
     for (const int number : {SIGINT, SIGTERM, SIGHUP})
-        ::sigaddset(&signals, number);
+        ::sigaddset(&watched, number);
     if (m_onSuspend)
-        ::sigaddset(&signals, SIGTSTP);
-    ::pthread_sigmask(SIG_BLOCK, &signals, &m_previous);
-    m_signals = FileDescriptor(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+        ::sigaddset(&watched, SIGTSTP);
+    ::pthread_sigmask(SIG_BLOCK, &watched, &m_previous);
+    m_signals = FileDescriptor(::signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK));
     m_end = FileDescriptor(::eventfd(0, EFD_CLOEXEC));
     m_thread = std::thread([this] { listen(); });
 }

@@ -21,7 +21,7 @@ namespace kestrel {
 
 namespace {
 
-constexpr double usualWidth = 39; // in heights of the text
+constexpr double usualWindowWidth = 39; // in heights of the text
 
 QWidget *capabilityRow(const ToolReport::Capability &capability)
 {
@@ -93,7 +93,7 @@ SettingsWindow::SettingsWindow(AppModel &model, QWidget *parent)
 
 QSize SettingsWindow::sizeHint() const
 {
-    const int width = std::max(Theme::em(usualWidth), minimumSizeHint().width());
+    const int width = std::max(Theme::em(usualWindowWidth), minimumSizeHint().width());
     constexpr int around = 2 * VerticalScroll::ring;
     return {width, m_sections->heightForWidth(width - around) + around};
 }
