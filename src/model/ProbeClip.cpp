@@ -17,6 +17,7 @@
 #include "platform/OnExit.h"
 #include "platform/Paths.h"
 #include "platform/Text.h"
+#include "platform/Wording.h"
 
 namespace kestrel {
 
@@ -45,7 +46,8 @@ void ProbeClip::stop()
 
 fs::path ProbeClip::folder()
 {
-    return Paths::home() / "Movies/Kestrel Probeclips";
+    // A Mac shows the folder under another name than it has on the disk.
+    return Paths::home() / Wording::text(Words::clipFolder, Desktop::freedesktop);
 }
 
 std::string ProbeClip::nameFor(const fs::path &file, const ConversionSettings &settings)

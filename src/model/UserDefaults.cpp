@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/ApplicationId.h"
 #include "platform/JsonText.h"
 #include "platform/Paths.h"
 
@@ -13,7 +14,6 @@ namespace kestrel {
 
 namespace {
 
-constexpr const char *identifier = "app.kestrel.Kestrel";
 constexpr const char *settingsKey = "settings", *lastFolderKey = "lastFolder", *statusPortKey = "statusPort",
                      *measuresKey = "measuresQuality";
 
@@ -42,12 +42,12 @@ QSettings UserDefaults::open(const std::filesystem::path &file)
 
 UserDefaults UserDefaults::standard()
 {
-    return UserDefaults(identifier);
+    return UserDefaults(applicationId);
 }
 
 UserDefaults UserDefaults::testSuite()
 {
-    return UserDefaults(std::string(identifier) + ".test");
+    return UserDefaults(std::string(applicationId) + ".test");
 }
 
 std::filesystem::path UserDefaults::file() const

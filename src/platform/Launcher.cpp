@@ -9,6 +9,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/ApplicationId.h"
+
 namespace kestrel::Launcher {
 
 namespace {
@@ -35,7 +37,7 @@ void setBadge(const std::optional<std::string> &text)
     QDBusMessage update = QDBusMessage::createSignal(QStringLiteral("/app/kestrel/Kestrel"),
                                                      QStringLiteral("com.canonical.Unity.LauncherEntry"),
                                                      QStringLiteral("Update"));
-    update.setArguments({QStringLiteral("application://app.kestrel.Kestrel.desktop"),
+    update.setArguments({QStringLiteral("application://%1.desktop").arg(QLatin1String(applicationId)),
                          QVariantMap{{QStringLiteral("count"), qlonglong(0)},
                                      {QStringLiteral("count-visible"), false},
                                      {QStringLiteral("progress"), progress.value_or(0)},

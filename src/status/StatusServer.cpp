@@ -12,6 +12,7 @@
 
 #include <fmt/format.h>
 
+#include "platform/ApplicationId.h"
 #include "platform/Mailbox.h"
 #include "platform/Network.h"
 #include "platform/Text.h"
@@ -181,7 +182,7 @@ private:
 struct StatusServer::Thread : QThread {
     explicit Thread(Handler wanted) : handler(std::move(wanted))
     {
-        setObjectName(QStringLiteral("app.kestrel.Kestrel.statusserver"));
+        setObjectName(QString::fromLatin1(applicationId) + QStringLiteral(".statusserver"));
         start();
         isReady.acquire();
     }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "model/AppModel.h"
+#include "platform/ApplicationId.h"
 #include "platform/ColorScheme.h"
 #include "platform/Launcher.h"
 #include "platform/Mailbox.h"
@@ -57,7 +58,7 @@ int runWindow(const WindowOptions &options, const std::string &version)
     Signals termination; // made first: Qt starts threads
     QApplication::setApplicationName(QStringLiteral("Kestrel"));
     QApplication::setApplicationVersion(QString::fromStdString(version));
-    QApplication::setDesktopFileName(QStringLiteral("app.kestrel.Kestrel"));
+    QApplication::setDesktopFileName(QLatin1String(applicationId));
     int count = 1;
     std::string name = "kestrel";
     char *words = name.data();
