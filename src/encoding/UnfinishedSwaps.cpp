@@ -74,7 +74,7 @@ void check(const Record &record, const fs::path &ffprobe, const std::stop_token 
     const MediaInfo result = Prober::probe(record.result.path, ffprobe, stop);
     ResultCheck::verify(source, result, record.expected);
     if (!ResultCheck::savesEnough(source.fileSize, result.fileSize, record.expected))
-        throw ToolError::failed("keine Ersparnis");
+        throw ToolError::failed("es spart zu wenig");
     if (stateOf(record) != State::untouched)
         throw ToolError::failed(std::string(changed));
 }
