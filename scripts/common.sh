@@ -31,7 +31,7 @@ build() {
     shift
     log=$(mktemp)
     echo "Building ($preset) ..."
-    if ! { (cd "$root" && cmake --preset "$preset" "$@") && cmake --build "$root/build/$preset"; } >"$log" 2>&1; then
+    if ! (cd "$root" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset") >"$log" 2>&1; then
         cat "$log"
         rm -f "$log"
         return 1
