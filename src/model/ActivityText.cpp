@@ -16,15 +16,14 @@ namespace kestrel {
 namespace {
 
 using State = ActivityText::State;
-using Kind = Activity::Kind;
 
-struct Words {
+struct StateRow {
     State state;
     std::string_view id, headline;
     std::string_view announcement = {}; // empty: the headline
 };
 
-constexpr std::array<Words, 9> words{{
+constexpr std::array<StateRow, 9> stateRows{{
     {State::idle, "idle", "Bereit"},
     {State::scanning, "scanning", Sentences::searching},
     {State::sampling, "sampling", "Stichprobe", Sentences::measuring},
@@ -35,13 +34,13 @@ constexpr std::array<Words, 9> words{{
     {State::stopped, "stopped", "Gestoppt"},
     {State::interrupted, "idle", "Bereit", "Die Suche wurde abgebrochen"},
 }};
-static_assert(coversEveryCase(words, &Words::state));
+static_assert(coversEveryCase(stateRows, &StateRow::state));
 
 constexpr std::string_view stopping = "wird gestoppt …";
 
-const Words &wordsOf(State state)
+const StateRow &rowOf(State state)
 {
-    return words[static_cast<std::size_t>(state)];
+    return stateRows[static_cast<std::size_t>(state)];
 }
 
 ActivityText ofRun(const AppModel &model)
@@ -54,7 +53,7 @@ ActivityText ofRun(const AppModel &model)
     text.remaining = model.runRemaining();
     text.failed = run.failed;
     text.saved = run.savedText();
-    if (model.activity().kind == Kind::converting) {
+    if (model.activity().kind == Activity::Kind::converting) {
         text.state = model.isPaused() ? State::paused : State::converting;
         text.note = run.soFarText();
     } else {
@@ -79,26 +78,26 @@ ActivityText ofLibrary(const Library &library)
 
 std::string_view id(ActivityText::State state)
 {
-    return wordsOf(state).id;
+    return rowOf(state).id;
 }
 
 std::string_view headline(ActivityText::State state)
 {
-    return wordsOf(state).headline;
+    return rowOf(state).headline;
 }
 
 ActivityText ActivityText::of(const AppModel &model)
 {
     const auto &[kind, done, total, fraction] = model.activity();
     ActivityText text;
-    const bool isRun = kind == Kind::converting || kind == Kind::idle;
+    const bool isRun = kind == Activity::Kind::converting || kind == Activity::Kind::idle;
     if (isRun) {
         text = model.isRunOfLibrary() ? ofRun(model) : ofLibrary(model.library());
-    } else if (kind == Kind::probeClip) {
+    } else if (kind == Activity::Kind::probeClip) {
         text.state = State::probeClip;
         text.progress = fraction;
     } else {
-        text.state = kind == Kind::scanning ? State::scanning : State::sampling;
+        text.state = kind == Activity::Kind::scanning ? State::scanning : State::sampling;
         text.done = done;
         text.total = total;
         if (total > 0) // with that of the file that is measured
@@ -149,7 +148,7 @@ std::string ActivityText::announcement() const
         return note.value_or("");
     if (state == State::stopped)
         return headline() + ". " + note.value_or("");
-    const std::string_view own = wordsOf(state).announcement;
+    const std::string_view own = rowOf(state).announcement;
     return own.empty() ? headline() : std::string(own);
 }
 

@@ -17,12 +17,12 @@ using Kind = FileState::Kind;
 
 // `word` is the window's; `page` and `line` are those of the status page and of a list of events where they
 // have a shorter one of their own.
-struct Words {
+struct KindRow {
     Kind kind;
     std::string_view id, word, page = {}, line = {}, help = {};
 };
 
-constexpr std::array<Words, 15> words{{
+constexpr std::array<KindRow, 15> kindRows{{
     {Kind::notProbed, "idle", "noch nicht analysiert"},
     {Kind::unreadable, "idle", "nicht lesbar"},
     {Kind::incomplete,
@@ -54,11 +54,11 @@ constexpr std::array<Words, 15> words{{
     {Kind::noSavings, "noSavings", "Original bleibt", "keine Ersparnis"},
     {Kind::failed, "failed", "Fehler"},
 }};
-static_assert(coversEveryCase(words, &Words::kind));
+static_assert(coversEveryCase(kindRows, &KindRow::kind));
 
-const Words &wordsOf(Kind kind)
+const KindRow &rowOf(Kind kind)
 {
-    return words[static_cast<std::size_t>(kind)];
+    return kindRows[static_cast<std::size_t>(kind)];
 }
 
 std::string_view orElse(std::string_view own, std::string_view usual)
@@ -93,7 +93,7 @@ FileState idle(const FileItem &item)
 
 std::string_view word(FileState::Kind kind)
 {
-    return wordsOf(kind).word;
+    return rowOf(kind).word;
 }
 
 FileState FileState::of(const FileItem &item)
@@ -198,7 +198,7 @@ std::string FileState::help() const
     case Kind::incomplete:
         return std::string(word(kind));
     default:
-        return std::string(wordsOf(kind).help);
+        return std::string(rowOf(kind).help);
     }
 }
 
@@ -226,7 +226,7 @@ std::string FileState::sentence() const
 
 std::string FileState::line() const
 {
-    const std::string_view own = orElse(wordsOf(kind).line, word(kind));
+    const std::string_view own = orElse(rowOf(kind).line, word(kind));
     switch (kind) {
     case Kind::analyzing:
         return std::string(isSearch ? own : "Probekodierung");
@@ -249,7 +249,7 @@ std::string FileState::line() const
 
 std::string FileState::brief() const
 {
-    const std::string_view own = orElse(wordsOf(kind).page, word(kind));
+    const std::string_view own = orElse(rowOf(kind).page, word(kind));
     switch (kind) {
     case Kind::running:
         return fmt::format("{} {}", own, progress());
@@ -262,7 +262,7 @@ std::string FileState::brief() const
 
 std::string_view FileState::id() const
 {
-    return wordsOf(kind).id;
+    return rowOf(kind).id;
 }
 
 } // namespace kestrel

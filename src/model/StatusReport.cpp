@@ -41,14 +41,13 @@ std::string shownName(const FileItem &item)
 
 void describeState(StatusSnapshot &snapshot, const AppModel &model)
 {
-    using State = ActivityText::State;
     const ActivityText text = ActivityText::of(model);
     snapshot.state = id(text.state);
     snapshot.headline = text.headline();
     snapshot.progress = text.progress;
     snapshot.note = text.note;
-    if (text.total > 0 && text.state != State::sampling) // its headline says it
-        snapshot.progressText = text.state == State::scanning ? text.fileCount() : text.count();
+    if (text.total > 0 && text.state != ActivityText::State::sampling) // its headline says it
+        snapshot.progressText = text.state == ActivityText::State::scanning ? text.fileCount() : text.count();
 }
 
 std::vector<StatusSnapshot::Tile> tiles(const AppModel &model)
