@@ -14,7 +14,7 @@ struct Alias {
     std::string_view tag, code;
 };
 
-// One canonical code a line: clang-format would run them together.
+// Each canonical code has a line of its own: clang-format would join them.
 // clang-format off
 
 // Two-letter tags are deliberately missing from "ron" on.
