@@ -81,7 +81,7 @@ public:
     // Throws ToolError when the volume has less free space than `bytes`; a volume that reports 0 or nothing
     // passes.
     static void requireSpace(const std::filesystem::path &folder, std::int64_t bytes);
-    // Removes empty folders from the first upwards to below the second, but none that a job works in.
+    // Removes empty folders from `from` upwards to below `upTo`; a folder that a job works in stays.
     static void removeEmptyFolders(const std::filesystem::path &from, const std::filesystem::path &upTo);
 
 private:

@@ -135,7 +135,7 @@ std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_t
     } catch (const Cancelled &) {
         throw;
     } catch (const std::exception &) {
-        return std::nullopt; // not readable: it is made again
+        return std::nullopt; // the target is not readable and is made again
     }
 }
 

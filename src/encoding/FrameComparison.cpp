@@ -103,7 +103,7 @@ double Result::mean() const
 
 double Result::harmonicMean() const
 {
-    double sum = 0; // of values from 1, so that a 0 counts too, as libvmaf does
+    double sum = 0; // adds 1 to each value, as libvmaf does, so that a 0 counts too
     for (const Frame &frame : frames)
         sum += 1 / (frame.score.vmaf + 1);
     return static_cast<double>(frames.size()) / sum - 1;

@@ -43,8 +43,8 @@ struct Frame {
 };
 
 struct Result {
-    std::vector<Frame> frames; // pictures of either side that have no partner
-    std::size_t unmatched = 0; // pictures of either side
+    std::vector<Frame> frames; // at least one
+    std::size_t unmatched = 0; // pictures of either side that have no partner
 
     double mean() const;
     double harmonicMean() const;

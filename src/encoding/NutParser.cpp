@@ -263,7 +263,7 @@ void NutParser::readFrameCodes(Cursor &body)
 
 void NutParser::readElidedHeaders(Cursor &body)
 {
-    const std::uint64_t count = body.number(); // without the empty one, which is the first
+    const std::uint64_t count = body.number(); // does not count the empty header, which is the first
     if (count > mostElided)
         bad("too many elided headers");
     m_elided.assign(1, {});

@@ -92,7 +92,7 @@ bool isSameShape(const VideoStreamInfo &source, const VideoStreamInfo &result)
 {
     const double aspect = source.seenAspect(), seen = result.seenAspect();
     if (!(aspect > 0) || !(seen > 0))
-        return true; // it cannot be determined
+        return true; // the shape cannot be determined
     if (std::abs(seen / aspect - 1) <= shapeTolerance)
         return true;
     const FrameSize size = result.seenSize();

@@ -313,7 +313,7 @@ std::vector<std::string> recover(const std::stop_token &stop)
             isDone = repair(record, messages, stop);
         } catch (const fs::filesystem_error &error) {
             Log::write("Tausch nicht repariert: " + ErrorText::describe(error));
-        } catch (const Cancelled &) { // it is repaired another time
+        } catch (const Cancelled &) { // NOLINT(bugprone-empty-catch): repaired another time
         }
         if (!isDone)
             kept.push_back(std::move(record));

@@ -232,7 +232,7 @@ private:
     }
 
     Reader m_reader;
-    double m_timescale = 0; // units of the movie for each second
+    double m_timescale = 0; // units per second, of the movie
     int m_boxes = 0;        // examined so far
 };
 
@@ -303,7 +303,7 @@ std::vector<TrackEdits> fromJson(const nlohmann::json &list)
                      stretch.at(1).get<double>(), stretch.at(2).get<double>()});
             tracks.push_back(std::move(track));
         }
-    } catch (const std::exception &) { // what was understood is kept
+    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): what was understood is kept
     }
     return tracks;
 }

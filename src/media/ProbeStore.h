@@ -50,7 +50,7 @@ private:
     std::mutex m_lock;
     bool m_isBusy = false;    // another process holds the store: waiting for every file would take too long
     bool m_isDamaged = false; // the file is removed at the end, and the next store creates it again
-    Database m_database;      // unusable where the store cannot be opened
+    Database m_database;      // has no file where the store cannot be used
     std::map<std::filesystem::path, Entry> m_added;
     std::vector<std::filesystem::path> m_seen; // files that were last seen on an earlier day
 };

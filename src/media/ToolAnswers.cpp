@@ -37,7 +37,7 @@ json read(const fs::path &file)
         json content = JsonText::parse(Files::readAll(file));
         if (content.at("format") == format && content.at("programs").is_object())
             return std::move(content["programs"]);
-    } catch (const std::exception &) { // everything can be asked again
+    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): all can be asked again
     }
     return json::object();
 }
