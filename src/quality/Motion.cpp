@@ -6,7 +6,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "quality/Motion.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header and what builds on it after this one.
+// Highway requires that its own header, and those that build on it, are included after this one.
 #include "quality/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
