@@ -18,13 +18,13 @@ namespace kestrel::Network {
 
 namespace {
 
-// systemd's names for cables and wireless cards, and the kernel's own for the same.
+// systemd names cables and wireless cards so, and the kernel uses its own names for the same.
 constexpr std::array<std::string_view, 3> cardNames{"en", "eth", "wl"};
 
-// Avahi, which answers for the ".local" names.
+// Avahi answers queries for the ".local" names.
 constexpr const char *announcer = "/run/avahi-daemon/socket";
 
-// "KEY=value" or "KEY="value"" of a file of such lines.
+// Returns the value of "KEY=value" or "KEY="value"" in a file of such lines.
 std::string valueIn(const char *file, std::string_view key)
 {
     std::ifstream lines(file);
