@@ -257,8 +257,7 @@ void moveToFreeName(const fs::path &from, const fs::path &to)
         // Most network file systems cannot rename this way, but a link never replaces anything there either.
         if (::link(from.c_str(), to.c_str()) == 0)
             return giveUpName(from, to);
-        if (meansUnsupported(errno) || errno == EPERM ||
-            errno == EMLINK) { // the file system supports no links
+        if (meansUnsupported(errno) || errno == EPERM || errno == EMLINK) { // links are unsupported
             // A check beforehand is the best that is left.
             if (Files::exists(to))
                 fail("rename", from, EEXIST);

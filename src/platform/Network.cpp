@@ -18,7 +18,7 @@ namespace kestrel::Network {
 
 namespace {
 
-// systemd names cables and wireless cards so, and the kernel uses its own names for the same.
+// systemd's and the kernel's names of wired and wireless cards begin so.
 constexpr std::array<std::string_view, 3> cardNames{"en", "eth", "wl"};
 
 // Avahi answers queries for the ".local" names.

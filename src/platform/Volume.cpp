@@ -193,7 +193,7 @@ std::string value(std::string_view fields, std::string_view key)
     return {};
 }
 
-// Reads "user@host:/folder"; a folder without "/" lies in the user's own one.
+// Returns the address of "user@host:/folder"; a folder without "/" lies in the user's own one.
 std::optional<std::string> sftpAddress(std::string_view source)
 {
     const std::size_t bracket = source.find(']'); // closes an IPv6 address, which has colons itself
