@@ -172,8 +172,7 @@ std::string inGerman(const CLI::ParseError &error)
     if (dynamic_cast<const CLI::RequiredError *>(&error) != nullptr)
         return folderIsMissing("plan");
     const std::string_view what = error.what();
-    if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) !=
-        nullptr) // the text is "OPTION: what is missing"
+    if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr) // "OPTION: what is missing"
         return fmt::format("{}: Dazu fehlt der Wert, oder es ist einer zu viel.",
                            Text::repaired(what.substr(0, what.find(':'))));
     // The text of our own checks is "OPTION: sentence".

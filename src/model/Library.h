@@ -80,7 +80,7 @@ public:
     const Ids &expandedFolders() const { return m_expandedFolders; }
     Ids closedFolders() const;
     void toggleFolder(const std::filesystem::path &folder);
-    // Opens these folders, too.
+    // Expands these folders in addition.
     void expand(const Ids &folders);
     // Expands all folders but these.
     void expandAllBut(const Ids &folders);
