@@ -5,7 +5,7 @@
 
 namespace kestrel {
 
-// The only page while ffmpeg is missing.
+// The only page that is shown while ffmpeg is missing.
 class ToolsMissingView : public QWidget {
     Q_OBJECT
 
