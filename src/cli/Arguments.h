@@ -17,7 +17,7 @@ struct Arguments {
     enum class Command { plan, convert, measure, clip, score, doctor, help, version, window, demo };
 
     Command command = Command::help;
-    // As given; for clip the file, for score the original; for window and demo absolute, or empty.
+    // It is as given; for clip the file, for score the original; for window and demo absolute, or empty.
     std::filesystem::path folder;
     std::filesystem::path result;        // score: the file made from the original
     int every = 1;                       // score: one frame of this many is scored

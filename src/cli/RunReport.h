@@ -31,7 +31,7 @@ std::string describeState(const FileReport &report);
 std::unique_ptr<RunReporter> makeJsonReporter();
 // Prints a line at each change of state.
 std::unique_ptr<RunReporter> makeLineReporter();
-// For a terminal: prints a line that stays for each file that ended; below them, repainted four times a
+// Prints, for a terminal, a line that stays for each file that ended; below them, repainted four times a
 // second, a line for each running file and one for the whole.
 std::unique_ptr<RunReporter> makeLiveReporter();
 

@@ -31,8 +31,8 @@ public:
     AppModel &model() { return m_model; }
     const Library &library() const { return m_model.library(); }
 
-    // Locates the tools and scans the folder, with progress on a terminal. Throws UsageError where the
-    // folder cannot be read or the settings cannot be met, ToolError where tools are missing.
+    // Locates the tools and scans the folder, with progress on a terminal. Throws UsageError where the folder
+    // cannot be read or the settings cannot be met, ToolError where tools are missing.
     void open(const std::filesystem::path &folder);
     void waitUntilIdle();
     // Keeps serving the status page to an open browser until it has shown the end.

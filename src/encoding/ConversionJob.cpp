@@ -97,7 +97,7 @@ private:
 
 } // namespace
 
-// The files and folders of one run; cleanUp() removes those that the run made.
+// Holds the files and folders of one run; cleanUp() removes those that the run made.
 struct ConversionJob::Workplace {
     fs::path target; // folder of the finished file
     std::unique_ptr<FolderUse> targetUse;

@@ -16,8 +16,8 @@
 namespace kestrel {
 
 // Runs one ffmpeg from start to exit and turns its progress stream into numbers.
-// One runner serves one run. suspend(), resume() and cancel() may be called from any thread at any
-// time; run() blocks the calling thread.
+// One runner serves one run. suspend(), resume() and cancel() may be called from any thread at any time;
+// run() blocks the calling thread.
 class FFmpegRunner {
 public:
     using Progress = EncodeProgress;

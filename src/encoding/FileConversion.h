@@ -63,7 +63,7 @@ private:
     ConversionOutcome convert(const PlannedFile &planned, const Callbacks &callbacks,
                               const std::stop_token &stop);
 
-    // Touched by run() alone.
+    // Only run() accesses it.
     Request m_request;
 
     // Guarded by m_lock.

@@ -19,7 +19,7 @@ public:
         TimedFrame reference, distorted;
     };
 
-    // `frameSeconds`: the usual distance between two pictures.
+    // `frameSeconds` is the usual distance between two pictures.
     explicit FramePairing(double frameSeconds);
 
     // REQUIRES: the frames of a side are added in the order of their times.

@@ -7,7 +7,7 @@
 
 namespace kestrel {
 
-// A film that an interrupted swap on a share has left under its hidden name, with the way to restore it.
+// Describes a film that an interrupted swap on a share has left under its hidden name, and how to restore it.
 struct HiddenOriginal {
     std::filesystem::path hidden; // its path now
     std::filesystem::path film;   // the free name that it gets back
@@ -21,7 +21,8 @@ struct HiddenOriginal {
 
 // Describes hidden originals that a scan found; the journal has their full names.
 std::vector<HiddenOriginal> hiddenOriginals(const std::vector<std::filesystem::path> &met);
-inline constexpr std::string_view pendingSwapsTitle = "Unterbrochene Tauschvorgänge"; // over a list of them
+inline constexpr std::string_view pendingSwapsTitle =
+    "Unterbrochene Tauschvorgänge"; // heading of a list of them
 // Returns these and all others that the journal knows of: the swaps that wait for their repair.
 std::vector<HiddenOriginal> pendingSwaps(const std::vector<std::filesystem::path> &met);
 // Returns where the journal's hidden originals lie on shares that are mounted at another place now. Examines

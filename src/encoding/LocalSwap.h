@@ -11,7 +11,7 @@
 // a later run finish an interrupted swap.
 namespace kestrel::LocalSwap {
 
-// Names the finished file, its source and the path that it is to get.
+// Describes a swap: the finished file, its source and the path that it is to get.
 struct Swap {
     std::filesystem::path finished;
     ResultRecords::File source;

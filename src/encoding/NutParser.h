@@ -13,7 +13,7 @@
 
 namespace kestrel {
 
-// A picture with the time at which it is shown.
+// Holds a picture and the time at which it is shown.
 struct TimedFrame {
     double time = 0; // seconds
     LumaFrame luma;
@@ -40,7 +40,7 @@ public:
 private:
     class Cursor;
 
-    // The meaning of a frame's first byte.
+    // Says what a frame's first byte means.
     struct FrameCode {
         std::uint64_t flags = 0, sizeFactor = 0, sizeRest = 0, reserved = 0, elided = 0;
         std::int64_t ptsDelta = 0;

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::chrono::milliseconds patience{5000}; // a call waits for another process
+constexpr std::chrono::milliseconds patience{5000}; // longest wait for another process
 
 // EXTRA: a power failure must neither lose a record nor restore a removed one.
 constexpr const char *preparation = R"(

@@ -33,7 +33,8 @@ void remove(const Record &record);
 // Returns all records, in the order in which they were added.
 std::vector<Record> all();
 
-// Lies in the application-support folder; each computer has its own, because several may share a home folder.
+// Returns a path in the application-support folder; each computer has its own, because several may share a
+// home folder.
 std::filesystem::path file();
 
 } // namespace kestrel::ResultRecords

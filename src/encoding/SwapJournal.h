@@ -21,7 +21,7 @@ struct Entry {
     bool operator==(const Entry &) const = default;
 };
 
-// An entry as it stands in the file. The mount point distinguishes an unmounted share, whose empty mount
+// Holds an entry as the file stores it. The mount point distinguishes an unmounted share, whose empty mount
 // point still exists as a folder, from a share that no longer has the backup.
 struct Record {
     Entry entry;
@@ -46,7 +46,7 @@ std::vector<Entry> entries();
 // Returns why the journal cannot be read, in German; absent where it can, or does not exist.
 std::optional<std::string> problem();
 
-// tauschvorgaenge.json in the application-support folder
+// Returns tauschvorgaenge.json in the application-support folder.
 std::filesystem::path file();
 
 } // namespace kestrel::SwapJournal

@@ -16,7 +16,7 @@ using std::chrono::system_clock;
 
 constexpr double kibi = 1024, mebi = 1024 * 1024;
 constexpr const char *noValue = "–";
-constexpr double most = 9.2e18; // the largest magnitude that fits into 64 bits
+constexpr double most = 9.2e18; // fits into 64 bits
 
 std::int64_t truncated(double value)
 {

@@ -14,12 +14,12 @@ struct sqlite3_stmt;
 
 namespace kestrel {
 
-// A statement that can be run repeatedly; false where the database does not understand it. REQUIRES: its
+// Holds a statement that can be run repeatedly; null where the database does not understand it. REQUIRES: its
 // database outlives it.
 using SqlStatement = std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt *)>;
 
-// A small SQLite database that the program can do without: nothing here throws, and one that cannot be used
-// does nothing. Not safe across threads by itself.
+// Opens a small SQLite database that the program can do without: nothing here throws, and one that cannot be
+// used does nothing. Not safe across threads by itself.
 class Database {
 public:
     // Creates the tables, or finds that they exist; returns false where it fails.

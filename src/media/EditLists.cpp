@@ -23,7 +23,7 @@ constexpr double pictureTolerance = 0.75; // frames
 constexpr double pictureEndTolerance = 1.5; // frames
 constexpr double timeResolution = 0.002;    // seconds; lengths are mostly counted in milliseconds
 
-// The part of the file that holds a box's content.
+// Bounds the part of the file that holds a box's content.
 struct Range {
     std::uint64_t from = 0, to = 0; // bytes
 };

@@ -25,7 +25,7 @@ constexpr std::array<std::string_view, 18> videoExtensions{"mkv",  "mp4", "m4v",
                                                            "m2ts", "mts", "wmv",  "mpg", "mpeg", "webm",
                                                            "flv",  "vob", "divx", "3gp", "ogm",  "asf"};
 
-// Folders that a file manager shows as one document.
+// File managers show folders with these extensions as one document.
 constexpr std::array<std::string_view, 11> packageExtensions{
     "app",           "bundle",    "framework", "photoslibrary", "photolibrary", "aplibrary",
     "imovielibrary", "tvlibrary", "fcpbundle", "theater",       "pkg"};

@@ -22,7 +22,8 @@ namespace {
 
 void append(const std::string &line)
 {
-    // Opened for every line, so that the file may be moved away or deleted while the program runs.
+    // The file is opened for every line, so that the file may be moved away or deleted while the program
+    // runs.
     std::ofstream stream(file(), std::ios::binary | std::ios::app);
     stream << line;
 }

@@ -18,8 +18,8 @@ struct FrameSize { // pixels
     bool operator==(const FrameSize &) const = default;
 };
 
-// What a container's edit list leaves out of its tracks or rearranges. A list that only compensates for a
-// decoder's delay, or lets a track begin later, does not count.
+// Says what a container's edit list leaves out of its tracks or rearranges. A list that only compensates for
+// a decoder's delay, or lets a track begin later, does not count.
 enum class Cut {
     none,
     sound,      // sound at the beginning or the end

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::int64_t daysKept = 183;
-constexpr std::chrono::milliseconds patience{200}; // a call waits for another process
+constexpr std::chrono::milliseconds patience{200}; // longest wait for another process
 
 // user_version holds the schema's number; a file with another one is created again.
 constexpr int schema = 1;

@@ -27,8 +27,8 @@ public:
     static std::filesystem::path usualFile();
 
     std::optional<std::string> find(const std::filesystem::path &file, const Files::Attributes &attributes);
-    // A file that has changed within the last seconds is not remembered: its next change might leave no
-    // trace in its times.
+    // A file that has changed within the last seconds is not remembered: its next change might leave no trace
+    // in its times.
     void add(const std::filesystem::path &file, const Files::Attributes &attributes, std::string answer);
     // Writes what was added and seen since, and removes files that no scan has seen for half a year.
     void save();

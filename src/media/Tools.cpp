@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Measured: 59 (ffmpeg 5.1) drops the turn of a picture that it copies into Matroska, 61 (7.1) keeps it.
+// As measured, 59 (ffmpeg 5.1) drops the turn of a picture that it copies into Matroska, 61 (7.1) keeps it.
 constexpr int turningMatroska = 61;
 
 fs::path find(const std::string &name, std::span<const fs::path> folders)

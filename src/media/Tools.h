@@ -11,14 +11,14 @@
 
 namespace kestrel {
 
-// An error whose text is a finished German sentence for the user, or else the bare words of a program.
+// Carries a finished German sentence for the user, or else the bare words of a program.
 class ToolError : public std::runtime_error {
 public:
     static ToolError notFound(const std::string &tool);
     static ToolError failed(const std::string &message);
     static ToolError quoted(const std::string &words);
 
-    // The text is a program's own, in its language; fronts put a sentence before it.
+    // Returns whether the text is a program's own, in its language; fronts put a sentence before it.
     bool isQuoted() const { return m_isQuoted; }
 
 private:
@@ -39,7 +39,7 @@ enum class Measuring {
 std::string_view title(Measuring measuring); // German
 inline constexpr std::string_view measuringTitle = "Qualität messen";
 
-// The located programs and what this ffmpeg was built with.
+// Holds the located programs and what this ffmpeg was built with.
 struct Tools {
     std::filesystem::path ffmpeg, ffprobe; // absolute
     std::string encoders;                  // the text of ffmpeg -encoders
@@ -55,7 +55,7 @@ struct Tools {
 
     bool operator==(const Tools &) const = default;
 
-    // The folders that are searched, in their order; $PATH is not consulted.
+    // Returns the folders that are searched, in order; $PATH is not used.
     static std::span<const std::filesystem::path> folders();
     // Finds both programs and asks ffmpeg for its capabilities; blocks for three short runs, unless
     // ToolAnswers has the answers. Throws ToolError::notFound, or std::system_error when ffmpeg cannot be

@@ -31,7 +31,7 @@ struct ActivityText {
     std::optional<double> progress;  // 0 … 1; absent where nothing progresses, and while it is unknown
     std::optional<double> remaining; // seconds, of a run
     std::size_t failed = 0;          // files, of a run
-    // For a run, once a file is converted: "4,2 GB → 1,9 GB, 2,3 GB gespart (−54 %)".
+    // Set for a run, once a file is converted: "4,2 GB → 1,9 GB, 2,3 GB gespart (−54 %)".
     std::optional<std::string> saved;
     // For converting and paused, the same with "Bisher: "; for finished and stopped, "Fertig: 4 konvertiert –
     // …".

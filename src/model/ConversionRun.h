@@ -43,7 +43,7 @@ private:
         std::optional<FileConversion::Result> result; // else failed, or cancelled where both are absent
         std::optional<Status::Failed> failure;
     };
-    // A file in work; the thread is last, so that what it uses outlives it.
+    // Holds a file in work; the thread is last, so that what it uses outlives it.
     struct Job {
         std::size_t number; // in the run's order
         FileItem &item;

@@ -19,8 +19,8 @@ namespace kestrel {
 
 struct TableNode;
 
-// One file of the library. Views hold it as const, and Library notifies them of changes; only the model
-// writes to it, through Library. REQUIRES: the main thread.
+// Describes one file of the library. Views hold it as const, and Library notifies them of changes; only the
+// model writes to it, through Library. REQUIRES: the main thread.
 struct FileItem {
     FileItem(const std::filesystem::path &file, const std::filesystem::path &root);
 

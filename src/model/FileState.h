@@ -39,8 +39,8 @@ struct FileState {
     std::string reason;
     std::string explanation;    // for unreadable and failed: the whole text, likewise unprocessed
     bool isSearch = false;      // analyzing: whether it searches for the quality, or measures once
-    std::optional<int> quality; // running: the CRF that a search has found,
-    std::optional<double> vmaf; // and its mean score
+    std::optional<int> quality; // running: the CRF that a search has found
+    std::optional<double> vmaf; // running: its mean score
 
     static FileState of(const FileItem &item);
 

@@ -23,7 +23,7 @@
 
 namespace kestrel {
 
-// The result of probing one file.
+// Holds the result of probing one file.
 struct ProbeOutcome {
     std::optional<MediaInfo> info;
     std::optional<std::string> error;

@@ -119,7 +119,7 @@ private:
     Ids m_expandedFolders, m_selection;
     FileItem *m_detailItem = nullptr;
 
-    // The inputs with which all items were last planned.
+    // All items were last planned with these inputs.
     std::optional<ConversionSettings> m_settings;
     Planner::Abilities m_abilities;
     Factors m_factors;

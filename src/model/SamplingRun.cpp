@@ -68,7 +68,7 @@ void SamplingRun::next()
 {
     while (!m_isStopped && m_done < m_request.files.size()) {
         FileItem &item = *m_request.files[m_done];
-        if (!item.info || !item.plan) { // the file has become unreadable meanwhile
+        if (!item.info || !item.plan) { // it was reset meanwhile
             ++m_done;
             continue;
         }

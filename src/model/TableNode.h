@@ -11,8 +11,8 @@
 
 namespace kestrel {
 
-// A row of the table: a folder with the rows below it, or one file. Rows keep their address until the library
-// is filled again.
+// Describes a row of the table: a folder with the rows below it, or one file. Rows keep their address until
+// the library is filled again.
 struct TableNode {
     std::filesystem::path id; // path of the folder or file
     std::string name;
@@ -22,7 +22,7 @@ struct TableNode {
     FileItem *item = nullptr; // absent for a folder
     std::vector<std::unique_ptr<TableNode>> children;
 
-    // Sums over the files below a folder, or a file's own values. Library keeps them up to date.
+    // These are sums over the files below a folder, or a file's own values. Library keeps them up to date.
     double durationValue = 0;   // seconds
     std::int64_t sizeValue = 0; // bytes, before what has been done to the file
     double estimateValue = 0;   // bytes, afterwards; for a folder including what is kept unchanged
@@ -61,7 +61,7 @@ struct FolderProgress {
     double fraction = 0;       // 0 … 1
     bool isActive = false;     // some wait for their turn or are in work
     bool isWorking = false;    // some are in work
-    // Counts of all files, whatever the run includes:
+    // These count all files, whatever the run includes.
     std::size_t converted = 0, failed = 0;
     std::size_t open = 0; // files with something to do that no run has done yet
 

@@ -12,7 +12,7 @@
 
 namespace kestrel {
 
-// Sums over the library: of counted files and those of a run only, except for the last two.
+// Sums up the library: counted files and those of a run, except that the last three fields cover all files.
 struct Totals {
     std::size_t files = 0;
     std::size_t actionable = 0; // of them, those with something to do
@@ -23,9 +23,9 @@ struct Totals {
     std::optional<SizeEstimate::Kind> weakestKind; // among the actionable
     std::vector<double> vmafValues;                // measured, of the actionable
     std::size_t samples = 0;                       // files whose samples correct the estimates for the others
-    std::size_t incomplete = 0, errors = 0;        // not counted: still being copied; not readable
+    std::size_t incomplete = 0, errors = 0;        // files still being copied; not readable
 
-    // The fields of an item that the totals depend on.
+    // Holds the fields of an item that the totals depend on.
     struct Share {
         bool isCounted, isActionable, hasError, isIncomplete;
         std::int64_t before;

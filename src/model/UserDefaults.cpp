@@ -72,7 +72,7 @@ void UserDefaults::setSettings(const ConversionSettings &settings)
     openSuite(m_suite).setValue(settingsKey, QString::fromStdString(JsonText::dump(settings.toJson())));
 }
 
-// A path may be no valid text; it is stored as bytes.
+// Reads the path as bytes: it may be no valid text.
 std::optional<std::filesystem::path> UserDefaults::lastFolder() const
 {
     const QByteArray path = openSuite(m_suite).value(lastFolderKey).toByteArray();

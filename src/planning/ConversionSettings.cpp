@@ -114,7 +114,7 @@ constexpr std::array<Label<UnknownAudioPolicy>, 2> policyLabels{{
 }};
 static_assert(coversEveryCase(policyLabels, &Label<UnknownAudioPolicy>::value));
 
-// Every table stands in the order of its enumeration.
+// Every table is in the order of its enumeration.
 template <typename Table, typename Enumeration>
 constexpr const auto &row(const Table &table, Enumeration value)
 {

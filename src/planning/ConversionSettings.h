@@ -28,7 +28,7 @@ enum class OutputContainer { mkv, mp4 };
 enum class OutputMode { replaceOriginal, separateFolder };
 enum class UnknownAudioPolicy { keepAll, keepDefault };
 
-// A range that includes both ends.
+// Includes both ends.
 struct QualityRange {
     int lowest = 0, highest = 0;
 };

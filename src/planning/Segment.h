@@ -4,7 +4,7 @@
 
 namespace kestrel {
 
-// A stretch of a file, in seconds from its beginning.
+// Describes a part of a file, in seconds from its beginning.
 struct Segment {
     double start = 0, length = 0;
     bool operator==(const Segment &) const = default;

@@ -126,7 +126,7 @@ ChildProcess::ChildProcess(const std::filesystem::path &executable, const std::v
         becomeProgram(executable.c_str(), pointers.data(), parent, output.writing.get(), error.writing.get(),
                       report.writing.get());
 
-    ::setpgid(m_pid, m_pid); // here too, so that the group exists whichever side runs first
+    ::setpgid(m_pid, m_pid); // the child does so too: the group exists whichever runs first
     report.writing.reset();
     int code = 0;
     ssize_t count = 0;

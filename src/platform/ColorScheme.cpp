@@ -78,7 +78,7 @@ private:
     }
 
     const OnChange m_onChange;
-    std::optional<bool> m_isDark; // as reported last
+    std::optional<bool> m_isDark; // the value that was reported last
 };
 
 ColorScheme::ColorScheme(std::function<void(std::optional<bool> isDark)> onChange)

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// O_NONBLOCK: opening a pipe without a writer must not block.
+// Opening a pipe without a writer must not block, hence O_NONBLOCK.
 FileDescriptor opened(const fs::path &path)
 {
     return FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));

@@ -9,11 +9,11 @@
 namespace kestrel {
 
 // Determines whether this process is the only one that converts, by a lock file in the application-support
-// folder (not the runtime folder, which differs between a desktop session and cron or sudo). While the
-// object lives, isAlone() is false in every later instance.
+// folder (not the runtime folder, which differs between a desktop session and cron or sudo). While the object
+// lives, isAlone() is false in every later instance.
 class InstanceLock {
 public:
-    // The lock file; the folder may not exist yet.
+    // Returns the lock file; its folder may not exist yet.
     static std::filesystem::path file();
 
     // What requires that no other process works (emptying the work folder, repairing swaps) is done between

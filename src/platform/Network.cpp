@@ -100,7 +100,7 @@ std::vector<std::string> ipv4Addresses()
         if (!isCard || !isUp || entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET)
             continue;
         std::array<char, INET_ADDRSTRLEN> text{};
-        const auto *address = reinterpret_cast<const sockaddr_in *>(entry->ifa_addr); // as its family says
+        const auto *address = reinterpret_cast<const sockaddr_in *>(entry->ifa_addr); // its family says so
         ::inet_ntop(AF_INET, &address->sin_addr, text.data(), text.size());
         const std::string digits = text.data();
         if (!digits.starts_with("169.254.") && std::find(found.begin(), found.end(), digits) == found.end())

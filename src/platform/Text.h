@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-// Unicode operations on UTF-8 text. All functions are pure and may be called from any thread.
+// Provides Unicode operations on UTF-8 text. All functions are pure and may be called from any thread.
 namespace kestrel::Text {
 
 // Returns the same text with every broken byte sequence replaced by U+FFFD.

@@ -243,7 +243,7 @@ fs::path put(const fs::path &path)
         try {
             return putInto(homeCan(), file);
         } catch (const fs::filesystem_error &error) {
-            // Some file systems do not rename within one place either.
+            // Some file systems cannot rename even within one place.
             if (error.code() != std::errc::cross_device_link)
                 throw;
         }

@@ -37,8 +37,8 @@ constexpr std::array<TypeName, 9> networkTypes{{
     {"fuse.sshfs", "sftp"},
 }};
 
-// A desktop's virtual mount names the protocol in the first folder below it, up to a ":" where the
-// address follows.
+// A desktop's virtual mount names the protocol in the first folder below it, up to a ":" where the address
+// follows.
 constexpr std::array<TypeName, 9> virtualProtocols{{
     {"smb-share", "smbfs"},
     {"smb", "smbfs"},

@@ -11,8 +11,8 @@ namespace kestrel {
 
 // Holds what the system reports about the volume of a path. Whatever it does not report is absent.
 struct Volume {
-    // The type by the names that StorageLocation knows: "smbfs", "nfs", "afpfs", "webdav", "ftp" and
-    // "sftp" for the network file systems, the system's own name for any other, empty when unknown.
+    // The type has the names that StorageLocation uses: "smbfs", "nfs", "afpfs", "webdav", "ftp" and "sftp"
+    // for the network file systems, the system's own name for any other, empty when unknown.
     std::string fileSystemType;
     std::optional<std::string> name;
     std::optional<bool> isInternal;
@@ -24,7 +24,7 @@ struct Volume {
     static std::optional<std::int64_t> freeBytes(const std::filesystem::path &path);
 };
 
-// One line of the kernel's table of mounts.
+// Holds one line of the kernel's table of mounts.
 struct Mount {
     std::uint64_t id = 0;
     std::filesystem::path point;

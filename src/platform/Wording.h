@@ -4,7 +4,7 @@
 
 namespace kestrel {
 
-// Names the texts that name keys, programs, devices or folders, and so differ from desktop to desktop.
+// Identifies the texts that name keys, programs, devices or folders, and so differ from desktop to desktop.
 enum class Words {
     installFfmpeg, // as typed in a terminal
     chooseFolderHelp,

@@ -215,7 +215,7 @@ HWY_NOINLINE void separate(Bands &original, Bands &distorted, const adm::Sensiti
     details.loss()[width] = details.loss()[width - 1];
 }
 
-// The part of a scale that counts, which excludes its borders.
+// Bounds the part of a scale that counts, which excludes its borders.
 struct Inside {
     std::size_t from, to;
 

@@ -51,7 +51,7 @@ struct FrameScorer::State {
     const int step;
     WorkerPool &pool;
 
-    // The caller's thread only.
+    // Only the caller's thread accesses it.
     std::shared_ptr<const LumaFrame> previous;
 
     // Guarded by lock.

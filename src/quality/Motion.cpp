@@ -14,7 +14,7 @@ namespace kestrel::HWY_NAMESPACE {
 
 namespace {
 
-// The middle and the right half of the blur: Gaussian, as libvmaf's table has it.
+// This is the middle and the right half of the blur: Gaussian, as in libvmaf's table.
 constexpr std::array<float, 3> blur{26386 / 65536.0F, 16004 / 65536.0F, 3571 / 65536.0F};
 
 } // namespace

@@ -21,7 +21,7 @@ constexpr float noise = 2;         // variance of the viewer's own noise
 constexpr float mostGain = 100;
 constexpr float leastVariance = 1e-10F;
 
-// The middle and the right half of the windows: Gaussian, as libvmaf's tables have them, in 65536ths.
+// These are the middle and the right half of the windows: Gaussian, as in libvmaf's tables, in 65536ths.
 constexpr std::array<std::array<int, 9>, 4> windows{{
     {7784, 7455, 6547, 5274, 3896, 2640, 1640, 935, 489},
     {14692, 12590, 7925, 3663, 1244},

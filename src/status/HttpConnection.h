@@ -18,7 +18,7 @@ class HttpConnection {
 public:
     struct Events {
         std::function<void(const std::string &head)> asked; // called once, with the empty line at its end
-        std::function<void()> ended; // called last; after the client or the answer ended it
+        std::function<void()> ended; // called last, when the client or the answer has ended
     };
 
     HttpConnection(FileDescriptor socket, Events events);

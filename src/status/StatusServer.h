@@ -9,10 +9,10 @@
 
 namespace kestrel {
 
-// A small HTTP/1.1 server for the home network: it gives one answer for each connection, to GET and HEAD
-// only. A handler provides the content; the server does not depend on the application. It tolerates clients
-// that send garbage, send or read too slowly, or connect in great numbers: their connections are closed, and
-// the next request is served. It works on a thread of its own. REQUIRES: the thread that created it calls all
+// Serves HTTP/1.1 in the home network: it gives one answer for each connection, to GET and HEAD only. A
+// handler provides the content; the server does not depend on the application. It tolerates clients that send
+// garbage, send or read too slowly, or connect in great numbers: their connections are closed, and the next
+// request is served. It works on a thread of its own. REQUIRES: the thread that created it calls all
 // functions.
 class StatusServer {
 public:

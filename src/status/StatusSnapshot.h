@@ -17,7 +17,7 @@ struct StatusSnapshot {
 
         bool operator==(const Tile &) const = default;
     };
-    // A file in work.
+    // Describes a file in work.
     struct Job {
         std::string name, folder;
         std::string state; // "analyzing", "running", "uploading"
@@ -35,7 +35,7 @@ struct StatusSnapshot {
 
         bool operator==(const Folder &) const = default;
     };
-    // A file that has ended.
+    // Describes a file that has ended.
     struct Recent {
         std::string name, text;
         std::string tone; // "plain", "green", "red"

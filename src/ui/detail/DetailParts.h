@@ -52,7 +52,7 @@ private:
     const int m_mostLines;
 };
 
-// A text box with its copy button.
+// Combines a text box with its copy button.
 class CopyableText : public QWidget {
     Q_OBJECT
 

@@ -295,7 +295,7 @@ void DetailSheet::updateSearch(const FileItem &item, const ConversionSettings &s
     });
     if (auto *measure = m_searchSection->findChild<QPushButton *>(QStringLiteral("measure"));
         measure != nullptr && isNew)
-        setTabOrder(m_error->findChild<QPushButton *>(), measure); // it may be newer than what follows
+        setTabOrder(m_error->findChild<QPushButton *>(), measure); // it may be newer than those after it
 }
 
 void DetailSheet::updateButtons()

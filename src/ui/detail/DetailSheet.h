@@ -37,7 +37,8 @@ signals:
     void measureRequested(); // for the file that is shown
 
 private:
-    // The record that a part of the sheet shows, so that it is built again only where this has changed.
+    // Remembers the record that a part of the sheet shows, so that it is built again only where this has
+    // changed.
     template <typename Record>
     struct Place {
         QVBoxLayout *layout = nullptr;

@@ -12,7 +12,7 @@ namespace kestrel {
 // Computes the numbers behind a chart. Pure.
 namespace Chart {
 
-// A range of numbers with a tick at every multiple of its step.
+// Describes a range of numbers with a tick at every multiple of its step.
 struct Axis {
     double from = 0, to = 1, step = 1;
     bool operator==(const Axis &) const = default;

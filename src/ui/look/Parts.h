@@ -81,7 +81,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 };
 
-// A card with an icon and a title above its contents.
+// Adds an icon and a title above the contents of a card.
 class Section : public Card {
     Q_OBJECT
 

@@ -29,7 +29,8 @@ protected:
     void wheelEvent(QWheelEvent *event) override;
 };
 
-// A check box as wide as its container: its text breaks lines, and a muted detail may stand at the right end.
+// Shows a check box as wide as its container: its text breaks lines, and a muted detail may stand at the
+// right end.
 class CheckRow : public QCheckBox {
     Q_OBJECT
 

@@ -16,7 +16,7 @@ public:
     // REQUIRES: the rows outlive it.
     explicit ColumnHeader(LibraryModel &rows, QWidget *parent = nullptr);
 
-    // The head that receives the keys.
+    // Returns the head that receives the keys.
     int current() const { return m_current; }
     // Divides this width, in pixels, among the columns. An empty Status column is narrow.
     void fit(int width, bool hasStatus);

@@ -41,8 +41,8 @@ public:
     const ConversionSettings &settings() const { return m_model.settings(); }
     // Returns true during a reset, when no row may be accessed.
     bool isFilling() const { return m_isFilling; }
-    // Returns the next visible row whose name begins with this text, searching on from the start; includes
-    // the current one, unless `isNext`. Null where there is none.
+    // Returns the next visible row whose name begins with this text, or else the first one; includes the
+    // current one, unless `isNext`. Null where there is none.
     const TableNode *rowNamed(const QString &beginning, const TableNode *current, bool isNext) const;
     // Returns true when some row has a text in the Status column.
     bool hasStatus() const { return m_hasStatus; }

@@ -363,7 +363,7 @@ void LibraryView::contextMenuEvent(QContextMenuEvent *event)
 void LibraryView::showMenuAt(const QModelIndex &index)
 {
     const QRect room = viewport()->rect();
-    const QPoint place = visualRect(index).center(); // may be scrolled away
+    const QPoint place = visualRect(index).center(); // it may be scrolled out of view
     emit menuRequested(viewport()->mapToGlobal(QPoint(std::clamp(place.x(), room.left(), room.right()),
                                                       std::clamp(place.y(), room.top(), room.bottom()))),
                        true);

@@ -67,7 +67,7 @@ private:
         std::filesystem::path root, current;
         int scroll = 0;
     };
-    Place m_place;  // before the library was filled again
+    Place m_place;  // the place before the library was filled again
     QTimer m_clock; // updates the finish times of folders, which change by themselves
 };
 

@@ -125,8 +125,8 @@ void drawChip(QPainter &painter, const ChipPlace &chip, const QFont &base, const
     painter.restore();
 }
 
-// How much of a name's beginning fits on a line: in letters, and up to the end of a word, if that is not much
-// less.
+// Says how much of a name's beginning fits on a line: in letters, and up to the end of a word, if that is not
+// much less.
 struct Fitting {
     qsizetype letters = 0, words = 0;
 };

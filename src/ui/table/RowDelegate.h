@@ -23,9 +23,9 @@ public:
                    const QModelIndex &index) override;
 
     static int rowHeight();
-    // A name in one line or, where that is too short, in two; what does not fit into two is cut from the
-    // middle of the second: the episode is nearer to the beginning. The second leaves so many pixels free at
-    // its end.
+    // Holds a name in one line or, where that is too short, in two; what does not fit into two is cut from
+    // the middle of the second: the episode is nearer to the beginning. The second leaves so many pixels free
+    // at its end.
     struct NameLines {
         QString first, second;
     };

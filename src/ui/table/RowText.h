@@ -14,7 +14,7 @@ namespace kestrel {
 // Returns the texts of a table row, in German. Pure.
 namespace RowText {
 
-// A word in a frame; its drawing shows what happens to the track.
+// Holds a word in a frame; how it is drawn shows what happens to the track.
 struct Chip {
     QString label;
     StreamAction action = StreamAction::keep;
@@ -22,7 +22,7 @@ struct Chip {
     bool operator==(const Chip &) const = default;
 };
 
-// The content of a cell: at most two lines, a picture before the first, and a bar below.
+// Holds the content of a cell: at most two lines, a picture before the first, and a bar below.
 struct Cell {
     QString text, detail;
     QString brief, briefDetail; // used where room is lacking; empty: the same
@@ -41,14 +41,14 @@ Cell size(const FileItem &item);
 Cell estimate(const FileItem &item);
 Cell status(const FileItem &item);
 bool hasStatus(const FileItem &item); // whether that cell is not empty
-// The icon and the colour that a state has everywhere in the window.
+// Holds the icon and the colour that a state has everywhere in the window.
 struct Look {
     QString icon;
     Theme::Tone tone;
 };
 Look look(const FileState &state);
 
-// The content of a folder's row, from all files below it.
+// Holds the content of a folder's row, from all files below it.
 struct Folder {
     std::size_t files = 0;
     std::size_t choosable = 0, included = 0; // files with a check mark, and those of them that are checked
@@ -57,7 +57,7 @@ struct Folder {
     static Folder of(const TableNode &node);
     std::optional<Qt::CheckState> checkState() const; // absent where there is nothing to choose
 };
-// The formats of the files below a folder.
+// Holds the formats of the files below a folder.
 struct Sources {
     QString most;
     std::size_t different = 0; // number of other formats

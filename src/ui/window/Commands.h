@@ -26,7 +26,7 @@ public:
     QAction *const measure3, *const measure6, *const measure12, *const measureAll;
     QAction *const probeClip;
     QAction *const convert;
-    QAction *const pause; // or resume
+    QAction *const pause; // pauses or resumes
     QAction *const stop;
     QAction *const cancel; // for a search or a clip; in the menu
     QAction *const showPanel;

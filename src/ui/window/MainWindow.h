@@ -20,7 +20,7 @@
 
 namespace kestrel {
 
-// The one window. REQUIRES: the main thread; the model outlives it.
+// There is only one main window. REQUIRES: the main thread; the model outlives it.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 

@@ -14,7 +14,7 @@ class RunPanel : public Card {
     Q_OBJECT
 
 public:
-    // The texts and pictures of the panel for a model; pure, except for the clock.
+    // Holds the texts and icons of the panel for a model; pure, except for the clock.
     struct Look {
         QString headline, count, detail;
         QString sentence; // below the headline
