@@ -27,7 +27,7 @@ std::vector<std::string> arguments(const MediaInfo &info, const Plan &plan,
 std::vector<std::string> encoderArguments(VideoCodecChoice codec, int qualityValue, SpeedLevel speed,
                                           const VideoStreamInfo &source, OutputContainer container);
 
-// Returns seconds with three decimals.
+// Formats seconds with three decimals.
 std::string format(double seconds);
 
 // Returns a path as the value of a filter's option: escaped once for the option and once for the graph around

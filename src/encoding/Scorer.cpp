@@ -84,7 +84,7 @@ private:
     const Sampler::Subject &m_subject;
 };
 
-// Scores with this program's own measuring.
+// Scores with this program's own scorer.
 class BuiltInScorer : public Scorer {
 public:
     explicit BuiltInScorer(const Sampler::Subject &subject) : m_subject(subject) {}

@@ -6,7 +6,7 @@
 
 namespace kestrel {
 
-// Says for what the window is started.
+// Says what the window is started for.
 struct WindowOptions {
     std::optional<std::filesystem::path> folder;    // opened once the tools are located
     bool usesTestSuite = false;                     // uses testSuite() for the stored settings

@@ -8,7 +8,7 @@
 
 namespace kestrel {
 
-// Keeps the folder rows that the user collapsed collapsed: when the folder is searched again and, through the
+// Keeps folder rows collapsed that the user collapsed: when the folder is searched again and, through the
 // window's state, when it is opened the next time.
 class ClosedFolders : public QObject {
     Q_OBJECT
