@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-// Lists the swaps on network shares that have begun and not ended, in a small JSON file from which a crash is
-// repaired. Safe across threads and processes. Nothing here throws. While the file cannot be read it is not
-// changed, and no swap can begin; text in it that is no entry is moved to "tauschvorgaenge (unlesbar).json"
-// beside it.
+// Lists the swaps on network shares that have begun and not ended, in a small JSON file that serves their
+// repair after a crash. Safe across threads and processes. Nothing here throws. While the file cannot be read
+// it is not changed, and no swap can begin; text in it that is no entry is moved to "tauschvorgaenge
+// (unlesbar).json" beside it.
 namespace kestrel::SwapJournal {
 
 struct Entry {

@@ -113,7 +113,7 @@ public:
     // The reference is valid until the library changes.
     const Totals &totals() const { return m_library.totals(); }
     void setSettings(const ConversionSettings &settings);
-    // Returns whether films get a quality search, or else a fixed CRF; a running run keeps its choice.
+    // Returns whether films get a quality search, or else a fixed CRF; a run in progress keeps its choice.
     bool measuresQuality() const { return m_measuresQuality; }
     void setMeasuresQuality(bool measures);
     void clearMessage() { setMessage(std::nullopt); }
