@@ -55,7 +55,7 @@ json audio(int index, const Kind &kind, int kilobitsPerSecond)
     return track;
 }
 
-// What ffprobe would say of such a file.
+// Returns what ffprobe would answer for such a file.
 json answer(const Kind &kind)
 {
     json video = stream(0, "video", kind.videoCodec);

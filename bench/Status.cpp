@@ -34,7 +34,7 @@ double threadSeconds()
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-// The bytes of the answer; 0 where there was none.
+// Returns the bytes of the answer; 0 where there was none.
 std::size_t request(const std::string &text)
 {
     const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -58,7 +58,7 @@ struct Load {
     long failed = 0;
 };
 
-// So many requests from all connections, while the main thread runs its event loop.
+// Sends so many requests from all connections, while the main thread runs its event loop.
 Load load(const std::string &path, long wanted)
 {
     const std::string text = "GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
@@ -105,7 +105,7 @@ nlohmann::ordered_json status(AppModel &model)
         snapshots.push_back(watch.wall());
     }
     std::sort(snapshots.begin(), snapshots.end());
-    load("/status.json", 5000); // everything has been allocated once
+    load("/status.json", 5000); // afterwards everything has been allocated once
     const Load json = load("/status.json", 20'000);
     const Load page = load("/", 20'000);
     const double before = residentMegabytes();

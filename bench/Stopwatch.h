@@ -8,7 +8,7 @@
 
 namespace kestrel::bench {
 
-// Time since it was made.
+// Measures the time since its construction.
 class Stopwatch {
 public:
     double wall() const
@@ -42,7 +42,7 @@ inline double residentMegabytes()
     return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
 }
 
-// The most that this process has ever had.
+// Returns the most memory that this process has ever had.
 inline double highestMegabytes()
 {
     rusage usage{};

@@ -1,4 +1,4 @@
-// Measures the window; prints the numbers as one JSON object. Nothing is judged here.
+// Measures the window; prints the numbers as one JSON object. It does not judge them.
 
 #include <QApplication>
 #include <QEventLoop>
@@ -33,7 +33,7 @@ void waitUntil(const std::function<bool()> &condition)
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
 }
 
-// Says when a widget has been painted for the first time.
+// Notices when a widget has been painted for the first time.
 class FirstPaint : public QObject {
 public:
     explicit FirstPaint(QWidget &widget) { widget.installEventFilter(this); }
@@ -42,7 +42,7 @@ public:
 private:
     bool eventFilter(QObject *, QEvent *event) override
     {
-        // After the paint itself.
+        // This runs after the paint itself.
         if (event->type() == QEvent::Paint)
             QMetaObject::invokeMethod(
                 this, [this] { has = true; }, Qt::QueuedConnection);
@@ -59,14 +59,14 @@ AppModel::Options harmless()
     return options;
 }
 
-// What takes time after the picture is not of the start.
+// Time that passes after the picture does not belong to the start.
 [[noreturn]] void endWith(const TemporaryFolder &temporary)
 {
     std::filesystem::remove_all(temporary.path());
     std::_Exit(0);
 }
 
-// Whoever started the process measures the time until it has ended.
+// The parent process measures the time until this one has ended.
 [[noreturn]] void start(QApplication &application, bool isEmpty)
 {
     const TemporaryFolder temporary;

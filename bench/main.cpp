@@ -1,4 +1,4 @@
-// Measures one thing for each call and prints the numbers as one JSON object. Nothing is judged here.
+// Measures one thing for each call and prints the numbers as one JSON object. It does not judge them.
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -49,7 +49,7 @@ Command command(const fs::path &program, Command arguments)
     return arguments;
 }
 
-// A file, ready to be converted or sampled with the default settings.
+// Returns a file that is ready to be converted or sampled with the default settings.
 Sampler::Subject subject(const fs::path &file, const fs::path &work)
 {
     Sampler::Subject result;
@@ -93,7 +93,7 @@ ordered_json tools()
             {"version", found.version}};
 }
 
-// The longest time that the event loop was held up, by a timer that ticks every millisecond.
+// Measures the longest time that the event loop was blocked, by a timer that ticks every millisecond.
 class StallMeter {
 public:
     StallMeter()
@@ -152,7 +152,7 @@ AppModel::Options modelOptions(bool asksAgain)
     return options;
 }
 
-// Opens the folder and scans it, as a start of the program does; the tools are located before.
+// Opens the folder and scans it, as a start of the program does. REQUIRES: the tools are located before.
 ordered_json scan(const fs::path &folder, bool asksAgain)
 {
     AppModel model(modelOptions(asksAgain));
@@ -166,7 +166,7 @@ ordered_json scan(const fs::path &folder, bool asksAgain)
             {"errors", model.totals().errors}};
 }
 
-// What is kept of each file: the record, its plan and its estimate.
+// Holds what is kept of each file: the record, its plan and its estimate.
 struct Planned {
     MediaInfo info;
     Plan plan;
@@ -190,7 +190,7 @@ ordered_json plan(std::size_t count)
     return {{"cpu", cpu}, {"megabytes", residentMegabytes() - before}};
 }
 
-// A library of so many items, planned twice with different settings.
+// Plans a library of so many items twice with different settings.
 ordered_json recompute(std::size_t count)
 {
     const double before = residentMegabytes();
@@ -205,7 +205,7 @@ ordered_json recompute(std::size_t count)
     return {{"wall", watch.wall()}, {"megabytes", megabytes}, {"actionable", library.totals().actionable}};
 }
 
-// Four jobs of these stand-in tools report progress while all files of the folder are listed.
+// Lets four jobs of these stand-in tools report progress while all files of the folder are listed.
 ordered_json stall(const fs::path &folder, const fs::path &toolFolder)
 {
     AppModel::Options options = modelOptions(true);
@@ -229,7 +229,7 @@ ordered_json stall(const fs::path &folder, const fs::path &toolFolder)
             {"changes", painted}};
 }
 
-// Converts the file into the folder beside its own. "byHand" is what does the same without the program.
+// Converts the file into the folder beside its own. "byHand" does the same without the program.
 ordered_json convert(const fs::path &file, const fs::path &work)
 {
     const auto [info, plan, settings, tools, folder, current] = subject(file, work);
@@ -248,8 +248,8 @@ ordered_json convert(const fs::path &file, const fs::path &work)
             {"byHand", std::vector<Command>{std::move(byHand)}}};
 }
 
-// The quality search with one of the two makers of scores. "byHand" encodes and scores the same segments with
-// the same values; what ffmpeg cannot score, another call of this program does.
+// Runs the quality search with one of the two scorers. "byHand" encodes and scores the same segments with the
+// same values; where ffmpeg cannot score, another call of this program does.
 ordered_json search(const fs::path &file, const fs::path &work, bool isBuiltIn)
 {
     Sampler::Subject trial = subject(file, work);
@@ -285,7 +285,7 @@ ordered_json score(const fs::path &file, const fs::path &encoded, const fs::path
     return {{"vmaf", Scorer::of(trial)->score(sample, segment, Sampler::subsamplingStep, {}).vmaf}};
 }
 
-// The scores of a file's samples with each subsampling, as the mean over the segments.
+// Returns the scores of a file's samples with each subsampling, as the mean over the segments.
 ordered_json accuracy(const fs::path &file, const fs::path &work, std::span<const std::string_view> codec)
 {
     Sampler::Subject trial = subject(file, work);
@@ -315,7 +315,7 @@ ordered_json accuracy(const fs::path &file, const fs::path &work, std::span<cons
     return {{"step", Sampler::subsamplingStep}, {"scores", scores}, {"cpu", seconds}};
 }
 
-// Scores these pictures, decoded before, on so many threads; seconds for each frame.
+// Scores these pictures, which were decoded before, on so many threads; in seconds for each frame.
 ordered_json frames(const fs::path &original, const fs::path &encoded, unsigned threads)
 {
     const Tools tools = Tools::locate({});
@@ -337,7 +337,7 @@ ordered_json frames(const fs::path &original, const fs::path &encoded, unsigned 
     return {{"wall", watch.wall() / count}, {"cpu", watch.cpu() / count}, {"frames", count}};
 }
 
-// What this process takes at most while it scores the one film against the other.
+// Returns the most memory that this process needs while it scores the one film against the other.
 ordered_json memory(const fs::path &original, const fs::path &encoded)
 {
     const Tools tools = Tools::locate({});

@@ -1,4 +1,4 @@
-# Makes constants of libvmaf's model: cmake -DMODEL=file.json -DOUTPUT=file.cpp -P EmbedModel.cmake
+# Generates constants from libvmaf's model: cmake -DMODEL=file.json -DOUTPUT=file.cpp -P EmbedModel.cmake
 file(READ ${MODEL} text)
 string(JSON vectors GET ${text} model_dict model)
 

@@ -1,4 +1,4 @@
-# Makes one constant of the status page's three files and one of its icon:
+# Generates one constant from the status page's three files and one from its icon:
 #   cmake -DPAGE=folder -DWORDS=page-words -DICON=file.png -DOUTPUT=StatusPage.cpp -P EmbedPage.cmake
 file(READ ${PAGE}/page.html html)
 file(READ ${PAGE}/page.css style)

@@ -1,4 +1,5 @@
-// page-words NAME: prints what stands for @NAME@ in the status page, in the words of this build's desktop.
+// page-words NAME: prints the text that replaces @NAME@ in the status page, in the words of this build's
+// desktop.
 
 #include <array>
 #include <cstdio>
@@ -20,7 +21,7 @@ int main(int count, char **words)
             continue;
         const std::string_view text = kestrel::Wording::text(row);
         if (text.find_first_of("<>&\"\\@") != std::string_view::npos)
-            break; // would need to be escaped, in the document and in its script
+            break; // the document and its script do not escape it
         std::fwrite(text.data(), 1, text.size(), stdout);
         return 0;
     }

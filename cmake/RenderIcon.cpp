@@ -1,5 +1,5 @@
-// render-icon [--transparent] DRAWING.svg SIZE OUTPUT.png: renders the application's icon; opaque, as a
-// phone wants it, or as it was drawn.
+// render-icon [--transparent] DRAWING.svg SIZE OUTPUT.png: renders the application's icon; opaque, as phones
+// require it, or as it was drawn.
 
 #include <QFile>
 #include <QImage>

@@ -1,11 +1,11 @@
-# What an installation has besides the program, and the Debian package made of it.
+# Installs what belongs to the program besides itself, and makes the Debian package.
 #
 #   scripts/package            builds the program and leaves the package in build/package/
 #   scripts/package --check    also asks lintian, and installs, tries and purges it
 #
 # or by hand, in a configured build folder: umask 022 && cmake --build . && cpack
 #
-# Expects the targets kestrel, installed by whoever includes this, and render-icon. The package needs no
+# REQUIRES: the targets kestrel, which the including file installs, and render-icon. The package needs no
 # maintainer scripts: dpkg's triggers refresh the icon cache, the desktop database and the manual's index.
 
 set(packaging ${CMAKE_CURRENT_LIST_DIR})
@@ -14,7 +14,7 @@ set(made ${CMAKE_CURRENT_BINARY_DIR}/packaging)
 set(application app.kestrel.Kestrel)
 set(debianVersion ${PROJECT_VERSION}-1)
 
-# A version counts only where its changes and its date are told.
+# A version counts only where its changes and its date are listed.
 file(READ ${packaging}/changelog changelog LIMIT 200)
 if(NOT changelog MATCHES "^kestrel \\(${debianVersion}\\) ")
   message(FATAL_ERROR "packaging/changelog does not begin with kestrel (${debianVersion}).")
@@ -46,7 +46,7 @@ install(FILES ${packaging}/${application}.metainfo.xml DESTINATION ${CMAKE_INSTA
 install(FILES ${packaging}/bash-completion/kestrel
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 
-# Debian wants manuals and changes compressed, without the time of the build.
+# Debian requires manuals and changes compressed, without the time of the build.
 find_program(GZIP gzip REQUIRED)
 function(install_compressed source folder name)
   set(compressed ${made}/${folder}/${name}.gz)
@@ -87,12 +87,12 @@ which goes to the trash.
 VMAF is measured by the libvmaf filter where ffmpeg has it, and otherwise by
 the program itself.")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# The libraries add themselves. ffmpeg is run as a program; without Qt's translations its own buttons are English.
+# The libraries are added automatically. ffmpeg is run as a program; without Qt's translations its buttons are English.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "ffmpeg (>= 7:5.1), qt6-translations-l10n")
-# A window of its own under Wayland.
+# This shows the window under Wayland.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
-# Shares of the file manager are seen below its FUSE mount.
+# Shares of the file manager are visible below its FUSE mount.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "gvfs-fuse, parallel")
 
 include(CPack)

@@ -1,4 +1,4 @@
-"""Drives a headless Chromium through chromedriver. Only Python's own library."""
+"""Drives a headless Chromium through chromedriver. Needs only Python's own library."""
 
 import base64
 import json

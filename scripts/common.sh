@@ -1,4 +1,4 @@
-# Sourced by the scripts beside it. Debian packages only; nothing else is fetched.
+# The scripts beside it source this file. It installs Debian packages only and fetches nothing else.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
@@ -13,7 +13,7 @@ as_root() {
     if [[ $(id -u) -eq 0 ]]; then "$@"; else sudo "$@"; fi
 }
 
-# Installs those of the packages that are missing; does not ask for rights when none is.
+# Installs those of the packages that are missing; requests no rights when none is.
 install_packages() {
     local missing=() package
     for package in "$@"; do
@@ -25,7 +25,7 @@ install_packages() {
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# build PRESET [CMAKE-OPTION...]: configures where needed and builds what changed. Quiet unless it fails.
+# build PRESET [CMAKE-OPTION...]: configures where needed and builds what changed. Prints nothing unless it fails.
 build() {
     local preset=$1 log
     shift

@@ -15,10 +15,10 @@ namespace {
 QtMessageHandler qtsHandler = nullptr;
 
 // Where no screen can be opened, whatever the reason, Qt writes English lines and aborts in the application
-// object's constructor; this is the only place that can say it better.
+// object's constructor; only this function can report it better.
 void tellMissingScreen(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
-    if (QGuiApplication::platformName().isEmpty()) { // not open yet
+    if (QGuiApplication::platformName().isEmpty()) { // no screen is open yet
         if (type == QtFatalMsg) {
             Terminal::complain(
                 "Hier lässt sich kein Bildschirm für das Fenster öffnen; ohne Fenster gehen die "

@@ -55,7 +55,7 @@ std::set<std::string> parseLanguages(const std::string &list)
     return languages;
 }
 
-// An option whose value changes the settings once they are loaded; a wrong value is reported at once.
+// Adds an option whose value changes the settings once they are loaded; a wrong value is reported at once.
 template <typename Value, typename Parse>
 void addSetting(CLI::App &command, Arguments &arguments, const std::string &option,
                 Value ConversionSettings::*field, Parse parse)
@@ -128,7 +128,7 @@ CLI::App *addFolderCommand(CLI::App &app, const char *name, Arguments &arguments
     return command;
 }
 
-// Checks the word of an option.
+// Checks that an option's word is a whole number.
 std::string wholeNumber(const std::string &option, const std::string &word)
 {
     const bool isNumber = !word.empty() && word.size() < 10 &&
@@ -175,7 +175,7 @@ std::string inGerman(const CLI::ParseError &error)
     if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr) // "OPTION: what is missing"
         return fmt::format("{}: Dazu fehlt der Wert, oder es ist einer zu viel.",
                            Text::repaired(what.substr(0, what.find(':'))));
-    // A check of ours comes as "OPTION: sentence".
+    // The text of our own checks is "OPTION: sentence".
     if (dynamic_cast<const CLI::ValidationError *>(&error) != nullptr)
         if (const auto colon = what.find(": "); colon != std::string_view::npos)
             return std::string(what.substr(colon + 2));
@@ -195,7 +195,7 @@ Arguments windowArguments(const std::filesystem::path &folder)
             .folder = folder.empty() ? folder : Files::standardized(folder)};
 }
 
-// "-openFolder PATH": the window, apart from the user's own settings.
+// Parses "-openFolder PATH": the window, apart from the user's own settings.
 Arguments parseOpenFolder(std::span<const char *const> words)
 {
     if (words.size() < 2 || *words[1] == '\0')
@@ -207,7 +207,7 @@ Arguments parseOpenFolder(std::span<const char *const> words)
     return arguments;
 }
 
-// A made-up library in the window, and pictures of it; for makers of pictures, no part of the help.
+// Parses the demo: a made-up library in the window, and pictures of it. The help does not list it.
 Arguments parseDemo(std::span<const char *const> words)
 {
     Arguments arguments;
@@ -226,7 +226,7 @@ Arguments parseDemo(std::span<const char *const> words)
     return arguments;
 }
 
-// What begins with no command: a folder, which the window opens.
+// Parses words that begin with no command, but with a folder, which the window opens.
 Arguments parseFolder(std::span<const char *const> words)
 {
     std::error_code ignored;
@@ -286,7 +286,7 @@ Arguments parseArguments(int count, const char *const *words)
     addScore(app, arguments);
     CLI::App *doctor = app.add_subcommand("doctor");
     doctor->set_help_flag("");
-    // CLI11 takes the word after "--languages=" for its value.
+    // CLI11 would use the word after "--languages=" as its value.
     std::vector<std::string> spread(given.begin(), given.end());
     for (auto word = spread.begin(); word != spread.end(); ++word)
         if (*word == "--languages=") {

@@ -39,7 +39,7 @@ int dispatch(const Arguments &arguments, const RunWindow &runWindow)
     std::string name = "kestrel";
     char *words = name.data();
     const QCoreApplication application(count, &words);
-    std::setlocale(LC_NUMERIC, "C"); // Qt has taken the user's; numbers for ffmpeg have a point
+    std::setlocale(LC_NUMERIC, "C"); // Qt has set the user's; numbers for ffmpeg need a point
     try {
         switch (arguments.command) {
         case Command::plan:
@@ -74,7 +74,7 @@ int runCommandLine(int count, const char *const *words, const RunWindow &runWind
         Terminal::complain(ErrorText::describe(error));
     }
     const int problem = Terminal::flush();
-    if (problem == 0 || problem == EPIPE) // a reader that had enough is none
+    if (problem == 0 || problem == EPIPE) // a reader that closes its end early is no problem
         return status;
     Terminal::complain("Die Ausgabe konnte nicht geschrieben werden: " +
                        ErrorText::describe(std::error_code(problem, std::generic_category())));

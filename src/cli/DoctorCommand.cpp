@@ -64,7 +64,7 @@ Tools locateTools(const std::stop_token &stop)
     return tools;
 }
 
-// What is there, and whether it may be changed.
+// Returns what exists at the path, and whether it may be changed.
 std::string state(const fs::path &path)
 {
     if (!Files::exists(path))

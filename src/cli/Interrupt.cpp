@@ -7,7 +7,7 @@ namespace kestrel {
 
 namespace {
 
-constexpr std::chrono::milliseconds patience{500}; // with an event loop that is busy with something else
+constexpr std::chrono::milliseconds patience{500}; // while the event loop is busy with something else
 
 } // namespace
 
@@ -27,7 +27,8 @@ void Interrupt::askToSuspend()
         if (!std::exchange(m_isAsked, false))
             return;
     }
-    // Everything, and at once: the shell waits for it. An ffmpeg runs on, and waits when its pipe is full.
+    // Freezes everything at once, because the shell waits for it. An ffmpeg runs on, and waits when its pipe
+    // is full.
     Signals::freeze();
 }
 

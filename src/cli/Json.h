@@ -13,7 +13,8 @@
 #include "planning/Plan.h"
 #include "planning/SampleResult.h"
 
-// The records as JSON: keys in the order of the fields, null for what is absent, derived values last.
+// Converts the records to JSON: keys in the order of the fields, null for what is absent, derived values
+// last.
 namespace kestrel::Json {
 
 using Value = nlohmann::ordered_json;
@@ -27,7 +28,7 @@ Value value(const SampleResult &result);
 Value value(const Totals &totals);
 Value value(const FileItem &file, const ConversionSettings &settings, const std::filesystem::path &root);
 
-// On one line, whatever bytes are in it.
+// Returns the value on one line, whatever bytes are in it.
 std::string line(const Value &value);
 
 } // namespace kestrel::Json

@@ -23,8 +23,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds repaintInterval{250};
 constexpr int barWidth = 20;
 constexpr int widthForBar = 80;        // a narrower terminal gets no bar
-constexpr int stateWidth = 51;         // of the longest state, so that all names end in one column
-constexpr double leastFraction = 0.01; // before that no remaining time is told
+constexpr int stateWidth = 51;         // width of the longest state, so that all names end in one column
+constexpr double leastFraction = 0.01; // before that no remaining time is shown
 
 double since(Clock::time_point start)
 {
@@ -45,7 +45,7 @@ std::string remaining(double fraction, double elapsed)
     return fraction < leastFraction ? "–" : Fmt::clock(elapsed * (1 - fraction) / fraction);
 }
 
-// A running file: its last report, and since when it has been in this state.
+// Holds a running file's last report, and since when it has been in this state.
 struct Running {
     FileReport report;
     Clock::time_point since;
@@ -84,11 +84,11 @@ public:
         if (model.isPaused() && !m_pausedSince) {
             m_pausedSince = Clock::now();
             repaint(true);
-            m_paintedLines = 0; // what the shell writes meanwhile is not ours to replace
+            m_paintedLines = 0; // lines that the shell writes meanwhile must not be replaced
         }
         if (model.isPaused() || !m_pausedSince)
             return;
-        for (auto &[item, running] : m_running) // a pause is no work
+        for (auto &[item, running] : m_running) // a pause does not count as working time
             running.since += Clock::now() - *m_pausedSince;
         m_pausedSince.reset();
     }
@@ -196,9 +196,9 @@ private:
     std::optional<double> m_remaining; // seconds
     std::optional<Clock::time_point> m_pausedSince;
     std::string m_newLines; // ended files that are not on the screen yet
-    int m_paintedLines = 0; // that the next repaint replaces
+    int m_paintedLines = 0; // number of lines that the next repaint replaces
 
-    std::jthread m_painter; // last: what it uses outlives it
+    std::jthread m_painter; // last, so that what it uses outlives it
 };
 
 } // namespace

@@ -83,7 +83,7 @@ int runMeasure(const Arguments &arguments, Interrupt &interrupt)
         Terminal::complain(Sentences::sampleFailed(Terminal::shown(file.name()), Terminal::line(text)));
     });
 
-    const auto usual = arguments.only.empty() ? std::optional(usualCount) : std::nullopt; // those, and all
+    const auto usual = arguments.only.empty() ? std::optional(usualCount) : std::nullopt; // or all of --only
     model.startSampling(arguments.count ? arguments.count : usual, std::nullopt);
     if (!model.isBusy())
         Terminal::complain("In diesem Ordner wird kein Video neu kodiert.");

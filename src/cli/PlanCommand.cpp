@@ -76,7 +76,7 @@ std::string renderTable(const Library &library, const ConversionSettings &settin
     return table.render(Terminal::width());
 }
 
-// Every remark once, with the number of files that it is about.
+// Returns every remark once, with the number of files that it concerns.
 std::string renderNotes(const Library &library)
 {
     std::map<std::string, std::size_t> notes;
@@ -112,7 +112,7 @@ std::string renderTotals(const Totals &totals)
     return text;
 }
 
-// Written file by file, so that a huge library never stands in memory as one document.
+// Writes file by file, so that memory never holds a huge library as one document.
 void printJson(const AppModel &model)
 {
     const auto &root = *model.rootURL();

@@ -17,7 +17,7 @@ namespace {
 void printLine(const std::string &line)
 {
     Terminal::print("{}\n", line);
-    Terminal::flush(); // whoever reads along wants it now
+    Terminal::flush(); // a program that reads the output needs it now
 }
 
 class JsonReporter : public RunReporter {
@@ -27,7 +27,7 @@ public:
         printLine(Json::line({{"event", "started"}, {"total", run.total}}));
     }
 
-    // Every change of state, but progress within a state only now and then.
+    // Prints every change of state, but progress within a state only now and then.
     void changed(const FileReport &report) override
     {
         const FileItem &item = *report.item;
@@ -108,7 +108,7 @@ private:
 
 std::string describeState(const FileReport &report)
 {
-    const bool isOfRun = report.state.isInWork() || report.state.hasEnded(); // else it was stopped
+    const bool isOfRun = report.state.isInWork() || report.state.hasEnded(); // otherwise it was stopped
     return isOfRun ? Terminal::line(report.state.line()) : "abgebrochen";
 }
 

@@ -8,13 +8,13 @@
 
 namespace kestrel {
 
-// One file's state as it changes during a run.
+// Holds one file's state as it changes during a run.
 struct FileReport {
     const FileItem *item = nullptr;
     FileState state;
 };
 
-// Shows a run as it happens. All calls come on the main thread.
+// Shows a run as it happens. REQUIRES: all functions are called on the main thread.
 class RunReporter {
 public:
     virtual ~RunReporter() = default;
@@ -24,14 +24,14 @@ public:
     virtual void finished(const RunStats &run) = 0;
 };
 
-// "fertig, 1,2 GB → 500 MB (−58 %)"; for a terminal.
+// Returns "fertig, 1,2 GB → 500 MB (−58 %)"; for a terminal.
 std::string describeState(const FileReport &report);
 
-// One JSON object a line.
+// Prints one JSON object a line.
 std::unique_ptr<RunReporter> makeJsonReporter();
-// A line at each change of state.
+// Prints a line at each change of state.
 std::unique_ptr<RunReporter> makeLineReporter();
-// For a terminal: a line that is kept for each file that ended; below them, repainted four times a
+// Prints, for a terminal, a line that stays for each file that ended; below them, repainted four times a
 // second, a line for each running file and one for the whole.
 std::unique_ptr<RunReporter> makeLiveReporter();
 

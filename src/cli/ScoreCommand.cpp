@@ -61,7 +61,7 @@ void requireSameFilm(const MediaInfo &original, const MediaInfo &result)
         throw ToolError::failed("Die Filme gehören nicht zusammen: Ihre Bilder haben verschiedene Formen.");
 }
 
-// The larger film is scaled down to the smaller, as the quality search does it.
+// Scales the larger film down to the smaller, as the quality search does.
 void addFilters(FrameComparison::Request &request, const MediaInfo &original, const MediaInfo &result)
 {
     const FrameSize before = original.video->seenSize(), after = result.video->seenSize();
@@ -81,7 +81,7 @@ void addFilters(FrameComparison::Request &request, const MediaInfo &original, co
             side->order.filters.push_back(filter);
 }
 
-// When a film's first picture is shown; seconds.
+// Returns when a film's first picture is shown, in seconds.
 double firstTime(const FrameComparison::Request &request, const FrameComparison::Side &side,
                  const std::stop_token &stop)
 {
@@ -90,17 +90,16 @@ double firstTime(const FrameComparison::Request &request, const FrameComparison:
     return frame ? frame->time : 0;
 }
 
-// MPEG streams have no index: ffmpeg seeks to a time in them, and shows nothing before the next picture that
-// stands by itself.
+// MPEG streams have no index: ffmpeg seeks to a time in them, and shows nothing before the next key frame.
 double preroll(const MediaInfo &film)
 {
     constexpr double betweenKeyFrames = 12; // seconds; encoders leave 250 pictures at most
     return film.formatName.starts_with("mpeg") ? betweenKeyFrames : 0;
 }
 
-// Both films from the same picture on: seconds from the beginning of the original. One film may begin a
-// little later than the other, and a seek may leave out a picture of one side only, so that here the first
-// picture of each side is no origin.
+// Cuts both films from the same picture on, in seconds from the beginning of the original. One film may begin
+// a little later than the other, and a seek may drop a picture of one side only, so the first picture of a
+// side cannot be its origin.
 void cut(FrameComparison::Request &request, const MediaInfo &original, const MediaInfo &result,
          const Arguments &arguments, const std::stop_token &stop)
 {
@@ -109,7 +108,7 @@ void cut(FrameComparison::Request &request, const MediaInfo &original, const Med
     auto &reference = request.reference, &distorted = request.distorted;
     const double later = firstTime(request, distorted, stop) - firstTime(request, reference, stop);
     const auto cutSide = [&](FrameComparison::Side &side, const MediaInfo &film, double begin) {
-        // Whole milliseconds, as they stand in ffmpeg's arguments.
+        // ffmpeg's arguments have whole milliseconds.
         const double start = std::stod(CommandBuilder::format(std::max(0.0, begin - preroll(film))));
         side.order.start = start;
         side.origin = begin - start;
@@ -119,7 +118,7 @@ void cut(FrameComparison::Request &request, const MediaInfo &original, const Med
     const double begin = arguments.start.value_or(0);
     cutSide(reference, original, begin);
     cutSide(distorted, result, begin + later);
-    constexpr std::size_t atEachEnd = 2; // one of each side
+    constexpr std::size_t atEachEnd = 2; // one picture of each side
     request.forgiven = 2 * atEachEnd;
 }
 

@@ -40,7 +40,7 @@ AppModel::Options optionsOf(const Arguments &arguments, Session::Access access,
     options.measuresQuality = arguments.measuresQuality      ? arguments.measuresQuality
                               : arguments.startsFromDefaults ? std::optional(true)
                                                              : std::nullopt;
-    options.persists = false; // options hold for this run only
+    options.persists = false; // options apply to this run only
     options.changesFiles = access == Session::Access::changesFiles;
     options.servesStatusPage =
         arguments.command == Arguments::Command::convert || arguments.command == Arguments::Command::measure;
@@ -89,14 +89,14 @@ void Session::tellAddress() const
 
 void Session::waitUntil(const std::function<bool()> &condition)
 {
-    QObject waiting; // for as long as this lasts
+    QObject waiting; // limits the connections to this call
     const auto look = [&] {
         if (condition() || m_interrupt.isRequested())
             m_loop.quit();
     };
     QObject::connect(&m_model, &AppModel::toolsChanged, &waiting, look);
     QObject::connect(&m_model, &AppModel::activityChanged, &waiting, look);
-    // What is running ends first: the activity reports that it has stopped.
+    // A running task ends first: the activity reports that it has stopped.
     while (!condition() && !(m_interrupt.isRequested() && !m_model.isBusy()))
         m_loop.exec();
 }
@@ -112,7 +112,7 @@ void Session::showTheEnd()
     using namespace std::chrono_literals;
     using Clock = std::chrono::steady_clock;
     const auto end = Clock::now();
-    // A page asks every two seconds, a hidden one every fifteen.
+    // A page requests the status every two seconds, a hidden one every fifteen.
     if (!m_model.statusPort() || end - m_model.statusPageAskedAt() > 20s)
         return;
     const auto patience = m_interrupt.isRequested() ? 3s : 16s;
@@ -120,7 +120,7 @@ void Session::showTheEnd()
     QObject::connect(&look, &QTimer::timeout, &m_loop, [&] {
         const auto asked = m_model.statusPageAskedAt() - end;
         const auto passed = Clock::now() - end;
-        // An answer within the first moment may have been made before the end.
+        // A reply within the first moment may have been made before the end.
         if (passed > patience || (asked > 300ms && passed - asked > 300ms))
             m_loop.quit();
     });
@@ -195,7 +195,7 @@ UsageError unreadable(const std::string &subject, const std::error_code &why)
 fs::path requireFolder(const fs::path &given)
 {
     std::error_code error;
-    // "..", read literally, leads astray behind a symbolic link.
+    // "..", read literally, leads to the wrong folder behind a symbolic link.
     const bool climbs = std::find(given.begin(), given.end(), "..") != given.end();
     const fs::path folder = Files::standardized(climbs ? fs::canonical(given, error) : given);
     if (!error && fs::exists(folder, error) && !fs::is_directory(folder, error))

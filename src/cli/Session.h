@@ -17,7 +17,7 @@
 
 namespace kestrel {
 
-// The model behind one call of the command line, and the event loop that moves it. Its waiting functions
+// Owns the model of one call of the command line, and the event loop that drives it. Its waiting functions
 // throw Cancelled once the user has interrupted the call.
 class Session {
 public:
@@ -31,15 +31,15 @@ public:
     AppModel &model() { return m_model; }
     const Library &library() const { return m_model.library(); }
 
-    // Locates the tools and scans the folder, with progress on a terminal. Throws UsageError where the
-    // folder cannot be read or the settings cannot be met, ToolError where tools are missing.
+    // Locates the tools and scans the folder, with progress on a terminal. Throws UsageError where the folder
+    // cannot be read or the settings cannot be met, ToolError where tools are missing.
     void open(const std::filesystem::path &folder);
     void waitUntilIdle();
-    // Serves a status page that is open in a browser until it has shown the end.
+    // Keeps serving the status page to an open browser until it has shown the end.
     void showTheEnd();
-    // Files that "--only" names and the folder does not have; each has been complained about.
+    // Returns the number of files that "--only" names and the folder lacks; each has been reported.
     std::size_t missing() const { return m_missing; }
-    // The sentence for a library without files.
+    // Returns the sentence for a library without files.
     std::string_view nothingFound() const;
 
 private:
@@ -59,9 +59,9 @@ private:
     std::size_t m_missing = 0;
 };
 
-// `subject` is what cannot be read, named for people.
+// `subject` names for the user what cannot be read.
 UsageError unreadable(const std::string &subject, const std::error_code &why);
-// The folder as an absolute path. Throws UsageError when it cannot be opened.
+// Returns the folder as an absolute path. Throws UsageError when it cannot be opened.
 std::filesystem::path requireFolder(const std::filesystem::path &given);
 
 } // namespace kestrel

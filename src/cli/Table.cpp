@@ -11,7 +11,7 @@ namespace kestrel {
 namespace {
 
 constexpr int gap = 2;       // columns between two cells
-constexpr int narrowest = 8; // a flexible column
+constexpr int narrowest = 8; // least width of a flexible column
 
 } // namespace
 

@@ -6,8 +6,8 @@
 
 namespace kestrel {
 
-// A table of text that fits a given number of columns: some of its columns keep their width, the others
-// share what is left in proportion to their need and are shortened in the middle.
+// Renders a table of text that fits a given number of columns: some of its columns keep their width, the
+// others share the rest in proportion to their need and are shortened in the middle.
 class Table {
 public:
     enum class Alignment { left, right };
@@ -21,7 +21,7 @@ public:
     explicit Table(std::vector<Column> columns);
 
     void addRow(std::vector<std::string> cells, Style style = {});
-    // Lines with their ends; no line is wider than `width`, as far as the fixed columns allow.
+    // Returns lines with their ends; no line is wider than `width`, as far as the fixed columns allow.
     std::string render(int width) const;
 
 private:

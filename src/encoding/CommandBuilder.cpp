@@ -22,11 +22,12 @@ constexpr std::array copyVideo{"-c:v", "copy"};
 constexpr std::array hevcTag{"-tag:v", "hvc1"}; // without it Apple's players refuse HEVC in MP4
 constexpr std::array attachments{"-c:t", "copy"};
 constexpr std::array muxingQueue{"-max_muxing_queue_size", "4096"};
-// Copied sound keeps the cut of the source's edit list: what lies before its start would come back otherwise.
+// Copied sound keeps the cut of the source's edit list; otherwise what lies before its start would be
+// audible.
 constexpr std::array withoutLead{"-copypriorss", "0"};
 constexpr std::array matroska{"-f", "matroska"};
 constexpr std::array mp4{"-f", "mp4", "-movflags", "+faststart"};
-// mkvmerge's statistics would survive a re-encode, and lie.
+// mkvmerge's statistics would survive a re-encode and be wrong.
 constexpr std::array staleTags{"BPS",
                                "NUMBER_OF_BYTES",
                                "NUMBER_OF_FRAMES",

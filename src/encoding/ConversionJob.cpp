@@ -37,7 +37,7 @@ namespace fs = std::filesystem;
 namespace {
 
 struct Space {
-    double factor;        // of the expected size
+    double factor;        // multiple of the expected size
     std::int64_t reserve; // bytes
 };
 constexpr Space encodeSpace{1.3, 500'000'000}, uploadSpace{1.1, 200'000'000};
@@ -60,7 +60,7 @@ void removeQuietly(const fs::path &path)
     fs::remove_all(path, ignored);
 }
 
-// The same file although spelled in another case, on a file system that ignores case.
+// Returns whether both are one file, also on a file system that ignores case.
 bool isSameFile(const fs::path &a, const fs::path &b)
 {
     if (Files::standardized(a) == Files::standardized(b))
@@ -72,9 +72,9 @@ bool isSameFile(const fs::path &a, const fs::path &b)
 }
 
 std::mutex folderLock;
-std::multiset<fs::path> foldersInUse; // by jobs of this process; guarded by folderLock
+std::multiset<fs::path> foldersInUse; // folders in use by jobs of this process; guarded by folderLock
 
-// Makes a target folder, and keeps it from a neighbour who tidies up.
+// Creates a target folder; while this lives, no other job removes it as an empty one.
 class FolderUse {
 public:
     explicit FolderUse(const fs::path &folder) : m_folder(Files::standardized(folder))
@@ -97,19 +97,19 @@ private:
 
 } // namespace
 
-// Where one run works: what is made here is removed by cleanUp().
+// Holds the files and folders of one run; cleanUp() removes those that the run made.
 struct ConversionJob::Workplace {
     fs::path target; // folder of the finished file
     std::unique_ptr<FolderUse> targetUse;
     bool isNetwork = false;
-    fs::path folder;                      // of the encode for a share; removed as a whole
+    fs::path folder;                      // local folder of an encode for a share; removed as a whole
     fs::path output;                      // the encode
     std::unique_ptr<WorkFile> outputName; // holds the name of a local encode
-    std::unique_ptr<WorkFile> uploadName; // of the copy on a share
+    std::unique_ptr<WorkFile> uploadName; // holds the name of the copy on a share
     fs::path ready;                       // the finished file: the encode or its upload
-    bool isMoved = false;                 // it has left its work name, which may be another's by now
-    Files::Attributes source;             // of the original when the run began
-    fs::perms permissions{};              // likewise
+    bool isMoved = false;     // the file has left its work name, which another job may hold by now
+    Files::Attributes source; // those of the original when the run began
+    fs::perms permissions{};  // likewise
 };
 
 ConversionJob::ConversionJob(MediaInfo info, Plan plan, ConversionSettings settings, Tools tools,
@@ -239,7 +239,7 @@ void ConversionJob::upload(Workplace &place, std::int64_t newSize, const std::fu
     place.ready = copy;
 }
 
-// A file that another program has changed meanwhile is not the one that was converted.
+// Throws when another program has changed the source meanwhile: it is then not the file that was converted.
 void ConversionJob::requireUnchangedSource(const Workplace &place) const
 {
     const auto now = Files::tryAttributes(m_info.url);
@@ -264,10 +264,10 @@ ConversionJob::Placed ConversionJob::putInPlace(Workplace &place, std::int64_t n
     return {final, {}};
 }
 
-// The result carries its source's time and rights before it gets its name.
+// Gives the result its source's time and rights, before it gets its name.
 void ConversionJob::takeOver(const Workplace &place)
 {
-    std::error_code ignored; // a share may know no permissions
+    std::error_code ignored; // a share may not support permissions
     fs::permissions(place.ready, place.permissions, ignored);
     try {
         Files::setModified(place.ready, place.source.modified);

@@ -22,45 +22,45 @@ class WorkFile;
 struct ConversionOutcome {
     enum class Kind {
         replaced,  // the new file has taken the original's place
-        written,   // it lies in the separate output folder, the original is untouched
-        noSavings, // it was thrown away
+        written,   // the new file lies in the separate output folder, the original is untouched
+        noSavings, // the original stays; a result that was made is removed
     };
 
     Kind kind = Kind::noSavings;
     std::int64_t originalSize = 0, newSize = 0;     // bytes
     std::optional<std::filesystem::path> finalURL;  // absent for noSavings
-    std::optional<std::string> note = std::nullopt; // what else the user is to know; German
+    std::optional<std::string> note = std::nullopt; // what else the user should know; German
 
     bool operator==(const ConversionOutcome &) const = default;
 };
 
-// Converts one file from its plan to the finished file in its place. One job serves one run.
-// Until the very last step nothing in the user's folders changes but hidden work files, and those are
-// gone when run() ends, on whichever path. suspend() and resume() may be called from any thread.
+// Converts one file from its plan to the finished file in its place. One job serves one run. Until the last
+// step only hidden work files change in the user's folders, and they are removed when run() ends, on every
+// path. suspend() and resume() may be called from any thread.
 class ConversionJob {
 public:
     struct Callbacks { // called on the thread in run()
         FFmpegRunner::OnProgress progress;
-        std::function<void()> onUpload; // once, before the result is copied to a network share
+        std::function<void()> onUpload; // called once, before the result is copied to a network share
     };
 
-    // `rootURL` is the opened folder; `expectedBytes` serves the check of free space only.
+    // `rootURL` is the opened folder; `expectedBytes` is used for the check of free space only.
     ConversionJob(MediaInfo info, Plan plan, ConversionSettings settings, Tools tools,
                   std::filesystem::path rootURL, double expectedBytes);
 
     // Blocks. Throws ToolError, the file system's errors, or Cancelled.
     ConversionOutcome run(const Callbacks &callbacks, std::stop_token stop);
 
-    // May be called from any thread; a job that is suspended before its encode starts it frozen.
+    // Both may be called from any thread; a job that is suspended before its encode starts it frozen.
     void suspend() { m_ffmpeg.suspend(); }
     void resume() { m_ffmpeg.resume(); }
 
-    // The file is the one that it was before. A share may change the numbers of its files at any time (sshfs
-    // does), so that there the same size and time must do.
+    // Returns whether the file is the one that it was before. A share may change the numbers of its files at
+    // any time (sshfs does), so the same size and time suffice there.
     static bool isUnchanged(const std::filesystem::path &file, const Files::Attributes &now,
                             const Files::Attributes &before);
 
-    // The separate output folder beside the opened one.
+    // Returns the separate output folder, which lies beside the opened one.
     static std::filesystem::path outputRoot(const std::filesystem::path &root);
     static std::filesystem::path targetDirectory(const std::filesystem::path &file,
                                                  const ConversionSettings &settings,
@@ -68,20 +68,20 @@ public:
     static std::filesystem::path targetURL(const std::filesystem::path &file,
                                            const ConversionSettings &settings,
                                            const std::filesystem::path &root);
-    // The path to which the encode of this file is written when its target is a local folder.
+    // Returns the path to which the encode of this file is written when its target is a local folder.
     static std::filesystem::path temporaryURL(const std::filesystem::path &file,
                                               const ConversionSettings &settings,
                                               const std::filesystem::path &root);
 
-    // The folder in which files for network shares are encoded; created on the first call.
+    // Returns the folder in which files for network shares are encoded; the first call creates it.
     static std::filesystem::path localWorkRoot();
-    // Empties it. Never while jobs run, of this or another process.
+    // Empties localWorkRoot(). REQUIRES: no job runs, in this or another process.
     static void cleanLocalWork();
 
-    // Throws ToolError when the volume has less than this much space; one that says 0, or nothing,
+    // Throws ToolError when the volume has less free space than `bytes`; a volume that reports 0 or nothing
     // passes.
     static void requireSpace(const std::filesystem::path &folder, std::int64_t bytes);
-    // Removes empty folders from the first upwards to below the second, but none that a job works in.
+    // Removes empty folders from `from` upwards to below `upTo`; a folder that a job works in stays.
     static void removeEmptyFolders(const std::filesystem::path &from, const std::filesystem::path &upTo);
 
 private:

@@ -10,16 +10,16 @@
 
 namespace kestrel {
 
-// The ffmpegs that a longer piece of work runs at the moment, so that others can freeze them. Everything may
-// be called from any thread at any time.
+// Holds the ffmpegs that a longer piece of work runs at the moment, so that others can freeze them. All
+// functions may be called from any thread at any time.
 class CurrentRunner {
 public:
-    // FFmpegRunner::run(); while suspended, ffmpeg starts frozen.
+    // Calls FFmpegRunner::run(); while suspended, ffmpeg starts frozen.
     int run(FFmpegRunner &runner, std::stop_token stop);
 
     void suspend();
     void resume();
-    // How long it has been suspended in all; seconds.
+    // Returns how long it has been suspended in all, in seconds.
     double suspendedSeconds() const;
 
 private:

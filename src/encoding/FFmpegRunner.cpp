@@ -3,7 +3,7 @@
 namespace kestrel {
 
 namespace {
-// From the request to end until it is killed. A decoder has nothing to empty.
+// The time between the request to end and SIGKILL. A decoder has nothing to flush.
 constexpr std::chrono::milliseconds encoderGrace{1000}, decoderGrace{200};
 
 std::vector<std::string> inputsOf(const std::vector<std::string> &arguments)

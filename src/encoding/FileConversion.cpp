@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The target's picture is what the plan would make of this source.
+// Returns whether the target's picture is the one that the plan would make of this source.
 bool isVideoAsPlanned(const MediaInfo &source, const MediaInfo &target, const Plan &plan,
                       const ConversionSettings &settings)
 {
@@ -95,7 +95,7 @@ FileConversion::Result FileConversion::withNewInfo(const ConversionOutcome &outc
     return result;
 }
 
-// What an earlier run has made of this film lies beside it.
+// Finishes the replacement whose result an earlier run left beside this film, if there is one.
 std::optional<ConversionOutcome> FileConversion::finishEarlierSwap(const std::stop_token &stop) const
 {
     if (m_request.settings.outputMode != OutputMode::replaceOriginal)
@@ -103,7 +103,7 @@ std::optional<ConversionOutcome> FileConversion::finishEarlierSwap(const std::st
     return UnfinishedSwaps::finish(m_request.info.url, m_request.tools.ffprobe, stop);
 }
 
-// Hours may have gone by since the file was probed: another one may stand in its place.
+// Probes the file again if it has changed since it was probed, which may be hours ago.
 void FileConversion::refresh(const std::stop_token &stop)
 {
     MediaInfo &info = m_request.info;
@@ -135,7 +135,7 @@ std::optional<ConversionOutcome> FileConversion::findConverted(const std::stop_t
     } catch (const Cancelled &) {
         throw;
     } catch (const std::exception &) {
-        return std::nullopt; // not readable: it is made again
+        return std::nullopt; // the target is not readable and is made again
     }
 }
 

@@ -17,10 +17,10 @@
 
 namespace kestrel {
 
-// The whole work on one file of a run: skip it when it is done already, measure it where that is needed,
-// plan it, convert it, and look at what came out. One object serves one file. Values go in, reports come
-// out through callbacks on the thread in run(); bookkeeping stays with the caller. suspend() and
-// resume() may be called from any thread.
+// Does the whole work on one file of a run: skips it when it is done already, measures it where that is
+// needed, plans it, converts it, and probes the result. One object serves one file. It reports through
+// callbacks on the thread in run() and leaves bookkeeping to the caller. suspend() and resume() may be called
+// from any thread.
 class FileConversion {
 public:
     struct Request {
@@ -32,8 +32,8 @@ public:
     };
 
     struct Callbacks {
-        std::function<void(double fraction)> analyzing;     // the quality search
-        std::function<void(const SampleResult &)> measured; // its end, whatever becomes of the file
+        std::function<void(double fraction)> analyzing;     // progress of the quality search
+        std::function<void(const SampleResult &)> measured; // called at its end, whatever happens to the file
         std::function<void(double fraction, double fps)> running;
         std::function<void()> uploading;
     };
@@ -42,7 +42,7 @@ public:
         ConversionOutcome outcome;
         bool wasConvertedBefore = false;  // skipped, because its target was there already
         std::optional<MediaInfo> newInfo; // of the file that took the original's place
-        bool wasEncoded = true;           // noSavings: else the measurement alone spoke against it
+        bool wasEncoded = true; // for noSavings: false when the measurement alone ruled the file out
     };
 
     explicit FileConversion(Request request);
@@ -63,7 +63,7 @@ private:
     ConversionOutcome convert(const PlannedFile &planned, const Callbacks &callbacks,
                               const std::stop_token &stop);
 
-    // Touched by run() alone.
+    // Only run() accesses it.
     Request m_request;
 
     // Guarded by m_lock.

@@ -20,8 +20,8 @@ struct End {
 };
 
 // Blocks until ffmpeg has ended; throws Cancelled after a stop request. Program streams and AVI files with B
-// frames state no time for some of their packets, which Matroska refuses: where ffmpeg fails for that, it
-// runs once more and makes these times itself.
+// frames state no time for some of their packets, which Matroska refuses: where ffmpeg fails for that reason,
+// it is run once more and generates these times itself.
 End write(CurrentRunner &current, const std::filesystem::path &ffmpeg,
           const std::vector<std::string> &arguments, const FFmpegRunner::OnProgress &progress,
           const std::stop_token &stop);

@@ -16,7 +16,7 @@ namespace kestrel::FrameComparison {
 
 namespace {
 
-// A side's pictures, with times that both sides share.
+// Reads one side's pictures, with times that both sides share.
 class Stream {
 public:
     Stream(const Request &request, const FrameComparison::Side &side, const std::stop_token &stop)
@@ -64,7 +64,7 @@ void add(FrameScorer &scorer, FramePairing::Pair pair)
     }
 }
 
-// The formats of which ffmpeg's extractplanes takes the luma; others are converted to one of them.
+// Returns a format of which ffmpeg's extractplanes takes the luma: the video's own layout where that is one.
 std::string planarFormat(const VideoStreamInfo &video)
 {
     const std::string &name = video.pixFmt.value_or("");
@@ -87,7 +87,8 @@ std::string planarFormat(const VideoStreamInfo &video)
 
 std::vector<std::string> lumaOf(const VideoStreamInfo &distorted)
 {
-    // "gray" would be full range to the scaler, so the plane is taken out of a format of the encode's.
+    // The scaler treats "gray" as full range, so the plane is extracted from a format with the encode's
+    // range.
     return {fmt::format("scale=flags=bicubic:out_range={}", distorted.isFullRange ? "pc" : "tv"),
             "format=" + planarFormat(distorted), "extractplanes=y"};
 }
@@ -102,7 +103,7 @@ double Result::mean() const
 
 double Result::harmonicMean() const
 {
-    double sum = 0; // of values from 1, so that a 0 counts too, as libvmaf does
+    double sum = 0; // adds 1 to each value, as libvmaf does, so that a 0 counts too
     for (const Frame &frame : frames)
         sum += 1 / (frame.score.vmaf + 1);
     return static_cast<double>(frames.size()) / sum - 1;
@@ -142,7 +143,7 @@ Result run(const Request &request, const std::stop_token &stop)
             pairing.end(*side);
             hasOneEnded = true;
         }
-        if (hasOneEnded) // a decoder that never ends is not waited for
+        if (hasOneEnded) // the loop does not wait for a decoder that never ends
             requirePartners(pairing, request.forgiven);
     }
     requirePartners(pairing, request.forgiven);

@@ -20,8 +20,8 @@ namespace kestrel::FrameComparison {
 
 struct Side {
     FrameDecoder::Order order;
-    // Where the time of both sides begins, as this side counts it; pictures before that do not count. Absent
-    // where it is that of the first picture.
+    // The start of the time that both sides share, on this side's clock; earlier pictures do not count.
+    // Absent where it is the time of the first picture.
     std::optional<double> origin;
 };
 
@@ -29,12 +29,12 @@ struct Request {
     std::filesystem::path ffmpeg;
     Side reference, distorted;
     double frameSeconds = 0.04; // the usual distance between two pictures
-    int step = 1;               // every how many pairs are scored
-    std::size_t forgiven = 0;   // pictures without a partner that say nothing
-    // For a decoder that neither shows anything nor ends, while the other film is at its end already.
+    int step = 1;               // every `step`-th pair is scored
+    std::size_t forgiven = 0;   // number of pictures without a partner that are ignored
+    // How long to wait for a decoder that neither delivers a picture nor ends, once the other film has ended.
     std::chrono::duration<double> patience{10};
-    CurrentRunner *current = nullptr;     // may be missing
-    std::function<void(double)> progress; // gets the time of the reference that is reached; may be missing
+    CurrentRunner *current = nullptr;     // may be null
+    std::function<void(double)> progress; // gets the reference's time that is reached; may be empty
 };
 
 struct Frame {
@@ -44,17 +44,17 @@ struct Frame {
 
 struct Result {
     std::vector<Frame> frames; // at least one
-    std::size_t unmatched = 0; // pictures of either side
+    std::size_t unmatched = 0; // pictures of either side that have no partner
 
     double mean() const;
     double harmonicMean() const;
     const Frame &lowest() const;
 };
 
-// The filters that bring a film's luma into the range and depth of the film that it is compared with.
+// Returns the filters that bring a film's luma into the range and depth of the film that it is compared with.
 std::vector<std::string> lumaOf(const VideoStreamInfo &distorted);
 
-// The two films do not belong together; with a German sentence.
+// Thrown when the two films do not belong together; the message is a German sentence.
 class Mismatch : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };

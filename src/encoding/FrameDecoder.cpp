@@ -17,10 +17,10 @@ namespace kestrel {
 
 namespace {
 
-constexpr std::size_t mostFrames = 2; // that wait to be taken
+constexpr std::size_t mostFrames = 2; // decoded frames that wait to be read
 
-// Every picture that is decoded comes once, with its own time to the microsecond; otherwise ffmpeg would fill
-// up gaps and leave pictures out, and round the times to whole frames.
+// Returns arguments with which every decoded picture is written once, with its own time to the microsecond;
+// by default ffmpeg fills gaps, drops pictures and rounds times to whole frames.
 std::vector<std::string> argumentsOf(const FrameDecoder::Order &order)
 {
     std::vector<std::string> arguments{"-nostdin", "-hide_banner", "-loglevel", "error"};
@@ -112,7 +112,7 @@ void FrameDecoder::push(TimedFrame frame)
     m_changed.notify_all();
 }
 
-// On the thread of its own.
+// Runs on the decoder's own thread.
 void FrameDecoder::decode(const std::filesystem::path &ffmpeg, const Order &order)
 {
     std::string failure;

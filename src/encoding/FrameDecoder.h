@@ -18,31 +18,31 @@
 
 namespace kestrel {
 
-// Decodes the luma of one film through an ffmpeg of its own, which runs a few pictures ahead of who takes
-// them. Made and used by one thread. Destroying it ends ffmpeg.
+// Decodes the luma of one film through an ffmpeg of its own, which runs a few pictures ahead of the reader.
+// One thread creates and uses it. The destructor ends ffmpeg.
 class FrameDecoder {
 public:
     struct Order {
         std::filesystem::path file;
         int track = 0;                       // as ffprobe numbers streams
         std::optional<double> start, length; // seconds
-        std::vector<std::string> filters;    // the last one leaves the luma
+        std::vector<std::string> filters;    // the last one extracts the luma
     };
 
-    // `current` may be missing.
+    // `current` may be null.
     FrameDecoder(const std::filesystem::path &ffmpeg, const Order &order, CurrentRunner *current,
                  const std::stop_token &stop);
     ~FrameDecoder();
     FrameDecoder(const FrameDecoder &) = delete;
     FrameDecoder &operator=(const FrameDecoder &) = delete;
 
-    // Waits for the next picture; absent at the end. Its time counts from the start of what is decoded.
-    // Throws ToolError where ffmpeg failed or lost something, and Cancelled.
+    // Waits for the next picture and returns it; absent at the end. Its time counts from the start of what is
+    // decoded. Throws ToolError where ffmpeg failed or lost something, and Cancelled.
     std::optional<TimedFrame> next();
-    // Likewise; but once the other film is at its end, an ffmpeg that shows nothing for so long, pauses not
-    // counted, is taken to be at its own.
+    // Likewise; but once `other` has ended, an ffmpeg that delivers nothing for `patience`, pauses not
+    // counted, is treated as ended.
     std::optional<TimedFrame> next(const FrameDecoder &other, std::chrono::duration<double> patience);
-    // ffmpeg is at its end; pictures may be left.
+    // Returns whether ffmpeg has ended; pictures may be left.
     bool hasEnded() const { return m_hasEnded; }
 
 private:
@@ -63,7 +63,7 @@ private:
     std::string m_failure;                // German; empty when the film was decoded to its end
 
     std::stop_callback<std::function<void()>> m_onStop;
-    std::thread m_thread; // last: what it uses outlives it
+    std::thread m_thread; // last, so that what it uses outlives it
 };
 
 } // namespace kestrel

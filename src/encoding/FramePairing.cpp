@@ -7,11 +7,11 @@ namespace kestrel {
 
 namespace {
 
-// What two partners may lie apart, of the usual distance of two pictures. More than the half that rounding to
-// whole frames makes, and less than the whole that makes it the neighbour.
+// How far apart two partners may be, as a share of the usual distance of two pictures: more than the half by
+// which rounding to whole frames shifts a picture, and less than the whole at which its neighbour lies.
 constexpr double toleranceShare = 0.75;
-// A neighbour is taken instead only where it is nearer by this factor: a picture whose time was rounded lies
-// up to half way to it.
+// A neighbour is preferred only where it is nearer by this factor: a picture whose time was rounded lies up
+// to half way to it.
 constexpr double clearlyNearer = 3;
 
 } // namespace

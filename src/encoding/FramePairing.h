@@ -8,10 +8,10 @@
 
 namespace kestrel {
 
-// Brings the pictures of a film together with those of its source that are shown at the same time. Times may
-// differ a little: Matroska rounds them to milliseconds, and ffmpeg's encoders those of a variable rate to
-// whole frames. Each picture has at most one partner, and pairs keep their order. Pure; keeps only what has
-// no partner yet.
+// Pairs the pictures of a film with those of its source that are shown at the same time. Times may differ a
+// little: Matroska rounds them to milliseconds, and ffmpeg's encoders round those of a variable rate to whole
+// frames. Each picture has at most one partner, and pairs keep their order. Pure; keeps only pictures that
+// have no partner yet.
 class FramePairing {
 public:
     enum class Side { reference, distorted };
@@ -19,20 +19,20 @@ public:
         TimedFrame reference, distorted;
     };
 
-    // `frameSeconds`: the usual distance between two pictures.
+    // `frameSeconds` is the usual distance between two pictures.
     explicit FramePairing(double frameSeconds);
 
-    // The frames of a side come in the order of their times.
+    // REQUIRES: the frames of a side are added in the order of their times.
     void add(Side side, TimedFrame frame);
     void end(Side side);
 
-    // The next pair; absent where more frames are needed, or no further pair is possible.
+    // Returns the next pair; absent where more frames are needed, or no further pair is possible.
     std::optional<Pair> next();
-    // The side that the next pair waits for; absent when both have ended and nothing is left.
+    // Returns the side that the next pair waits for; absent when both have ended and nothing is left.
     std::optional<Side> wanted() const;
 
     std::size_t pairs() const { return m_pairs; }
-    std::size_t unmatched() const { return m_unmatched; } // of both sides, so far
+    std::size_t unmatched() const { return m_unmatched; } // on both sides, so far
     std::size_t waiting() const { return m_reference.frames.size() + m_distorted.frames.size(); }
 
 private:
@@ -40,7 +40,7 @@ private:
         std::deque<TimedFrame> frames;
         bool hasEnded = false;
 
-        // What comes next is known, and what comes after it.
+        // Returns whether the next frame and the one after it are known.
         bool isClear() const { return hasEnded || frames.size() >= 2; }
     };
 

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A name that is free in the film's folder, as far as one can see.
+// Returns a name that is free in the film's folder, as far as this can be determined.
 fs::path freeName(const fs::path &film)
 {
     constexpr int most = 99;
@@ -29,14 +29,14 @@ fs::path freeName(const fs::path &film)
     return name;
 }
 
-// Below its share; the whole path where the share is unknown.
+// Returns the backup's path below its share, or the whole path where the share is unknown.
 fs::path placeOnShare(const SwapJournal::Record &record)
 {
     const fs::path &backup = record.entry.backup;
     return record.mount ? backup.lexically_relative(*record.mount) : backup;
 }
 
-// The same file, although its share may be mounted at another place now.
+// Returns whether `met` is the record's backup, although its share may be mounted at another place now.
 bool isOf(const SwapJournal::Record &record, const fs::path &met)
 {
     const fs::path place = placeOnShare(record);

@@ -32,7 +32,7 @@ ResultRecords::Record showBeside(const Swap &swap, const ConversionSettings &set
             return record;
         } catch (const fs::filesystem_error &error) {
             ResultRecords::remove(record);
-            if (error.code() != std::errc::file_exists) // else another process was quicker
+            if (error.code() != std::errc::file_exists) // otherwise another process took the name first
                 throw;
         }
     }

@@ -5,13 +5,13 @@
 #include "encoding/ResultRecords.h"
 #include "planning/ConversionSettings.h"
 
-// Puts a finished file in the place of an original on a local volume, so that at every moment both films
-// have a name that a person finds: the new one becomes visible beside the original, the original goes to
-// the trash, and only then the new one takes its name. A record kept from the first step to the last lets a
-// later run finish what a kill cuts off.
+// Puts a finished file in the place of an original on a local volume, so that at every moment both films have
+// a name that a person finds: the new one becomes visible beside the original, the original is moved to the
+// trash, and only then the new one gets its name. A record that is kept from the first step to the last lets
+// a later run finish an interrupted swap.
 namespace kestrel::LocalSwap {
 
-// What is to take which place.
+// Describes a swap: the finished file, its source and the path that it is to get.
 struct Swap {
     std::filesystem::path finished;
     ResultRecords::File source;
@@ -23,12 +23,12 @@ struct Swap {
 // std::filesystem::filesystem_error.
 ResultRecords::Record showBeside(const Swap &swap, const ConversionSettings &settings);
 
-// Puts the original into the trash, and the visible file under its final name, unless another file has it
-// by then. Returns where the file is now. Throws ToolError with both files in their places, and the
-// record kept, where the trash does not take the original.
+// Moves the original to the trash and the visible file to its final name, unless another file has that by
+// then. Returns where the file is now. Throws ToolError when the trash refuses the original; both files and
+// the record then stay.
 std::filesystem::path takePlace(const ResultRecords::Record &record);
 
-// The last step of takePlace(), for an original that is in the trash already.
+// Does the last step of takePlace(), for an original that is in the trash already.
 std::filesystem::path takeName(const ResultRecords::Record &record);
 
 } // namespace kestrel::LocalSwap

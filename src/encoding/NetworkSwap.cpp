@@ -40,7 +40,7 @@ bool tryRemove(const fs::path &file)
     }
 }
 
-// The last look before the original is removed: another computer on the share may have changed the file.
+// Checks once more before the original is removed: another computer on the share may have changed the file.
 void requireSize(const fs::path &file, std::int64_t size)
 {
     const auto attributes = Files::tryAttributes(file);
@@ -68,14 +68,14 @@ void arrive(const fs::path &replacement, const fs::path &final, std::int64_t new
         requireSize(final, newSize);
         Files::sync(final.parent_path());
     } catch (const fs::filesystem_error &) {
-        // Another program's file under this name is not ours to move: what lies at the work name is removed.
+        // A file that another program put under this name is left there; only our own is moved back.
         if (isFile(final, fresh) || hasContent(final, fresh))
             tryMove(final, replacement);
         throw;
     }
 }
 
-// Gives the original a visible name beside the source; absent when none can be taken.
+// Gives the original a visible name beside the source and returns it; absent when that fails.
 std::optional<fs::path> makeVisible(const fs::path &backup, const fs::path &source)
 {
     constexpr int most = 99;
@@ -92,7 +92,7 @@ void clearBackupName(const SwapJournal::Entry &entry)
     if (Files::presence(entry.backup) == Files::Presence::absent)
         return;
     if (Files::areNamesOfOneFile(entry.backup, entry.original) && tryRemove(entry.backup))
-        return; // the source itself: an earlier move was cut off in the middle
+        return; // the backup was a second name of the source, from an earlier move that was interrupted
     const auto visible = makeVisible(entry.backup, entry.original);
     if (!visible)
         throw ToolError::failed("Von einem früheren Tausch liegt hier noch ein Original unter " +
@@ -100,8 +100,8 @@ void clearBackupName(const SwapJournal::Entry &entry)
     Log::write("Original eines früheren Tauschs: " + Text::shown(*visible));
 }
 
-// Moves the original under the backup's name. Where that fails the original is moved back, and the entry
-// stays only while something lies under the backup's name, or the share does not say.
+// Moves the original to the backup's name. Where that fails it is moved back, and the entry stays only while
+// something lies under the backup's name, or the share does not say.
 void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected)
 {
     const fs::path &source = entry.original;
@@ -112,7 +112,7 @@ void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected
             return;
         reason = changedSource;
     } catch (const fs::filesystem_error &error) {
-        // Also where the share has renamed it all the same.
+        // The share may have renamed it all the same.
         reason = "Original konnte nicht umbenannt werden: " + ErrorText::reason(error);
     }
     tryMove(entry.backup, source);
@@ -121,8 +121,8 @@ void setAside(const SwapJournal::Entry &entry, const Files::Attributes &expected
     throw ToolError::failed(reason);
 }
 
-// A visible name makes it recognisable in the share's recycle bin. One that has been changed by now
-// stays. Returns a sentence about what was not removed.
+// Deletes the original under a visible name, which makes it recognisable in the share's recycle bin. An
+// original that has changed meanwhile stays. Returns a sentence about what was not removed.
 std::optional<std::string> disposeOfBackup(const SwapJournal::Entry &entry, const Files::Attributes &expected)
 {
     const auto visible = makeVisible(entry.backup, entry.original);

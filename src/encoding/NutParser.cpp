@@ -32,12 +32,12 @@ enum Flag : std::uint64_t {
     invalid = 8192,
 };
 
-constexpr std::size_t piece = 512;              // bytes that a header is looked for in
-constexpr std::size_t largestPacket = 64 << 10; // bytes, of one that is read
-constexpr std::uint64_t smallPacket = 4096;     // bytes; a larger one has a checksum of its header
+constexpr std::size_t piece = 512;              // bytes added at a time while a header is incomplete
+constexpr std::size_t largestPacket = 64 << 10; // bytes; limit for a packet that is read
+constexpr std::uint64_t smallPacket = 4096;     // bytes; a larger packet has a checksum of its header
 constexpr std::size_t checksumSize = 4;
 constexpr int largestSide = 32768;
-constexpr std::uint64_t mostSamples = 1ULL << 26; // of a picture
+constexpr std::uint64_t mostSamples = 1ULL << 26; // in a picture
 constexpr std::uint64_t mostReserved = 64, mostTimeBases = 4096;
 constexpr std::size_t mostElided = 128, longestElided = 256;
 constexpr unsigned mostPtsBits = 30;
@@ -63,7 +63,7 @@ std::size_t bytesOf(int depth)
     return depth > 8 ? 2 : 1;
 }
 
-// Without the undefined behaviour of an overflow.
+// Adds without the undefined behaviour of an overflow.
 std::int64_t sum(std::int64_t a, std::int64_t b)
 {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
@@ -94,7 +94,7 @@ public:
             value = value << 8 | byte();
         return value;
     }
-    // Seven bits a byte, all but the last with the eighth.
+    // Reads a number of seven bits a byte; all bytes but the last have the eighth bit set.
     std::uint64_t number()
     {
         std::uint64_t value = 0;
@@ -159,8 +159,7 @@ void NutParser::consume(std::string_view bytes, const OnFrame &onFrame)
     }
 }
 
-// Reads what stands between two pictures, one thing for each call. Returns its size; 0 while it is not there
-// as a whole.
+// Reads one element between two pictures. Returns its size; 0 while it is incomplete.
 std::size_t NutParser::readHead(std::string_view data)
 {
     if (!m_isOpen) {
@@ -244,7 +243,7 @@ void NutParser::readFrameCodes(Cursor &body)
         code.reserved = fields > 4 ? body.number() : 0;
         const std::uint64_t count = fields > 5 ? body.number() : code.sizeFactor - code.sizeRest;
         if (fields > 6)
-            body.signedNumber(); // where a damaged stream would match again
+            body.signedNumber(); // the time at which a damaged stream would match again
         if (fields > 7)
             code.elided = body.number();
         for (std::uint64_t i = 8; i < fields && !body.hasEnded(); ++i)
@@ -264,7 +263,7 @@ void NutParser::readFrameCodes(Cursor &body)
 
 void NutParser::readElidedHeaders(Cursor &body)
 {
-    const std::uint64_t count = body.number(); // without the empty one, which is the first
+    const std::uint64_t count = body.number(); // does not count the empty header, which is the first
     if (count > mostElided)
         bad("too many elided headers");
     m_elided.assign(1, {});
@@ -362,7 +361,7 @@ std::size_t NutParser::readFrameHead(std::string_view data)
     return cursor.position();
 }
 
-// A time that is coded with its lower bits only lies near the last one.
+// Returns the full time of a coded one: where only its lower bits are coded, it lies near the last one.
 std::int64_t NutParser::fullTime(std::uint64_t coded) const
 {
     const std::uint64_t range = 1ULL << m_ptsBits;

@@ -13,7 +13,7 @@
 
 namespace kestrel {
 
-// A picture and when it is shown.
+// Holds a picture and the time at which it is shown.
 struct TimedFrame {
     double time = 0; // seconds
     LumaFrame luma;
@@ -26,20 +26,21 @@ class NutParser {
 public:
     using OnFrame = std::function<void(TimedFrame)>;
 
-    // The bytes are no such stream.
+    // Thrown when the bytes are no such stream.
     class Error : public std::runtime_error {
         using std::runtime_error::runtime_error;
     };
 
-    // Hands on every picture that these bytes complete. Throws Error; then nothing more may be consumed.
+    // Passes on every picture that these bytes complete. Throws Error; nothing more may be consumed after
+    // that.
     void consume(std::string_view bytes, const OnFrame &onFrame);
-    // The stream may end here.
+    // Returns whether the stream may end here.
     bool isComplete() const { return m_hasStream && !m_isInFrame && m_skipped == 0 && m_head.empty(); }
 
 private:
     class Cursor;
 
-    // What a frame's first byte stands for.
+    // Says what a frame's first byte means.
     struct FrameCode {
         std::uint64_t flags = 0, sizeFactor = 0, sizeRest = 0, reserved = 0, elided = 0;
         std::int64_t ptsDelta = 0;
@@ -61,19 +62,19 @@ private:
     void beginFrame(std::uint64_t size, std::string_view elided);
     void take(std::string_view samples);
 
-    std::string m_head; // what has come of a header that is not complete
+    std::string m_head; // the received part of an incomplete header
     bool m_isOpen = false, m_hasMain = false, m_hasStream = false;
     std::vector<TimeBase> m_timeBases;
     std::array<FrameCode, 256> m_codes;
-    std::vector<std::string> m_elided; // beginnings that frames leave out
+    std::vector<std::string> m_elided; // beginnings that frames omit
     TimeBase m_timeBase;
-    unsigned m_ptsBits = 0; // of an abbreviated time
+    unsigned m_ptsBits = 0; // length of an abbreviated time
     std::int64_t m_lastTime = 0;
     int m_width = 0, m_height = 0, m_depth = 8;
 
-    std::uint64_t m_skipped = 0; // bytes to come of a packet that is skipped
+    std::uint64_t m_skipped = 0; // bytes still to come of a skipped packet
     bool m_isInFrame = false;
-    std::size_t m_taken = 0; // bytes of the frame
+    std::size_t m_taken = 0; // bytes received of the frame
     TimedFrame m_frame;
 };
 

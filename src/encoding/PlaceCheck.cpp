@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// By Trash::Obstacle::Kind; {} is the system's reason.
+// Indexed by Trash::Obstacle::Kind; {} is the system's reason.
 constexpr std::array<std::string_view, 5> sentences{
     "Das Original ist gegen Änderungen gesperrt (chattr +i oder +a) und ließe sich nicht in den Papierkorb "
     "legen – es bleibt, wie es ist.",
@@ -39,7 +39,7 @@ constexpr std::array<std::string_view, 5> sentences{
 };
 static_assert(sentences.size() == caseCount<Trash::Obstacle::Kind>);
 
-// The folder, or the one above it in which it will be made.
+// Returns the folder, or the nearest existing one above it, in which it will be created.
 fs::path nearest(fs::path folder)
 {
     while (folder.has_relative_path() && Files::presence(folder) == Files::Presence::absent)
@@ -71,7 +71,7 @@ bool takesTime(const fs::path &folder, const fs::path &file)
     return TargetName::carriesTime(Files::attributes(probe.path()), time);
 }
 
-// A result is known by its source's time of modification: without it, it would be made again in every run.
+// A result is recognised by its source's modification time: without it, every run would make it again.
 void requireTimes(const fs::path &file, const fs::path &target)
 {
     const auto isTaken = [&] {
@@ -80,7 +80,7 @@ void requireTimes(const fs::path &file, const fs::path &target)
             try {
                 return takesTime(folder, file);
             } catch (const fs::filesystem_error &error) {
-                // A neighbour may just have removed the folder, because it was empty.
+                // Another job may just have removed the folder, because it was empty.
                 if (error.code() != std::errc::no_such_file_or_directory || !folder.has_relative_path())
                     throw;
             }
@@ -92,7 +92,7 @@ void requireTimes(const fs::path &file, const fs::path &target)
             "konvertiert ist – die Datei bleibt, wie sie ist.");
 }
 
-// No original of a share is replaced while the list of the swaps that have begun cannot be read.
+// Throws while the list of begun swaps cannot be read: no original of a share may be replaced then.
 void requireJournal()
 {
     if (const auto problem = SwapJournal::problem())

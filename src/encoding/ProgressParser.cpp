@@ -15,9 +15,9 @@ namespace kestrel {
 namespace {
 
 constexpr std::size_t keptLines = 60, shownLines = 12;
-constexpr std::size_t longestLine = 65536; // bytes; a longer one is cut there
+constexpr std::size_t longestLine = 65536; // bytes; a longer line is cut
 
-// The words of ffmpeg 5.1 and 7.1. A read error that 5.1 reports under the input's name is "Error during
+// ffmpeg 5.1 and 7.1 use these words. A read error that 5.1 reports under the input's name is "Error during
 // demuxing" in 7.1.
 constexpr std::array<std::string_view, 8> lossPhrases{"Read error",
                                                       "Input/output error",
@@ -29,15 +29,15 @@ constexpr std::array<std::string_view, 8> lossPhrases{"Read error",
                                                       "Error closing file"};
 constexpr std::string_view unknownTime = "Can't write packet with unknown timestamp";
 
-// ffmpeg names the input and a reason where it stops reading before the end. Of a name with line ends
-// only the last line stands before the reason.
+// Where ffmpeg stops reading before the end, it prints the input and a reason. Of a name with line ends only
+// the last line stands before the reason.
 bool namesInput(std::string_view line, const std::string &input)
 {
     const std::string name = Text::repaired(std::string_view(input).substr(input.rfind('\n') + 1));
     return line.starts_with(name + ": ");
 }
 
-// Hands on every line that these bytes complete.
+// Calls `use` for every line that these bytes complete.
 void forEachLine(std::string &rest, std::string_view bytes, const std::function<void(std::string_view)> &use)
 {
     rest += bytes;

@@ -21,7 +21,7 @@ struct EncodeProgress {
 // Reads the key=value stream of ffmpeg's -progress option, in pieces of any size.
 class ProgressParser {
 public:
-    // The state after the last whole block in these bytes; absent when they complete none.
+    // Returns the state after the last whole block in these bytes; absent when they complete none.
     std::optional<EncodeProgress> consume(std::string_view bytes);
 
 private:
@@ -34,17 +34,18 @@ private:
 // Keeps the last lines that ffmpeg wrote to standard error.
 class ErrorTail {
 public:
-    // `inputs`: the files it reads, as they stand in its arguments.
+    // `inputs` are the files that ffmpeg reads, as they stand in its arguments.
     explicit ErrorTail(std::vector<std::string> inputs = {}) : m_inputs(std::move(inputs)) {}
 
     void consume(std::string_view bytes);
-    // The last twelve lines, a line that has not ended included.
+    // Returns the last twelve lines, including one that has not ended.
     std::string text() const;
-    // ffmpeg lost a part of the film and reported it only in words: when reading fails it takes that for the
-    // end of the input, when the disk is full it ends where it is. Both times it may exit with status 0 and
+    // Returns whether ffmpeg lost a part of the film and reported it only in words: it treats a failed read
+    // as the end of the input, and stops when the disk is full. Both times it may exit with status 0 and
     // leave a file that looks whole by its header.
     bool tellsOfLoss() const { return m_hasLost; }
-    // A packet of the source states no time, and the container that is written needs one.
+    // Returns whether a packet of the source states no time, although the container that is written needs
+    // one.
     bool tellsOfUnknownTime() const { return m_lacksTimes; }
 
 private:

@@ -11,12 +11,12 @@ namespace kestrel::ResultCheck {
 
 namespace {
 
-constexpr double mostOfOriginal = 0.95; // what a re-encode may keep of the original's size
+constexpr double mostOfOriginal = 0.95; // share of the original's size that a re-encode may keep
 constexpr double checkedDuration = 30;  // seconds; shorter files are not checked for their duration
 constexpr double durationTolerance = 3; // seconds, at least
 constexpr double durationToleranceShare = 0.015;
 constexpr double notedSeconds = 0.5,
-                 notedShare = 0.001; // of the duration; what a shorter result is noted from
+                 notedShare = 0.001; // of the duration; a result shorter by this much is noted
 constexpr double shapeTolerance = 0.01, sideTolerance = 2; // of the aspect ratio; pixels
 
 std::string decimal(double value)
@@ -92,7 +92,7 @@ bool isSameShape(const VideoStreamInfo &source, const VideoStreamInfo &result)
 {
     const double aspect = source.seenAspect(), seen = result.seenAspect();
     if (!(aspect > 0) || !(seen > 0))
-        return true; // it cannot be determined
+        return true; // the shape cannot be determined
     if (std::abs(seen / aspect - 1) <= shapeTolerance)
         return true;
     const FrameSize size = result.seenSize();

@@ -17,9 +17,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::chrono::milliseconds patience{5000}; // while another process holds the database
+constexpr std::chrono::milliseconds patience{5000}; // longest wait for another process
 
-// EXTRA: a record must not vanish with the power, and neither may one that was removed come back.
+// EXTRA: a power failure must neither lose a record nor restore a removed one.
 constexpr const char *preparation = R"(
     PRAGMA synchronous = EXTRA;
     CREATE TABLE IF NOT EXISTS waiting (

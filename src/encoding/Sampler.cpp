@@ -27,14 +27,14 @@ constexpr double acceptedAbove = 0.4; // VMAF over the target that ends the sear
 constexpr double aimedAbove = 0.15;   // VMAF over the target that the next trial aims at
 constexpr int widestStep = 8;         // CRF
 constexpr std::size_t mostSteps = 4;
-constexpr double leastSeconds = 0.1; // divisors
+constexpr double leastSeconds = 0.1; // lower limit of divisors
 constexpr double encodeShare = 0.8;  // of a segment's work; the rest is scoring
 
 struct SegmentScore {
     double vmaf, seconds;
 };
 
-// The sums of one measurement over its segments.
+// Adds up one measurement over its segments.
 struct Tally {
     double bytes = 0, mediaSeconds = 0, encodeSeconds = 0;
     std::vector<SegmentScore> scores;
@@ -120,7 +120,7 @@ Step summarise(const Tally &tally, const Subject &subject)
 
 struct Measurement {
     Step step;
-    std::string scorer; // empty without a score
+    std::string scorer; // empty where nothing scored
 };
 
 Measurement measureOnce(const Subject &subject, Scoring scoring, const OnProgress &progress,
@@ -159,7 +159,8 @@ SampleResult makeResult(const Subject &subject, const Step &chosen, std::vector<
     return result;
 }
 
-// How many steps a search takes is not known beforehand: each fills half of what is left.
+// Returns the progress of one step: the number of steps is not known beforehand, so each fills half of the
+// rest.
 OnProgress progressOfStep(std::size_t step, const OnProgress &progress)
 {
     return [=](double fraction) {
@@ -168,7 +169,7 @@ OnProgress progressOfStep(std::size_t step, const OnProgress &progress)
     };
 }
 
-// The slope between the last two steps, where it makes sense.
+// Returns the slope between the last two steps, or `stored` where that makes no sense.
 double observedSlope(const std::vector<Step> &steps, double stored, VideoCodecChoice codec)
 {
     if (steps.size() < 2)
@@ -274,8 +275,8 @@ std::vector<std::string> referenceFilters(const Plan &plan)
 std::string comparisonGraph(const MediaInfo &info, const Plan &plan)
 {
     // The comparing filter pairs an encoded frame with the latest reference frame at or before its time.
-    // Matroska rounds times to milliseconds, so that an encoded frame may come a moment too early and
-    // would meet the frame before: half a frame of delay keeps every pair together, whatever the time
+    // Matroska rounds times to milliseconds, so that an encoded frame may come a moment too early and would
+    // be paired with the frame before: half a frame of delay keeps every pair together, whatever the time
     // bases, and for variable frame rates.
     const double fps = info.video ? info.video->effectiveFps() : 25.0;
     auto reference = referenceFilters(plan);

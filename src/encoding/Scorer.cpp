@@ -29,7 +29,7 @@ ToolError failed(const std::string &reason)
     return ToolError::failed("VMAF-Messung fehlgeschlagen: " + reason);
 }
 
-// ffmpeg's libvmaf filter.
+// Scores with ffmpeg's libvmaf filter.
 class FilterScorer : public Scorer {
 public:
     explicit FilterScorer(const Sampler::Subject &subject) : m_subject(subject) {}
@@ -84,7 +84,7 @@ private:
     const Sampler::Subject &m_subject;
 };
 
-// The scorer of this program.
+// Scores with this program's own scorer.
 class BuiltInScorer : public Scorer {
 public:
     explicit BuiltInScorer(const Sampler::Subject &subject) : m_subject(subject) {}

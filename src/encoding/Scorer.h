@@ -13,15 +13,16 @@ class Scorer {
 public:
     struct Score {
         double vmaf = 0;    // the mean over the scored frames
-        std::string scorer; // what scored them, with its version
+        std::string scorer; // the name and version of what scored them
     };
 
-    // What tools.measuring() says, which is not nothing. REQUIRES: `subject` outlives the scorer.
+    // Returns the scorer for tools.measuring(). REQUIRES: that is not nothing, and `subject` outlives the
+    // scorer.
     static std::unique_ptr<Scorer> of(const Sampler::Subject &subject);
 
     virtual ~Scorer() = default;
 
-    // Every `step`-th frame is scored.
+    // Scores every `step`-th frame.
     virtual Score score(const MediaInfo &encoded, const Segment &segment, int step,
                         const std::stop_token &stop) const = 0;
 };

@@ -8,7 +8,7 @@
 
 namespace kestrel {
 
-// The kind of storage that an opened folder lies on; decides how originals are replaced.
+// Describes the storage that an opened folder lies on, which decides how originals are replaced.
 struct StorageLocation {
     enum class Kind { network, local, external };
 
@@ -16,14 +16,14 @@ struct StorageLocation {
     std::string protocol; // display name, only for `network`
     std::string volumeName;
     std::optional<std::string> remoteURL; // address under which a share can be mounted again
-    bool hasRecycleBin = false;           // of a share; always false otherwise
+    bool hasRecycleBin = false;           // whether a share has one; false for other storage
 
     bool operator==(const StorageLocation &) const = default;
 
     bool isNetwork() const { return kind == Kind::network; }
     std::string title() const; // German
 
-    // Never fails: what cannot be found out falls back to a local folder.
+    // Never fails: a folder about which nothing can be found out counts as local.
     static StorageLocation detect(const std::filesystem::path &folder);
     static StorageLocation classify(const Volume &volume, const std::filesystem::path &folder);
 };

@@ -29,7 +29,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-// What the file holds: the entries that can be understood, and all of its text where some cannot.
+// Holds the entries that can be understood, and all of the file's text where some cannot.
 struct Content {
     std::vector<Record> records;
     std::string damaged;
@@ -40,7 +40,7 @@ fs::path folder()
     return Paths::applicationSupport() / "Kestrel";
 }
 
-// Keeps out other threads and other processes while it lives.
+// Excludes other threads and other processes while it lives.
 class Guard {
 public:
     Guard() : m_threads(threads())
@@ -118,7 +118,7 @@ Content parse(std::string text)
     return content;
 }
 
-// Throws where the journal is there and cannot be read.
+// Throws where the journal exists and cannot be read.
 Content read()
 {
     try {
@@ -130,7 +130,7 @@ Content read()
     }
 }
 
-// Leaves a text that cannot be understood to a person, beside the journal.
+// Saves a text that cannot be understood beside the journal, for a person to examine.
 void keepDamaged(const std::string &text)
 {
     for (int number = 1;; ++number) {
@@ -146,8 +146,8 @@ void keepDamaged(const std::string &text)
     }
 }
 
-// The entries, to be changed and saved; absent while nothing may be changed, because the journal cannot be
-// read or what is damaged cannot be kept.
+// Returns the entries, to be changed and saved; absent while nothing may be changed, because the journal
+// cannot be read or its damaged text cannot be kept.
 std::optional<std::vector<Record>> load()
 {
     try {
@@ -161,7 +161,7 @@ std::optional<std::vector<Record>> load()
     }
 }
 
-// False when it could not be written.
+// Returns false when the journal could not be written.
 bool save(const std::vector<Record> &records)
 {
     try {
@@ -202,8 +202,8 @@ std::string restored(const fs::path &original)
     return "Original wiederhergestellt: " + Text::shown(original);
 }
 
-// What lies at the final name is not the file that was to get there: the original becomes visible beside
-// it, and a person decides.
+// Makes the original visible beside the final name, at which another file lies than expected; a person
+// decides.
 bool showBackup(const Entry &entry, std::vector<std::string> &messages)
 {
     std::vector<fs::path> names{entry.original};
@@ -217,9 +217,9 @@ bool showBackup(const Entry &entry, std::vector<std::string> &messages)
     return false;
 }
 
-// The film has its own name, and the backup's is only another one for it: a move by link and unlink was cut
-// off in between. Some shares (sshfs) do not report it; there the same bytes mean that one of the two may be
-// removed.
+// Returns whether the film has its own name and the backup's is only another one for it: a move by link and
+// unlink was interrupted. Some shares (sshfs) do not report it; there, equal bytes mean that one of the two
+// may be removed.
 bool isOnlySecondName(const Entry &entry, const std::stop_token &stop)
 {
     if (Files::areNamesOfOneFile(entry.backup, entry.original))
@@ -233,7 +233,7 @@ bool isOnlySecondName(const Entry &entry, const std::stop_token &stop)
            Files::haveSameBytes(entry.backup, entry.original, stop);
 }
 
-// Repairs one swap; true when nothing is left to do for it. What cannot be looked at now is left for
+// Repairs one swap; returns true when nothing is left to do for it. What cannot be examined now is left for
 // another time, also by an exception.
 bool repair(const Record &record, std::vector<std::string> &messages, const std::stop_token &stop)
 {
@@ -313,7 +313,7 @@ std::vector<std::string> recover(const std::stop_token &stop)
             isDone = repair(record, messages, stop);
         } catch (const fs::filesystem_error &error) {
             Log::write("Tausch nicht repariert: " + ErrorText::describe(error));
-        } catch (const Cancelled &) { // NOLINT(bugprone-empty-catch): another time
+        } catch (const Cancelled &) { // NOLINT(bugprone-empty-catch): repaired another time
         }
         if (!isDone)
             kept.push_back(std::move(record));

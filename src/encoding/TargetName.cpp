@@ -19,7 +19,7 @@ namespace {
 
 struct Claims {
     std::mutex lock;
-    std::map<fs::path, fs::path> sources; // by target; guarded by lock
+    std::map<fs::path, fs::path> sources; // keyed by target; guarded by lock
 };
 
 Claims &claims()
@@ -28,7 +28,8 @@ Claims &claims()
     return instance;
 }
 
-// A result carries its source's time. Another one belongs to a film whose source may be gone by now.
+// A result carries its source's time. A file with another time belongs to a film whose source may no longer
+// exist.
 bool isAnothersResult(const fs::path &target, const timespec &modified)
 {
     const auto found = Files::tryAttributes(target);
@@ -61,7 +62,7 @@ bool carriesTime(const Files::Attributes &file, const timespec &modified)
 {
     const double apart = static_cast<double>(file.modified.tv_sec - modified.tv_sec) +
                          static_cast<double>(file.modified.tv_nsec - modified.tv_nsec) / 1e9;
-    const bool isCoarse = file.modified.tv_nsec == 0; // a file system that counts in seconds, or two
+    const bool isCoarse = file.modified.tv_nsec == 0; // the file system counts in seconds, or two
     return std::abs(apart) <= (isCoarse ? 2 : 0.001);
 }
 

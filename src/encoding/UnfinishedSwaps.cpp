@@ -30,8 +30,8 @@ constexpr std::string_view changed = "eine der Dateien wurde verändert";
 
 enum class State {
     untouched,    // both files are there as they were recorded
-    originalGone, // only the result is: all that is missing is its name
-    over,         // finished, or no longer what was recorded
+    originalGone, // only the result is there, and lacks only its name
+    over,         // the swap is finished, or the files are no longer those recorded
     outOfReach,   // the volume is not there, or does not answer
 };
 
@@ -79,8 +79,8 @@ void check(const Record &record, const fs::path &ffprobe, const std::stop_token 
         throw ToolError::failed(std::string(changed));
 }
 
-// Where the result is now; absent where the record says nothing any more, or cannot be followed now.
-// REQUIRES: the caller holds the result's lock, as the job does that makes it.
+// Finishes the swap and returns where the result is now; absent where the record no longer applies, or cannot
+// be followed now. REQUIRES: the caller holds the result's lock, as the job does that makes it.
 std::optional<fs::path> complete(const Record &record, const fs::path &ffprobe, const std::stop_token &stop)
 {
     switch (stateOf(record)) {
@@ -103,14 +103,14 @@ std::optional<fs::path> complete(const Record &record, const fs::path &ffprobe, 
     return LocalSwap::takePlace(record);
 }
 
-// True however the folders above the file are spelled.
+// Ignores how the folders above the file are spelled.
 bool isSamePlace(const fs::path &a, const fs::path &b)
 {
     std::error_code error;
     return a.filename() == b.filename() && fs::equivalent(a.parent_path(), b.parent_path(), error);
 }
 
-// This is asked first, so that a trash that refuses an original is not tried at every start.
+// Checked first, so that a trash that refuses an original is not tried at every start.
 bool isRefusedByTrash(const Record &record)
 {
     return stateOf(record) == State::untouched && Trash::obstacle(record.source.path);

@@ -47,7 +47,7 @@ fs::path numberedName(const fs::path &folder, std::string_view base, std::string
     const std::size_t room = limit > taken ? limit - taken : 0;
     if (base.size() <= room)
         return folder / fmt::format(".{}{}{}", base, mark, suffix);
-    // A check sum keeps two long names apart that begin alike.
+    // A checksum distinguishes two long names that begin alike.
     const std::string sum = fmt::format("~{:08x}", std::hash<std::string_view>{}(base)&0xFFFFFFFFU);
     const std::string_view shortened = Text::prefix(base, room > sum.size() ? room - sum.size() : 0);
     return folder / fmt::format(".{}{}{}{}", shortened, sum, mark, suffix);

@@ -16,7 +16,7 @@ using std::chrono::system_clock;
 
 constexpr double kibi = 1024, mebi = 1024 * 1024;
 constexpr const char *noValue = "–";
-constexpr double most = 9.2e18; // what still fits into 64 bits
+constexpr double most = 9.2e18; // fits into 64 bits
 
 std::int64_t truncated(double value)
 {
@@ -36,7 +36,7 @@ std::tm localTime(system_clock::time_point time)
     return local;
 }
 
-// "Mo", "Di"; from Sunday on, as in std::tm.
+// Returns "Mo", "Di" …, beginning with Sunday as std::tm does.
 const std::array<std::string, 7> &weekdays()
 {
     static const auto names = [] {
@@ -44,7 +44,7 @@ const std::array<std::string, 7> &weekdays()
         const icu::DateFormatSymbols symbols(icu::Locale::getGermany(), status);
         int32_t count = 0;
         const icu::UnicodeString *found = symbols.getWeekdays(
-            count, icu::DateFormatSymbols::FORMAT, icu::DateFormatSymbols::ABBREVIATED); // from 1 on
+            count, icu::DateFormatSymbols::FORMAT, icu::DateFormatSymbols::ABBREVIATED); // they count from 1
         std::array<std::string, 7> list;
         for (std::size_t day = 0; day < list.size() && static_cast<int32_t>(day) + 1 < count; ++day)
             found[day + 1].toUTF8String(list[day]);
@@ -53,7 +53,7 @@ const std::array<std::string, 7> &weekdays()
     return names;
 }
 
-// The local date as a count of days; two dates differ by whole days whatever daylight saving does.
+// Returns the local date as a count of days; two dates differ by whole days whatever daylight saving does.
 long dayNumber(const std::tm &local)
 {
     const std::chrono::year_month_day date{std::chrono::year(local.tm_year + 1900),

@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <string>
 
-// How numbers read on every screen: German, with a blank before the unit, "–" for no value and "−" for a
-// decrease. Pure, but for the clock and the time zone in dayTime().
+// Formats numbers for every screen: German, with a blank before the unit, "–" for no value and "−" for a
+// decrease. Pure, except that dayTime() reads the clock and the time zone.
 namespace kestrel::Fmt {
 
 std::string number(double value, int digits);
-// Binary units; megabytes are cut off, not rounded.
+// Uses binary units; megabytes are cut off, not rounded.
 std::string bytes(double value);
 std::string bytes(std::int64_t value);
 std::string duration(double seconds); // "45 s", "12 min", "1 h 5 min"

@@ -23,7 +23,7 @@ Database::Database(const fs::path &file, std::chrono::milliseconds patience, int
 
 Database Database::openExisting(const fs::path &file, std::chrono::milliseconds patience)
 {
-    // A reader, too, may have to roll back what a killed process has begun.
+    // A reader, too, may have to roll back a transaction that a killed process has begun.
     return {file, patience, SQLITE_OPEN_READWRITE};
 }
 

@@ -15,15 +15,15 @@ namespace kestrel::EditLists {
 
 namespace {
 
-constexpr std::uint32_t mostEntries = 4096; // of an edit list; a longer one is read up to here
-constexpr std::uint32_t startSamples = 32;  // among which the first picture is looked for
-constexpr int mostBoxes = 20'000;           // of the whole file
+constexpr std::uint32_t mostEntries = 4096; // in an edit list; the rest of a longer one is not read
+constexpr std::uint32_t startSamples = 32;  // number of samples among which the first picture is searched for
+constexpr int mostBoxes = 20'000;           // in the whole file
 constexpr double longestSoundDelay = 0.1; // seconds that a sound decoder may need to begin, or pad at the end
 constexpr double pictureTolerance = 0.75; // frames
 constexpr double pictureEndTolerance = 1.5; // frames
 constexpr double timeResolution = 0.002;    // seconds; lengths are mostly counted in milliseconds
 
-// A stretch of the file that holds a box's content.
+// Bounds the part of the file that holds a box's content.
 struct Range {
     std::uint64_t from = 0, to = 0; // bytes
 };
@@ -92,7 +92,7 @@ public:
     }
 
 private:
-    using Visit = std::function<bool(std::string_view name, const Range &content)>; // false ends it
+    using Visit = std::function<bool(std::string_view name, const Range &content)>; // returns false to stop
 
     void forEach(Range range, const Visit &visit)
     {
@@ -137,7 +137,8 @@ private:
         return range;
     }
 
-    // Reads the version and flags that many boxes begin with; version 1 has 64-bit times.
+    // Reads the version and flags that many boxes begin with and returns whether times have 64 bits (version
+    // 1).
     bool isLong()
     {
         const bool isVersionOne = m_reader.unsignedOf(1) == 1;
@@ -196,7 +197,7 @@ private:
         edits.begin = earliest / timescale;
     }
 
-    // The values of the first samples in a table of (count, value) pairs.
+    // Returns the values of the first samples in a table of (count, value) pairs.
     std::vector<std::int32_t> firstEntries(const std::optional<Range> &table)
     {
         std::vector<std::int32_t> values;
@@ -231,8 +232,8 @@ private:
     }
 
     Reader m_reader;
-    double m_timescale = 0; // of the movie: units a second
-    int m_boxes = 0;        // looked at so far
+    double m_timescale = 0; // units per second, of the movie
+    int m_boxes = 0;        // examined so far
 };
 
 Cut judge(const TrackEdits &track)
@@ -302,7 +303,7 @@ std::vector<TrackEdits> fromJson(const nlohmann::json &list)
                      stretch.at(1).get<double>(), stretch.at(2).get<double>()});
             tracks.push_back(std::move(track));
         }
-    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): what was understood stands
+    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): what was understood is kept
     }
     return tracks;
 }

@@ -10,8 +10,8 @@
 
 namespace kestrel {
 
-// What the edit list of one track of an MP4 or QuickTime file says (ISO/IEC 14496-12, 8.6.6), with what is
-// needed to judge it. All times are seconds.
+// Holds the edit list of one track of an MP4 or QuickTime file (ISO/IEC 14496-12, 8.6.6), with what is needed
+// to judge it. All times are in seconds.
 struct TrackEdits {
     enum class Kind { picture, sound };
 
@@ -23,24 +23,24 @@ struct TrackEdits {
     };
 
     Kind kind = Kind::picture;
-    double begin = 0, end = 0;      // when the media's first picture or sound is due, and when its last ends
-    double frame = 0;               // for how long a picture lasts on average; 0 for sound
+    double begin = 0, end = 0;      // start of the media's first picture or sound, and end of its last
+    double frame = 0;               // mean duration of a picture; 0 for sound
     std::vector<Stretch> stretches; // in the order in which they play
 
     bool operator==(const TrackEdits &) const = default;
 };
 
-// ffprobe applies edit lists, but does not show them. Any thread.
+// Reads edit lists, which ffprobe applies but does not show. May be called from any thread.
 namespace EditLists {
 
-// Those of the pictures and sounds that have one. Reads a bounded number of small pieces of the file,
-// wherever they lie; what cannot be read, or is no such file, has none.
+// Returns those of the picture and sound tracks that have one. Reads a bounded number of small pieces of the
+// file, wherever they lie; a file that cannot be read, or has another format, has none.
 std::vector<TrackEdits> read(const std::filesystem::path &file);
 
-// What they do to the film. Pure.
+// Returns what they do to the film. Pure.
 Cut judge(const std::vector<TrackEdits> &tracks);
 
-// For the store of probe answers; what is not understood is left out.
+// Convert for the store of probe answers; what is not understood is left out.
 nlohmann::json toJson(const std::vector<TrackEdits> &tracks);
 std::vector<TrackEdits> fromJson(const nlohmann::json &list);
 

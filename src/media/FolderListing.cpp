@@ -1,4 +1,4 @@
-// The part of Prober that looks at folders, not into files.
+// This file holds the part of Prober that reads folders, not files.
 
 #include <algorithm>
 #include <array>
@@ -25,7 +25,7 @@ constexpr std::array<std::string_view, 18> videoExtensions{"mkv",  "mp4", "m4v",
                                                            "m2ts", "mts", "wmv",  "mpg", "mpeg", "webm",
                                                            "flv",  "vob", "divx", "3gp", "ogm",  "asf"};
 
-// Folders that a file manager shows as one document.
+// File managers show folders with these extensions as one document.
 constexpr std::array<std::string_view, 11> packageExtensions{
     "app",           "bundle",    "framework", "photoslibrary", "photolibrary", "aplibrary",
     "imovielibrary", "tvlibrary", "fcpbundle", "theater",       "pkg"};
@@ -175,7 +175,7 @@ std::size_t removeLeftovers(const std::vector<fs::path> &leftovers)
 
 fs::path relativePath(const fs::path &file, const fs::path &root)
 {
-    // What was found below the root needs no look at the disk, which may be a slow share.
+    // Files found below the root need no access to the disk, which may be a slow share.
     const fs::path direct = file.lexically_relative(root);
     const auto climbs = [](const fs::path &path) {
         return std::any_of(path.begin(), path.end(),

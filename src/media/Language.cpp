@@ -14,10 +14,10 @@ struct Alias {
     std::string_view tag, code;
 };
 
-// One canonical code a line: clang-format would run them together.
+// Each canonical code has a line of its own: clang-format would join them.
 // clang-format off
 
-// Two-letter tags are deliberately missing from "ron" on.
+// From "ron" on, two-letter tags are deliberately missing.
 constexpr std::array<Alias, 71> aliases{{
     {"ger", "deu"},     {"deu", "deu"}, {"de", "deu"},  {"german", "deu"}, {"deutsch", "deu"},
     {"eng", "eng"},     {"en", "eng"},  {"english", "eng"},

@@ -22,12 +22,13 @@ namespace {
 
 void append(const std::string &line)
 {
-    // Opened for every line, so that the file may be moved away or deleted while the program runs.
+    // The file is opened for every line, so that the file may be moved away or deleted while the program
+    // runs.
     std::ofstream stream(file(), std::ios::binary | std::ios::app);
     stream << line;
 }
 
-// One thread that appends the lines in the order of their arrival.
+// Appends the lines on one thread, in the order of their arrival.
 class Queue {
 public:
     Queue() : m_thread([this](const std::stop_token &stop) { work(stop); }) {}
@@ -49,7 +50,7 @@ private:
     void work(const std::stop_token &stop)
     {
         std::unique_lock guard(m_lock);
-        // Ends only when asked to stop and everything is written.
+        // The loop ends only when it should stop and everything is written.
         while (m_changed.wait(guard, stop, [this] { return !m_lines.empty(); })) {
             const std::string line = std::move(m_lines.front());
             m_lines.pop_front();
@@ -66,7 +67,7 @@ private:
     std::condition_variable_any m_changed;
     std::deque<std::string> m_lines; // guarded by m_lock
     bool m_isWriting = false;        // guarded by m_lock
-    std::jthread m_thread;           // last: everything it uses outlives it
+    std::jthread m_thread;           // last, so that everything it uses outlives it
 };
 
 Queue &queue()
@@ -91,7 +92,7 @@ const fs::path &file()
 void write(std::string_view message)
 {
     std::string line = fmt::format("[{}] {}\n", timestamp(std::chrono::system_clock::now()), message);
-    file(); // made before the queue, so that it outlives it
+    file(); // its path is created before the queue, so that it outlives the queue
     queue().push(std::move(line));
 }
 

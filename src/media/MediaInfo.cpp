@@ -72,7 +72,7 @@ constexpr std::array<Resolution, 4> resolutions{{
     {1200, 700, "720p"},
 }};
 
-// Bits per second where a file does not state them, for at most two channels and for more.
+// Holds bits per second where a file does not state them, for at most two channels and for more.
 struct NominalRate {
     string_view codec;
     double stereo, multichannel;
@@ -96,8 +96,8 @@ constexpr double pcmBitsPerSample = 24, pcmRatePerChannel = 1'152'000;
 
 constexpr double textSubtitleBytes = 60'000;
 constexpr double pictureSubtitleRate = 25'000; // bits per second
-constexpr double payloadShare = 0.99;          // of a file; the rest is container
-constexpr double leastVideoShare = 0.2;        // of the total rate, however much audio is guessed
+constexpr double payloadShare = 0.99;          // of a file; the container fills the rest
+constexpr double leastVideoShare = 0.2;        // of the total rate, however large the estimate for audio is
 constexpr double leastBytesPerSecond = 500;
 constexpr double mostSoundPerFile = 2; // by stated rates, which may be nominal
 

@@ -9,7 +9,7 @@
 
 namespace kestrel {
 
-// One file as ffprobe describes it. All records are plain values; the member functions are pure.
+// These records describe one file as ffprobe does. They are plain values; the member functions are pure.
 
 using FileTime = std::chrono::sys_time<std::chrono::nanoseconds>;
 
@@ -18,8 +18,8 @@ struct FrameSize { // pixels
     bool operator==(const FrameSize &) const = default;
 };
 
-// What a container's edit list leaves out of its tracks, or does with them otherwise. One that only makes up
-// for the delay of a decoder, or lets a track begin later, is none.
+// Says what a container's edit list leaves out of its tracks or rearranges. A list that only compensates for
+// a decoder's delay, or lets a track begin later, does not count.
 enum class Cut {
     none,
     sound,      // sound at the beginning or the end
@@ -50,7 +50,7 @@ struct VideoStreamInfo {
     bool operator==(const VideoStreamInfo &) const = default;
 
     bool isTurned() const { return rotation != 0 || isMirrored || hasDoubtfulTurn; }
-    // A player exchanges width and height.
+    // Returns whether a player exchanges width and height.
     bool isOnItsSide() const { return rotation == 90 || rotation == 270; }
     FrameSize seenSize() const; // pixels, as a player turns them
     double seenAspect() const;  // width over height of the picture as it is seen; 0 when unknown
@@ -76,7 +76,7 @@ struct AudioStreamInfo {
     bool operator==(const AudioStreamInfo &) const = default;
 
     std::string codecDisplay() const;
-    // Every DTS-HD profile counts, also the lossy High Resolution one.
+    // Every DTS-HD profile counts as lossless, also the lossy High Resolution one.
     bool isLossless() const;
     double effectiveBitrate() const; // bits per second; nominal where the file does not state it
 };
@@ -108,16 +108,17 @@ struct MediaInfo {
     std::vector<int> attachmentIndexes;
     bool hasSeveralFilms = false; // more than one video track that is neither cover art nor a still
     Cut cut = Cut::none;
-    // Seconds, where the last packet ends; only looked for when the duration is unknown or cannot be true.
+    // The time in seconds at which the last packet ends; read only when the duration is unknown or cannot be
+    // true.
     std::optional<double> lastPacket;
 
     bool operator==(const MediaInfo &) const = default;
 
-    // For how long the film plays, in seconds, 0 when unknown: the duration, or where the last packet ends.
-    // Whatever calculates with time takes this.
+    // Returns how long the film plays, in seconds, 0 when unknown: the duration, or where the last packet
+    // ends. All calculations with time use it.
     double playTime() const;
-    // A file of this size can hold that much: its sound at the stated rates fits in twice, and each second
-    // has at least 500 bytes.
+    // Returns whether a file of this size can last that long: its sound at the stated rates fits in twice,
+    // and each second has at least 500 bytes.
     bool canPlayFor(double seconds) const;
     bool isMatroska() const;
     double videoBitrate() const; // bits per second, 0 when it is unknown

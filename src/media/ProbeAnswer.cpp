@@ -1,4 +1,4 @@
-// The part of Prober that reads ffprobe's answer.
+// This file holds the part of Prober that reads ffprobe's answer.
 
 #include "media/ProbeAnswer.h"
 
@@ -99,7 +99,7 @@ std::optional<double> frameRate(const json &value)
     return rate < 200 ? std::optional(rate) : std::nullopt;
 }
 
-// One entry of ffprobe's "streams" with its tags found by lower-case name (Matroska writes BPS-eng).
+// Reads one entry of ffprobe's "streams" and finds tags by lower-case name (Matroska writes BPS-eng).
 class Stream {
 public:
     explicit Stream(const json &object, int position) : m_object(&object), m_position(position)
@@ -161,7 +161,7 @@ bool isDolbyVision(const json &sideData)
            });
 }
 
-// "4:3"; square where nothing sensible stands there.
+// Reads "4:3"; the pixel is square where the value makes no sense.
 double pixelAspect(const json &value)
 {
     const auto text = asString(value);
@@ -216,7 +216,7 @@ bool isCover(const Stream &stream)
     return stream.has("attached_pic");
 }
 
-// "00:01:30.500000000", as Matroska writes it.
+// Reads "00:01:30.500000000", as Matroska writes it.
 std::optional<double> clockTime(const json &tag)
 {
     double seconds = 0;
@@ -231,7 +231,7 @@ std::optional<double> clockTime(const json &tag)
     return count == 3 ? std::optional(seconds) : std::nullopt;
 }
 
-// How many pictures a video track has, as far as its record states it.
+// Returns how many pictures a video track has, as far as its record states it.
 std::optional<double> statedPictures(const Stream &stream)
 {
     if (const auto count = asInteger<std::int64_t>(stream["nb_frames"]); count && *count > 0)
@@ -250,7 +250,7 @@ bool isMarkedAsStill(const Stream &stream)
     return stream.has("still_image") || stream.has("timed_thumbnails");
 }
 
-// The video tracks of a file that are no cover art.
+// Returns the video tracks of a file that are no cover art.
 std::vector<Stream> pictureTracks(const json &streams)
 {
     std::vector<Stream> tracks;
@@ -295,7 +295,7 @@ VideoStreamInfo parseVideo(const Stream &stream)
     return video;
 }
 
-// The film is the first track that is no still; where all are stills, the first one.
+// Reads the film, which is the first track that is no still; where all are stills, it is the first one.
 void parseFilm(MediaInfo &info, const json &streams, const json &counted)
 {
     const auto tracks = pictureTracks(streams);
@@ -346,7 +346,7 @@ SubtitleStreamInfo parseSubtitle(const Stream &stream)
     return subtitle;
 }
 
-// The container's duration, else the video stream's, else the first that a stream states.
+// Returns the container's duration, else the video stream's, else the first that a stream states.
 double parseDuration(const json &format, const json &streams)
 {
     if (const auto duration = asDouble(at(format, "duration")))

@@ -13,9 +13,9 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::int64_t daysKept = 183;
-constexpr std::chrono::milliseconds patience{200}; // while another process holds the store
+constexpr std::chrono::milliseconds patience{200}; // longest wait for another process
 
-// The schema's number is in user_version; a file with another one is made again.
+// user_version holds the schema's number; a file with another one is created again.
 constexpr int schema = 1;
 constexpr const char *tables = R"(
     CREATE TABLE IF NOT EXISTS probe (
@@ -40,7 +40,7 @@ SqlQuery &operator<<(SqlQuery &query, const Files::Attributes &attributes)
 
 bool prepare(const Database &database)
 {
-    // A crash may cost the newest answers, never the store.
+    // A crash may lose the newest answers, never the store.
     if (!database.run("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"))
         return false;
     {
@@ -59,9 +59,9 @@ bool prepare(const Database &database)
 ProbeStore::ProbeStore(const fs::path &file, std::string version)
     : m_file(file), m_version(std::move(version))
 {
-    if (m_version.empty()) // an ffprobe that does not say what it is could be another one tomorrow
+    if (m_version.empty()) // an ffprobe that states no version could be another one tomorrow
         return;
-    // A damaged one holds nothing that cannot be asked again.
+    // A damaged store holds nothing that ffprobe cannot report again.
     m_database = Database::openOrCreate(file, patience, prepare);
 }
 
@@ -114,7 +114,7 @@ void ProbeStore::add(const fs::path &file, const Files::Attributes &attributes, 
     if (!m_database)
         return;
     m_added.insert_or_assign(file, Entry{attributes, std::move(answer)});
-    // A long scan that is killed has not worked for nothing.
+    // Saving meanwhile keeps most of a long scan that is killed.
     constexpr std::size_t most = 500;
     if (m_added.size() >= most)
         savePending();
@@ -128,7 +128,7 @@ void ProbeStore::save()
     savePending();
     if (const SqlStatement statement = m_database.prepare("DELETE FROM probe WHERE seen < ? OR seen > ?")) {
         SqlQuery query(statement);
-        query << today() - daysKept << today() + daysKept; // after a clock that went wrong
+        query << today() - daysKept << today() + daysKept; // after a clock that was wrong
         query.run();
     }
 }

@@ -12,25 +12,25 @@
 
 namespace kestrel {
 
-// Remembers what ffprobe said about a file for as long as the file stays as it is: the same path, device,
-// inode, size, times of modification and change, and the same ffprobe. A store that is damaged, locked or
-// cannot be written is as good as none: nothing here throws. All functions may be called from any thread.
+// Remembers ffprobe's answer about a file for as long as the file stays unchanged: the same path, device,
+// inode, size, times of modification and change, and the same ffprobe. A store that is damaged, locked or not
+// writable does nothing: nothing here throws. All functions may be called from any thread.
 class ProbeStore {
 public:
-    // `version` is what ffprobe says of itself.
+    // `version` is what ffprobe reports as its version.
     ProbeStore(const std::filesystem::path &file, std::string version);
     ~ProbeStore();
     ProbeStore(const ProbeStore &) = delete;
     ProbeStore &operator=(const ProbeStore &) = delete;
 
-    // In the caches folder.
+    // Returns its path in the caches folder.
     static std::filesystem::path usualFile();
 
     std::optional<std::string> find(const std::filesystem::path &file, const Files::Attributes &attributes);
-    // A file that has changed within the last seconds is not remembered: its next change might leave no
-    // trace in its times.
+    // A file that has changed within the last seconds is not remembered: its next change might leave no trace
+    // in its times.
     void add(const std::filesystem::path &file, const Files::Attributes &attributes, std::string answer);
-    // Writes what was added and seen since, and forgets files that no scan has seen for half a year.
+    // Writes what was added and seen since, and removes files that no scan has seen for half a year.
     void save();
 
 private:
@@ -48,11 +48,11 @@ private:
 
     // Guarded by m_lock.
     std::mutex m_lock;
-    bool m_isBusy = false;    // another process holds it: waiting for every file would take too long
-    bool m_isDamaged = false; // the file is removed at the end, and made again by the next store
-    Database m_database;      // none where the store cannot be used
+    bool m_isBusy = false;    // another process holds the store: waiting for every file would take too long
+    bool m_isDamaged = false; // the file is removed at the end, and the next store creates it again
+    Database m_database;      // has no file where the store cannot be used
     std::map<std::filesystem::path, Entry> m_added;
-    std::vector<std::filesystem::path> m_seen; // that were last seen on an earlier day
+    std::vector<std::filesystem::path> m_seen; // files that were last seen on an earlier day
 };
 
 } // namespace kestrel

@@ -41,7 +41,7 @@ json packets(const MediaInfo &info, const std::filesystem::path &ffprobe, std::v
     return list.is_array() ? list : json::array();
 }
 
-// Where the last of the packets ends; seconds.
+// Returns when the last of the packets ends, in seconds.
 std::optional<double> lastEnd(const json &packets)
 {
     std::optional<double> last;
@@ -53,7 +53,7 @@ std::optional<double> lastEnd(const json &packets)
     return last;
 }
 
-// Looks from as far back as ffprobe can seek, and reads the whole file only where it cannot.
+// Reads from as far back as ffprobe can seek, and the whole file only where it cannot.
 std::optional<double> lastPacket(const json &answer, const MediaInfo &info,
                                  const std::filesystem::path &ffprobe, const std::stop_token &stop)
 {

@@ -17,7 +17,7 @@ using nlohmann::json;
 
 namespace {
 
-// The answer with what it does not contain by itself.
+// Returns the answer with its supplement.
 std::string supplemented(std::string answer, const fs::path &file, const fs::path &ffprobe,
                          const std::stop_token &stop)
 {

@@ -11,7 +11,7 @@ struct ProcessOutput {
     int status = 0; // exit status, or 128 + the number of the signal that ended the child
     std::string standardOutput, standardError;
 
-    // Standard error as UTF-8, broken sequences replaced by U+FFFD.
+    // Returns standard error as UTF-8, with broken sequences replaced by U+FFFD.
     std::string errorText() const;
 };
 

@@ -21,7 +21,7 @@ using nlohmann::json;
 
 namespace {
 
-// Another format is as good as no file.
+// A file with another format is ignored.
 constexpr int format = 1;
 
 json identity(const Files::Attributes &attributes)
@@ -30,19 +30,19 @@ json identity(const Files::Attributes &attributes)
             Files::nanoseconds(attributes.changed)};
 }
 
-// What is known of each program, by its path; empty where nothing can be read.
+// Returns what is known of each program, by its path; empty where nothing can be read.
 json read(const fs::path &file)
 {
     try {
         json content = JsonText::parse(Files::readAll(file));
         if (content.at("format") == format && content.at("programs").is_object())
             return std::move(content["programs"]);
-    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): nothing that could not be asked again
+    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): all can be asked again
     }
     return json::object();
 }
 
-// Another instance may write at the same time: each has a file of its own until it is whole.
+// Another instance may write at the same time: each writes a file of its own until it is whole.
 void write(const fs::path &file, const json &programs)
 {
     fs::create_directories(file.parent_path());

@@ -11,12 +11,12 @@
 
 namespace kestrel {
 
-// Whether a program is asked again that has answered before and has not changed since.
+// Says whether a program that has answered before and has not changed since is asked again.
 enum class Asking { unlessKnown, again };
 
-// Remembers what programs say about themselves, for as long as the program stays as it is: the same path,
+// Remembers what programs report about themselves, for as long as the program stays unchanged: the same path,
 // device, inode, size, and times of modification and change. What a program loads or starts beyond its own
-// file is not watched. A file that is damaged or cannot be written is as good as none: nothing is kept then.
+// file is not watched. A file that is damaged or not writable is ignored: nothing is kept then.
 class ToolAnswers {
 public:
     using Arguments = std::vector<std::string>;
@@ -24,11 +24,11 @@ public:
 
     explicit ToolAnswers(std::filesystem::path file);
 
-    // In the caches folder.
+    // Returns its path in the caches folder.
     static std::filesystem::path usualFile();
 
-    // The answers in the order of the questions, which are asked one after another where any of them is not
-    // known; blocks for as long. A program that does not answer a question well, that is stopped, or that
+    // Returns the answers in the order of the questions. Where any of them is not known, all are asked one
+    // after another, which blocks. A program that fails to answer a question, that is stopped, or that
     // changes meanwhile is not remembered. Throws std::system_error when it cannot be started.
     std::vector<std::string> ask(const std::filesystem::path &program,
                                  const std::vector<Arguments> &questions, Asking asking,
@@ -36,7 +36,7 @@ public:
 
     std::optional<ByQuestion> find(const std::filesystem::path &program,
                                    const Files::Attributes &attributes) const;
-    // Replaces what is known of the program, and forgets programs that are no longer there.
+    // Replaces what is known of the program, and removes programs that no longer exist.
     void keep(const std::filesystem::path &program, const Files::Attributes &attributes,
               const ByQuestion &answers) const;
 

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Measured: 59 (ffmpeg 5.1) drops the turn of a picture that it copies into Matroska, 61 (7.1) keeps it.
+// As measured, 59 (ffmpeg 5.1) drops the turn of a picture that it copies into Matroska, 61 (7.1) keeps it.
 constexpr int turningMatroska = 61;
 
 fs::path find(const std::string &name, std::span<const fs::path> folders)
@@ -33,8 +33,8 @@ std::string firstLine(std::string_view text)
     return std::string(text.substr(start, text.find('\n', start) - start));
 }
 
-// The major version of a library in the list that ffmpeg -version prints ("libavformat    61.  7.100 / …"); 0
-// where it is not found.
+// Returns the major version of a library in the list that ffmpeg -version prints ("libavformat    61.  7.100
+// / …"); 0 where it is not found.
 int libraryVersion(const std::string &text, const std::string &library)
 {
     const std::size_t start = text.find(library + " ");

@@ -11,15 +11,14 @@
 
 namespace kestrel {
 
-// An error whose text is a finished German sentence for the person in front of the screen, or else the bare
-// words of a program.
+// Carries a finished German sentence for the user, or else the bare words of a program.
 class ToolError : public std::runtime_error {
 public:
     static ToolError notFound(const std::string &tool);
     static ToolError failed(const std::string &message);
     static ToolError quoted(const std::string &words);
 
-    // The text is a program's own, in its language; fronts put a sentence before it.
+    // Returns whether the text is a program's own, in its language; fronts put a sentence before it.
     bool isQuoted() const { return m_isQuoted; }
 
 private:
@@ -31,7 +30,7 @@ private:
     bool m_isQuoted;
 };
 
-// What measures the quality of an encode.
+// Names what measures the quality of an encode.
 enum class Measuring {
     nothing, // films get a fixed CRF
     filter,  // ffmpeg's libvmaf
@@ -40,13 +39,13 @@ enum class Measuring {
 std::string_view title(Measuring measuring); // German
 inline constexpr std::string_view measuringTitle = "Qualität messen";
 
-// The located programs and what this ffmpeg was built with.
+// Holds the located programs and what this ffmpeg was built with.
 struct Tools {
     std::filesystem::path ffmpeg, ffprobe; // absolute
     std::string encoders;                  // the text of ffmpeg -encoders
     bool hasVMAF = false;                  // filter "libvmaf"
     std::string version;                   // first line of ffmpeg -version, for display
-    bool keepsTurnInMatroska = false;      // of a picture that is copied
+    bool keepsTurnInMatroska = false;      // when a picture is copied
     bool mayMeasure = true;                // the setting measuringTitle
 
     bool hasEncoder(std::string_view name) const { return encoders.find(name) != std::string::npos; }
@@ -56,15 +55,15 @@ struct Tools {
 
     bool operator==(const Tools &) const = default;
 
-    // The folders that are searched, in their order; $PATH is not consulted.
+    // Returns the folders that are searched, in order; $PATH is not used.
     static std::span<const std::filesystem::path> folders();
-    // Looks for both programs and asks ffmpeg for its capabilities; blocks for three short runs, unless
+    // Finds both programs and asks ffmpeg for its capabilities; blocks for three short runs, unless
     // ToolAnswers has the answers. Throws ToolError::notFound, or std::system_error when ffmpeg cannot be
     // started.
     static Tools locate(std::stop_token stop, Asking asking = Asking::unlessKnown);
     static Tools locate(std::span<const std::filesystem::path> folders, std::stop_token stop,
                         Asking asking = Asking::unlessKnown);
-    // What ffprobe says of itself and its libraries; empty where it does not answer.
+    // Returns what ffprobe reports about itself and its libraries; empty where it does not answer.
     std::string probeVersion(std::stop_token stop, Asking asking = Asking::unlessKnown) const;
 };
 

@@ -15,7 +15,7 @@ bool isHidden(std::string_view name)
     return name.starts_with('.');
 }
 
-// " (Word)", " (Word 2)" …
+// Returns " (Word)", " (Word 2)" …
 std::string mark(std::string_view word, int number)
 {
     return number == 1 ? fmt::format(" ({})", word) : fmt::format(" ({} {})", word, number);

@@ -20,7 +20,7 @@ using State = ActivityText::State;
 struct StateRow {
     State state;
     std::string_view id, headline;
-    std::string_view announcement = {}; // empty: the headline
+    std::string_view announcement = {}; // empty: the headline is announced
 };
 
 constexpr std::array<StateRow, 9> stateRows{{
@@ -100,7 +100,7 @@ ActivityText ActivityText::of(const AppModel &model)
         text.state = kind == Activity::Kind::scanning ? State::scanning : State::sampling;
         text.done = done;
         text.total = total;
-        if (total > 0) // with that of the file that is measured
+        if (total > 0) // includes the progress of the file that is measured
             text.progress = (static_cast<double>(done) + fraction) / static_cast<double>(total);
     }
     text.isStopping = model.isStopping();

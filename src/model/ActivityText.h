@@ -9,8 +9,8 @@ namespace kestrel {
 
 class AppModel;
 
-// What the program is doing, or how its last work has ended: parts first, and the sentences that the fronts
-// make of them. German.
+// Describes what the program is doing, or how its last work has ended: first the parts, then the sentences
+// that the fronts make of them. German.
 struct ActivityText {
     enum class State {
         idle,
@@ -25,30 +25,31 @@ struct ActivityText {
     };
 
     State state = State::idle;
-    bool isStopping = false;         // it is about to end
-    std::size_t done = 0;            // files, of `total`; interrupted: that are not probed
+    bool isStopping = false;         // the work is about to end
+    std::size_t done = 0;            // files, of `total`; interrupted: those that are not probed
     std::size_t total = 0;           // 0 where nothing is counted
-    std::optional<double> progress;  // 0 … 1; absent where nothing moves, and while it is not known
+    std::optional<double> progress;  // 0 … 1; absent where nothing progresses, and while it is unknown
     std::optional<double> remaining; // seconds, of a run
     std::size_t failed = 0;          // files, of a run
-    // Of a run, once a file is converted: "4,2 GB → 1,9 GB, 2,3 GB gespart (−54 %)".
+    // Set for a run, once a file is converted: "4,2 GB → 1,9 GB, 2,3 GB gespart (−54 %)".
     std::optional<std::string> saved;
-    // converting and paused: the same with "Bisher: "; finished and stopped: "Fertig: 4 konvertiert – …".
+    // For converting and paused, the same with "Bisher: "; for finished and stopped, "Fertig: 4 konvertiert –
+    // …".
     std::optional<std::string> note;
 
     static ActivityText of(const AppModel &model);
 
     std::string headline() const;
-    // "3 von 12", and with "Dateien"; empty where nothing is counted.
+    // Return "3 von 12", fileCount() also "Dateien"; empty where nothing is counted.
     std::string count() const;
     std::string fileCount() const;
-    // "wird gestoppt …", "Pausiert", "noch 5 min · fertig heute, 12:30"; may be empty.
+    // Returns "wird gestoppt …", "Pausiert", "noch 5 min · fertig heute, 12:30"; may be empty.
     std::string detail() const;
-    // What has begun or ended, without numbers that change; for a screen reader.
+    // Returns what has begun or ended, without numbers that change; for a screen reader.
     std::string announcement() const;
 };
 
-std::string_view id(ActivityText::State state);       // the status page's word
+std::string_view id(ActivityText::State state);       // the word in the status page's JSON
 std::string_view headline(ActivityText::State state); // German
 
 } // namespace kestrel

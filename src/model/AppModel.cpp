@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::chrono::seconds growingAge{90}; // younger files may still be being copied
 
-// Names the first few; one line each.
+// Returns the names of the first few, one on each line.
 std::string hiddenNames(const std::vector<HiddenOriginal> &hidden)
 {
     constexpr std::size_t most = 3;
@@ -43,7 +43,7 @@ struct AppModel::Located {
     std::optional<Tools> tools;
     std::string error;
     std::unique_ptr<InstanceLock> lock;
-    std::vector<std::string> messages; // of repaired and finished swaps
+    std::vector<std::string> messages; // about repaired and finished swaps
     std::vector<HiddenOriginal> pendingSwaps;
 };
 
@@ -114,7 +114,7 @@ void AppModel::takeTools(Located located)
     }
     emit toolsChanged();
     if (m_rootURL)
-        rescan(); // it was opened before anything could be asked
+        rescan(); // it was opened before the tools were located
     else if (m_options.openFolder)
         open(*m_options.openFolder);
 }
@@ -124,9 +124,9 @@ void AppModel::begin(std::unique_ptr<Task> task, const Activity &activity,
 {
     m_task = std::move(task);
     connect(m_task.get(), &Task::ended, this, [this, finish = std::move(finish)] {
-        Task *ended = m_task.release(); // still emits the signal
+        Task *ended = m_task.release(); // it is still emitting the signal
         disconnect(ended, nullptr, this, nullptr);
-        ended->setParent(this); // where the event loop never runs again
+        ended->setParent(this); // deletes it where the event loop never runs again
         ended->deleteLater();
         m_pausesForSuspension = false;
         setSleepReason(std::nullopt);
@@ -165,7 +165,7 @@ void AppModel::open(const std::filesystem::path &folder)
     if (isBusy())
         return;
     m_rootURL = Files::standardized(folder);
-    m_storage.reset(); // until the scan has looked
+    m_storage.reset(); // unknown until the scan has determined it
     m_library.fill({{}, *m_rootURL});
     m_runFiles.clear();
     if (m_options.persists)

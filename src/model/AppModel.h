@@ -34,35 +34,35 @@ class FolderScan;
 class ProbeClip;
 struct ProbeOutcome;
 
-// What the model is doing. Only one thing at a time.
+// States what the model is doing. It does only one thing at a time.
 struct Activity {
     enum class Kind { scanning, sampling, probeClip, idle, converting };
     Kind kind = Kind::idle;
-    std::size_t done = 0, total = 0; // files, of a scan or of sampling
-    double progress = 0;             // 0 … 1, of a probe clip or of the file that is measured
+    std::size_t done = 0, total = 0; // files; of a scan or of sampling
+    double progress = 0;             // 0 … 1; of a probe clip or of the file that is measured
 
     bool operator==(const Activity &) const = default;
 };
 
-// The one object behind every front: it owns the library, the settings and the running task, and notifies
-// its observers of changes. It needs an event loop, but no window. Main thread only; destroying it stops
-// the task and waits for its end.
+// The one object behind every front: it owns the library, the settings and the running task, and notifies its
+// observers of changes. It needs an event loop, but no window. The destructor stops the task and waits for
+// its end. REQUIRES: the main thread.
 class AppModel : public QObject {
     Q_OBJECT
 
 public:
     struct Options {
         UserDefaults store = UserDefaults::standard();
-        std::optional<ConversionSettings> settings;          // instead of the stored ones
-        std::optional<bool> measuresQuality;                 // likewise
-        std::vector<std::filesystem::path> toolFolders;      // where ffmpeg is; the usual places where empty
-        bool persists = true;                                // settings and last folder
-        bool changesFiles = true;                            // else nothing is repaired or tidied up
-        bool servesStatusPage = false;                       // where the settings want it
-        std::optional<std::filesystem::path> openFolder;     // once the tools are located
-        bool asksAgain = false;                              // ffprobe, in every scan
-        std::optional<std::set<std::filesystem::path>> only; // relative paths that a scan takes
-        // Makes the task of a run, in place of a ConversionRun; for pictures of runs that convert nothing.
+        std::optional<ConversionSettings> settings;      // used instead of the stored ones
+        std::optional<bool> measuresQuality;             // likewise
+        std::vector<std::filesystem::path> toolFolders;  // searched for ffmpeg; the usual ones where empty
+        bool persists = true;                            // whether settings and last folder are stored
+        bool changesFiles = true;                        // otherwise nothing is repaired or tidied up
+        bool servesStatusPage = false;                   // if the settings want it
+        std::optional<std::filesystem::path> openFolder; // opened once the tools are located
+        bool asksAgain = false;                          // whether every scan runs ffprobe again
+        std::optional<std::set<std::filesystem::path>> only; // relative paths to which a scan is limited
+        // Creates the task of a run, in place of a ConversionRun; for pictures of runs that convert nothing.
         std::function<std::unique_ptr<RunTask>(RunTask::Request, Library &, RunStats &)> makeRun;
     };
 
@@ -78,99 +78,100 @@ public:
     const ConversionSettings &settings() const { return m_settings; }
     const Activity &activity() const { return m_activity; }
     bool isBusy() const { return m_activity.kind != Activity::Kind::idle; }
-    const Task *task() const { return m_task.get(); } // what runs; null while idle
+    const Task *task() const { return m_task.get(); } // the running task; null while idle
     bool isPaused() const { return m_isPaused; }
     bool isStopping() const { return m_isStopping; }                        // the task is about to end
     const std::optional<std::string> &message() const { return m_message; } // German
-    // The message reports something that went wrong or needs care.
+    // Returns whether the message reports something that went wrong or needs care.
     bool isMessageOfProblem() const { return m_isMessageOfProblem; }
     const std::optional<std::string> &scanError() const { return m_scanError; } // of the last scan; German
-    // Originals that an interrupted swap on a share has left hidden: in the open folder, and all that are
-    // known.
+    // Return the originals that an interrupted swap on a share has left hidden: those in the open folder, and
+    // all known ones.
     const std::vector<HiddenOriginal> &hiddenHere() const { return m_hiddenHere; }
     const std::vector<HiddenOriginal> &pendingSwaps() const { return m_pendingSwaps; }
     const std::optional<RunStats> &run() const { return m_run; }
     const std::optional<std::filesystem::path> lastFolder() const { return m_options.store.lastFolder(); }
-    // Another copy of the program was there when this one started, or when it last scanned.
+    // Returns whether another instance was running when this one started, or when it last scanned.
     bool otherInstanceRunning() const { return m_lock && !m_lock->isAlone(); }
-    // The addresses of the status page, while it is served; the first is the easiest to type.
+    // Returns the addresses of the status page, while it is served; the first is the easiest to type.
     std::vector<std::string> statusURLs() const;
     std::optional<std::uint16_t> statusPort() const { return m_statusService.port(); }
     const std::optional<std::string> &statusServerError() const { return m_statusService.error(); } // German
     std::chrono::steady_clock::time_point statusPageAskedAt() { return m_statusService.askedAt(); }
-    // A warning before originals are replaced there; absent where they go to a trash. German.
+    // Returns a warning before originals are replaced there; absent where they are moved to a trash. German.
     std::optional<std::string> outputWarning() const;
     const SleepInhibitor &sleepInhibitor() const { return m_sleepInhibitor; }
 
     void open(const std::filesystem::path &folder);
     void rescan();
     void recompute() { m_library.recompute(m_settings, abilities()); }
-    // Of the located ffmpeg.
+    // Returns what the located ffmpeg can do.
     Planner::Abilities abilities() const
     {
         return m_tools ? Planner::abilities(*m_tools) : Planner::Abilities();
     }
-    // Valid until the library changes.
+    // The reference is valid until the library changes.
     const Totals &totals() const { return m_library.totals(); }
     void setSettings(const ConversionSettings &settings);
-    // Whether films get a quality search, or else a fixed CRF; a run that lasts keeps what it began with.
+    // Returns whether films get a quality search, or else a fixed CRF; a run in progress keeps its choice.
     bool measuresQuality() const { return m_measuresQuality; }
     void setMeasuresQuality(bool measures);
     void clearMessage() { setMessage(std::nullopt); }
 
     void startConversion();
     void togglePause();
-    // Ends the task; what it has finished stays.
+    // Ends the task; its finished results stay.
     void stop();
 
-    // Measures so many of the files, spread evenly, or all of them; of the whole library or of the given
+    // Measures `count` of the files, spread evenly, or all of them; in the whole library or in the given
     // rows.
     void startSampling(std::optional<std::size_t> count, const std::optional<Library::Ids> &only);
-    // Of the selected file.
+    // Encodes a clip of the selected file.
     void makeProbeClip();
 
-    // Freezes and thaws the task together with the process; a conversion counts it as a pause.
+    // Freeze and thaw the task together with the process; a conversion counts it as a pause.
     void suspend();
     void resume();
 
-    // 0 … 1, of the run that lasts or was the last.
+    // Returns 0 … 1, for the current or else the last run.
     double runProgress() const;
-    // Seconds, while a run has come far enough to tell.
+    // Returns seconds, once a run has come far enough for an estimate.
     std::optional<double> runRemaining() const;
-    // When these files would be done if the run worked on nothing else.
+    // Returns when these files would be done if the run worked on nothing else.
     std::optional<std::chrono::system_clock::time_point>
     estimatedCompletion(const std::vector<FileItem *> &items) const;
-    // When the run will have done the last file below the folder, by its order; absent while it is paused,
-    // and where nothing is left to do.
+    // Returns when the run will have done the last file below the folder, by its order; absent while it is
+    // paused, and where nothing is left to do.
     std::optional<std::chrono::system_clock::time_point> completionOf(const TableNode &folder) const;
-    // The settings that the run converts the file with, else the current ones. Valid until the next change.
+    // Returns the settings that the run converts the file with, else the current ones. The reference is valid
+    // until the next change.
     const ConversionSettings &settingsOf(const FileItem &item) const
     {
         return item.shownSettings(m_settings);
     }
-    // The files that are being converted or measured now, in the order of their turns.
+    // Returns the files that are being converted or measured now, in the run's order.
     std::vector<const FileItem *> inWork() const
     {
         return m_task ? m_task->inWork() : std::vector<const FileItem *>();
     }
-    // The books of run() are of the files that the library holds now.
+    // Returns whether run() refers to the files that the library holds now.
     bool isRunOfLibrary() const { return !m_runFiles.empty(); }
 
 signals:
-    void toolsChanged();  // located, not found, or what measures
-    void folderChanged(); // the folder, or what is known of its storage
+    void toolsChanged();  // they were located or not found, or what measures has changed
+    void folderChanged(); // the folder, or what is known of its storage, has changed
     void settingsChanged();
-    void repaired(const std::string &message); // an interrupted swap; German
+    void repaired(const std::string &message); // about an interrupted swap; German
     void pendingSwapsChanged();
     void activityChanged();
     void messageChanged();
-    void runChanged(); // books, progress or pause
+    void runChanged(); // counts, progress or pause have changed
     void sampling(const kestrel::FileItem &item, double fraction);
     void sampled(const kestrel::FileItem &item);
     void samplingFailed(const kestrel::FileItem &item, const std::string &text);
     void clipMade(const std::filesystem::path &clip);
     void clipFailed();          // the message says why
-    void statusServerChanged(); // addresses or error
+    void statusServerChanged(); // addresses or error have changed
     void badgeChanged(const std::optional<std::string> &text);
     void attentionRequested();
 
@@ -179,7 +180,7 @@ private:
 
     void loadTools();
     void takeTools(Located located);
-    // Starts a task; `finish` runs when it has ended and nothing is in work any more.
+    // Starts a task; `finish` is called when it has ended and nothing is in work any more.
     void begin(std::unique_ptr<Task> task, const Activity &activity, std::optional<std::string> sleepReason,
                std::function<void(Task &)> finish);
     void connectScan(FolderScan &scan);
@@ -215,18 +216,18 @@ private:
     std::optional<std::string> m_scanError;
     std::vector<HiddenOriginal> m_hiddenHere, m_pendingSwaps;
     std::optional<RunStats> m_run;
-    std::vector<FileItem *> m_runFiles; // of m_run, in its order; empty where the library has others
+    std::vector<FileItem *> m_runFiles; // those of m_run, in its order; empty where the library has others
     struct Completions {
         std::unordered_map<const TableNode *, std::chrono::system_clock::time_point> ends;
         std::chrono::steady_clock::time_point goodUntil{};
     };
-    mutable Completions m_completions; // of the folders
+    mutable Completions m_completions; // keyed by folder
     std::optional<std::string> m_sleepReason;
     std::optional<std::string> m_badge;
     std::unique_ptr<InstanceLock> m_lock;
     SleepInhibitor m_sleepInhibitor;
 
-    // Last: what their threads use outlives them.
+    // They are last, so that what their threads use outlives them.
     std::unique_ptr<Task> m_task;
     Mailbox m_mailbox;
     std::jthread m_locator;

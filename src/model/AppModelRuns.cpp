@@ -1,4 +1,4 @@
-// The tasks that a user starts, and how their progress and end are reported.
+// This file starts the user's tasks and reports their progress and end.
 
 #include <utility>
 
@@ -184,7 +184,7 @@ std::optional<std::chrono::system_clock::time_point> AppModel::completionOf(cons
     if (m_activity.kind != Activity::Kind::converting || m_isPaused || m_isStopping)
         return std::nullopt;
     const auto now = std::chrono::steady_clock::now();
-    if (now >= m_completions.goodUntil) { // every folder is asked for
+    if (now >= m_completions.goodUntil) { // each folder calls this
         m_completions = {{}, now + std::chrono::seconds(1)};
         const double rate = m_run->rate(inWork());
         double left = 0; // weight

@@ -10,12 +10,12 @@
 
 namespace kestrel {
 
-// What the sound of the probed files says about the audio settings. Pure; a few milliseconds for ten
-// thousand files.
+// Counts what matters to the audio settings in the sound of the probed files. Pure; takes a few milliseconds
+// for ten thousand files.
 struct AudioFacts {
-    // By canonical code, without the unknown one. A file counts once for each of its languages.
+    // Keyed by canonical code, without the unknown one. A file counts once for each of its languages.
     std::map<std::string, std::size_t, std::less<>> filesByLanguage;
-    // Files that have nothing in the chosen languages, but tracks that state no language.
+    // Counts files that have nothing in the chosen languages, but tracks that state no language.
     std::size_t undecidedFiles = 0;
     std::size_t losslessTracks = 0;
 

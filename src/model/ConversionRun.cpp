@@ -67,14 +67,14 @@ void ConversionRun::startNext()
         job.worker = std::jthread([this, item, &work](const std::stop_token &stop) {
             m_mailbox.post([this, item, outcome = convert(work, item, stop)] { finish(*item, outcome); });
         });
-    } catch (const std::system_error &error) { // no more threads
+    } catch (const std::system_error &error) { // the system has no more threads
         m_mailbox.post([this, item, text = ErrorText::describe(error)] {
             finish(*item, {std::nullopt, Status::Failed{text}});
         });
     }
 }
 
-// On the file's own thread.
+// Runs on the file's own thread.
 ConversionRun::Outcome ConversionRun::convert(FileConversion &conversion, FileItem *item,
                                               const std::stop_token &stop)
 {
@@ -134,7 +134,7 @@ void ConversionRun::apply(const std::map<FileItem *, Progress> &reports)
 
 void ConversionRun::finish(FileItem &item, const Outcome &outcome)
 {
-    apply(m_outbox.take()); // what it has reported comes before its end
+    apply(m_outbox.take()); // progress must be booked before the end
     m_jobs.erase(&item);
     if (outcome.result) {
         book(item, *outcome.result);
@@ -180,7 +180,7 @@ void ConversionRun::book(FileItem &item, const FileConversion::Result &result)
     emit booked();
 }
 
-// What the run did not get to is as it was before.
+// Resets a file that the run has not finished to its state before the run.
 void ConversionRun::release(FileItem &item)
 {
     m_library.change(item, [](FileItem &file) {
@@ -216,7 +216,7 @@ void ConversionRun::stop()
     m_isStopped = true;
     m_isPaused = false;
     requestStop();
-    fillSlots(); // ends at once where nothing is in work
+    fillSlots(); // ends the run at once where nothing is in work
 }
 
 void ConversionRun::requestStop()

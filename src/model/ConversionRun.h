@@ -19,13 +19,13 @@
 
 namespace kestrel {
 
-// Converts files side by side. Works with a snapshot of the settings, and with plans of its own of its
-// files. After a stop, files in work end as idle, and the others are not started.
+// Converts files in parallel, with a snapshot of the settings and with its own plans of its files. After a
+// stop, files in work become idle, and the others are not started.
 class ConversionRun : public RunTask {
     Q_OBJECT
 
 public:
-    // `library` holds the files, `stats` are the books; both outlive the run.
+    // `library` holds the files, `stats` counts their results. REQUIRES: both outlive the run.
     ConversionRun(Request request, Library &library, RunStats &stats);
     ~ConversionRun() override;
 
@@ -40,10 +40,10 @@ private:
         double fps = 0;
     };
     struct Outcome {
-        std::optional<FileConversion::Result> result; // else failed, or cancelled where the text is missing
+        std::optional<FileConversion::Result> result; // else failed, or cancelled where both are absent
         std::optional<Status::Failed> failure;
     };
-    // A file in work; the thread is last, so that what it uses outlives it.
+    // Holds a file in work; the thread is last, so that what it uses outlives it.
     struct Job {
         std::size_t number; // in the run's order
         FileItem &item;
@@ -64,7 +64,7 @@ private:
     void requestStop();
 
     const Request m_request;
-    const std::shared_ptr<const ConversionSettings> m_settings; // the request's, for the files' plans
+    const std::shared_ptr<const ConversionSettings> m_settings; // the request's, shared by the files' plans
     Library &m_library;
     RunStats &m_stats;
     std::size_t m_next = 0;
@@ -73,7 +73,7 @@ private:
     bool m_hasEnded = false;
     Mailbox m_mailbox;
     Outbox<FileItem *, Progress> m_outbox;
-    std::map<FileItem *, Job> m_jobs; // last: what their threads use outlives them
+    std::map<FileItem *, Job> m_jobs; // last, so that what their threads use outlives them
 };
 
 } // namespace kestrel

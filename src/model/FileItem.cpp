@@ -19,7 +19,7 @@ struct ProbeReason {
     std::string_view text, german;
 };
 
-// What ffprobe says about most files that it cannot read.
+// ffprobe reports one of these for most files that it cannot read.
 constexpr std::array<ProbeReason, 5> probeReasons{{
     {"Invalid data found when processing input", "kein Video oder unvollständig"},
     {"End of file", "bricht gleich am Anfang ab"},
@@ -93,7 +93,7 @@ const SampleResult *FileItem::sample(const std::string &videoKey) const
     return found != samples.end() ? &found->second : nullptr;
 }
 
-// Of several lines the last says most; before its reason stands the path, which is shown anyway.
+// Of several lines the last is the most specific; its reason follows the path, which is shown anyway.
 std::string_view FileItem::probeReason() const
 {
     std::string_view error = probeError ? Text::trimmed(*probeError) : std::string_view();

@@ -19,8 +19,8 @@ namespace kestrel {
 
 struct TableNode;
 
-// One file of the library. Views hold it as const, and Library notifies them of changes; only the model
-// writes, through Library. Main thread only.
+// Describes one file of the library. Views hold it as const, and Library notifies them of changes; only the
+// model writes to it, through Library. REQUIRES: the main thread.
 struct FileItem {
     FileItem(const std::filesystem::path &file, const std::filesystem::path &root);
 
@@ -28,8 +28,8 @@ struct FileItem {
     FilePath url;          // where the file is now
     FilePath relativePath; // below the opened folder, for display
     std::optional<MediaInfo> info;
-    std::optional<std::string> probeError;       // why there is no info
-    bool mayBeIncomplete = false;                // changed so recently that it may still be growing
+    std::optional<std::string> probeError;       // reason for missing info
+    bool mayBeIncomplete = false;                // it changed so recently that it may still be growing
     bool included = true;                        // the user's check mark
     std::optional<Plan> plan;                    // for the current settings
     std::optional<SizeEstimate> estimate;        // likewise
@@ -37,21 +37,22 @@ struct FileItem {
     bool isSampling = false;
     double samplingFraction = 0; // 0 … 1
     JobStatus status = Status::Idle{};
-    std::optional<std::filesystem::path> resultURL; // where the converted file is, once it is done
+    std::optional<std::filesystem::path> resultURL; // path of the converted file, once it is done
     double fps = 0;                                 // of the encoder, while running
-    // What the run does with the file, with the run's settings; present while the file waits or is in work.
+    // Holds what the run does with the file, with the run's settings; present while the file waits or is in
+    // work.
     struct RunPlan {
         std::shared_ptr<const ConversionSettings> settings;
         PlannedFile planned;
     };
     std::optional<RunPlan> inRun;
-    // Whether the run that is under way, or else the last one, has taken the file; absent before the first.
+    // Whether the current run, or else the last one, includes the file; absent before the first.
     std::optional<bool> isOfRun;
-    std::optional<VideoText> converted; // what the picture was and is, once the file is done
+    std::optional<VideoText> converted; // the picture before and after, once the file is done
     TableNode *row = nullptr;           // in the table that shows it
     bool needsPlan = true;              // info or samples are newer than plan and estimate; kept by Library
 
-    std::string name() const;             // of the file, byte for byte
+    std::string name() const;             // of the file, as its exact bytes
     std::filesystem::path folder() const; // part of relativePath, empty directly below the root
     std::int64_t sizeValue() const { return info ? info->fileSize : 0; }
     double durationValue() const { return info ? info->playTime() : 0; }
@@ -60,31 +61,32 @@ struct FileItem {
     bool hasOutcome() const { return isFinished() || is<Status::NoSavings>(status); }
     bool isCounted() const { return included && info && !mayBeIncomplete; }
     bool isActionable() const { return isCounted() && plan && !plan->isNoop && !isFinished(); }
-    // What is shown of a file: in a run that run's, else what the current settings ask for. Null where
-    // nothing is known.
+    // Return what is shown of a file: in a run, that run's; otherwise what the current settings ask for. Null
+    // where nothing is known.
     const Plan *shownPlan() const;
     const SizeEstimate *shownEstimate() const;
     const ConversionSettings &shownSettings(const ConversionSettings &current) const
     {
         return inRun ? *inRun->settings : current;
     }
-    // The same two for sums: what a run has taken does not depend on settings and check mark.
+    // The same two for sums: what a run includes does not depend on settings and check mark.
     bool entersSums() const { return inRun || isCounted(); }
     bool willBeConverted() const { return inRun ? !inRun->planned.plan.isNoop : isActionable(); }
-    // Whether there is anything to choose, and with it a check mark: the file is not known to be unreadable,
-    // done, or without anything to do.
+    // Returns whether there is anything to choose, and with it a check mark: the file is not known to be
+    // unreadable, done, or without anything to do.
     bool isChoosable() const;
-    // Bytes before and after the run: the result's where the file is done, else what is expected or kept.
+    // Return bytes before and after the run: the result's where the file is done, else what is expected or
+    // kept.
     std::int64_t bytesBefore() const;
     double bytesAfter() const;
     double runFraction() const; // 0 … 1
     const SampleResult *sample(const std::string &videoKey) const;
 
-    // The part of ffprobe's text that says most, on one line.
+    // Returns the most specific part of ffprobe's text, on one line.
     std::string shortProbeError() const;
-    // The same in German, where it is one of the usual reasons.
+    // Returns the same in German, where it is one of the usual reasons.
     std::optional<std::string> knownProbeError() const;
-    // All of the text below a sentence of our own.
+    // Returns the whole text below a sentence of our own.
     std::string explainedProbeError() const;
 
 private:

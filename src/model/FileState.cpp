@@ -15,8 +15,8 @@ namespace {
 
 using Kind = FileState::Kind;
 
-// `word` is the window's; `page` and `line` are those of the status page and of a list of events where they
-// have a shorter one of their own.
+// `word` is the window's; `page` and `line` are the shorter ones, if any, of the status page and of a list of
+// events.
 struct KindRow {
     Kind kind;
     std::string_view id, word, page = {}, line = {}, help = {};

@@ -9,8 +9,8 @@
 
 namespace kestrel {
 
-// What a file is doing, what has become of it, or what it waits for. Every front shows a file through this;
-// it adds an icon and a colour by the kind. All words are German.
+// Describes what a file is doing, how it ended, or what it waits for. Every front shows a file through this,
+// and adds an icon and a colour by the kind. All words are German.
 struct FileState {
     enum class Kind {
         notProbed,
@@ -31,16 +31,16 @@ struct FileState {
     };
 
     Kind kind = Kind::notProbed;
-    std::optional<double> fraction;     // 0 … 1, of what moves
+    std::optional<double> fraction;     // 0 … 1; for states that progress
     double fps = 0;                     // running: of the encoder; 0 until it is known
     std::int64_t before = 0, after = 0; // bytes; done and noSavings
-    // unreadable, leftAlone, failed and a measured noSavings: why; done: what else is to be known. May hold
-    // the words of a program, with line breaks and broken bytes.
+    // For unreadable, leftAlone, failed and a measured noSavings, the reason; for done, what else should be
+    // known. May contain a program's text, with line breaks and broken bytes.
     std::string reason;
-    std::string explanation;    // unreadable and failed: the whole text, in the same way
-    bool isSearch = false;      // analyzing: it searches for the quality, else it measures once
-    std::optional<int> quality; // running: the CRF that a search has found,
-    std::optional<double> vmaf; // and its mean score
+    std::string explanation;    // for unreadable and failed: the whole text, likewise unprocessed
+    bool isSearch = false;      // analyzing: whether it searches for the quality, or measures once
+    std::optional<int> quality; // running: the CRF that a search has found
+    std::optional<double> vmaf; // running: its mean score
 
     static FileState of(const FileItem &item);
 
@@ -50,18 +50,19 @@ struct FileState {
     }
     bool hasEnded() const { return kind == Kind::done || kind == Kind::noSavings || kind == Kind::failed; }
 
-    // In a table's cell: two lines at most, shorter where there is no room, and an explanation.
+    // Return the texts of a table's cell: at most two lines, a shorter one where room is lacking, and an
+    // explanation.
     std::string title() const;
     std::string detail() const;
     std::string briefTitle() const; // empty: as title()
     std::string help() const;
-    // All of it in one sentence.
+    // Returns all of it in one sentence.
     std::string sentence() const;
-    // For somebody who reads along what happens to many files.
+    // Returns it for a list of events of many files.
     std::string line() const;
-    // In a list of what runs and of what has ended.
+    // Returns it for a list of files in work and ended.
     std::string brief() const;
-    // The word for --json.
+    // Returns the word for --json.
     std::string_view id() const;
 
 private:

@@ -22,7 +22,8 @@ namespace {
 
 constexpr std::size_t probesAtOnce = 8;
 
-// What a stored answer depends on: what ffprobe says of itself and its libraries, and what we add to it.
+// Returns what a stored answer depends on: the version of ffprobe and its libraries, and that of our
+// supplement.
 std::string versionOf(const Tools &tools, const std::stop_token &stop)
 {
     const std::string answer = tools.probeVersion(stop);
@@ -55,14 +56,14 @@ void FolderScan::start()
             std::optional<std::string> failure;
             try {
                 work(stop);
-            } catch (const Cancelled &) { // NOLINT(bugprone-empty-catch): who stopped it knows
+            } catch (const Cancelled &) { // NOLINT(bugprone-empty-catch): the caller of stop() knows
             } catch (const std::exception &error) {
                 failure = ErrorText::describe(error);
                 Log::write("Analyse abgebrochen: " + *failure);
             }
             end(failure);
         });
-    } catch (const std::system_error &error) { // no more threads
+    } catch (const std::system_error &error) { // the system has no more threads
         end(ErrorText::describe(error));
     }
 }
@@ -89,7 +90,7 @@ void FolderScan::work(const std::stop_token &stop)
     reportHidden(setAside, isAlone);
 }
 
-// A swap of another computer's that was under way when the folder was searched has ended by now.
+// Another computer's swap that was under way during the search has ended by now.
 void FolderScan::reportHidden(FileList met, bool isAlone)
 {
     std::erase_if(met, [](const auto &hidden) { return !Files::exists(hidden); });
@@ -98,7 +99,7 @@ void FolderScan::reportHidden(FileList met, bool isAlone)
         [this, here, everywhere = isAlone ? pendingSwaps(met) : here] { emit metHidden(here, everywhere); });
 }
 
-// Another instance's work in progress looks like something left behind. False when there is one.
+// Another instance's work in progress looks like leftovers, so this returns false when there is one.
 bool FolderScan::repair(const std::stop_token &stop)
 {
     if (m_request.lock == nullptr || !m_request.lock->becomeAlone())
@@ -111,7 +112,7 @@ bool FolderScan::repair(const std::stop_token &stop)
     report(SwapJournal::recover(stop));
     report(UnfinishedSwaps::finish(m_request.tools.ffprobe, stop));
 
-    // Another instance that starts does not have to wait while a large folder is searched.
+    // Another instance that starts must not wait while a large folder is searched.
     m_request.lock->share();
     std::vector<std::filesystem::path> leftovers;
     for (const auto &place : {m_request.root, ConversionJob::outputRoot(m_request.root)})
@@ -136,7 +137,7 @@ void FolderScan::probeAll(const FileList &files, const std::stop_token &stop)
         workers.emplace_back(probeSome);
 }
 
-// Absent when it was stopped.
+// Returns nothing when it was stopped.
 std::optional<ProbeOutcome> FolderScan::probe(const std::filesystem::path &file, ProbeStore &store,
                                               const std::stop_token &stop) const
 {
@@ -168,7 +169,7 @@ std::optional<MediaInfo> FolderScan::remembered(const std::filesystem::path &fil
     try {
         if (const auto answer = store.find(file, attributes))
             return Prober::read(*answer, file, attributes);
-    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): a damaged answer is none
+    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): a damaged answer counts as missing
     }
     return std::nullopt;
 }

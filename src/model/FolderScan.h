@@ -23,14 +23,14 @@
 
 namespace kestrel {
 
-// What came out of probing one file.
+// Holds the result of probing one file.
 struct ProbeOutcome {
     std::optional<MediaInfo> info;
     std::optional<std::string> error;
 };
 
-// Searches a folder for videos and probes them, at most eight at a time; files that ffprobe has answered
-// for before are not asked about again.
+// Searches a folder for videos and probes them, at most eight at a time; stored answers of ffprobe are used
+// again.
 class FolderScan : public Task {
     Q_OBJECT
 
@@ -38,10 +38,10 @@ public:
     struct Request {
         std::filesystem::path root;
         Tools tools;
-        // While it is alone, what interrupted runs left is repaired; never without it.
+        // While it is alone, leftovers of interrupted runs are repaired; without a lock, never.
         InstanceLock *lock = nullptr;
-        bool asksAgain = false;                              // ffprobe in any case
-        std::optional<std::set<std::filesystem::path>> only; // relative paths; everything where absent
+        bool asksAgain = false;                              // whether ffprobe runs in any case
+        std::optional<std::set<std::filesystem::path>> only; // relative paths; all files where absent
     };
 
     explicit FolderScan(Request request);
@@ -51,18 +51,18 @@ public:
     void stop() override;
     void setFrozen(bool) override {} // the processes that it starts end within moments
     bool wasStopped() const { return m_worker.get_stop_token().stop_requested(); }
-    // Why the scan failed as a whole; German.
+    // Returns why the scan failed as a whole; German.
     const std::optional<std::string> &error() const { return m_error; }
 
 signals:
     void located(const kestrel::StorageLocation &storage);
-    // Once, unless stopped before. The contents are the receiver's.
+    // Emitted once, unless stopped before. The receiver owns the contents.
     void listed(const std::shared_ptr<kestrel::Library::Contents> &contents);
     void repaired(const std::string &message);
     void probed(std::size_t index, const kestrel::ProbeOutcome &outcome);
-    void progressed(std::size_t done); // after one or several were probed
-    // Originals that swaps left hidden: in this folder, and whichever else the journal knows of (none of
-    // these while another instance may be in the middle of a swap).
+    void progressed(std::size_t done); // emitted after one or several were probed
+    // Reports originals that swaps left hidden: in this folder, and all others that the journal knows of
+    // (none of these while another instance may be in the middle of a swap).
     void metHidden(const std::vector<kestrel::HiddenOriginal> &here,
                    const std::vector<kestrel::HiddenOriginal> &everywhere);
 
@@ -84,7 +84,7 @@ private:
     std::optional<std::string> m_error;
     Mailbox m_mailbox;
     Outbox<std::size_t, ProbeOutcome> m_outbox;
-    std::jthread m_worker; // last: what it uses outlives it
+    std::jthread m_worker; // last, so that what it uses outlives it
 };
 
 } // namespace kestrel

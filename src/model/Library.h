@@ -16,8 +16,8 @@
 
 namespace kestrel {
 
-// The files below the opened folder, and the table that shows them. Items and rows keep their address
-// until fill(). Main thread only.
+// Holds the files below the opened folder, and the rows of the table that shows them. Items and rows keep
+// their address until fill(). REQUIRES: the main thread.
 class Library : public QObject {
     Q_OBJECT
 
@@ -25,8 +25,8 @@ public:
     using Items = std::vector<std::unique_ptr<FileItem>>;
     using Ids = std::set<std::filesystem::path>;
 
-    // One new item for each file, in this order, and the rows for them. Preparing it takes a while, and may
-    // be done on any thread.
+    // Holds one new item for each file, in this order, and their rows. Its construction takes a while, and
+    // may run on any thread.
     struct Contents {
         Contents(const std::vector<std::filesystem::path> &files, const std::filesystem::path &root);
 
@@ -36,19 +36,19 @@ public:
         Ids folders;
     };
 
-    // Replaces everything; all folders are expanded.
+    // Replaces everything and expands all folders.
     void fill(Contents contents);
 
     const Items &items() const { return m_contents.items; }
     FileItem *find(const std::filesystem::path &id) const;
     const TableNode &root() const { return *m_contents.rows; }
-    // In the order in which the table shows them, expanded or not.
+    // Returns the files in the order in which the table shows them, expanded or not.
     std::vector<FileItem *> filesInTableOrder() const { return m_contents.rows->folderItems(); }
-    // The given files, and all files below the given folders.
+    // Returns the given files, and all files below the given folders.
     Ids fileIds(const Ids &rows) const;
 
-    // The only ways to write to an item; each notifies the observers. Info, samples and a run's plan, which
-    // plans and sums depend on, have functions of their own.
+    // These are the only ways to write to an item; each notifies the observers. Info, samples and a run's
+    // plan, on which plans and sums depend, have functions of their own.
     template <typename Edit>
     void change(FileItem &item, Edit edit)
     {
@@ -62,15 +62,16 @@ public:
     void setSample(FileItem &item, const std::string &videoKey, SampleResult sample);
     void setRunPlan(FileItem &item, FileItem::RunPlan plan);
 
-    // These files, and no others, are of the run that begins.
+    // Marks these files, and no others, as those of the run that begins.
     void setRunFiles(const std::vector<FileItem *> &files);
 
-    // Sets the check mark of files and of all files below folders; without a value each is flipped.
+    // Sets the check mark of files and of all files below folders; without a value each is toggled.
     void setIncluded(const Ids &rows, std::optional<bool> value);
 
-    // Plans and estimates every probed item; what is known already is not computed again.
+    // Plans and estimates every probed item; only what has new inputs is computed again.
     void recompute(const ConversionSettings &settings, const Planner::Abilities &abilities = {});
-    // With the settings of the last recompute(); valid until the next change.
+    // Returns the totals for the settings of the last recompute(). The reference is valid until the next
+    // change.
     const Totals &totals() const;
 
     const SortOrder &sortOrder() const { return m_sortOrder; }
@@ -79,18 +80,18 @@ public:
     const Ids &expandedFolders() const { return m_expandedFolders; }
     Ids closedFolders() const;
     void toggleFolder(const std::filesystem::path &folder);
-    // Opens these folders, too.
+    // Expands these folders in addition.
     void expand(const Ids &folders);
-    // Opens all folders but these.
+    // Expands all folders but these.
     void expandAllBut(const Ids &folders);
     void expandAll(bool isExpanded);
 
     const Ids &selection() const { return m_selection; }
     void setSelection(Ids rows);
-    // The one selected file; absent when none, several or a folder is selected.
+    // Returns the one selected file; absent when none, several or a folder is selected.
     FileItem *selectedItem() const;
 
-    // The file whose details are open.
+    // Returns the file whose details are open.
     FileItem *detailItem() const { return m_detailItem; }
     void setDetailItem(FileItem *item);
 
@@ -98,7 +99,7 @@ signals:
     void aboutToBeFilled(); // all items and rows are about to be destroyed
     void filled();
     void itemChanged(const kestrel::FileItem &item);
-    void recomputed(); // plans, estimates, sums, and the rows' order where it depends on them
+    void recomputed(); // plans, estimates, sums, and the rows' order where it depends on them, were computed
     void aboutToBeSorted();
     void sorted();
     void expansionChanged();
@@ -118,11 +119,11 @@ private:
     Ids m_expandedFolders, m_selection;
     FileItem *m_detailItem = nullptr;
 
-    // What all items were last planned with.
+    // All items were last planned with these inputs.
     std::optional<ConversionSettings> m_settings;
     Planner::Abilities m_abilities;
     Factors m_factors;
-    mutable std::optional<Totals> m_totals; // as long as they hold
+    mutable std::optional<Totals> m_totals; // absent while they are outdated
 };
 
 } // namespace kestrel

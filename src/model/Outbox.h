@@ -11,15 +11,15 @@
 
 namespace kestrel {
 
-// Brings what workers report to the main thread, where `deliver` gets it in one piece: of each key only the
-// latest, and no more than twenty times a second, however much they report. The workers must have ended
-// before the outbox is destroyed; what is not delivered by then is dropped.
+// Delivers workers' reports to the main thread, where `deliver` gets them in batches: only the latest of each
+// key, and at most twenty batches a second, however much is reported. Drops what is not delivered at its
+// destruction. REQUIRES: the workers have ended before that.
 template <typename Key, typename Report>
 class Outbox {
 public:
     using Reports = std::map<Key, Report>;
 
-    // On the main thread.
+    // REQUIRES: the main thread.
     template <typename Deliver>
     explicit Outbox(Deliver deliver)
     {
@@ -28,7 +28,7 @@ public:
         QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this, deliver] { deliver(take()); });
     }
 
-    // From any thread.
+    // May be called from any thread.
     void post(const Key &key, Report report)
     {
         const std::scoped_lock guard(m_lock);
@@ -39,14 +39,14 @@ public:
         m_mailbox.post([this] { m_timer.start(); });
     }
 
-    // On the main thread: what this key has reported until now is overtaken by something else.
+    // Drops what this key has reported so far. REQUIRES: the main thread.
     void discard(const Key &key)
     {
         const std::scoped_lock guard(m_lock);
         m_reports.erase(key);
     }
 
-    // On the main thread: everything that has not been delivered.
+    // Returns everything that has not been delivered. REQUIRES: the main thread.
     Reports take()
     {
         const std::scoped_lock guard(m_lock);

@@ -46,7 +46,7 @@ void ProbeClip::stop()
 
 fs::path ProbeClip::folder()
 {
-    // A Mac shows the folder under another name than it has on the disk.
+    // macOS shows the folder under another name than it has on the disk.
     return Paths::home() / Wording::text(Words::clipFolder, Desktop::freedesktop);
 }
 
@@ -60,7 +60,7 @@ std::string ProbeClip::nameFor(const fs::path &file, const ConversionSettings &s
 
 Segment ProbeClip::segmentOf(double duration)
 {
-    if (!(duration > 0)) // unknown
+    if (!(duration > 0)) // the duration is unknown
         return {0, longest};
     const double length = std::min(duration, longest);
     return {std::max(0.0, std::min(duration * usualStart, duration - length)), length};
@@ -84,12 +84,12 @@ void ProbeClip::start()
                 fail(error);
             }
         });
-    } catch (const std::system_error &error) { // no more threads
+    } catch (const std::system_error &error) { // the system has no more threads
         fail(error);
     }
 }
 
-// Under a hidden name first: a clip of the same name from before is not lost to a failure.
+// Writes under a hidden name first, so that a failure does not cost an earlier clip of the same name.
 void ProbeClip::make(const std::stop_token &stop)
 {
     fs::create_directories(folder());
@@ -98,7 +98,7 @@ void ProbeClip::make(const std::stop_token &stop)
     const WorkFile work(folder(), clip.stem().native(),
                         WorkNames::temporarySuffix(fileExtension(m_request.settings.container)),
                         WorkFile::Sharing::everywhere);
-    bool isMoved = false; // then its work name may belong to another file
+    bool isMoved = false; // the work name may then belong to another file
     const auto tidy = onExit([&] {
         std::error_code ignored;
         if (!isMoved)

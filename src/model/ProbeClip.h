@@ -36,14 +36,14 @@ public:
     void start() override;
     void stop() override;
     void setFrozen(bool isFrozen) override { isFrozen ? m_ffmpeg.suspend() : m_ffmpeg.resume(); }
-    // At the end: where the clip is, or why there is none (German); neither where it was stopped.
+    // At the end: the clip's path, or why there is none (German); both absent where it was stopped.
     const std::optional<std::filesystem::path> &clip() const { return m_clip; }
     const std::optional<std::string> &failure() const { return m_failure; }
 
-    // Where clips are written.
+    // Returns the folder in which clips are written.
     static std::filesystem::path folder();
     static std::string nameFor(const std::filesystem::path &file, const ConversionSettings &settings);
-    // At most a minute from the middle-to-late part of a film; a short one whole. Seconds.
+    // Returns at most a minute from the middle-to-late part of a film; a short film as a whole. In seconds.
     static Segment segmentOf(double duration);
 
 signals:
@@ -59,7 +59,7 @@ private:
     CurrentRunner m_ffmpeg;
     Mailbox m_mailbox;
     Outbox<int, double> m_outbox;
-    std::jthread m_worker; // last: what it uses outlives it
+    std::jthread m_worker; // last, so that what it uses outlives it
 };
 
 } // namespace kestrel

@@ -14,7 +14,7 @@
 
 namespace kestrel {
 
-// The books of one conversion run; they outlive it. Progress is counted in weights, which are the
+// Counts the results of one conversion run, and outlives it. Progress is counted in weights, which are the
 // estimated seconds of encoding. FileItem::id identifies a file.
 //
 // Times are monotonic: they are unaffected by wall-clock changes, and do not count a computer's sleep.
@@ -25,22 +25,22 @@ struct RunStats {
     Clock::time_point started{};
     std::optional<Clock::time_point> finished;
     std::size_t total = 0;
-    std::vector<FilePath> order;                     // as they are started
-    std::vector<FilePath> finishedOrder;             // as they ended
+    std::vector<FilePath> order;                     // in the order of starting
+    std::vector<FilePath> finishedOrder;             // in the order of ending
     std::unordered_map<std::string, double> weights; // at least 1 each; by the path's bytes
     double totalWeight = 0;                          // the sum of all weights
     double doneWeight = 0;
     std::int64_t bytesBefore = 0, bytesAfter = 0; // of the converted files
     std::size_t converted = 0, noSavings = 0, failed = 0;
-    double resumedWeight = 0; // of files that were found converted already
+    double resumedWeight = 0; // of files that were found to be converted already
     std::chrono::duration<double> pausedTotal{0};
     std::optional<Clock::time_point> pauseStarted;
-    double usualRate = 1; // weight per second that is assumed until the run's own is known
+    double usualRate = 1; // weight per second that is assumed until the run's own rate is known
 
-    // The books of a run with these settings that begins now.
+    // Returns the stats of a run with these settings that begins now.
     static RunStats of(const std::vector<FileItem *> &files, const ConversionSettings &settings);
 
-    // A pause; further calls in the same state change nothing.
+    // Begin and end a pause; further calls in the same state change nothing.
     void pause(Clock::time_point now = Clock::now());
     void resume(Clock::time_point now = Clock::now());
 
@@ -50,24 +50,24 @@ struct RunStats {
     double activeSeconds(Clock::time_point now = Clock::now()) const;
     void finish(const FilePath &id, const std::optional<ConversionOutcome> &outcome);
 
-    // 0 … 1; `inWork` are the files that are being worked on now.
+    // Returns 0 … 1; `inWork` are the files that are being worked on now.
     double progress(const std::vector<const FileItem *> &inWork) const;
-    // Seconds; absent after the end, and until the run has come far enough to tell.
+    // Returns seconds; absent after the end, and until the run has come far enough for an estimate.
     std::optional<double> remaining(const std::vector<const FileItem *> &inWork) const;
-    // Weight per second: the run's own rate, or the usual one until it is known. Never 0.
+    // Returns weight per second: the run's own rate, or the usual one until it is known. Never 0.
     double rate(const std::vector<const FileItem *> &inWork) const;
-    // How long the run needs for what is left of these files.
+    // Returns how long the run needs for the rest of these files.
     std::chrono::seconds secondsFor(const std::vector<FileItem *> &items,
                                     const std::vector<const FileItem *> &inWork) const;
 
-    // German, for the user.
+    // These texts are German, for the user.
     std::string finishedText() const;
     std::optional<std::string> soFarText() const;
     std::optional<std::string> savedText() const; // soFarText() without its first word
 
 private:
     struct Work {
-        double total = 0, done = 0; // weights, without the files that were found converted
+        double total = 0, done = 0; // weights, without those of files that were found to be converted already
     };
     std::optional<Work> work(const std::vector<const FileItem *> &inWork) const;
 };

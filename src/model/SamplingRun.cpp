@@ -68,7 +68,7 @@ void SamplingRun::next()
 {
     while (!m_isStopped && m_done < m_request.files.size()) {
         FileItem &item = *m_request.files[m_done];
-        if (!item.info || !item.plan) { // lost meanwhile
+        if (!item.info || !item.plan) { // it was reset meanwhile
             ++m_done;
             continue;
         }
@@ -83,7 +83,7 @@ void SamplingRun::next()
             m_worker = std::jthread([this, post, &item, info = *item.info](const std::stop_token &stop) {
                 post(measure(&item, info, stop));
             });
-        } catch (const std::system_error &error) { // no more threads
+        } catch (const std::system_error &error) { // the system has no more threads
             post({std::nullopt, ErrorText::describe(error)});
         }
         return;
@@ -91,12 +91,12 @@ void SamplingRun::next()
     emit ended();
 }
 
-// On the worker's thread.
+// Runs on the worker's thread.
 SamplingRun::Outcome SamplingRun::measure(const FileItem *item, const MediaInfo &info,
                                           const std::stop_token &stop)
 {
     try {
-        // The item's own plan may be of other settings by now.
+        // The item's own plan may belong to other settings by now.
         const Plan plan =
             PlannedFile::of(info, m_request.settings, {.abilities = Planner::abilities(m_request.tools)})
                 .plan;

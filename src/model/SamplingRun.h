@@ -14,7 +14,7 @@
 
 namespace kestrel {
 
-// Measures files one after another and stores what was found. Works with a snapshot of the settings.
+// Measures files one after another and stores the results. It uses a snapshot of the settings.
 class SamplingRun : public Task {
     Q_OBJECT
 
@@ -25,14 +25,14 @@ public:
         Tools tools;
     };
 
-    // So many of the files that are worth measuring, spread evenly over the table, or all of them; of the
-    // whole library or of the given rows. Not those that have been measured with these settings as well as
-    // it can be done now.
+    // Returns `count` of the files that are worth measuring, spread evenly over the table, or all of them; of
+    // the whole library or of the given rows. Leaves out files that already have the best measurement
+    // possible now with these settings.
     static std::vector<FileItem *> choose(const Library &library, const ConversionSettings &settings,
                                           Measuring measuring, std::optional<std::size_t> count,
                                           const std::optional<Library::Ids> &only);
 
-    // `library` holds the files and outlives the run.
+    // `library` holds the files. REQUIRES: it outlives the run.
     SamplingRun(Request request, Library &library);
     ~SamplingRun() override;
 
@@ -42,13 +42,13 @@ public:
     std::vector<const FileItem *> inWork() const override;
 
 signals:
-    void measuring(const kestrel::FileItem &item, double fraction); // about twenty times a second
+    void measuring(const kestrel::FileItem &item, double fraction); // emitted about twenty times a second
     void measured(const kestrel::FileItem &item, std::size_t done);
     void failed(const kestrel::FileItem &item, const std::string &text);
 
 private:
     struct Outcome {
-        std::optional<SampleResult> result; // else failed, or cancelled where the text is missing
+        std::optional<SampleResult> result; // else failed, or cancelled where both are absent
         std::string failure;
     };
 
@@ -63,7 +63,7 @@ private:
     CurrentRunner m_ffmpeg;
     Mailbox m_mailbox;
     Outbox<const FileItem *, double> m_outbox;
-    std::jthread m_worker; // last: what it uses outlives it
+    std::jthread m_worker; // last, so that what it uses outlives it
 };
 
 } // namespace kestrel

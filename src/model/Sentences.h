@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-// What the model reports and a front repeats in its own place; German.
+// Holds sentences of the model that a front repeats elsewhere; German.
 namespace kestrel::Sentences {
 
 inline constexpr std::string_view searching = "Suche Videodateien …";

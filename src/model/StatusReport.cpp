@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t mostRecent = 8;
 
-// "Serien › Staffel 1"
+// Returns "Serien › Staffel 1".
 std::string shownFolder(const fs::path &folder)
 {
     std::string text;
@@ -46,7 +46,7 @@ void describeState(StatusSnapshot &snapshot, const AppModel &model)
     snapshot.headline = text.headline();
     snapshot.progress = text.progress;
     snapshot.note = text.note;
-    if (text.total > 0 && text.state != ActivityText::State::sampling) // its headline says it
+    if (text.total > 0 && text.state != ActivityText::State::sampling) // its headline contains the count
         snapshot.progressText = text.state == ActivityText::State::scanning ? text.fileCount() : text.count();
 }
 
@@ -72,7 +72,7 @@ std::vector<StatusSnapshot::Tile> tiles(const AppModel &model)
 
 StatusSnapshot::Job job(const FileItem &item, const FileState &state)
 {
-    const bool isUploading = state.kind == FileState::Kind::uploading; // how far is not known
+    const bool isUploading = state.kind == FileState::Kind::uploading; // its progress is unknown
     return {shownName(item), shownFolder(item.folder()), std::string(state.id()), state.brief(),
             isUploading ? std::nullopt : state.fraction};
 }

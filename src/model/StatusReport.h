@@ -6,8 +6,8 @@ namespace kestrel {
 
 class AppModel;
 
-// What the status page shows of the model now. Main thread; its cost grows with the library's files, some
-// milliseconds for 10,000.
+// Returns what the status page shows of the model now. Its cost grows with the library's files, some
+// milliseconds for 10,000. REQUIRES: the main thread.
 StatusSnapshot statusSnapshot(const AppModel &model);
 
 } // namespace kestrel

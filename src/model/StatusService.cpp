@@ -13,7 +13,7 @@ namespace kestrel {
 
 namespace {
 
-// Requests within this time are served the same snapshot.
+// Requests within this time get the same snapshot.
 constexpr std::chrono::milliseconds freshness{200};
 
 constexpr std::chrono::seconds untilNextTry{5};
@@ -50,7 +50,7 @@ void StatusService::apply(bool isOn, std::uint16_t port)
     setState(std::nullopt, std::nullopt);
     if (!isOn) {
         m_server.reset();
-        m_waiting.clear(); // their connections are gone
+        m_waiting.clear(); // their connections are closed
         return;
     }
     if (!m_server)
@@ -64,7 +64,7 @@ void StatusService::listen()
     const std::uint16_t port = *m_wanted;
     m_server->start(port, [this, port](const std::optional<std::string> &error) {
         m_mailbox.post([this, port, error] {
-            if (m_wanted != port) // switched off meanwhile
+            if (m_wanted != port) // it was switched off meanwhile
                 return;
             setState(error ? std::nullopt : std::optional(port), error);
             if (error)
@@ -84,7 +84,7 @@ void StatusService::setState(std::optional<std::uint16_t> port, std::optional<st
     emit changed();
 }
 
-// On the server's thread.
+// Runs on the server's thread.
 void StatusService::answer(const std::string &path, StatusServer::Reply reply)
 {
     using Response = StatusServer::Response;
@@ -97,7 +97,7 @@ void StatusService::answer(const std::string &path, StatusServer::Reply reply)
     reply(std::nullopt);
 }
 
-// On the server's thread.
+// Runs on the server's thread.
 void StatusService::answerWithSnapshot(StatusServer::Reply reply)
 {
     const std::scoped_lock guard(m_lock);

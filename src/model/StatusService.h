@@ -17,31 +17,31 @@ namespace kestrel {
 
 class AppModel;
 
-// Serves what a model is doing as a page in the home network. Main thread; requests are answered on the
-// server's, and ask the main thread for a snapshot at most five times a second.
+// Serves a page in the home network that shows what a model is doing. Requests are answered on the server's
+// thread, and get a snapshot from the main thread at most five times a second. REQUIRES: the main thread.
 class StatusService : public QObject {
     Q_OBJECT
 
 public:
-    // The model outlives the service.
+    // REQUIRES: the model outlives the service.
     explicit StatusService(const AppModel &model);
     ~StatusService() override;
 
-    // Starts or stops it; does nothing where it is so already. Where it cannot listen, it tries again every
-    // few seconds, because another instance may have ended.
+    // Starts or stops it; does nothing where it already is in that state. Where it cannot listen, it tries
+    // again every few seconds, because another instance may have ended.
     void apply(bool isOn, std::uint16_t port);
 
-    // Present while it listens.
+    // Returns the port while it listens.
     std::optional<std::uint16_t> port() const { return m_port; }
     const std::optional<std::string> &error() const { return m_error; } // German
-    // When the page has last asked; long ago where nobody has it open.
+    // Returns when a page last requested the status; long ago where no page is open.
     std::chrono::steady_clock::time_point askedAt();
 
-    // Makes the port of the user's text: 1 … 65535 in decimal digits, with or without "+".
+    // Converts the user's text to a port: 1 … 65535 in decimal digits, with or without "+".
     static std::optional<std::uint16_t> parsePort(const std::string &text);
 
 signals:
-    void changed(); // port or error
+    void changed(); // port or error has changed
 
 private:
     void answer(const std::string &path, StatusServer::Reply reply);
@@ -62,7 +62,7 @@ private:
     StatusServer::Response m_latest;
     std::chrono::steady_clock::time_point m_madeAt{}, m_askedAt{};
 
-    std::unique_ptr<StatusServer> m_server; // last: its thread uses the above
+    std::unique_ptr<StatusServer> m_server; // last, so that what its thread uses outlives it
 };
 
 } // namespace kestrel

@@ -10,26 +10,27 @@
 
 namespace kestrel {
 
-// A piece of work in the background: a scan, measurements, a clip, a conversion run. One object does it
-// once. Main thread only; its signals come there, too. Destroying it stops the work and waits for its end.
+// Does a piece of work in the background: a scan, measurements, a clip, a conversion run. One object does it
+// once. Its signals are emitted on the main thread. The destructor stops the work and waits for its end.
+// REQUIRES: the main thread.
 class Task : public QObject {
     Q_OBJECT
 
 public:
-    // Begins the work. REQUIRES: not started before.
+    // Begins the work. REQUIRES: it has not been started before.
     virtual void start() = 0;
-    // Asks for the end, which ended() reports; also where the work is frozen.
+    // Requests the end, which ended() reports; also where the work is frozen.
     virtual void stop() = 0;
-    // Stops the work where it is, and lets it go on.
+    // Freezes the work where it is, or continues it.
     virtual void setFrozen(bool isFrozen) = 0;
-    // The files that are being converted or measured now, in the order of their turns.
+    // Returns the files that are being converted or measured now, in their order.
     virtual std::vector<const FileItem *> inWork() const { return {}; }
 
 signals:
     void ended(); // the last signal
 };
 
-// A task that works through the files of a run, and keeps its books and the files' states.
+// Works through the files of a run, and updates its stats and the files' states.
 class RunTask : public Task {
     Q_OBJECT
 
@@ -42,9 +43,9 @@ public:
     };
 
 signals:
-    void booked();     // a file has ended
-    void replanned();  // a file's search has changed what is done with it
-    void progressed(); // after one or several files have moved on
+    void booked();     // a file's result was counted
+    void replanned();  // a file's search has changed its plan
+    void progressed(); // one or several files have progressed
 };
 
 } // namespace kestrel

@@ -6,14 +6,14 @@
 
 #include "media/Tools.h"
 
-// What the located ffmpeg is able to do, how to get what it lacks, and what measuring does; in German.
+// Reports what the located ffmpeg can do, how to get what it lacks, and what measuring does; in German.
 namespace kestrel::ToolReport {
 
 struct Capability {
     std::string_view name;
     bool isThere;
     std::string use;
-    std::string_view remedy; // where it is missing; empty where nobody needs it
+    std::string_view remedy; // how to install it; empty where it is not needed
 
     bool isMissed() const { return !isThere && !remedy.empty(); }
 };

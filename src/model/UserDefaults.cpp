@@ -17,7 +17,7 @@ namespace {
 constexpr const char *settingsKey = "settings", *lastFolderKey = "lastFolder", *statusPortKey = "statusPort",
                      *measuresKey = "measuresQuality";
 
-// Where QSettings keeps a suite, too.
+// QSettings stores a suite there, too.
 std::filesystem::path fileOf(const std::string &suite)
 {
     return Paths::configuration() / "Kestrel" / (suite + ".conf");
@@ -34,7 +34,7 @@ QSettings UserDefaults::open(const std::filesystem::path &file)
 {
     std::error_code error;
     const auto type = std::filesystem::status(file, error).type();
-    // A pipe or a device would be read for ever.
+    // Reading a pipe or a device would never end.
     const bool isUsable =
         type == std::filesystem::file_type::regular || type == std::filesystem::file_type::not_found;
     return QSettings(isUsable ? QString::fromStdString(file.native()) : QString(), QSettings::NativeFormat);
@@ -72,7 +72,7 @@ void UserDefaults::setSettings(const ConversionSettings &settings)
     openSuite(m_suite).setValue(settingsKey, QString::fromStdString(JsonText::dump(settings.toJson())));
 }
 
-// A path may be no valid text; it is stored as bytes.
+// Reads the path as bytes: it may be no valid text.
 std::optional<std::filesystem::path> UserDefaults::lastFolder() const
 {
     const QByteArray path = openSuite(m_suite).value(lastFolderKey).toByteArray();

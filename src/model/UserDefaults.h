@@ -9,23 +9,23 @@
 
 namespace kestrel {
 
-// The choices that outlive the program, in a file of the user's. What is missing, damaged or cannot be
-// written never throws; it then counts as not set. Main thread only.
+// Stores the choices that outlive the program, in a file of the user's. What is missing, damaged or cannot be
+// written never throws; it then counts as not set. REQUIRES: the main thread.
 class UserDefaults {
 public:
-    // The suite that only starts with a folder on the command line of the window use, so that tries never
-    // touch the user's own settings.
+    // testSuite() is used only by the demo, and when the window starts with a folder on the command line, so
+    // that trials never change the user's own settings.
     static UserDefaults standard();
     static UserDefaults testSuite();
 
     std::filesystem::path file() const;
-    // Any such file; an empty one where it is no plain file.
+    // Opens any such file; an empty one where it is no plain file.
     static QSettings open(const std::filesystem::path &file);
 
     std::optional<ConversionSettings> settings() const;
     void setSettings(const ConversionSettings &settings);
     std::optional<std::filesystem::path> lastFolder() const;
-    std::optional<std::string> statusPort() const; // as somebody has written it
+    std::optional<std::string> statusPort() const; // as the user wrote it
     std::optional<bool> measuresQuality() const;
     void setMeasuresQuality(bool measures);
     void setLastFolder(const std::filesystem::path &folder);

@@ -19,12 +19,12 @@ using std::string_view;
 struct CodecTraits {
     VideoCodecChoice codec;
     string_view id, title, shortName, summary;
-    string_view outputCodec; // ffprobe's name; empty where the video is kept, as the following
+    string_view outputCodec; // ffprobe's name; empty where the video is kept, like the next field
     string_view encoder;     // ffmpeg's name
     std::array<int, 5> crf;  // by QualityLevel
     QualityRange crfRange;
     double vmafSlope;
-    std::array<string_view, 2> preset;  // by SpeedLevel, as the following
+    std::array<string_view, 2> preset;  // by SpeedLevel, like the next fields
     std::array<double, 2> efficiency;   // size factor
     std::array<double, 2> throughput;   // megapixels per second
     std::array<double, 4> parallelGain; // by the number of jobs, from 1
@@ -114,7 +114,7 @@ constexpr std::array<Label<UnknownAudioPolicy>, 2> policyLabels{{
 }};
 static_assert(coversEveryCase(policyLabels, &Label<UnknownAudioPolicy>::value));
 
-// Every table stands in the order of its enumeration.
+// Every table is in the order of its enumeration.
 template <typename Table, typename Enumeration>
 constexpr const auto &row(const Table &table, Enumeration value)
 {

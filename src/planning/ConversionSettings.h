@@ -16,24 +16,24 @@
 
 namespace kestrel {
 
-// The user's choices, with their German labels and the constants that hang on them. Everything here is
-// pure and may be called from any thread.
+// Defines the user's choices, with their German labels and the constants that depend on them. Everything here
+// is pure and may be called from any thread.
 
 enum class VideoCodecChoice { hevcX265, av1SVT, keepVideo };
 enum class QualityLevel { maximal, veryHigh, high, medium, small };
-// Not a user setting: everything runs at `normal`.
+// SpeedLevel is no user setting: everything runs at `normal`.
 enum class SpeedLevel { fast, normal };
 enum class TargetResolution { original, p2160, p1440, p1080, p720, p576 };
 enum class OutputContainer { mkv, mp4 };
 enum class OutputMode { replaceOriginal, separateFolder };
 enum class UnknownAudioPolicy { keepAll, keepDefault };
 
-// A closed range.
+// Includes both ends.
 struct QualityRange {
     int lowest = 0, highest = 0;
 };
 
-// The case's name in settings files, keys and on the command line.
+// Return the case's name in settings files, keys and on the command line.
 std::string_view id(VideoCodecChoice codec);
 std::string_view id(QualityLevel quality);
 std::string_view id(TargetResolution resolution);
@@ -41,7 +41,7 @@ std::string_view id(OutputContainer container);
 std::string_view id(OutputMode mode);
 std::string_view id(UnknownAudioPolicy policy);
 
-// All cases in order.
+// Return all cases in order.
 std::span<const VideoCodecChoice> allCodecs();
 std::span<const QualityLevel> allQualities();
 std::span<const TargetResolution> allResolutions();
@@ -49,7 +49,7 @@ std::span<const OutputContainer> allContainers();
 std::span<const OutputMode> allOutputModes();
 std::span<const UnknownAudioPolicy> allUnknownAudioPolicies();
 
-// German labels.
+// Return German labels.
 std::string_view title(VideoCodecChoice codec);
 std::string_view title(QualityLevel quality);
 std::string_view title(SpeedLevel speed);
@@ -64,7 +64,7 @@ std::string qualityLabel(VideoCodecChoice codec, QualityLevel quality);
 std::string qualityLabel(VideoCodecChoice codec, int qualityValue);
 std::string speedLabel(VideoCodecChoice codec, SpeedLevel speed);
 
-// ffprobe's name of what the codec produces; none when the video is kept.
+// Returns ffprobe's name of what the codec produces; none when the video is kept.
 std::optional<std::string_view> outputCodec(VideoCodecChoice codec);
 int qualityValue(VideoCodecChoice codec, QualityLevel quality); // CRF
 QualityRange qualityRange(VideoCodecChoice codec);              // CRFs that the quality search may use
@@ -98,12 +98,12 @@ struct ConversionSettings {
 
     bool operator==(const ConversionSettings &) const = default;
 
-    // Names everything that shapes the video stream; samples are stored under it.
+    // Returns a key of everything that shapes the video stream; samples are stored under it.
     std::string videoKey() const;
 
     nlohmann::ordered_json toJson() const;
-    // A field that is missing or cannot be understood keeps its default; absent when the value is no
-    // object at all.
+    // Returns the settings, in which a field that is missing or cannot be understood keeps its default;
+    // absent when the value is no object at all.
     static std::optional<ConversionSettings> fromJson(const nlohmann::json &value);
 };
 

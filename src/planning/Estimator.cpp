@@ -45,7 +45,7 @@ constexpr double mostOfSource = 1.2;
 constexpr double copyBytesPerSecond = 4e8;
 constexpr double containerShare = 0.004;
 constexpr double leastThroughput = 1; // megapixels per second
-// What a quality search costs: three trial encodes of every segment, and the scoring.
+// A quality search costs three trial encodes of every segment, and the scoring.
 constexpr double searchTrials = 3, scoringFactor = 1.6;
 
 double codecWeight(std::string_view codec)

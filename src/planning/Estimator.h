@@ -11,7 +11,7 @@
 
 namespace kestrel {
 
-// How large a converted file will be, and how long its conversion takes.
+// Estimates how large a converted file will be, and how long its conversion takes.
 struct SizeEstimate {
     enum class Kind { heuristic, calibrated, measured, exact }; // from the weakest
 
@@ -31,12 +31,13 @@ std::string_view label(SizeEstimate::Kind kind); // German
 // Predicts size and time before anything is encoded. Pure.
 namespace Estimator {
 
-// Bits per second that the video is expected to need, from its bits per pixel alone; 0 when unknown.
+// Returns the bits per second that the video is expected to need, from its bits per pixel alone; 0 when
+// unknown.
 double heuristicVideoBitrate(const MediaInfo &info, int outputWidth, int outputHeight,
                              const ConversionSettings &settings);
 double heuristicVideoBitrate(const MediaInfo &info, const Plan &plan, const ConversionSettings &settings);
 
-// The factors are learnt from samples of other files: measured over guessed bitrate, and measured over
+// The factors are learnt from samples of other files: measured over estimated bitrate, and measured over
 // nominal throughput.
 SizeEstimate estimate(const MediaInfo &info, const Plan &plan, const ConversionSettings &settings,
                       const SampleResult *sample, std::optional<double> contentFactor,

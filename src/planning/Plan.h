@@ -9,7 +9,7 @@
 
 namespace kestrel {
 
-// What happens to the video stream. The reason for a copy is shown to the user.
+// VideoAction says what happens to the video stream. The reason for a copy is shown to the user.
 struct CopyVideo {
     std::string reason;
     bool operator==(const CopyVideo &) const = default;
@@ -44,11 +44,11 @@ struct SubtitleDecision {
     bool operator==(const SubtitleDecision &) const = default;
 };
 
-// What a conversion does with one file. Made by Planner; a plain value.
+// Describes what a conversion does with one file. Planner makes it; it is a plain value.
 struct Plan {
     VideoAction video;
-    // Pixels, 0 without video: of an encode as they are seen, because encoding turns the picture; of a copy
-    // as they are coded.
+    // The size in pixels, 0 without video: an encode's as it is seen, because encoding turns the picture, and
+    // a copy's as it is coded.
     int outputWidth = 0, outputHeight = 0;
     bool deinterlace = false;
     std::vector<AudioDecision> audio;        // one for each source stream, in source order
@@ -56,7 +56,7 @@ struct Plan {
     std::vector<int> attachments;            // stream indexes that are carried over
     std::vector<std::string> notes;          // German remarks in the order they arise
     bool isNoop = false;                     // the conversion would change nothing
-    // Why the file is left as it is, whatever the settings; German. Such a plan is a no-op.
+    // The reason why the file is left as it is, whatever the settings; German. Such a plan is a no-op.
     std::optional<std::string> leftAlone;
     bool scales = false;  // the output size differs from the source's
     int qualityValue = 0; // CRF for encoding

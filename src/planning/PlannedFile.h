@@ -7,19 +7,19 @@
 
 namespace kestrel {
 
-// What a conversion does with one file, how large the result will be and how long it takes.
+// Describes what a conversion does with one file, how large the result will be and how long it takes.
 struct PlannedFile {
     Plan plan;
     SizeEstimate estimate;
 
-    // What a plan depends on beside the file's probe and the settings.
+    // Holds what a plan depends on beside the file's probe and the settings.
     struct Knowledge {
-        const SampleResult *sample = nullptr; // the file's own for settings.videoKey(); may be missing
+        const SampleResult *sample = nullptr; // the file's own for settings.videoKey(); may be null
         std::optional<double> contentFactor, speedFactor; // learnt from samples of other files
         Planner::Abilities abilities;
     };
 
-    // Pure: the same plan and estimate wherever a file is planned.
+    // Returns the same plan and estimate wherever a file is planned. Pure.
     static PlannedFile of(const MediaInfo &info, const ConversionSettings &settings,
                           const Knowledge &knowledge);
 };

@@ -25,7 +25,7 @@ constexpr int sizeTolerance = 16; // pixels over the limit that are not worth sc
 // A re-encode is worth it only below this share of the source's bitrate.
 constexpr double sameCodecShare = 0.75, otherCodecShare = 0.9;
 
-// E-AC3 by the number of source channels, from the most.
+// Gives the bitrate of E-AC3 by the number of source channels, from the most.
 struct SurroundRate {
     int channels; // at least
     int bitrate;  // bits per second
@@ -51,7 +51,7 @@ void copyVideo(Plan &plan, const VideoStreamInfo &video, std::string reason)
     plan.scales = false;
 }
 
-// Why encoding would hardly save anything, if so.
+// Returns why encoding would hardly save anything; absent where it saves enough.
 std::optional<std::string> notWorthEncoding(const MediaInfo &info, FrameSize target,
                                             const ConversionSettings &settings)
 {
@@ -100,7 +100,7 @@ void planVideo(Plan &plan, const MediaInfo &info, const ConversionSettings &sett
 
 using Streams = std::vector<const AudioStreamInfo *>;
 
-// The one track that is kept where none states its language: its position among all audio tracks.
+// Returns the position, among all audio tracks, of the one that is kept where none states its language.
 std::size_t defaultTrack(const std::vector<AudioStreamInfo> &audio)
 {
     const auto isUnknown = [](const AudioStreamInfo &s) { return s.language == Language::unknown; };
@@ -198,7 +198,7 @@ SubtitleDecision decideSubtitle(const SubtitleStreamInfo &stream, OutputContaine
         stream, StreamAction::drop, fmt::format("Format {} in MKV nicht möglich", stream.codecDisplay()), {}};
 }
 
-// Fonts are of use only to styled subtitles.
+// Fonts are useful only to styled subtitles.
 void planAttachments(Plan &plan, const MediaInfo &info, const ConversionSettings &settings)
 {
     const bool styled =
@@ -226,7 +226,7 @@ bool changesNothing(const Plan &plan, const MediaInfo &info, const ConversionSet
            plan.attachments.size() == info.attachmentIndexes.size();
 }
 
-// What cannot be done with this film so that it is seen and heard as before. German.
+// Returns what prevents this film from being seen and heard as before; German, absent where nothing does.
 std::optional<std::string> reasonToLeaveAlone(const MediaInfo &info, const Plan &plan,
                                               const ConversionSettings &settings, const Abilities &abilities)
 {

@@ -5,7 +5,7 @@
 
 namespace kestrel {
 
-// Thrown by work that was asked to stop. Never shown to a person.
+// Thrown by work that was asked to stop. It is never shown to the user.
 class Cancelled : public std::exception {
 public:
     const char *what() const noexcept override { return "cancelled"; }

@@ -36,16 +36,16 @@ Pipe makePipe()
     return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-// What the new process does before it becomes the program. It still shares the parent's memory, whose calling
-// thread waits meanwhile: only async-signal-safe calls, and nothing is changed that others see. Never
-// returns.
+// Runs in the new process before it becomes the program. It still shares the parent's memory, whose calling
+// thread waits meanwhile: it calls only async-signal-safe functions, and changes nothing that other threads
+// see. Never returns.
 [[noreturn]] void becomeProgram(const char *executable, char *const *arguments, pid_t parent, int output,
                                 int error, int report)
 {
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent)
-        ::_exit(127); // the parent was gone before the request to die with it arrived
+        ::_exit(127); // the parent ended before the request to die with it took effect
 
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGTSTP, SIGCONT, SIGCHLD})
         std::signal(number, SIG_DFL);
@@ -63,8 +63,9 @@ Pipe makePipe()
     ::_exit(127);
 }
 
-// Hands on one portion and returns its size: 0 at the end of the stream, -1 when there is nothing yet. Only
-// one, because a child that writes faster than it is read must not keep its deadline from being seen.
+// Passes on one portion and returns its size: 0 at the end of the stream, -1 when there is nothing yet. It
+// reads only one, because a child that writes faster than it is read must not delay the check of its
+// deadline.
 ssize_t readPortion(const FileDescriptor &stream, const ChildProcess::OnBytes &onBytes)
 {
     std::array<char, 65536> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by read
@@ -76,7 +77,7 @@ ssize_t readPortion(const FileDescriptor &stream, const ChildProcess::OnBytes &o
     return count < 0 && errno != EAGAIN ? 0 : count;
 }
 
-// Hands on what the pipe holds by now, and nothing that is written meanwhile.
+// Passes on what the pipe holds by now, and nothing that is written meanwhile.
 void readRest(const FileDescriptor &stream, const ChildProcess::OnBytes &onBytes)
 {
     int left = 0;
@@ -110,8 +111,8 @@ ChildProcess::ChildProcess(const std::filesystem::path &executable, const std::v
         throwErrno("eventfd");
 
     const pid_t parent = ::getpid();
-    // Not fork(): it would make every page of this process copy itself at its next change, and a main thread
-    // with a large library blocks for half a second. No signal may run a handler in the shared memory.
+    // This avoids fork(), which would make every page of this process copy itself at its next change and
+    // block a main thread with a large library for long. No signal may run a handler in the shared memory.
     sigset_t all, before;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_SETMASK, &all, &before);
@@ -125,7 +126,7 @@ ChildProcess::ChildProcess(const std::filesystem::path &executable, const std::v
         becomeProgram(executable.c_str(), pointers.data(), parent, output.writing.get(), error.writing.get(),
                       report.writing.get());
 
-    ::setpgid(m_pid, m_pid); // here too, so that the group exists whichever side runs first
+    ::setpgid(m_pid, m_pid); // the child does so too: the group exists whichever runs first
     report.writing.reset();
     int code = 0;
     ssize_t count = 0;
@@ -242,7 +243,7 @@ void ChildProcess::killIfOverdue()
     signal(SIGKILL);
 }
 
-// In milliseconds, -1 for no limit.
+// Returns milliseconds, -1 for no limit.
 int ChildProcess::pollTimeout()
 {
     const std::scoped_lock guard(m_lock);

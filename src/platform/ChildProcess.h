@@ -15,38 +15,38 @@
 
 namespace kestrel {
 
-// One running program: byte-exact arguments, no shell, null standard input, its two outputs in pipes.
+// Runs one program: byte-exact arguments, no shell, null standard input, its two outputs in pipes.
 //
-// The child leads a process group of its own, so that a terminal's Ctrl-C reaches only the application,
-// and so that a signal reaches helpers that the program started as well. Signals are sent only while
-// the child has not been reaped; until then the system cannot give its number to a stranger. The child
-// is killed when the thread that started it ends (PR_SET_PDEATHSIG follows the thread): start and
-// communicate on the same thread.
+// The child leads a process group of its own, so that a terminal's Ctrl-C reaches only the application, and
+// so that a signal reaches helpers that the program started as well. Signals are sent only while the child
+// has not been reaped; until then the system cannot give its number to another process. The child is killed
+// when the thread that started it ends (PR_SET_PDEATHSIG follows the thread). REQUIRES: the same thread
+// starts it and calls communicate().
 class ChildProcess {
 public:
     using OnBytes = std::function<void(std::string_view)>;
 
     // Starts the program; throws std::system_error when that fails.
     ChildProcess(const std::filesystem::path &executable, const std::vector<std::string> &arguments);
-    // A child that still runs is killed.
+    // Kills a child that still runs.
     ~ChildProcess();
     ChildProcess(const ChildProcess &) = delete;
     ChildProcess &operator=(const ChildProcess &) = delete;
 
-    // Blocks until the child has exited, handing on what it writes; both callbacks run on the calling
-    // thread. Whatever the child itself wrote is complete; what a process that it left behind may write
-    // later is not waited for. Returns the exit status, or 128 + the number of the signal that ended it.
+    // Blocks until the child has exited, passing on what it writes; both callbacks run on the calling thread.
+    // All that the child itself wrote is passed on; what a process that it left behind may write later is not
+    // waited for. Returns the exit status, or 128 + the number of the signal that ended it.
     int communicate(const OnBytes &onOutput, const OnBytes &onError);
 
     // The following may be called from any thread, at any time.
 
-    // Sends a signal to the child's group; false when it has exited or cannot be signalled.
+    // Sends a signal to the child's group; returns false when it has exited or cannot be signalled.
     bool signal(int number);
-    // Stops the group where it is, and lets it go on (SIGSTOP, SIGCONT); false likewise.
+    // Stop the group where it is, and continue it (SIGSTOP, SIGCONT); return false likewise.
     bool freeze();
     bool thaw();
-    // Asks the child to end (SIGTERM). With a grace period a child that is still there afterwards is
-    // killed; without one it has all the time it wants.
+    // Asks the child to end (SIGTERM). With a grace period, a child that still runs afterwards is killed;
+    // without one it may take as long as it needs.
     void terminate(std::optional<std::chrono::milliseconds> grace);
 
 private:

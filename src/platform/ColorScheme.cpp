@@ -40,7 +40,7 @@ public:
                 this, [this] { m_onChange({}); }, Qt::QueuedConnection);
             return;
         }
-        // Qt looks a slot's types up by name, and knows this one only after its first use.
+        // Qt finds a slot's types by name, and knows this one only after its first use.
         qRegisterMetaType<QDBusVariant>();
         // The match names no sender: naming the portal would make Qt wait for the bus to resolve it.
         bus.connect(QString(), portalPath, settings, QStringLiteral("SettingChanged"), this,
@@ -66,7 +66,7 @@ private:
         if (settingGroup == group && setting == key)
             take(value.variant());
     }
-    // The answer wraps the number twice, the announcement of a change once.
+    // A reply wraps the number twice, the signal of a change once.
     void take(QVariant value)
     {
         while (value.metaType() == QMetaType::fromType<QDBusVariant>())
@@ -78,7 +78,7 @@ private:
     }
 
     const OnChange m_onChange;
-    std::optional<bool> m_isDark; // as reported last
+    std::optional<bool> m_isDark; // the value that was reported last
 };
 
 ColorScheme::ColorScheme(std::function<void(std::optional<bool> isDark)> onChange)

@@ -6,8 +6,8 @@
 
 namespace kestrel {
 
-// The number stands for a case of the enumeration: the compiler spells such a value "Enumeration::word", and
-// any other one "(Enumeration)3".
+// Returns whether the number stands for a case of the enumeration: the compiler spells such a value
+// "Enumeration::word", and any other one "(Enumeration)3".
 template <auto Value>
 constexpr bool isCase()
 {
@@ -15,8 +15,8 @@ constexpr bool isCase()
     return name[name.find(before) + before.size()] != '(';
 }
 
-// How many cases an enumeration has whose cases count from 0. Tables that are indexed with it assert that
-// they have as many rows.
+// Returns how many cases an enumeration has whose cases count from 0. Tables that are indexed with it assert
+// that they have as many rows.
 template <typename Enumeration, std::size_t From = 0>
 constexpr std::size_t countCases()
 {
@@ -28,7 +28,7 @@ constexpr std::size_t countCases()
 template <typename Enumeration>
 inline constexpr std::size_t caseCount = countCases<Enumeration>();
 
-// All cases, in their order.
+// Returns all cases, in their order.
 template <typename Enumeration>
 constexpr std::array<Enumeration, caseCount<Enumeration>> everyCase()
 {
@@ -38,8 +38,8 @@ constexpr std::array<Enumeration, caseCount<Enumeration>> everyCase()
     return cases;
 }
 
-// The table has a row for every case, in their order; `key` is the row's member that says which case it is
-// for.
+// Returns whether the table has a row for every case, in their order; `key` is the row's member that names
+// its case.
 template <typename Table, typename Row, typename Enumeration>
 constexpr bool coversEveryCase(const Table &table, Enumeration Row::*key)
 {

@@ -6,7 +6,7 @@
 
 namespace kestrel {
 
-// Owns one file descriptor; -1 is none.
+// Owns one file descriptor; -1 means none.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
@@ -29,7 +29,7 @@ public:
         if (m_descriptor >= 0)
             ::close(std::exchange(m_descriptor, -1));
     }
-    // Gives the descriptor away; the caller closes it, and sees what close() has to say.
+    // Gives up the descriptor; the caller closes it, and sees what close() reports.
     int release() { return std::exchange(m_descriptor, -1); }
 
 private:

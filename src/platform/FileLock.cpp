@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A pipe without a writer must not hold us up.
+// Opening a pipe without a writer must not block, hence O_NONBLOCK.
 FileDescriptor opened(const fs::path &path)
 {
     return FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -61,7 +61,7 @@ FileLock FileLock::take(const fs::path &path)
 
 FileLock FileLock::tryCreate(const fs::path &file)
 {
-    constexpr int most = 20; // for a file system whose numbers do not hold
+    constexpr int most = 20; // limit for a file system whose file numbers change
     for (int attempt = 1;; ++attempt) {
         FileDescriptor descriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
         if (!descriptor)

@@ -23,9 +23,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int patience = 3000; // milliseconds for an answer
+constexpr int patience = 3000; // milliseconds to wait for a reply
 
-// Encoded, because a name that is no UTF-8 does not pass through a Qt string otherwise.
+// The path is encoded, because a name that is no UTF-8 would not survive a Qt string.
 QString uri(const fs::path &absolute)
 {
     return QString::fromStdString("file://" + Text::percentEncoded(absolute.native()));
@@ -66,8 +66,8 @@ void reveal(const fs::path &file, const OnAnswer &onAnswer)
 
 void open(const fs::path &path, const OnAnswer &onAnswer)
 {
-    // Without an owner, because a process ends with its owner; in a session of its own, because the
-    // terminal's Ctrl+C is not meant for the program that shows the file.
+    // The process has no owner, because it would end with that, and a session of its own, because the
+    // terminal's Ctrl+C must not reach the program that shows the file.
     auto *opener = new QProcess;
     opener->setStandardInputFile(QProcess::nullDevice());
     opener->setStandardOutputFile(QProcess::nullDevice());
@@ -91,7 +91,7 @@ void open(const fs::path &path, const OnAnswer &onAnswer)
                          opener->deleteLater();
                          answer(false);
                      });
-    // It may run as long as the program that shows the file.
+    // xdg-open may run as long as the program that shows the file.
     QTimer::singleShot(patience, opener, [answer] { answer(true); });
     opener->start(QStringLiteral("xdg-open"), {uri(Files::standardized(path))});
 }

@@ -3,17 +3,18 @@
 #include <filesystem>
 #include <functional>
 
-// Hands files over to the desktop. Nothing here waits for an answer; answers come through the main thread's
-// event loop. REQUIRES: the main thread.
+// Passes files to the desktop. Nothing here waits for a reply; replies come through the main thread's event
+// loop. REQUIRES: the main thread.
 namespace kestrel::FileManager {
 
 // Called exactly once with whether a program accepted the file: before the call returns, or some seconds
-// later. An application that ends meanwhile gets no call.
+// later. It is not called when the application ends meanwhile.
 using OnAnswer = std::function<void(bool isTaken)>;
 
-// Shows the file, selected, in the desktop's file manager; where none answers, opens the folder it is in.
+// Shows the file, selected, in the desktop's file manager; where none replies, opens the folder that holds
+// it.
 void reveal(const std::filesystem::path &file, const OnAnswer &onAnswer = {});
-// Opens a folder, or a file with the program that the desktop has for it.
+// Opens a folder, or a file with the desktop's program for it.
 void open(const std::filesystem::path &path, const OnAnswer &onAnswer = {});
 
 } // namespace kestrel::FileManager

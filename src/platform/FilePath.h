@@ -6,7 +6,7 @@
 
 namespace kestrel {
 
-// A path as it is kept in great numbers: its bytes alone. std::filesystem::path keeps every component as
+// Stores a path as its bytes alone, for use in great numbers. std::filesystem::path stores every component as
 // well, which for a usual path takes half a kilobyte more.
 class FilePath {
 public:

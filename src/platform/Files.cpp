@@ -34,7 +34,7 @@ FileDescriptor openFor(const fs::path &path, int flags)
     return descriptor;
 }
 
-// Some file systems, and folders on most network ones, know no such request.
+// Some file systems, and most network ones for folders, do not support the request.
 bool meansUnsupported(int code)
 {
     return code == EINVAL || code == ENOSYS || code == EOPNOTSUPP;
@@ -95,9 +95,9 @@ std::size_t readFully(const FileDescriptor &descriptor, std::string &buffer, con
     return filled;
 }
 
-// The second half of a move by link: the file keeps the new name only. Where that is refused it keeps the old
-// one. Any other error may be that of an answer that got lost after the server had removed the old name: then
-// nothing more is removed, and whoever called finds one film under one name or two.
+// Does the second half of a move by link: removes the old name. Where that is refused, it removes the new
+// one. Any other error may come from a lost reply, after the server had removed the old name: then nothing
+// more is removed, and the caller finds one film under one name or two.
 void giveUpName(const fs::path &from, const fs::path &to)
 {
     if (::unlink(from.c_str()) == 0 || errno == ENOENT)
@@ -124,7 +124,7 @@ bool Attributes::sameContent(const Attributes &other) const
 
 bool Attributes::isSettled() const
 {
-    constexpr std::int64_t age = 3'000'000'000; // FAT counts in two seconds
+    constexpr std::int64_t age = 3'000'000'000; // FAT counts in steps of two seconds
     const std::int64_t now = std::chrono::duration_cast<std::chrono::nanoseconds>(
                                  std::chrono::system_clock::now().time_since_epoch())
                                  .count();
@@ -229,8 +229,7 @@ bool areNamesOfOneFile(const fs::path &a, const fs::path &b)
 {
     struct stat first {
     }, second{};
-    // The count of links distinguishes two names from one that is spelled in two ways, and from made-up
-    // numbers.
+    // The count of links distinguishes two names from one name in two spellings, and from made-up numbers.
     return ::lstat(a.c_str(), &first) == 0 && ::lstat(b.c_str(), &second) == 0 && S_ISREG(first.st_mode) &&
            S_ISREG(second.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino &&
            first.st_nlink > 1 && second.st_nlink > 1;
@@ -255,18 +254,18 @@ void moveToFreeName(const fs::path &from, const fs::path &to)
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
         return;
     if (meansUnsupported(errno)) {
-        // Most network file systems cannot rename so, but they make no second name over anything either.
+        // Most network file systems cannot rename this way, but a link never replaces anything there either.
         if (::link(from.c_str(), to.c_str()) == 0)
             return giveUpName(from, to);
-        if (meansUnsupported(errno) || errno == EPERM || errno == EMLINK) { // it knows no links
-            // A look beforehand is the best that is left.
+        if (meansUnsupported(errno) || errno == EPERM || errno == EMLINK) { // links are unsupported
+            // A check beforehand is the best that is left.
             if (Files::exists(to))
                 fail("rename", from, EEXIST);
             return moveOver(from, to);
         }
     }
     const int reason = errno;
-    // Such a move was cut off in the middle, or the server's answer was lost.
+    // Such a move was interrupted midway, or the server's reply was lost.
     if (reason == EEXIST && areNamesOfOneFile(from, to))
         return Files::remove(from);
     fail("rename", from, reason);
@@ -308,8 +307,8 @@ std::string readAll(const fs::path &file)
 
 void setModified(const fs::path &file, const timespec &modified)
 {
-    // The access time is written back as it is: some FUSE file systems ignore a request to leave it out,
-    // and the rest of the request with it.
+    // The access time is written back unchanged: some FUSE file systems ignore a request to leave it out, and
+    // the rest of the request with it.
     struct stat status {};
     if (::stat(file.c_str(), &status) != 0)
         fail("stat", file);

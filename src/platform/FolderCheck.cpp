@@ -14,7 +14,7 @@ constexpr int firstPause = 5, longestPause = 1000; // milliseconds
 
 } // namespace
 
-// The thread may hang for good, so it is never joined, and all that it touches is its own or shared.
+// The thread may hang forever, so it is never joined, and it uses only what it owns or shares.
 FolderCheck::FolderCheck(std::filesystem::path folder, std::function<void()> onThere)
     : m_onThere(std::move(onThere)), m_answer(std::make_shared<std::atomic<Answer>>(Answer::none)),
       m_timer(std::make_unique<QTimer>())

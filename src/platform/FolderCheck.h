@@ -9,9 +9,9 @@ class QTimer;
 
 namespace kestrel {
 
-// Finds out whether a folder is there without anybody waiting: a share whose server is away may not answer
-// for minutes. REQUIRES: the main thread. An answer comes through its event loop, and never after the
-// destruction of the check.
+// Finds out whether a folder exists without blocking the caller: a share whose server is away may not answer
+// for minutes. A reply comes through the main thread's event loop, and never after the destruction of the
+// check. REQUIRES: the main thread.
 class FolderCheck {
 public:
     FolderCheck(std::filesystem::path folder, std::function<void()> onThere);

@@ -26,7 +26,7 @@ InstanceLock::InstanceLock(const std::stop_token &stop)
     m_file = FileDescriptor(::open(file().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (becomeAlone())
         return;
-    // The system's own wait for a lock cannot be given up.
+    // The system's own wait for a lock cannot be interrupted.
     std::mutex unused;
     std::condition_variable_any stopped;
     std::unique_lock guard(unused);
@@ -46,8 +46,8 @@ void InstanceLock::share()
     take(F_RDLCK);
 }
 
-// False when another process is in the way; what was held before is then still held. An open file's lock,
-// not flock(): its change from one kind to the other leaves no gap for others.
+// Returns false when another process holds a conflicting lock; what was held before is then still held. It
+// uses an open file's lock, not flock(): a change from one kind to the other leaves no gap for others.
 bool InstanceLock::take(short kind)
 {
     struct flock lock {};

@@ -15,7 +15,7 @@ namespace kestrel::Launcher {
 
 namespace {
 
-// 0 … 1
+// Returns 0 … 1 for a percentage; absent for any other text.
 std::optional<double> fraction(std::string_view text)
 {
     unsigned percent = 0;

@@ -21,8 +21,8 @@ private:
 
 } // namespace
 
-// Qt's queue orders everything between the two threads, but is a library that the thread sanitizer cannot
-// look into: the counter shows it the same order.
+// Qt's queue orders everything between the two threads, but the thread sanitizer does not see into Qt: the
+// counter shows it the same order.
 class Mailbox::Receiver : public QObject {
 public:
     ~Receiver() override { m_posted.load(); }

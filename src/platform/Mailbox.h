@@ -5,9 +5,9 @@
 
 namespace kestrel {
 
-// Brings calls from any thread to the thread that made the mailbox, whose event loop runs them one after
-// another in the order of their posting. Drops the calls that have not run when
-// it is destroyed. REQUIRES: that thread destroys it, after the last post().
+// Passes calls from any thread to the thread that created the mailbox, whose event loop runs them one after
+// another in the order of posting. The destructor drops the calls that have not run. REQUIRES: that thread
+// destroys it, after the last post().
 class Mailbox {
 public:
     Mailbox();

@@ -18,13 +18,13 @@ namespace kestrel::Network {
 
 namespace {
 
-// systemd's names for cables and wireless cards, and the kernel's own for the same.
+// systemd's and the kernel's names of wired and wireless cards begin so.
 constexpr std::array<std::string_view, 3> cardNames{"en", "eth", "wl"};
 
-// Avahi, which answers for the ".local" names.
+// Avahi answers queries for the ".local" names.
 constexpr const char *announcer = "/run/avahi-daemon/socket";
 
-// "KEY=value" or "KEY="value"" of a file of such lines.
+// Returns the value of "KEY=value" or "KEY="value"" in a file of such lines.
 std::string valueIn(const char *file, std::string_view key)
 {
     std::ifstream lines(file);
@@ -100,7 +100,7 @@ std::vector<std::string> ipv4Addresses()
         if (!isCard || !isUp || entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET)
             continue;
         std::array<char, INET_ADDRSTRLEN> text{};
-        const auto *address = reinterpret_cast<const sockaddr_in *>(entry->ifa_addr); // as its family says
+        const auto *address = reinterpret_cast<const sockaddr_in *>(entry->ifa_addr); // its family says so
         ::inet_ntop(AF_INET, &address->sin_addr, text.data(), text.size());
         const std::string digits = text.data();
         if (!digits.starts_with("169.254.") && std::find(found.begin(), found.end(), digits) == found.end())

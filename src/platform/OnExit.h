@@ -4,7 +4,7 @@
 
 namespace kestrel {
 
-// Runs an action when the scope is left, on whichever path. REQUIRES: the action does not throw.
+// Runs an action when the scope is left, on every path. REQUIRES: the action does not throw.
 template <typename Action>
 class OnExit {
 public:

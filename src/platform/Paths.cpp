@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The base-directory rules want relative values ignored.
+// The base-directory rules require that relative values are ignored.
 fs::path fromEnvironment(const char *variable, const fs::path &otherwise)
 {
     const char *value = std::getenv(variable);

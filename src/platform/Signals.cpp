@@ -21,12 +21,12 @@ sigset_t setOf(int number)
     return set;
 }
 
-// Lets a blocked signal do what it does by default.
+// Applies the default action of a blocked signal.
 void actAsUsual(int number)
 {
     const sigset_t signal = setOf(number);
     sigset_t before;
-    ::raise(number); // waits for this thread
+    ::raise(number); // stays pending for this thread
     ::pthread_sigmask(SIG_UNBLOCK, &signal, &before);
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }

@@ -11,9 +11,9 @@
 namespace kestrel {
 
 // Turns the signals that ask a program to end (Ctrl-C, kill, a closed terminal) into calls, and Ctrl-Z, too,
-// where a handler is given for it. While no handler is set, they do what they do to any program.
-// REQUIRES: the object is made before any thread, by the thread that starts the others: they inherit that the
-// signals are blocked. There is one at a time.
+// where a handler is given for it. While no handler is set, they have their default effect. REQUIRES: there
+// is one object at a time, created before any thread by the thread that starts the others, which inherit the
+// blocked signals.
 class Signals {
 public:
     using Handler = std::function<void()>; // runs on a thread of its own, one call at a time
@@ -23,17 +23,17 @@ public:
     Signals(const Signals &) = delete;
     Signals &operator=(const Signals &) = delete;
 
-    // Waits for a handler that is running; afterwards the former one is not called any more.
+    // Waits for a running handler to return; afterwards the former one is not called any more.
     void setOnEnd(Handler handler);
 
-    // Writing to a pipe whose reader has closed its end then fails, instead of ending the program.
+    // Makes writing to a pipe whose reader has closed its end fail, instead of ending the program.
     static void ignoreBrokenPipes();
     // Stops the whole program at once, until another process continues it.
     static void freeze();
     // Does what Ctrl-Z does to other programs, and returns when the shell has continued this one. Where no
     // shell could do so (in an orphaned process group), it returns at once.
     static void suspend();
-    // Gives a new process the usual signals back, between its start and its program; async-signal-safe.
+    // Restores a new process's usual signals, between its start and its program; async-signal-safe.
     static void unblockInChild();
 
 private:

@@ -17,15 +17,15 @@ namespace kestrel {
 
 namespace {
 
-constexpr int patience = 5000;       // milliseconds for an answer
-constexpr std::uint32_t suspend = 4; // the session manager's flag for falling asleep
+constexpr int patience = 5000;       // milliseconds to wait for a reply
+constexpr std::uint32_t suspend = 4; // the session manager's flag for suspending
 
 struct Service {
     const char *name, *path, *interface, *release;
     bool isOnSystemBus;
 };
 
-// Asked in this order. The last gives a file descriptor, and is released by closing it.
+// The services are asked in this order. The last returns a file descriptor, and is released by closing it.
 // https://people.gnome.org/~mccann/gnome-session/docs/gnome-session.html
 // https://www.freedesktop.org/wiki/Software/systemd/inhibit/
 constexpr std::array<Service, 3> services{{
@@ -62,7 +62,7 @@ QDBusMessage call(const Service &service, const char *method, const QList<QVaria
     return message;
 }
 
-// What was granted: a number to give back, or a descriptor to close.
+// Holds what was granted: a number to return, or a descriptor to close.
 struct Grant {
     std::size_t service = 0;
     std::uint32_t cookie = 0;
@@ -137,8 +137,8 @@ private:
     const std::function<void()> m_onRefused;
     QString m_reason;
     bool m_isWanted = false;
-    bool m_hasLogged = false; // that no service grants it
-    unsigned m_wish = 0;      // an answer to an older one comes too late
+    bool m_hasLogged = false; // whether the log says that no service grants it
+    unsigned m_wish = 0;      // a grant for an older wish is given back
     std::optional<Grant> m_grant;
 };
 

@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::string_view prefix = "Kestrel-";
 
-// Reads the folder itself, not the target of a link.
+// Locks the folder itself, not the target of a link.
 FileLock locked(const fs::path &folder)
 {
     return FileLock(FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)));
@@ -32,7 +32,7 @@ bool hasOurName(const fs::path &folder)
     return name.starts_with(prefix) && isUuid(std::string_view(name).substr(prefix.size()));
 }
 
-// Every user may put anything into the system's temporary folder, under any name.
+// Every user may create anything in the system's temporary folder, under any name.
 bool isOurs(const FileDescriptor &folder)
 {
     struct stat status {};
@@ -51,7 +51,7 @@ TemporaryFolder::TemporaryFolder()
         if (::mkdir(m_path.c_str(), S_IRWXU) != 0)
             throw fs::filesystem_error("mkdir", m_path, std::error_code(errno, std::generic_category()));
         m_lock = locked(m_path);
-        // Until it was locked, another process may have taken it for abandoned.
+        // Before it was locked, another process may have removed it as abandoned.
         if (Files::exists(m_path))
             return;
     }

@@ -6,8 +6,8 @@
 
 namespace kestrel {
 
-// A folder of its own in the system's temporary folder, removed with its content at the end. A lock
-// distinguishes it from those that a killed process left behind.
+// Creates a folder of its own in the system's temporary folder, and removes it with its content at the end. A
+// lock distinguishes it from those that a killed process left behind.
 class TemporaryFolder {
 public:
     // Throws std::filesystem::filesystem_error.
@@ -18,7 +18,7 @@ public:
 
     const std::filesystem::path &path() const { return m_path; }
 
-    // Removes those that no process works in any more.
+    // Removes those in which no process works any more.
     static void removeAbandoned();
 
 private:

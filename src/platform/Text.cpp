@@ -32,7 +32,7 @@ bool isAscii(std::string_view text)
     return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// One character and the bytes it takes; a broken byte is U+FFFD and takes one.
+// Holds one character and the number of its bytes; a broken byte is U+FFFD and has the length 1.
 struct Character {
     UChar32 code = 0;
     std::size_t bytes = 1;
@@ -262,7 +262,7 @@ std::string naturalSortKey(std::string_view text)
 
 std::optional<std::string> germanLanguageName(const std::string &code)
 {
-    // Whatever else stands in a file, ICU would take for a locale's name, or read in another encoding.
+    // ICU would read any other text of a file as a locale's name, or in another encoding.
     const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
     if (code.empty() || !std::all_of(code.begin(), code.end(), isLetter))
         return std::nullopt;
@@ -270,7 +270,7 @@ std::optional<std::string> germanLanguageName(const std::string &code)
     icu::UnicodeString name;
     language.getDisplayLanguage(icu::Locale::getGermany(), name);
     std::string text = toUtf8(name);
-    // ICU answers an unknown code with the code itself.
+    // ICU returns an unknown code unchanged.
     if (text.empty() || lower(text) == lower(code) || text == language.getLanguage())
         return std::nullopt;
     return text;

@@ -4,7 +4,8 @@
 
 namespace kestrel {
 
-// Not with fmt's own format for times: its version 9 turns a system time into local time, later ones do not.
+// This avoids fmt's own format for times: its version 9 turns a system time into local time, later ones do
+// not.
 std::string timestamp(std::chrono::system_clock::time_point time)
 {
     using namespace std::chrono;

@@ -29,7 +29,7 @@ namespace {
 
 constexpr std::string_view infoExtension = ".trashinfo";
 
-// One trash folder and how the paths in its notes are written.
+// Describes one trash folder and how the paths in its notes are written.
 struct Can {
     fs::path folder;
     fs::path pathsRelativeTo; // empty: absolute
@@ -63,7 +63,7 @@ std::error_code lastError()
     return {errno, std::generic_category()};
 }
 
-// Renames work within one mount of one device: a device that is mounted twice is two places.
+// Renames work within one mount of one device: a device that is mounted twice counts as two places.
 struct Place {
     std::uint64_t device = 0, mount = 0;
     bool operator==(const Place &) const = default;
@@ -77,7 +77,7 @@ Place placeOf(const fs::path &folder)
     return {makedev(status.stx_dev_major, status.stx_dev_minor), status.stx_mnt_id};
 }
 
-// The topmost folder above the file that is in the file's place.
+// Returns the topmost folder above the file that is in the file's place.
 fs::path volumeRoot(const fs::path &file)
 {
     fs::path root = file.parent_path();
@@ -119,7 +119,7 @@ std::error_code whyNotWritable(const fs::path &folder)
                                                                                : lastError();
 }
 
-// Why a folder of the trash can neither be used nor made.
+// Returns why a folder of the trash can neither be used nor created.
 std::error_code whyNotUsable(const fs::path &folder)
 {
     const fs::path existing = nearestExisting(folder);
@@ -197,7 +197,7 @@ bool isLocked(const fs::path &path)
            (status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
 }
 
-// Why the file itself cannot be moved, whatever the trash: asked first, so that the person reads the
+// Returns why the file itself cannot be moved, whatever the trash; checked first, so that the user reads the
 // reason that matters.
 std::optional<Obstacle> obstacleInPlace(const fs::path &file)
 {
@@ -243,7 +243,7 @@ fs::path put(const fs::path &path)
         try {
             return putInto(homeCan(), file);
         } catch (const fs::filesystem_error &error) {
-            // Some file systems do not rename within one place either.
+            // Some file systems cannot rename even within one place.
             if (error.code() != std::errc::cross_device_link)
                 throw;
         }

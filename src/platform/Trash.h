@@ -4,8 +4,8 @@
 #include <optional>
 #include <system_error>
 
-// The desktop's trash (freedesktop.org Trash specification 1.0). Written here rather than taken from a
-// toolkit, because names that are no valid UTF-8 must survive and callers must learn the reason of a failure.
+// Implements the desktop's trash (freedesktop.org Trash specification 1.0). It uses no toolkit, because names
+// that are no valid UTF-8 must survive and callers must learn the reason of a failure.
 namespace kestrel::Trash {
 
 // Moves the file to the trash and returns where it lies now. Only ever renames, never copies and never
@@ -13,17 +13,17 @@ namespace kestrel::Trash {
 // std::filesystem::filesystem_error when neither can take it; the file is then where it was.
 std::filesystem::path put(const std::filesystem::path &file);
 
-// The user's own trash; may not exist yet.
+// Returns the user's own trash, which may not exist yet.
 std::filesystem::path homeFolder();
 
-// What keeps put() from taking a file.
+// Describes what keeps put() from moving a file.
 struct Obstacle {
     enum class Kind {
-        lockedFile,   // immutable, or one that may only grow
+        lockedFile,   // immutable or append-only
         lockedFolder, // likewise the folder that holds the file
         folder,       // nothing may be changed in it
         anothersFile, // in a sticky folder, where only its owner may move it
-        trash,        // can neither be used nor made
+        trash,        // can neither be used nor created
     };
     Kind kind = Kind::trash;
     std::error_code reason;
@@ -31,8 +31,8 @@ struct Obstacle {
     bool operator==(const Obstacle &) const = default;
 };
 
-// Reports what can be seen without changing anything. Throws std::filesystem::filesystem_error when the
-// file is not there.
+// Reports what can be determined without changing anything. Throws std::filesystem::filesystem_error when the
+// file does not exist.
 std::optional<Obstacle> obstacle(const std::filesystem::path &file);
 
 } // namespace kestrel::Trash

@@ -5,9 +5,9 @@
 
 namespace kestrel {
 
-// A fresh random UUID (RFC 4122, version 4) in upper case.
+// Returns a fresh random UUID (RFC 4122, version 4) in upper case.
 std::string freshUuid();
-// Has the form that freshUuid() gives.
+// Returns whether the text has the form of freshUuid().
 bool isUuid(std::string_view text);
 
 } // namespace kestrel

@@ -37,8 +37,8 @@ constexpr std::array<TypeName, 9> networkTypes{{
     {"fuse.sshfs", "sftp"},
 }};
 
-// A desktop's virtual mount names the protocol in the first folder below it, up to a ":" where the
-// address follows.
+// A desktop's virtual mount names the protocol in the first folder below it, up to a ":" where the address
+// follows.
 constexpr std::array<TypeName, 9> virtualProtocols{{
     {"smb-share", "smbfs"},
     {"smb", "smbfs"},
@@ -59,7 +59,7 @@ std::optional<std::string_view> translated(const std::array<TypeName, Size> &tab
     return found == table.end() ? std::nullopt : std::optional(found->required);
 }
 
-// Blanks, tabs, line ends and backslashes stand as three octal digits in the table of mounts.
+// The table of mounts writes blanks, tabs, line ends and backslashes as three octal digits.
 std::string unescaped(std::string_view field)
 {
     std::string result;
@@ -103,7 +103,7 @@ std::optional<Mount> mountOf(const fs::path &path)
             if (mount.id == status.stx_mnt_id)
                 return std::move(mount);
 
-    // An older kernel: the mount with the longest point above the path, the last of several.
+    // On an older kernel, it is the mount with the longest point above the path, the last of several.
     std::optional<Mount> best;
     for (auto &mount : mounts)
         if (isBelow(path, mount.point) &&
@@ -147,7 +147,7 @@ std::optional<fs::path> blockDevice(const Mount &mount)
            (std::to_string(major(status.st_rdev)) + ":" + std::to_string(minor(status.st_rdev)));
 }
 
-// udev's links to labelled file systems; blanks and the like are written \x20 there.
+// Reads udev's links to labelled file systems, which write blanks and the like as \x20.
 std::optional<std::string> diskLabel(const Mount &mount)
 {
     std::error_code error;
@@ -193,10 +193,10 @@ std::string value(std::string_view fields, std::string_view key)
     return {};
 }
 
-// "user@host:/folder"; a folder without "/" lies in the user's own one.
+// Returns the address of "user@host:/folder"; a folder without "/" lies in the user's own one.
 std::optional<std::string> sftpAddress(std::string_view source)
 {
-    const std::size_t bracket = source.find(']'); // of an IPv6 address, which has colons itself
+    const std::size_t bracket = source.find(']'); // closes an IPv6 address, which has colons itself
     const std::size_t colon = source.find(':', bracket == std::string_view::npos ? 0 : bracket);
     if (colon == std::string_view::npos)
         return std::nullopt;
@@ -205,7 +205,7 @@ std::optional<std::string> sftpAddress(std::string_view source)
            std::string(folder);
 }
 
-// Below gvfs: one folder "protocol:key=value,…" for each share.
+// Reads a path below gvfs, which has one folder "protocol:key=value,…" for each share.
 void describeGvfs(Volume &volume, const Mount &mount, const fs::path &path)
 {
     const fs::path below = path.lexically_relative(mount.point);
@@ -231,7 +231,7 @@ void describeGvfs(Volume &volume, const Mount &mount, const fs::path &path)
     volume.remountURL = scheme + "://" + server + "/" + share;
 }
 
-// Below kio-fuse: protocol / server / share / …
+// Reads a path below kio-fuse: protocol / server / share / …
 void describeKio(Volume &volume, const Mount &mount, const fs::path &path)
 {
     const fs::path below = path.lexically_relative(mount.point);

@@ -9,10 +9,10 @@
 
 namespace kestrel {
 
-// What the system reports about the volume that holds a path. Whatever it does not report stays absent.
+// Holds what the system reports about the volume of a path. Whatever it does not report is absent.
 struct Volume {
-    // The type by the names that StorageLocation knows: "smbfs", "nfs", "afpfs", "webdav", "ftp" and
-    // "sftp" for the network file systems, the system's own name for any other, empty when unknown.
+    // The type has the names that StorageLocation uses: "smbfs", "nfs", "afpfs", "webdav", "ftp" and "sftp"
+    // for the network file systems, the system's own name for any other, empty when unknown.
     std::string fileSystemType;
     std::optional<std::string> name;
     std::optional<bool> isInternal;
@@ -20,22 +20,23 @@ struct Volume {
     std::optional<std::filesystem::path> root;
 
     static Volume of(const std::filesystem::path &path);
-    // Bytes that an ordinary user may still use there; absent when that is unknown.
+    // Returns the bytes that an ordinary user may still use there; absent when that is unknown.
     static std::optional<std::int64_t> freeBytes(const std::filesystem::path &path);
 };
 
-// One line of the kernel's table of mounts.
+// Holds one line of the kernel's table of mounts.
 struct Mount {
     std::uint64_t id = 0;
     std::filesystem::path point;
     std::string type, source;
 
-    // Reads a line of /proc/self/mountinfo (proc(5)); absent when it has not that form.
+    // Parses a line of /proc/self/mountinfo (proc(5)); absent when it has another form.
     static std::optional<Mount> parse(std::string_view line);
     static std::vector<Mount> all();
 };
 
-// What a mount says about a path below it; the part of Volume::of that needs no disk. Exposed for tests.
+// Returns what a mount says about a path below it; the part of Volume::of that needs no disk. Exposed for
+// tests.
 Volume describeMount(const Mount &mount, const std::filesystem::path &path);
 
 } // namespace kestrel

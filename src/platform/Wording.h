@@ -4,13 +4,13 @@
 
 namespace kestrel {
 
-// The texts that name keys, programs, devices or folders, and so differ from desktop to desktop.
+// Identifies the texts that name keys, programs, devices or folders, and so differ from desktop to desktop.
 enum class Words {
     installFfmpeg, // as typed in a terminal
     chooseFolderHelp,
     rescanHelp,
     settingsHelp,
-    clipFolder, // where probe clips go, as a person calls the folder
+    clipFolder, // the folder of probe clips, as users call it
     revealFile,
     sleepNote,
     pageHeading,
@@ -31,7 +31,7 @@ inline constexpr Desktop ofThisBuild = Desktop::apple;
 inline constexpr Desktop ofThisBuild = Desktop::freedesktop;
 #endif
 
-// German.
+// Returns the German text.
 std::string_view text(Words words, Desktop desktop = ofThisBuild);
 
 } // namespace Wording

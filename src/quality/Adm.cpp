@@ -8,7 +8,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "quality/Adm.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header and what builds on it after this one.
+// Highway requires that its own header, and those that build on it, are included after this one.
 #include "quality/Vectors-inl.h"
 
 #ifndef KESTREL_QUALITY_ADM_ONCE
@@ -17,13 +17,13 @@
 namespace kestrel::adm {
 
 constexpr int scales = 4;
-constexpr double border = 0.1;  // of each side that does not count
-constexpr float mostGain = 100; // of an enhanced detail
+constexpr double border = 0.1;  // share of each side that does not count
+constexpr float mostGain = 100; // limit for an enhanced detail
 constexpr double noiseWeight = 1 / 32.0;
-constexpr float masking = 1 / 30.0F; // of a neighbour's loss; the place itself counts twice
+constexpr float masking = 1 / 30.0F; // weight of a neighbour's loss; the position itself counts twice
 
-// The reciprocal of the smallest visible coefficient: Watson, Yang, Solomon and Villasenor, "Visibility of
-// wavelet quantization noise", 1997, luminance, seen from three times the height of 1080 lines.
+// Holds the reciprocal of the smallest visible coefficient: Watson, Yang, Solomon and Villasenor, "Visibility
+// of wavelet quantization noise", 1997, luminance, seen from three times the height of 1080 lines.
 struct Sensitivity {
     float straight, diagonal;
 };
@@ -56,7 +56,7 @@ namespace kestrel::HWY_NAMESPACE {
 
 namespace {
 
-// Daubechies' wavelet of two vanishing moments.
+// These are Daubechies' wavelet with two vanishing moments.
 constexpr std::array<float, 4> lowPass{0.482962913144690F, 0.836516303737469F, 0.224143868041857F,
                                        -0.129409522550921F};
 constexpr std::array<float, 4> highPass{-0.129409522550921F, -0.224143868041857F, 0.836516303737469F,
@@ -70,17 +70,17 @@ HWY_INLINE Vector filtered4(const std::array<float, 4> &taps, Vector a, Vector b
                                  hn::MulAdd(hn::Set(d, taps[1]), b, hn::Mul(hn::Set(d, taps[0]), a))));
 }
 
-// One row of a picture's four bands. The name says low or high: first down, then across.
+// Holds one row of a picture's four bands, each low or high vertically and horizontally.
 struct Bands {
     FloatRows rows;
 
     Bands(Scratch &scratch, std::size_t width) : rows(scratch, width, 3) {}
-    float *horizontal() { return rows.row(0); } // high down, low across
-    float *vertical() { return rows.row(1); }   // low down, high across
+    float *horizontal() { return rows.row(0); } // high vertically, low horizontally
+    float *vertical() { return rows.row(1); }   // low vertically, high horizontally
     float *diagonal() { return rows.row(2); }
 };
 
-// One picture at one scale: samples at the first, what the scale before has left at the others.
+// Provides one picture at one scale: samples at the first, the result of the scale before it at the others.
 class Source {
 public:
     Source(const LumaFrame &frame, Scratch &scratch)
@@ -102,7 +102,8 @@ public:
         for (; m_filled <= std::min(last, height - 1); ++m_filled)
             toFloats(m_frame->samples.data() + m_filled * width, width, m_frame->depth, 0, row(m_filled));
     }
-    // The four rows that a row of the transform is made of; beyond the picture the last one comes again.
+    // Returns the four rows from which a row of the transform is computed; beyond the picture the last one
+    // repeats.
     std::array<const float *, 4> around(std::size_t y)
     {
         prepare(2 * y + 2);
@@ -120,7 +121,7 @@ private:
     FloatRows m_rows;
 };
 
-// The ends of a row as the transform wants them: a mirror in front, the last value again behind.
+// Extends both ends of a row as the transform requires: a mirror in front, the last value again behind.
 void continueEnds(float *row, std::size_t width)
 {
     row[-1] = row[1];
@@ -128,7 +129,7 @@ void continueEnds(float *row, std::size_t width)
     row[width + 1] = row[width - 2];
 }
 
-// One row of the wavelet transform; `low` and `high` are room for a row of the source's width.
+// Computes one row of the transform. REQUIRES: `low` and `high` have room for a row of the source's width.
 HWY_NOINLINE void transformRow(const std::array<const float *, 4> &source, std::size_t width, float *low,
                                float *high, float *approximation, Bands &bands)
 {
@@ -156,17 +157,17 @@ HWY_NOINLINE void transformRow(const std::array<const float *, 4> &source, std::
     }
 }
 
-// A row of details that are kept, as the eye weighs them, and what is lost beside them.
+// Holds a row of the kept details, as the eye weighs them, and the losses beside them.
 struct Details {
     FloatRows rows;
 
     Details(Scratch &scratch, std::size_t width) : rows(scratch, width, 4) {}
     float *kept(std::size_t band) { return rows.row(band); }
-    float *loss() { return rows.row(3); } // of all bands, as far as it masks
+    float *loss() { return rows.row(3); } // of all bands, as far as it masks details
 };
 
-// What of the reference's coefficient is left in the distorted one. Where both point to the same direction
-// within a degree, the picture is only stronger or weaker in contrast, and that is no loss.
+// Returns how much of the reference's coefficient the distorted one keeps. Where both point in the same
+// direction within a degree, the picture differs only in contrast, which is no loss.
 HWY_INLINE Vector restored(Vector original, Vector distorted, hn::Mask<Floats> isSameDirection)
 {
     const Floats d;
@@ -186,7 +187,7 @@ HWY_NOINLINE void separate(Bands &original, Bands &distorted, const adm::Sensiti
     const Floats d;
     const std::size_t lanes = hn::Lanes(d);
     const auto straight = hn::Set(d, eye.straight), diagonal = hn::Set(d, eye.diagonal);
-    // The squared cosine of a degree.
+    // This is the squared cosine of a degree.
     const auto cosine =
         hn::Set(d, static_cast<float>(std::cos(std::numbers::pi / 180) * std::cos(std::numbers::pi / 180)));
     for (std::size_t x = 0; x < width; x += lanes) {
@@ -214,7 +215,7 @@ HWY_NOINLINE void separate(Bands &original, Bands &distorted, const adm::Sensiti
     details.loss()[width] = details.loss()[width - 1];
 }
 
-// The part of a scale that counts: without its borders.
+// Bounds the part of a scale that counts, which excludes its borders.
 struct Inside {
     std::size_t from, to;
 
@@ -233,7 +234,7 @@ HWY_INLINE Vector cube(Vector value)
     return hn::Mul(hn::Mul(value, value), value);
 }
 
-// Adds the cubes of what is kept and can be seen beside the losses around it.
+// Adds the cubes of what is kept and visible beside the losses around it.
 HWY_NOINLINE void addKept(Details &above, Details &middle, Details &below, Inside columns, Cubes &sums)
 {
     const Floats d;
@@ -285,7 +286,7 @@ struct Detail {
     double kept = 0, original = 0;
 };
 
-// Measures one scale, and leaves the pictures of the next one in `nextOriginal` and `nextDistorted`.
+// Measures one scale, and stores the pictures of the next one in `nextOriginal` and `nextDistorted`.
 Detail measureScale(Source &original, Source &distorted, int scale, Source &nextOriginal,
                     Source &nextDistorted, Scratch &scratch)
 {
@@ -297,8 +298,8 @@ Detail measureScale(Source &original, Source &distorted, int scale, Source &next
     std::array<Details, 3> ring{Details(scratch, width), Details(scratch, width), Details(scratch, width)};
     Cubes kept{}, total{};
 
-    // A row is measured once the one below it is known; beyond the first one is its mirror, beyond the last
-    // one the last one again.
+    // A row is measured once the one below it is known; above the first row its mirror is used, below the
+    // last one the last row again.
     const auto measure = [&](std::size_t y) {
         if (y < lines.from || y >= lines.to)
             return;

@@ -9,13 +9,13 @@
 
 namespace kestrel {
 
-// The memory that a feature needs for one frame, kept for the next one: to get it from the system again for
-// each costs as much as the arithmetic. Used by one thread at a time.
+// Keeps the memory that a feature needs for one frame for the next one: allocating it again for each frame
+// costs as much as the arithmetic. REQUIRES: one thread uses it at a time.
 class Scratch {
 public:
-    // From here on, take() gives the same blocks again.
+    // After this, take() returns the same blocks again.
     void restart() { m_next = 0; }
-    // Uninitialised room for so many floats, until the next restart().
+    // Returns uninitialised room for so many floats, valid until the next restart().
     float *take(std::size_t count)
     {
         if (m_next == m_blocks.size())
@@ -41,8 +41,8 @@ private:
     std::size_t m_next = 0;
 };
 
-// Rows of floats that vectors may read and write beyond either end, by as many values as the margin is wide.
-// What stands there is not defined until it is written.
+// Holds rows of floats that vectors may read and write beyond either end, by as many values as the margin is
+// wide. Values there are undefined until they are written.
 class FloatRows {
 public:
     static constexpr std::size_t margin = 48; // the widest reach of a filter, and two vectors

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int smallestSide = 16;
 
-// What the tasks have found out about one pair.
+// Holds what the tasks have computed for one pair.
 struct Measured {
     bool isScored = false;
     double motion = 0;
@@ -51,7 +51,7 @@ struct FrameScorer::State {
     const int step;
     WorkerPool &pool;
 
-    // The caller's thread only.
+    // Only the caller's thread accesses it.
     std::shared_ptr<const LumaFrame> previous;
 
     // Guarded by lock.
@@ -63,7 +63,7 @@ struct FrameScorer::State {
     std::exception_ptr failure;
 };
 
-// On a thread of the pool.
+// Runs on a thread of the pool.
 void FrameScorer::State::measure(std::size_t index, const LumaFrame *before, const LumaFrame &reference,
                                  const LumaFrame *distorted)
 {
@@ -142,7 +142,7 @@ void FrameScorer::add(LumaFrame reference, LumaFrame distorted)
         before.reset();
         frame.reset();
         encoded.reset();
-        // Notified under the lock: whoever waits may destroy the state as soon as it is free.
+        // Notifies under the lock: the waiting thread may destroy the state as soon as the lock is free.
         const std::scoped_lock guard(state.lock);
         --state.inWork;
         state.changed.notify_all();
@@ -162,7 +162,8 @@ std::vector<FrameScore> FrameScorer::finish()
         FrameScore score;
         score.adm2 = pair.adm2;
         score.vif = pair.vif;
-        // The smaller of the changes from the frame before and to the one after: a cut is no motion.
+        // The motion is the smaller of the changes from the frame before and to the one after: a cut is no
+        // motion.
         score.motion2 =
             i + 1 < state.pairs.size() ? std::min(pair.motion, state.pairs[i + 1].motion) : pair.motion;
         score.vmaf = VmafModel::score(score.adm2, score.motion2, score.vif);

@@ -2,7 +2,7 @@
 
 #include <array>
 
-// What the build takes from src/quality/model/vmaf_v0.6.1.json.
+// Holds what the build generates from src/quality/model/vmaf_v0.6.1.json.
 namespace kestrel::ModelFile {
 
 extern const char *const vectors;              // a header, then one line for each support vector

@@ -6,7 +6,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "quality/Motion.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header and what builds on it after this one.
+// Highway requires that its own header, and those that build on it, are included after this one.
 #include "quality/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -14,7 +14,7 @@ namespace kestrel::HWY_NAMESPACE {
 
 namespace {
 
-// The middle and the right half of the blur: Gaussian, as libvmaf's table has it.
+// This is the middle and the right half of the blur: Gaussian, as in libvmaf's table.
 constexpr std::array<float, 3> blur{26386 / 65536.0F, 16004 / 65536.0F, 3571 / 65536.0F};
 
 } // namespace

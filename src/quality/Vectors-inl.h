@@ -1,4 +1,5 @@
-// Pieces that the features share. It is included once for each instruction set, inside Highway's own guard.
+// The features share these functions. This file is included once for each instruction set, inside Highway's
+// own guard.
 
 #if defined(KESTREL_QUALITY_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef KESTREL_QUALITY_VECTORS_INL_H
@@ -24,7 +25,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Floats = hn::CappedTag<float, FloatRows::lanes>;
 using Vector = hn::Vec<Floats>;
 
-// Samples of any depth as values of 8 bits, plus `offset`. Writes whole vectors.
+// Converts samples of any depth to values of 8 bits, plus `offset`. Writes whole vectors.
 inline void toFloats(const std::uint16_t *samples, std::size_t width, int depth, float offset, float *values)
 {
     const Floats d;
@@ -42,14 +43,14 @@ inline void toFloats(const std::uint16_t *samples, std::size_t width, int depth,
         values[x] = static_cast<float>(samples[x]) / static_cast<float>(1 << (depth - 8)) + offset;
 }
 
-// The sum of the lanes, in double precision from here on.
+// Returns the sum of the lanes, in double precision from here on.
 inline double sumOf(Vector values)
 {
     const Floats d;
     return hn::GetLane(hn::SumOfLanes(d, values));
 }
 
-// Adds up a symmetric filter of Taps coefficients, of which `half` has the middle one and those after it.
+// Applies a symmetric filter of Taps coefficients, of which `half` has the middle one and those after it.
 // `at(k)` loads the value at distance k from the middle.
 template <int Taps, class At>
 HWY_INLINE Vector filtered(const float *half, At at)
@@ -62,7 +63,7 @@ HWY_INLINE Vector filtered(const float *half, At at)
     return sum;
 }
 
-// Continues a row beyond both ends as a mirror does whose axis is the last value itself.
+// Extends a row beyond both ends as a mirror does whose axis is the last value itself.
 inline void mirrorEnds(float *row, std::size_t width, std::size_t reach)
 {
     for (std::size_t k = 1; k <= reach; ++k) {
@@ -71,7 +72,7 @@ inline void mirrorEnds(float *row, std::size_t width, std::size_t reach)
     }
 }
 
-// The index of a row beyond the picture in the same mirror.
+// Returns the row that the same mirror shows for an index beyond the picture.
 inline std::size_t mirrored(std::ptrdiff_t i, std::size_t count)
 {
     const auto size = static_cast<std::ptrdiff_t>(count);

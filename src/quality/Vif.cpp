@@ -6,7 +6,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "quality/Vif.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header and what builds on it after this one.
+// Highway requires that its own header, and those that build on it, are included after this one.
 #include "quality/Vectors-inl.h"
 
 #include <hwy/contrib/math/math-inl.h>
@@ -16,12 +16,12 @@ namespace kestrel::HWY_NAMESPACE {
 
 namespace {
 
-constexpr float middleGrey = -128; // leaves single precision the most for the differences
-constexpr float noise = 2;         // variance of the viewer's own
+constexpr float middleGrey = -128; // keeps the most single precision for the differences
+constexpr float noise = 2;         // variance of the viewer's own noise
 constexpr float mostGain = 100;
 constexpr float leastVariance = 1e-10F;
 
-// The middle and the right half of the windows: Gaussian, as libvmaf's tables have them, in 65536ths.
+// These are the middle and the right half of the windows: Gaussian, as in libvmaf's tables, in 65536ths.
 constexpr std::array<std::array<int, 9>, 4> windows{{
     {7784, 7455, 6547, 5274, 3896, 2640, 1640, 935, 489},
     {14692, 12590, 7925, 3663, 1244},
@@ -39,8 +39,8 @@ struct Window {
     }
 };
 
-// Two pictures, row by row from the top. At the first scale they are samples, of which only the rows within
-// reach are kept as floats; at the others the reduced pictures stand whole.
+// Provides two pictures row by row from the top. At the first scale they are samples, of which only the rows
+// within reach are kept as floats; at the others the reduced pictures are kept whole.
 class Rows {
 public:
     Rows(const LumaFrame &reference, const LumaFrame &distorted, Scratch &scratch)
@@ -55,7 +55,7 @@ public:
     {
     }
 
-    // Makes everything up to this row readable, and what lies `ring` rows before it unreadable.
+    // Makes everything up to this row readable, and rows that lie `ring` or more before it unreadable.
     void prepare(std::size_t last)
     {
         if (!m_isRing)
@@ -83,7 +83,7 @@ private:
     bool m_isRing = false;
 };
 
-// The rows around one, those beyond the picture mirrored.
+// Holds the rows around one; those beyond the picture are mirrored.
 template <int Taps>
 struct Neighbours {
     std::array<const float *, Taps> reference, distorted;
@@ -98,7 +98,7 @@ struct Neighbours {
     }
 };
 
-// Both pictures, filtered and reduced to half the size.
+// Filters both pictures and reduces them to half the size.
 template <int Taps>
 HWY_NOINLINE Rows reduce(Rows &rows, const Window &window, Scratch &scratch)
 {
@@ -123,7 +123,7 @@ HWY_NOINLINE Rows reduce(Rows &rows, const Window &window, Scratch &scratch)
         mirrorEnds(columns.row(1), rows.width, reach);
         for (std::size_t x = 0; x < result.width; x += lanes) {
             const auto across = [&](const float *row) {
-                // Every second position: of two neighbouring vectors' worth of values, the even ones.
+                // Only every second position is computed: the even values of two neighbouring vectors.
                 return filtered<Taps>(window.half.data(), [&](int k) {
                     Vector even, odd;
                     hn::LoadInterleaved2(d, row + 2 * x + k, even, odd);
@@ -137,7 +137,7 @@ HWY_NOINLINE Rows reduce(Rows &rows, const Window &window, Scratch &scratch)
     return result;
 }
 
-// The moments of both pictures in a window, still to be filtered across.
+// Holds the moments of both pictures in a window, which are still to be filtered horizontally.
 struct Moments {
     FloatRows rows;
 
@@ -184,7 +184,7 @@ struct Filtered {
     Vector mean1, mean2, square1, square2, product;
 };
 
-// All five together, because a sum waits for its last summand.
+// Filters all five together, because each sum waits for its last summand.
 template <int Taps>
 HWY_INLINE Filtered filterAcross(Moments &moments, const Window &window, std::size_t x)
 {
@@ -235,7 +235,7 @@ HWY_NOINLINE Information informationOf(Moments &moments, const Window &window, s
         const auto tells = hn::IfThenElseZero(isRelated, hn::Log2(d, hn::Add(one, signal)));
         const auto told = hn::Log2(d, hn::MulAdd(variance1, hn::Set(d, 1 / noise), one));
 
-        // Where the reference is flat, what was added counts against the picture.
+        // Where the reference is flat, added information counts against the picture.
         const auto isFlat = hn::Lt(variance1, hn::Set(d, noise));
         const auto flat = hn::NegMulAdd(variance2, hn::Set(d, 4.0F / (255 * 255)), one);
         const auto inside = hn::FirstN(d, width - x);

@@ -28,7 +28,7 @@ struct Model {
     double lowest = 0, highest = 0;
 };
 
-// One line for each support vector: its weight, then the coordinates that are not zero as NUMBER:VALUE.
+// Reads one line for each support vector: its weight, then the coordinates that are not zero as NUMBER:VALUE.
 SupportVector parseVector(const std::string &line)
 {
     SupportVector vector;

@@ -9,15 +9,15 @@
 
 namespace kestrel {
 
-// A fixed number of threads that work off what they are given, in its order. May be used by any thread.
+// Runs tasks on a fixed number of threads, in the order of posting. May be used by any thread.
 class WorkerPool {
 public:
-    // The pool of the process: one thread for each core, whatever number of films is scored at once. Its
-    // threads start with the first use.
+    // Returns the pool of the process: one thread for each core, whatever number of films is scored at once.
+    // Its threads start with the first use.
     static WorkerPool &shared();
 
-    explicit WorkerPool(unsigned threads); // at least one
-    // Works off what is still queued.
+    explicit WorkerPool(unsigned threads); // REQUIRES: at least one
+    // Runs the tasks that are still queued.
     ~WorkerPool();
     WorkerPool(const WorkerPool &) = delete;
     WorkerPool &operator=(const WorkerPool &) = delete;

@@ -16,8 +16,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t mostAtOnce = 8192, longestHead = 16384; // bytes
-constexpr auto patience = 10s;  // for a request to arrive, and for its answer to be taken
-constexpr auto lastMoment = 2s; // for the client to close, once it has everything
+constexpr auto patience = 10s;  // for a request to arrive, and for its answer to be read
+constexpr auto lastMoment = 2s; // for the client to close the connection, once it has everything
 constexpr const char *headEnd = "\r\n\r\n";
 constexpr std::size_t headEndSize = 4;
 
@@ -47,7 +47,7 @@ void HttpConnection::read()
     const bool isAnswered = !m_answer.empty() && m_written == m_answer.size();
     if (count < 0 || !m_hasAsked || isAnswered)
         return m_events.ended();
-    m_readable.setEnabled(false); // it still waits for its answer
+    m_readable.setEnabled(false); // the client still waits for its answer
 }
 
 void HttpConnection::take(const char *bytes, std::size_t count)
@@ -61,7 +61,7 @@ void HttpConnection::take(const char *bytes, std::size_t count)
     if (end == std::string::npos)
         return;
     m_hasAsked = true;
-    m_clock.stop(); // how long the answer takes to make is not the client's fault
+    m_clock.stop(); // the client is not responsible for the time that the answer takes
     m_head.resize(end + headEndSize);
     m_events.asked(std::exchange(m_head, {}));
 }

@@ -10,15 +10,15 @@
 
 namespace kestrel {
 
-// One client of the server: it receives the head of one request and sends one answer. A client that has
-// closed its own direction is answered all the same, and what it sends after the head is read away, because
-// unread bytes would turn the end of the connection into a reset that can cost it the answer. Lives on the
+// Serves one client: it receives the head of one request and sends one answer. A client that has closed its
+// own direction is answered all the same, and what it sends after the head is read and discarded, because
+// unread bytes would turn the end of the connection into a reset that can lose the answer. Lives on the
 // server's thread.
 class HttpConnection {
 public:
     struct Events {
-        std::function<void(const std::string &head)> asked; // once, with the empty line at its end
-        std::function<void()> ended;                        // the last; by the client, or after the answer
+        std::function<void(const std::string &head)> asked; // called once, with the empty line at its end
+        std::function<void()> ended; // called last, when the client or the answer has ended
     };
 
     HttpConnection(FileDescriptor socket, Events events);

@@ -95,7 +95,7 @@ private:
         std::optional<Mailbox> m_mailbox{std::in_place}; // guarded by m_lock
     };
 
-    using Number = std::uint64_t; // the older, the smaller
+    using Number = std::uint64_t; // older connections have smaller ones
 
     void incomingConnection(qintptr descriptor) override
     {
@@ -132,7 +132,7 @@ private:
     void respond(Number number, const std::string &head)
     {
         const auto request = HttpRequest::parse(head);
-        if (!request) // nothing that could be answered
+        if (!request) // the head is nothing that could be answered
             return end(number);
         const bool hasBody = request->method != "HEAD";
         const auto reply = [this, letterbox = m_letterbox, number,
@@ -152,7 +152,7 @@ private:
             m_handler(request->path, reply);
     }
 
-    // A page elsewhere may have pointed its own name at this computer, to read what it must not.
+    // A page elsewhere may have pointed its own name at this computer, to read file names.
     static bool isMeantForUs(const HttpRequest &request)
     {
         if (!request.host)
@@ -178,7 +178,7 @@ private:
     Number m_nextNumber = 0;
 };
 
-// The listener is created, used and destroyed on the thread.
+// The thread creates, uses and destroys the listener.
 struct StatusServer::Thread : QThread {
     explicit Thread(Handler wanted) : handler(std::move(wanted))
     {

@@ -9,12 +9,11 @@
 
 namespace kestrel {
 
-// A small HTTP/1.1 server for the home network: one answer for each connection, GET and HEAD alone. What
-// it serves comes from a handler; it knows nothing of the application. It holds against clients that send
-// garbage, send or read too slowly, or come in great numbers: their connections end, and the next request
-// is served.
-//
-// Works on a thread of its own. All functions are called on the thread that made it.
+// Serves HTTP/1.1 in the home network: it gives one answer for each connection, to GET and HEAD only. A
+// handler provides the content; the server does not depend on the application. It tolerates clients that send
+// garbage, send or read too slowly, or connect in great numbers: their connections are closed, and the next
+// request is served. It works on a thread of its own. REQUIRES: the thread that created it calls all
+// functions.
 class StatusServer {
 public:
     struct Response {
@@ -31,21 +30,21 @@ public:
     // Called on the server's thread: without a text once it listens, else with the German reason why not.
     using OnState = std::function<void(std::optional<std::string> error)>;
 
-    static inline std::uint16_t port = 8765; // by default
+    static inline std::uint16_t port = 8765; // the default port
 
     explicit StatusServer(Handler handler);
-    // Ends all connections.
+    // Closes all connections.
     ~StatusServer();
     StatusServer(const StatusServer &) = delete;
     StatusServer &operator=(const StatusServer &) = delete;
 
     void start(std::uint16_t number, OnState onState);
-    // Accepts no more; open connections finish.
+    // Accepts no more connections; open ones finish.
     void stop();
-    // Runs something on the server's thread; dropped when the server ends before.
+    // Calls `action` on the server's thread; drops it when the server ends before.
     void post(std::function<void()> action);
 
-    // Under which the page can be reached; the first is the easiest to type.
+    // Returns the addresses of the page; the first is the easiest to type.
     static std::vector<std::string> pageURLs(std::uint16_t number);
 
 private:

@@ -70,7 +70,7 @@ Words wordsOf(std::string_view text)
     return {pieces.begin(), pieces.end()};
 }
 
-// Words that say how a film was copied, and no longer what it is. A group's name may hang on a codec
+// Returns whether the word says how a film was copied, not what it is. A group's name may follow the codec
 // ("x264-GRP").
 bool isCodecTag(const std::string &lower)
 {
@@ -93,7 +93,7 @@ bool isCertainTag(const std::string &lower)
                            "brrip", "bdremux", "webrip", "web-dl", "webdl", "hdtv", "dvdrip"});
 }
 
-// Of those that a title may contain as well, only what stands before a certain one is a tag.
+// Words that a title may contain as well are tags only directly before a certain one.
 Words::const_iterator firstTag(const Words &words)
 {
     const auto isCertain = [](const std::string &word) { return isCertainTag(Text::lower(word)); };
@@ -119,7 +119,7 @@ std::string joined(const Words &words)
     return text;
 }
 
-// Without a year in brackets, which folders have and file names have not.
+// Removes a year in brackets, which folders have and file names lack.
 Words seriesWords(const std::string &series)
 {
     Words words = wordsOf(series);

@@ -7,8 +7,8 @@
 
 namespace kestrel {
 
-// What the status page shows: finished texts and numbers, nothing that the page would have to format. All
-// text is UTF-8 and German. The vocabularies are the page's; it keys its colours and layout on them.
+// Holds what the status page shows: finished texts and numbers, which the page does not format. All text is
+// UTF-8 and German. The page keys its colours and layout on the listed words.
 struct StatusSnapshot {
     struct Tile {
         std::string icon; // "drive", "compress", "save", "clock"
@@ -17,7 +17,7 @@ struct StatusSnapshot {
 
         bool operator==(const Tile &) const = default;
     };
-    // A file in work.
+    // Describes a file in work.
     struct Job {
         std::string name, folder;
         std::string state; // "analyzing", "running", "uploading"
@@ -35,7 +35,7 @@ struct StatusSnapshot {
 
         bool operator==(const Folder &) const = default;
     };
-    // A file that has ended.
+    // Describes a file that has ended.
     struct Recent {
         std::string name, text;
         std::string tone; // "plain", "green", "red"
@@ -45,7 +45,7 @@ struct StatusSnapshot {
 
     std::string computer;
     std::optional<std::string> folder;   // the opened one
-    std::optional<std::string> location; // where it lies
+    std::optional<std::string> location; // its storage
     // "converting", "paused", "finished", "stopped", "scanning", "sampling", "probeClip", "idle"
     std::string state = "idle";
     std::string headline;
@@ -58,12 +58,12 @@ struct StatusSnapshot {
 
     bool operator==(const StatusSnapshot &) const = default;
 
-    // In the order of the fields; what is absent is left out. Broken UTF-8 comes out as U+FFFD.
+    // Returns the fields in order, without those that are absent. Broken UTF-8 becomes U+FFFD.
     std::string toJson() const;
 };
 
-// A file's name as a person would say it: "Blade.Runner.1982.1080p.BluRay.x264.mkv" becomes
-// "Blade Runner 1982". Where the name begins with that of the series, only the rest is left.
+// Returns a file's name as a person would say it: "Blade.Runner.1982.1080p.BluRay.x264.mkv" becomes "Blade
+// Runner 1982". Where the name begins with that of the series, only the rest remains.
 std::string displayName(const std::string &name, const std::optional<std::string> &series);
 
 } // namespace kestrel

@@ -11,7 +11,7 @@ const STATES = {
   idle: { tone: "--muted", live: false },
 };
 
-// On a grid of 24 × 24; each a list of SVG elements.
+// The icons lie on a grid of 24 × 24; each is a list of SVG elements.
 const ICONS = {
   drive: [
     ["rect", { x: 3, y: 6, width: 18, height: 12, rx: 3 }],
@@ -39,7 +39,7 @@ const INTERVAL = 2000, HIDDEN_INTERVAL = 15000, PATIENCE = 5000; // milliseconds
 const SVG = "http://www.w3.org/2000/svg";
 const SVG_TAGS = new Set(["svg", "path", "rect", "circle"]);
 
-// A number and its unit never wrap apart.
+// Keeps a number and its unit on one line.
 function joined(text) {
   return String(text).replace(/(\d) (?=(?:%|(?:GB|MB|KB|h|min|s|fps)(?![\p{L}\d])))/gu, "$1\u00a0");
 }
@@ -53,7 +53,7 @@ function create(tag) {
   return SVG_TAGS.has(tag) ? document.createElementNS(SVG, tag) : document.createElement(tag);
 }
 
-// The node that stands for a description: that of its key, or the one at this place; else a new one.
+// Returns the node for a description: that of its key, or the one at this position; otherwise a new one.
 function nodeFor(child, at, keyed) {
   if (typeof child !== "object")
     return at && at.nodeType === Node.TEXT_NODE ? at : document.createTextNode("");
@@ -65,8 +65,8 @@ function nodeFor(child, at, keyed) {
   return fresh;
 }
 
-// Makes the children of an element what is described, and touches nothing that is so already: animations run
-// on. A child with a key keeps its node wherever it moves.
+// Changes the children of an element to those described, and leaves unchanged ones alone: animations continue.
+// A child with a key keeps its node wherever it moves.
 function update(parent, children) {
   const wanted = new Set(children.map((child) => child.attributes && child.attributes.key));
   const keyed = new Map();
@@ -99,7 +99,7 @@ function updateAttributes(node, attributes) {
     if (node.getAttribute(name) !== String(value)) node.setAttribute(name, value);
 }
 
-// Keeps the reader's place while rows are added or removed above it.
+// Keeps the reader's scroll position while rows are added or removed above it.
 function inPlace(action) {
   const parts = scrollY > 0 ? [...document.querySelectorAll("#content > *, #content li")].reverse() : [];
   const above = parts.find((part) => part.getBoundingClientRect().top <= 0);
@@ -109,7 +109,7 @@ function inPlace(action) {
   if (read && read.isConnected) scrollBy(0, read.getBoundingClientRect().top - before);
 }
 
-// The same rows with a key each; of two alike, the second gets another one.
+// Returns the same rows with a key each; of two equal ones, the second gets another key.
 function withKeys(rows, keyOf, make) {
   const seen = new Map();
   return rows.map((row) => {
@@ -224,7 +224,7 @@ let timer = 0, running = null;
 
 async function refresh() {
   clearTimeout(timer);
-  if (running) running.abort(); // a newer one takes its place
+  if (running) running.abort(); // a newer request replaces it
   const controller = running = new AbortController();
   const patience = setTimeout(() => controller.abort(), PATIENCE);
   let isOffline = true;

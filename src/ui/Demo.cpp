@@ -30,7 +30,7 @@ AppModel::Options harmless()
     AppModel::Options options;
     options.store = UserDefaults::testSuite();
     options.settings = ConversionSettings();
-    options.settings->parallelJobs = 4; // as the simulated run has
+    options.settings->parallelJobs = 4; // the simulated run works on as many
     options.measuresQuality = true;
     options.persists = false;
     options.changesFiles = false;
@@ -50,7 +50,7 @@ void waitUntil(const std::function<bool()> &condition)
         runLoop(10);
 }
 
-// As the quality search leaves it for a film of these settings.
+// Returns what the quality search would find for a film of these settings.
 SampleResult madeUpSample(const FileItem &item)
 {
     SampleResult sample;
@@ -78,7 +78,7 @@ SampleResult madeUpSample(const FileItem &item)
     return sample;
 }
 
-// Says below the picture that what it shows is made up.
+// Adds a caption below the picture that says that it is made up.
 QPixmap captioned(const QPixmap &picture, const QPalette &palette)
 {
     const auto &colors = Theme::colors(palette);
@@ -102,7 +102,7 @@ public:
 
     void take(QWidget &widget, const char *name)
     {
-        runLoop(150); // layouts and bars come to rest
+        runLoop(150); // layouts and bars finish moving
         takeAtOnce(widget, name);
     }
     void takeAtOnce(QWidget &widget, const char *name)

@@ -23,7 +23,7 @@ namespace kestrel {
 
 namespace {
 
-// Where Qt's German differs from what stands on German keyboards.
+// Corrects Qt's German key names that differ from those on German keyboards.
 class Keys : public QTranslator {
 public:
     QString translate(const char *context, const char *source, const char *, int) const override
@@ -55,7 +55,7 @@ bool startsDark(const QPalette &desktop, const WindowState &state)
 
 int runWindow(const WindowOptions &options, const std::string &version)
 {
-    Signals termination; // made first: Qt starts threads
+    Signals termination; // created first: Qt starts threads
     QApplication::setApplicationName(QStringLiteral("Kestrel"));
     QApplication::setApplicationVersion(QString::fromStdString(version));
     QApplication::setDesktopFileName(QLatin1String(applicationId));
@@ -63,7 +63,7 @@ int runWindow(const WindowOptions &options, const std::string &version)
     std::string name = "kestrel";
     char *words = name.data();
     QApplication application(count, &words);
-    std::setlocale(LC_NUMERIC, "C"); // Qt has taken the user's; numbers for ffmpeg have a point
+    std::setlocale(LC_NUMERIC, "C"); // Qt has set the user's; numbers for ffmpeg need a point
     QLocale::setDefault(QLocale(QLocale::German));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/kestrel.svg")));
     QTranslator german;

@@ -6,12 +6,12 @@
 
 namespace kestrel {
 
-// What the window is started for.
+// Says what the window is started for.
 struct WindowOptions {
     std::optional<std::filesystem::path> folder;    // opened once the tools are located
-    bool usesTestSuite = false;                     // of the stored settings
-    std::optional<std::filesystem::path> snapshots; // demo: where the pictures of all screens go
-    bool isDark = false;                            // of a demo
+    bool usesTestSuite = false;                     // uses testSuite() for the stored settings
+    std::optional<std::filesystem::path> snapshots; // demo: the folder for pictures of all screens
+    bool isDark = false;                            // for a demo
 };
 
 // Shows the window until it is closed; returns the program's exit status.

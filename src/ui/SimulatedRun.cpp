@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t atOnce = 4;
 
-// What becomes of the file at this place of the order.
+// Returns the outcome of the file at this position in the order.
 JobStatus outcomeOf(const FileItem &item, std::size_t place)
 {
     if (place % 11 == 7)
@@ -30,7 +30,7 @@ JobStatus working(std::size_t slot, std::size_t place)
     return Status::Running{slot == 0 ? 0.72 : 0.18 + 0.05 * static_cast<double>(place % 5)};
 }
 
-// As a computer that encodes three films at once has them.
+// Returns the rate of a computer that encodes three films at once.
 double framesPerSecond(const FileItem &item, std::size_t place)
 {
     if (!item.info || !item.info->video)

@@ -8,12 +8,12 @@
 
 namespace kestrel {
 
-// A run whose books and states are made up: for pictures and measurements of the window, it touches no file.
+// Makes up a run's stats and states, for pictures and measurements of the window; it touches no file.
 class SimulatedRun : public RunTask {
     Q_OBJECT
 
 public:
-    // `library` holds the files, `stats` are the books; both outlive the run.
+    // `library` holds the files, `stats` counts their results. REQUIRES: both outlive the run.
     SimulatedRun(Request request, Library &library, RunStats &stats);
 
     void start() override;
@@ -21,7 +21,7 @@ public:
     void setFrozen(bool) override {}
     std::vector<const FileItem *> inWork() const override;
 
-    // Shows the run when it has come so far (0 … 1); 1 ends it. REQUIRES: not less than before.
+    // Shows the run at this progress (0 … 1); 1 ends it. REQUIRES: `done` is not less than before.
     void show(double done);
 
 private:

@@ -18,7 +18,7 @@ namespace kestrel {
 
 namespace {
 
-// Where the lines of a paragraph begin.
+// Returns where the lines of a paragraph begin.
 std::vector<int> breaks(const QString &paragraph, const QFont &font, int width,
                         QTextOption::WrapMode mode = QTextOption::WrapAtWordBoundaryOrAnywhere)
 {
@@ -51,7 +51,7 @@ void letGrowByWidth(QWidget &widget)
     widget.setSizePolicy(policy);
 }
 
-// Separators stay at the end of a line, and units with their numbers.
+// Keeps separators at the end of a line, and units with their numbers.
 QString bound(QString text)
 {
     return text.replace(QStringLiteral(" · "), QStringLiteral("\u00A0· "))
@@ -206,7 +206,7 @@ void CopyableText::setText(const QString &text)
 
 SplitBar::SplitBar(std::vector<Share> shares, double whole) : m_shares(std::move(shares)), m_whole(whole)
 {
-    setAccessibleName(QStringLiteral("Aufteilung")); // in words beside it
+    setAccessibleName(QStringLiteral("Aufteilung")); // the text beside it has the values
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 
@@ -231,7 +231,7 @@ void SplitBar::paintEvent(QPaintEvent *)
         const double wide = width() * std::clamp(share.value / m_whole, 0.0, 1.0);
         painter.fillRect(QRectF(left, 0, wide, height()), Theme::color(share.tone, palette()));
         left += wide;
-        painter.fillRect(QRectF(left - 1, 0, 1, height()), colors.card); // so that the parts are told apart
+        painter.fillRect(QRectF(left - 1, 0, 1, height()), colors.card); // separates the parts visibly
     }
 }
 

@@ -12,8 +12,8 @@
 
 namespace kestrel {
 
-// Text of a file, as wide as its place: breaks lines where it must, also within a word. Where it has more
-// lines than it may, the last is shortened in its middle, and the tool tip has it all.
+// Shows text of a file, as wide as its container: breaks lines where it must, also within a word. Where it
+// has too many lines, the last is shortened in its middle, and the tool tip has the whole text.
 class FlowLabel : public Label {
     Q_OBJECT
 
@@ -35,7 +35,7 @@ private:
     const int m_mostLines;
 };
 
-// Text of a program, to be read, marked and copied; scrolls where it is long.
+// Shows text of a program, which can be read, selected and copied; scrolls where it is long.
 class TextBox : public QPlainTextEdit {
     Q_OBJECT
 
@@ -52,7 +52,7 @@ private:
     const int m_mostLines;
 };
 
-// A text box with its button.
+// Combines a text box with its copy button.
 class CopyableText : public QWidget {
     Q_OBJECT
 
@@ -67,7 +67,7 @@ private:
     CopyButton *m_button;
 };
 
-// Shares of a whole side by side; what is left of it is the empty end.
+// Shows shares of a whole side by side; the rest of the whole is the empty end.
 class SplitBar : public QWidget {
     Q_OBJECT
 
@@ -87,7 +87,7 @@ private:
     const double m_whole;
 };
 
-// A thin line across.
+// Draws a thin line across.
 class Rule : public QWidget {
     Q_OBJECT
 
@@ -98,7 +98,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 };
 
-// A spot of colour in a legend; without a tone that of an empty bar.
+// Shows a legend's colour; without a tone it is that of an empty bar.
 class Swatch : public QWidget {
     Q_OBJECT
 

@@ -32,7 +32,7 @@ using Theme::Tone;
 constexpr int mostErrorLines = 10, mostCommandLines = 8;
 constexpr qsizetype longestTitle = 80;
 
-// "[*]" in a window's title is a mark of Qt's own, unless it is doubled.
+// Qt replaces "[*]" in a window's title, unless it is doubled.
 QString asTitle(const QString &name)
 {
     QString title = name.left(longestTitle);
@@ -131,7 +131,7 @@ QWidget *DetailSheet::makeContents()
     m_commandNote = new FlowLabel({}, Size::caption, Tone::muted);
     m_commandSection->contents()->addWidget(m_commandNote);
     m_commandSection->contents()->addWidget(m_command);
-    column->addStretch(1); // alone takes what is left
+    column->addStretch(1); // it alone gets the remaining space
     return contents;
 }
 
@@ -204,7 +204,7 @@ void DetailSheet::put(Place<Record> &place, const Record &record, Build build)
         return;
     place.shown = record;
     while (QLayoutItem *old = place.layout->takeAt(0)) {
-        // Later: a button that is being clicked may stand in it.
+        // The widget is deleted later, because it may hold a button that is being clicked.
         old->widget()->hide();
         old->widget()->deleteLater();
         delete old;
@@ -224,7 +224,7 @@ void DetailSheet::refresh()
     updateButtons();
 }
 
-// Closing it once more would tell its end once more.
+// A second reject() would emit finished() again.
 void DetailSheet::closeIfOpen()
 {
     if (isVisible())
@@ -295,7 +295,7 @@ void DetailSheet::updateSearch(const FileItem &item, const ConversionSettings &s
     });
     if (auto *measure = m_searchSection->findChild<QPushButton *>(QStringLiteral("measure"));
         measure != nullptr && isNew)
-        setTabOrder(m_error->findChild<QPushButton *>(), measure); // it may be younger than what follows
+        setTabOrder(m_error->findChild<QPushButton *>(), measure); // it may be newer than those after it
 }
 
 void DetailSheet::updateButtons()
@@ -322,7 +322,7 @@ void DetailSheet::step(int by)
     if (place >= 0 && place < static_cast<std::ptrdiff_t>(files.size()))
         m_model.library().setDetailItem(files[static_cast<std::size_t>(place)]);
     m_model.library().setSelection(
-        {m_model.library().detailItem()->id}); // where one is when the sheet closes
+        {m_model.library().detailItem()->id}); // the row to return to when the sheet closes
 }
 
 void DetailSheet::makeProbeClip()

@@ -23,9 +23,9 @@ class IconLabel;
 class Section;
 class VerticalScroll;
 
-// Everything that is known of the file whose details are open, and what happens to it. Follows the model, and
-// closes when the library holds other files; closing it sets the model's detail item to none. It stays away
-// until somebody shows it. The model outlives it.
+// Shows everything that is known of the file whose details are open, and what happens to it. It follows the
+// model, and closes when the library holds other files; closing it sets the model's detail item to none. It
+// stays hidden until it is shown explicitly. REQUIRES: the model outlives it.
 class DetailSheet : public QDialog {
     Q_OBJECT
 
@@ -34,10 +34,11 @@ public:
 
 signals:
     void revealRequested(const std::filesystem::path &file);
-    void measureRequested(); // of the file that is shown
+    void measureRequested(); // for the file that is shown
 
 private:
-    // What stands in a place of the sheet, so that it is built again only where it has changed.
+    // Remembers the record that a part of the sheet shows, so that it is built again only where this has
+    // changed.
     template <typename Record>
     struct Place {
         QVBoxLayout *layout = nullptr;
@@ -46,7 +47,7 @@ private:
     struct SearchRecord {
         std::optional<SearchText::Search> search;
         SampleResult sample;
-        QString why; // there is none
+        QString why; // why there is no search
         bool canMeasure = false;
         bool operator==(const SearchRecord &) const = default;
     };

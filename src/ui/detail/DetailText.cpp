@@ -24,7 +24,7 @@ struct ContainerName {
     std::string_view format, display;
 };
 
-// By what ffprobe's list of format names begins with.
+// Keyed by the beginning of ffprobe's list of format names.
 constexpr std::array<ContainerName, 9> containerNames{{
     {"matroska", "Matroska (MKV)"},
     {"mov", "MP4/QuickTime"},
@@ -37,7 +37,8 @@ constexpr std::array<ContainerName, 9> containerNames{{
     {"mxf", "MXF"},
 }};
 
-// Without what turns the direction of the text, and blanks for what cannot be seen but for line breaks.
+// Removes marks that change the direction of the text, and replaces invisible characters but line breaks by
+// blanks.
 QString cleaned(std::string_view text)
 {
     QString result;

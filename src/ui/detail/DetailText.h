@@ -10,19 +10,19 @@
 #include "planning/ConversionSettings.h"
 #include "ui/look/Theme.h"
 
-// What the detail sheet says about a file, in German. Pure.
+// Returns the texts of the detail sheet about a file, in German. Pure.
 namespace kestrel::DetailText {
 
-// Text that comes from a file or a program, on one line: what is broken becomes U+FFFD, control characters
-// become blanks, and marks that turn the direction of reading are left out.
+// Returns text from a file or a program on one line: broken bytes become U+FFFD, control characters become
+// blanks, and marks that change the reading direction are removed.
 QString line(std::string_view text);
-// The same with its line breaks.
+// Likewise, with its line breaks.
 QString lines(std::string_view text);
 
 QString name(const FileItem &item);
 QString folder(const FileItem &item);
 
-// What happens or has happened to the file.
+// Describes what happens or has happened to the file.
 struct State {
     QString icon, text;
     Theme::Tone tone = Theme::Tone::muted;
@@ -30,7 +30,7 @@ struct State {
     bool operator==(const State &) const = default;
 };
 State state(const FileItem &item);
-// The whole text of what went wrong; may have many lines.
+// Returns the whole text of what went wrong; may have many lines.
 std::optional<QString> error(const FileItem &item);
 
 struct Fact {
@@ -39,7 +39,7 @@ struct Fact {
 };
 std::vector<Fact> facts(const FileItem &item);
 
-// Of the file's size after its conversion; absent where there is nothing more to be expected.
+// Estimates the file's size after its conversion; absent where nothing more is expected.
 struct Estimate {
     struct Part {
         QString name;
@@ -50,17 +50,17 @@ struct Estimate {
     QString sizes, change, grade, explanation;
     double whole = 0; // bytes: the larger of the file now and then
     std::vector<Part> parts;
-    QString saving; // what is left of the whole; empty where the file would grow
-    QString time;   // empty where nothing is computed
+    QString saving; // the part of the whole that is saved; empty where the file would grow
+    QString time;   // empty where nothing is encoded
     bool operator==(const Estimate &) const = default;
 };
 std::optional<Estimate> estimate(const FileItem &item);
 
-// A command line for a shell that does what the conversion would do, into a file of its own beside the film;
-// absent where there is nothing to do.
+// Returns a command line for a shell that does what the conversion would do, into a file of its own beside
+// the film; absent where there is nothing to do.
 std::optional<QString> command(const FileItem &item, const ConversionSettings &settings,
                                const std::optional<Tools> &tools);
-// What the command line does not tell by itself.
+// Returns what the command line does not show by itself.
 QString commandNote(const FileItem &item, const ConversionSettings &settings);
 
 } // namespace kestrel::DetailText

@@ -19,7 +19,7 @@ namespace {
 using Theme::Size;
 using Theme::Tone;
 
-// An empty widget with a layout without margins.
+// Returns the layout, without margins, of an empty widget.
 template <typename Layout>
 Layout *layoutOf(QWidget *widget, double spacing)
 {
@@ -37,7 +37,7 @@ Label *bold(Label *label)
     return label;
 }
 
-// The second in small print, both at the top of their place.
+// Returns both one below the other, the second in small print.
 QVBoxLayout *twoLines(Label *first, const QString &second)
 {
     auto *column = new QVBoxLayout;
@@ -49,7 +49,7 @@ QVBoxLayout *twoLines(Label *first, const QString &second)
     return column;
 }
 
-// Beside the first line of a text.
+// Returns an icon that is aligned with the first line of a text.
 IconLabel *besideText(const QString &icon, Tone tone)
 {
     return new IconLabel(icon, tone, 1.0);
@@ -105,7 +105,7 @@ QWidget *facts(const std::vector<DetailText::Fact> &facts)
         row->addLayout(column, 1);
     }
     if (facts.empty())
-        widget->hide(); // takes no place
+        widget->hide(); // it needs no space
     return widget;
 }
 

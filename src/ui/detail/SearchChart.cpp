@@ -17,8 +17,8 @@ namespace kestrel {
 namespace Chart {
 
 namespace {
-constexpr double slack = 1e-6;     // of a step
-constexpr double leastRoom = 0.25; // of a step, between the outermost values and the ends
+constexpr double slack = 1e-6;     // share of a step
+constexpr double leastRoom = 0.25; // share of a step, between the outermost values and the ends
 } // namespace
 
 std::vector<double> Axis::ticks() const
@@ -88,7 +88,7 @@ QRectF freePlace(const std::vector<QRectF> &candidates, const QRectF &within,
 namespace {
 
 constexpr double bestVmaf = 100;
-constexpr double gap = 4; // between texts and what they belong to
+constexpr double gap = 4; // pixels between texts and what they belong to
 
 QString number(double value, int digits)
 {
@@ -185,7 +185,7 @@ void SearchChart::paintEvent(QPaintEvent *)
 
     const QFontMetricsF metrics(painter.font());
     const double dot = std::max(3.0, metrics.height() * 0.22), ring = dot * 2.1;
-    std::vector<QLineF> lines; // that no text may stand on
+    std::vector<QLineF> lines; // lines that no text may cover
     QPolygonF curve;
     for (const Point &point : m_points) {
         curve.push_back(plane.at(point.crf, point.vmaf));
@@ -209,7 +209,7 @@ void SearchChart::paintEvent(QPaintEvent *)
         const QRectF place = Chart::freePlace(
             {{{left, below}, size}, {{right, above}, size}, {{left, above}, size}, {{right, below}, size}},
             plane.place, lines);
-        painter.fillRect(place, colors.card); // the grid does not run through it
+        painter.fillRect(place, colors.card); // hides the grid behind the text
         painter.setPen(colors.green);
         painter.drawText(place, Qt::AlignCenter, text);
         lines.push_back(target);

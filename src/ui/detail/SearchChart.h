@@ -9,18 +9,19 @@
 
 namespace kestrel {
 
-// The numbers behind a chart. Pure.
+// Computes the numbers behind a chart. Pure.
 namespace Chart {
 
-// A stretch of numbers with a tick at every multiple of its step.
+// Describes a range of numbers with a tick at every multiple of its step.
 struct Axis {
     double from = 0, to = 1, step = 1;
     bool operator==(const Axis &) const = default;
     std::vector<double> ticks() const;
-    int digits() const; // that a tick's label needs after the decimal point
+    int digits() const; // digits of a tick's label after the decimal point
 };
 
-// Holds both values with some room around them, in at most so many round steps of at least `leastStep`.
+// Returns an axis that holds both values with some room around them, in at most so many round steps of at
+// least `leastStep`.
 Axis axisOver(double lowest, double highest, int mostSteps, double leastStep);
 
 struct Plane {
@@ -29,14 +30,14 @@ struct Plane {
     QPointF at(double xValue, double yValue) const;
 };
 
-// The first of these places within the plane through which no line runs; the first of all where there is
+// Returns the first of these places within the plane that no line crosses; the first of all where there is
 // none.
 QRectF freePlace(const std::vector<QRectF> &candidates, const QRectF &within,
                  const std::vector<QLineF> &lines);
 
 } // namespace Chart
 
-// VMAF over CRF, as the quality search has found it, with its target and its choice.
+// Draws VMAF over CRF, as the quality search has measured it, with its target and its choice.
 class SearchChart : public QWidget {
     Q_OBJECT
 
@@ -57,7 +58,7 @@ private:
     void drawGrid(QPainter &painter, const Chart::Plane &plane) const;
 
     const SampleResult m_sample;
-    std::vector<Point> m_points; // by rising CRF
+    std::vector<Point> m_points; // by ascending CRF
 };
 
 } // namespace kestrel

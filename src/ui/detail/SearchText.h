@@ -5,10 +5,10 @@
 
 #include "model/FileItem.h"
 
-// What the detail sheet says about a file's quality search, in German. Pure.
+// Returns the texts of the detail sheet about a file's quality search, in German. Pure.
 namespace kestrel::SearchText {
 
-// What the quality search tried, by rising CRF.
+// Lists what the quality search tried, by ascending CRF.
 struct Search {
     struct Row {
         QString crf, vmaf, worst, bitrate, speed;
@@ -20,14 +20,14 @@ struct Search {
     std::vector<Row> rows;
     bool operator==(const Search &) const = default;
 };
-// `frame` is what is encoded; the tempo is told in frames of this size.
+// `frame` is what is encoded; speeds are given in frames of this size.
 Search search(const SampleResult &sample, FrameSize frame);
-// The points of the chart for those who do not see it.
+// Returns the points of the chart in words, for users who cannot see it.
 QString searchInWords(const SampleResult &sample);
 
-// A file without a search may yet get one, or it is worth telling why not.
+// Returns whether a file without a search may still get one, or the reason why not is worth showing.
 bool canBeSearched(const FileItem &item);
-// Why there is no search to be shown.
+// Returns why there is no search to be shown.
 QString noSearch(const FileItem &item);
 
 } // namespace kestrel::SearchText

@@ -21,7 +21,7 @@ namespace {
 using DetailText::line;
 using Theme::Tone;
 
-constexpr qsizetype longestTitle = 120; // of a track
+constexpr qsizetype longestTitle = 120; // characters of a track's title
 
 struct ActionLook {
     StreamAction action;
@@ -42,7 +42,7 @@ const ActionLook &lookOf(StreamAction action)
                          [action](const ActionLook &look) { return look.action == action; });
 }
 
-// "25", "23,976"
+// Returns "25", "23,976".
 QString frameRate(double fps)
 {
     QString digits = qt(Fmt::number(fps, 3));

@@ -8,10 +8,10 @@
 #include "planning/ConversionSettings.h"
 #include "ui/look/Theme.h"
 
-// What the detail sheet says about a file's tracks, in German. Pure.
+// Returns the texts of the detail sheet about a file's tracks, in German. Pure.
 namespace kestrel::TrackText {
 
-// What becomes of a track, and why.
+// States what happens to a track, and why.
 struct Fate {
     StreamAction action = StreamAction::keep;
     QString reason;
@@ -34,7 +34,7 @@ struct Tracks {
 };
 Tracks tracks(const FileItem &item, const ConversionSettings &settings);
 
-// What is going to happen; of a file that is done nobody knows any more what its plan was.
+// Returns the plan of what is going to happen; null for a converted file, whose plan is no longer known.
 const Plan *planOf(const FileItem &item);
 
 } // namespace kestrel::TrackText

@@ -10,8 +10,8 @@ namespace kestrel {
 
 namespace {
 
-// An invisible object. Screen readers read a notification when it shows; Qt has no event of its own for that
-// before version 6.8.
+// Shows notifications invisibly. Screen readers read one when it is shown; Qt has no event of its own for
+// that before version 6.8.
 class Announcer : public QWidget {
     Q_OBJECT
 

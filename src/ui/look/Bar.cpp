@@ -64,7 +64,7 @@ void Bar::paintEvent(QPaintEvent *)
 
 void Bar::timerEvent(QTimerEvent *)
 {
-    constexpr double step = 30.0 / 1400; // of one sweep
+    constexpr double step = 30.0 / 1400; // share of one sweep
     m_phase = std::fmod(m_phase + step, 1);
     update();
 }

@@ -7,7 +7,7 @@
 
 namespace kestrel {
 
-// A bar of the share that is done; without a value it shows that something is going on.
+// Shows the share that is done; without a value it shows that work is in progress.
 class Bar : public QWidget {
     Q_OBJECT
 

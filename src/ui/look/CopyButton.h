@@ -5,12 +5,12 @@
 
 namespace kestrel {
 
-// Copies a text, and shows for a moment that it has done so.
+// Copies a text, and shows for a moment that it has been copied.
 class CopyButton : public QPushButton {
     Q_OBJECT
 
 public:
-    // `what` names to a screen reader what it copies: "Adresse".
+    // `what` names for a screen reader what the button copies: "Adresse".
     explicit CopyButton(QString what);
     void setCopied(const QString &text) { m_text = text; }
 

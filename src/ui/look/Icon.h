@@ -7,12 +7,12 @@
 
 namespace kestrel {
 
-// One of the drawings in assets/icons, tinted when it is painted: it follows the palette, and stays sharp at
-// every scale. Unknown names give an empty icon.
+// Loads a drawing of assets/icons and tints it when it is painted: it follows the palette, and stays sharp at
+// every scale. An unknown name yields an empty icon.
 namespace Icon {
 
 QIcon named(const QString &name, Theme::Tone tone = Theme::Tone::text);
-// A pixmap for delegates, at the device's scale; it is kept in the pixmap cache.
+// Returns a pixmap for delegates, at the device's scale; the pixmap cache keeps it.
 QPixmap pixmap(const QString &name, Theme::Tone tone, int side, double scale, const QPalette &palette);
 
 } // namespace Icon

@@ -10,7 +10,7 @@ class QVBoxLayout;
 
 namespace kestrel {
 
-// Text of one size and tone, that follows the palette. Plain text, never markup.
+// Shows text of one size and tone, which follows the palette. It is plain text, never markup.
 class Label : public QLabel {
     Q_OBJECT
 
@@ -18,7 +18,7 @@ public:
     explicit Label(const QString &text, Theme::Size size = Theme::Size::body,
                    Theme::Tone tone = Theme::Tone::text, QWidget *parent = nullptr);
     void setTone(Theme::Tone tone);
-    // Breaks lines, and is as wide as its place.
+    // Breaks lines, and is as wide as its container.
     Label *wrapped();
     // Lets mouse and keyboard select and copy the text.
     Label *selectable();
@@ -32,14 +32,14 @@ private:
     Theme::Tone m_tone;
 };
 
-// One line that is shortened where the place is too narrow; the tool tip then has it all.
+// Shows one line, which is shortened where room is lacking; the tool tip then has the whole text.
 class ElidedLabel : public Label {
     Q_OBJECT
 
 public:
     using Label::Label;
     void setElideMode(Qt::TextElideMode mode) { m_mode = mode; }
-    // The first of these that fits is shown where the text does not.
+    // Where the text does not fit, the first of these that does is shown.
     void setBriefs(const QStringList &texts) { m_briefs = texts; }
     QSize minimumSizeHint() const override;
 
@@ -51,13 +51,13 @@ private:
     QStringList m_briefs;
 };
 
-// A picture of the icon family, `side` in heights of the text.
+// Shows a picture of the icon family; `side` counts in heights of the text.
 class IconLabel : public QWidget {
     Q_OBJECT
 
 public:
     IconLabel(QString name, Theme::Tone tone, double side, QWidget *parent = nullptr);
-    // Draws a faint ground of the same tone behind it.
+    // Draws a faint background of the same tone behind it.
     IconLabel *onTint();
     void set(const QString &name, Theme::Tone tone);
 
@@ -70,7 +70,7 @@ private:
     bool m_isOnTint = false;
 };
 
-// A rounded ground for what belongs together.
+// Draws a rounded background for what belongs together.
 class Card : public QFrame {
     Q_OBJECT
 
@@ -81,14 +81,14 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 };
 
-// A card with an icon and a title over its contents.
+// Adds an icon and a title above the contents of a card.
 class Section : public Card {
     Q_OBJECT
 
 public:
     Section(const QString &icon, const QString &title, QWidget *parent = nullptr);
     QVBoxLayout *contents() const { return m_contents; }
-    // The title's mnemonic leads to this control, the only one of the section.
+    // Lets the title's mnemonic focus this control, the only one of the section.
     void setTitle(const QString &title, QWidget *control);
 
 private:
@@ -96,7 +96,7 @@ private:
     QVBoxLayout *m_contents;
 };
 
-// Sets the first text of the box off from what follows.
+// Makes the first text of the box a headline.
 void makeHeadline(QMessageBox &box);
 
 } // namespace kestrel

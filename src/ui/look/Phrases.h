@@ -4,7 +4,7 @@
 
 #include "ui/look/Strings.h"
 
-// What several views say, in German; a letter after "&" is its key.
+// Holds texts that several views share, in German; a letter after "&" is its key.
 namespace kestrel::Phrases {
 
 inline const QString toolsMissing = QStringLiteral("ffmpeg fehlt");
@@ -18,7 +18,7 @@ inline const QString fromNextRun = QStringLiteral("Änderungen gelten ab dem nä
 inline const QString notFound = QStringLiteral("nicht gefunden");
 inline const QString computingTime = QStringLiteral("Rechenzeit");
 
-// Without its key, for titles and screen readers.
+// Returns the text without its key, for titles and screen readers.
 inline QString plain(QString text)
 {
     return text.remove(QLatin1Char('&'));

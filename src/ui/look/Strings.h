@@ -17,19 +17,19 @@ inline QString qt(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-// The label, with a letter to choose it by.
+// Returns the label with a mnemonic.
 inline QString revealLabel()
 {
     return QLatin1Char('&') + qt(Wording::text(Words::revealFile));
 }
 
-// A name or path, with broken bytes replaced.
+// Returns a name or path with broken bytes replaced.
 inline QString shown(const std::filesystem::path &path)
 {
     return qt(Text::shown(path));
 }
 
-// The user's own folder as "~".
+// Replaces the user's own folder with "~".
 inline QString shownBriefly(const std::filesystem::path &path)
 {
     const QString text = shown(path), home = QDir::homePath();
@@ -37,7 +37,7 @@ inline QString shownBriefly(const std::filesystem::path &path)
                                                                     : text;
 }
 
-// "1 Datei", "12 Dateien"
+// Returns "1 Datei", "12 Dateien".
 inline QString counted(std::size_t count, const char *one = "Datei", const char *many = "Dateien")
 {
     return qt(Fmt::count(count, one, many));
@@ -50,14 +50,14 @@ inline QString joined(QStringList parts)
     return parts.join(QStringLiteral(" · "));
 }
 
-// The same text, with names of formats that a line does not break in.
+// Returns the same text, with names of formats in which a line does not break.
 inline QString unbroken(QString text)
 {
     return text.replace(QStringLiteral("H.26"), QStringLiteral("H.\u206026"))
         .replace(QStringLiteral("E-AC3"), QStringLiteral("E-\u2060AC3"));
 }
 
-// Escapes a text for tool tips, which would take some texts for markup.
+// Escapes a text for tool tips, which would treat some texts as markup.
 inline QString plainTip(const QString &text)
 {
     QString markup = text.toHtmlEscaped();

@@ -28,7 +28,7 @@ bool hasVisibleFocus(const QStyleOption *option)
            option->state.testFlag(QStyle::State_KeyboardFocusChange);
 }
 
-// In the colour of texts on the accent.
+// Returns the icon in the colour of texts on the accent.
 QIcon onAccent(const QIcon &icon, const QSize &size, const QWidget *widget, const QPalette &palette)
 {
     if (icon.isNull())
@@ -97,7 +97,7 @@ void headerArrow(const QStyleOption *option, QPainter *painter, const QWidget *w
         return;
     const double width = Theme::em(0.5), height = width / 2;
     const bool isUp =
-        header->sortIndicator == QStyleOptionHeader::SortDown; // so Qt calls the ascending order
+        header->sortIndicator == QStyleOptionHeader::SortDown; // Qt names the ascending order so
     const QPointF centre(QRectF(option->rect).center().x(),
                          widget != nullptr ? widget->height() / 2.0 : QRectF(option->rect).center().y());
     const double tip = isUp ? -height / 2 : height / 2;
@@ -187,7 +187,7 @@ void Style::drawPrimitive(PrimitiveElement element, const QStyleOption *option, 
         if (const auto *focus = qstyleoption_cast<const QStyleOptionFocusRect *>(option)) {
             QStyleOptionFocusRect around(*focus);
             if (qobject_cast<const QToolButton *>(widget) != nullptr)
-                around.rect.adjust(-3, -3, 3, 3); // Qt's own would touch the text
+                around.rect.adjust(-3, -3, 3, 3); // Qt's own frame would touch the text
             return isPrimary(widget) ? focusRingOnAccent(&around, painter) : focusRing(&around, painter);
         }
         break;
@@ -241,7 +241,7 @@ void Style::drawControl(ControlElement element, const QStyleOption *option, QPai
     }
     if (element == CE_MenuItem || element == CE_MenuBarItem) {
         if (const auto *item = qstyleoption_cast<const QStyleOptionMenuItem *>(option)) {
-            QStyleOptionMenuItem calm(*item); // on which icons and texts look as elsewhere
+            QStyleOptionMenuItem calm(*item); // a copy on which icons and texts look as elsewhere
             calm.palette.setColor(QPalette::Highlight, colors.selection);
             calm.palette.setColor(QPalette::HighlightedText, colors.text);
             return QProxyStyle::drawControl(element, &calm, painter, widget);
@@ -261,7 +261,7 @@ void Style::drawControl(ControlElement element, const QStyleOption *option, QPai
     QProxyStyle::drawControl(element, option, painter, widget);
 }
 
-// A handle without grooves and arrows.
+// Draws a scroll bar's handle without grooves and arrows.
 void Style::drawComplexControl(ComplexControl control, const QStyleOptionComplex *option, QPainter *painter,
                                const QWidget *widget) const
 {
@@ -371,7 +371,7 @@ int Style::styleHint(StyleHint hint, const QStyleOption *option, const QWidget *
     case SH_ItemView_ShowDecorationSelected:
         return 1;
     case SH_ToolTip_Mask:
-    case SH_DialogButtonBox_ButtonsHaveIcons: // they are of another family
+    case SH_DialogButtonBox_ButtonsHaveIcons: // these icons are of another family
         return 0;
     default:
         return QProxyStyle::styleHint(hint, option, widget, data);

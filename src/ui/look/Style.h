@@ -4,8 +4,8 @@
 
 namespace kestrel {
 
-// Qt's Fusion with calmer buttons, headers, check marks and bars, drawn from the palette. A tool button with
-// the property "primary" stands out.
+// Changes Qt's Fusion: calmer buttons, headers, check marks and bars, drawn from the palette. A tool button
+// with the property "primary" is emphasised.
 class Style : public QProxyStyle {
     Q_OBJECT
 
@@ -31,10 +31,10 @@ public:
 
 namespace Draw {
 
-// The extent of a check mark.
+// Draws a check mark of this size.
 void check(QPainter &painter, const QRect &place, Qt::CheckState state, bool isEnabled,
            const QPalette &palette);
-// A bar filled to `fraction` (0 … 1).
+// Draws a bar filled to `fraction` (0 … 1).
 void bar(QPainter &painter, const QRectF &place, double fraction, const QColor &fill,
          const QPalette &palette);
 

@@ -5,8 +5,8 @@
 #include <QFont>
 #include <QPalette>
 
-// The colours and type sizes of all windows, in light and dark; the status page has a palette of its own in
-// page.css. REQUIRES: the main thread.
+// Defines the colours and type sizes of all windows, in light and dark; the status page has a palette of its
+// own in page.css. REQUIRES: the main thread.
 namespace kestrel::Theme {
 
 enum class Tone { text, muted, accent, green, orange, red, purple, onAccent };
@@ -19,7 +19,7 @@ struct Colors {
 const Colors &colors(const QPalette &palette);
 bool isDark(const QPalette &palette);
 QColor color(Tone tone, const QPalette &palette);
-// A tone as the ground of something, so faint that text stands on it.
+// Returns a tone as a background, so faint that text on it is legible.
 QColor tinted(Tone tone, const QPalette &palette);
 
 // Gives the application this look; may be called again.
@@ -27,7 +27,7 @@ void apply(QApplication &application, bool wantsDark);
 
 enum class Size { title, heading, value, body, caption };
 QFont font(Size size);
-// Distances grow with the user's text size; `em` is its height.
+// Returns a distance that grows with the user's text size; `em` is its height.
 int em(double factor);
 
 } // namespace kestrel::Theme

@@ -20,9 +20,10 @@ VerticalScroll::VerticalScroll(QWidget *contents, QWidget *parent) : QScrollArea
     contents->setAutoFillBackground(false);
     viewport()->setAutoFillBackground(false);
     setViewportMargins(ring, ring, ring, ring);
-    // Qt does so for the tab key only, not for the letter of a label. What is clicked is in sight.
+    // Qt scrolls to the focus for the tab key only, not for the letter of a label. A clicked widget is
+    // visible already.
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget *old, QWidget *now) {
-        const bool isMove = old != nullptr && now != nullptr; // not a window that becomes active again
+        const bool isMove = old != nullptr && now != nullptr; // otherwise a window becomes active again
         if (isMove && widget()->isAncestorOf(now) && QGuiApplication::mouseButtons() == Qt::NoButton)
             ensureWidgetVisible(now, 0, Theme::em(1));
     });

@@ -4,7 +4,7 @@
 
 namespace kestrel {
 
-// Scrolls its contents up and down only; they are as wide as the place.
+// Scrolls its contents vertically only; they are as wide as its viewport.
 class VerticalScroll : public QScrollArea {
     Q_OBJECT
 

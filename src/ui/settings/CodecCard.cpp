@@ -37,7 +37,7 @@ CodecCard::CodecCard(VideoCodecChoice codec, QWidget *parent)
     m_reason->setText("Der installierte ffmpeg kann diesen Encoder nicht.");
     for (QWidget *child : findChildren<QWidget *>()) {
         child->setAttribute(Qt::WA_TransparentForMouseEvents);
-        child->setForegroundRole(QPalette::WindowText); // else a button's, which knows no tones
+        child->setForegroundRole(QPalette::WindowText); // a button's text would ignore tones
     }
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);
@@ -87,7 +87,7 @@ void CodecCard::paintEvent(QPaintEvent *)
     if (hasFocus() && window()->testAttribute(Qt::WA_KeyboardFocusChange)) {
         QStyleOptionFocusRect ring;
         ring.initFrom(this);
-        ring.rect = rect().adjusted(2, 2, -2, -2); // inside the line of the chosen card
+        ring.rect = rect().adjusted(2, 2, -2, -2); // within the border of the chosen card
         style()->drawPrimitive(QStyle::PE_FrameFocusRect, &ring, &painter, this);
     }
 }

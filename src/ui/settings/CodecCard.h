@@ -9,14 +9,14 @@ namespace kestrel {
 
 class Note;
 
-// One of the video codecs to choose from, as a radio button that is a card.
+// Offers one of the video codecs, as a radio button that is a card.
 class CodecCard : public QRadioButton {
     Q_OBJECT
 
 public:
     explicit CodecCard(VideoCodecChoice codec, QWidget *parent = nullptr);
     VideoCodecChoice codec() const { return m_codec; }
-    // Whether the installed ffmpeg is able to make it; else the card says why it cannot be chosen.
+    // Says whether the installed ffmpeg has the encoder; otherwise the card explains why it cannot be chosen.
     void setSupported(bool isSupported);
 
     QSize sizeHint() const override;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int textFlags = Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap;
 
-// The first line of a text beside something else.
+// Returns the offset that centres something of this height on the first line of a text.
 int lead(const QFontMetrics &metrics, int side)
 {
     return std::max(0, (metrics.height() - side) / 2);
@@ -31,7 +31,7 @@ Picker::Picker(const QString &accessibleName, QWidget *parent) : QComboBox(paren
     setSizeAdjustPolicy(AdjustToMinimumContentsLengthWithIcon);
     setMinimumContentsLength(8);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    // For a picker with a label Qt gives screen readers only that label.
+    // Of a picker with a label, Qt reports only that label to screen readers.
     connect(this, &QComboBox::currentTextChanged, this, [this](const QString &text) {
         setAccessibleDescription(text);
         if (hasFocus())

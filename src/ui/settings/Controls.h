@@ -18,7 +18,7 @@ void edit(AppModel &model, Change change)
         model.setSettings(settings);
 }
 
-// A choice of one among a few. The wheel scrolls past it unless it has the focus.
+// Lets the user choose one of a few. The wheel scrolls past it unless it has the focus.
 class Picker : public QComboBox {
     Q_OBJECT
 
@@ -29,7 +29,8 @@ protected:
     void wheelEvent(QWheelEvent *event) override;
 };
 
-// A check box as wide as its place: its text breaks lines, and a muted detail may stand at the right end.
+// Shows a check box as wide as its container: its text breaks lines, and a muted detail may stand at the
+// right end.
 class CheckRow : public QCheckBox {
     Q_OBJECT
 
@@ -54,16 +55,16 @@ private:
     QString m_detail;
 };
 
-// A check row that shows and changes one switch of the settings.
+// Returns a check row that shows and changes one switch of the settings.
 CheckRow *switchRow(AppModel &model, const QString &text, bool ConversionSettings::*field);
 
-// What measures, on a line of its own.
+// Returns what measures, on a line of its own.
 QString measuringLine(Measuring measuring);
 
-// A small, muted text that explains.
+// Returns a small, muted text that explains.
 Label *caption(const QString &text = {});
 
-// An icon and a text that explains or warns; hidden while there is no text.
+// Shows an icon and a text that explains or warns; hidden while there is no text.
 class Note : public QWidget {
     Q_OBJECT
 

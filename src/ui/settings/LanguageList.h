@@ -16,7 +16,7 @@ namespace kestrel {
 class CheckRow;
 class Label;
 
-// The languages whose audio tracks are kept, each with the number of files that have it.
+// Lists the languages whose audio tracks are kept, each with the number of files that have it.
 class LanguageList : public QWidget {
     Q_OBJECT
 
@@ -24,12 +24,12 @@ public:
     using Counts = std::map<std::string, std::size_t, std::less<>>; // files by canonical code
 
     explicit LanguageList(QWidget *parent = nullptr);
-    // No counts: no folder is open. A language that has been listed stays, so that it can be
+    // Absent counts mean that no folder is open. A language that has been listed stays, so that it can be
     // chosen again.
     void setLanguages(const std::optional<Counts> &counts, const std::set<std::string> &chosen);
     // Drops unchecked rows; setLanguages() then adds the new folder's.
     void forget(const std::set<std::string> &chosen);
-    // The widget that precedes the first row in the tab order.
+    // Sets the widget that precedes the first row in the tab order.
     void setTabAnchor(QWidget *widget) { m_tabAnchor = widget; }
 
 signals:
@@ -52,7 +52,7 @@ private:
     QVBoxLayout *m_layout;
     Label *m_hint;
     QWidget *m_tabAnchor = nullptr;
-    std::vector<Row> m_rows; // as they are shown
+    std::vector<Row> m_rows; // in the order of display
 };
 
 } // namespace kestrel

@@ -12,7 +12,7 @@ namespace kestrel {
 
 namespace {
 
-constexpr int quietZone = 4; // modules, as the standard asks
+constexpr int quietZone = 4; // modules; the standard requires them
 
 } // namespace
 
@@ -45,7 +45,7 @@ void QrCode::paintEvent(QPaintEvent *)
         return;
     QPainter painter(this);
     painter.fillRect(rect(), Qt::white);
-    // Whole device pixels for each module: at a scale of 1.5, too, all are alike and sharp.
+    // Each module has whole device pixels, so that all are equal and sharp also at a scale of 1.5.
     const double scale = painter.deviceTransform().m11();
     const int side = static_cast<int>(width() * scale);
     const int module = side / (m_count + 2 * quietZone);

@@ -5,7 +5,7 @@
 
 namespace kestrel {
 
-// A text as a QR code to photograph: always black on white, drawn in whole device pixels. Nothing where
+// Draws a text as a QR code to photograph: always black on white, in whole device pixels. Draws nothing where
 // the text is empty or too long.
 class QrCode : public QWidget {
     Q_OBJECT

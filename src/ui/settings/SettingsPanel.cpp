@@ -21,12 +21,12 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// The letter after "&" leads to the control.
+// The letter after "&" focuses the control.
 constexpr const char *resolutionTitle = "&Zielauflösung", *unknownTitle = "&Spuren ohne Sprachkennung",
                      *containerTitle = "&Container", *jobsTitle = "G&leichzeitig";
 
-constexpr std::chrono::milliseconds countingPause = 200ms; // while file after file is probed
-constexpr std::int64_t mostJobs = 4;                       // that are offered
+constexpr std::chrono::milliseconds countingPause = 200ms; // while files are being probed
+constexpr std::int64_t mostJobs = 4;                       // the largest number offered
 constexpr double usualWidth = 21, leastWidth = 18.7;       // in heights of the text
 
 Label *labelOf(QWidget *control, const char *text)
@@ -100,7 +100,7 @@ SettingsPanel::SettingsPanel(AppModel &model, QWidget *parent) : QWidget(parent)
     column->addStretch(1);
 
     auto *scroll = new VerticalScroll(sections);
-    scroll->setFocusPolicy(Qt::NoFocus); // the controls have it, and are scrolled into sight
+    scroll->setFocusPolicy(Qt::NoFocus); // the controls have it, and are scrolled into view
     auto *whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
     whole->setSpacing(0);
@@ -148,7 +148,7 @@ void SettingsPanel::countAudioIn(std::chrono::milliseconds delay)
 void SettingsPanel::countAudio()
 {
     if (!isVisible())
-        return; // showing it counts
+        return; // the counts are updated when it is shown
     m_audio = AudioFacts::of(m_model.library().items(), settings());
     refresh();
 }
@@ -186,7 +186,7 @@ Section *SettingsPanel::codecSection()
             card->setSupported(!m_model.tools() || supports(*m_model.tools(), card->codec()));
             card->setChecked(settings().codec == card->codec());
             card->setFocusPolicy(card->isChecked() ? Qt::StrongFocus
-                                                   : Qt::ClickFocus); // one stop, the arrows go on
+                                                   : Qt::ClickFocus); // one tab stop; the arrows move on
         });
     }
     return section;
@@ -340,7 +340,7 @@ Picker *SettingsPanel::picker(const char *name, Value ConversionSettings::*field
     return picker;
 }
 
-// A number that is not offered, from a file that was edited by hand, is one more entry while it holds.
+// A number that is not offered, from a file that was edited by hand, is an additional entry while it is set.
 Picker *SettingsPanel::jobsPicker()
 {
     auto *jobs = new Picker(Phrases::plain(QString::fromUtf8(jobsTitle)));

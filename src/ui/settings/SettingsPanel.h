@@ -17,7 +17,7 @@ namespace kestrel {
 class Picker;
 class Section;
 
-// The conversion settings, and what each choice means for the open library. It writes every change into
+// Shows the conversion settings, and what each choice means for the open library. It writes every change into
 // the model at once, and shows what the model holds.
 class SettingsPanel : public QWidget {
     Q_OBJECT
@@ -41,7 +41,7 @@ private:
     void addSwitch(QBoxLayout &contents, const char *text, bool ConversionSettings::*field);
     void addUnknownAudio(QBoxLayout &contents);
 
-    // A picker of an enumeration's cases, for one field of the settings.
+    // Returns a picker of an enumeration's cases, for one field of the settings.
     template <typename Value>
     Picker *picker(const char *name, Value ConversionSettings::*field, std::span<const Value> cases);
     Picker *jobsPicker();
@@ -56,7 +56,7 @@ private:
     AudioFacts m_audio;
     std::filesystem::path m_countedFolder;
     QTimer m_audioTimer;
-    std::vector<std::function<void()>> m_follow; // each brings a part up to date
+    std::vector<std::function<void()>> m_follow; // each updates a part
     std::vector<QWidget *> m_tabStops;           // from top to bottom
 };
 

@@ -98,7 +98,7 @@ QSize SettingsWindow::sizeHint() const
     return {width, m_sections->heightForWidth(width - around) + around};
 }
 
-// To show what has come to its contents; it may be larger already.
+// Makes room for new contents; the window may be larger already.
 void SettingsWindow::grow()
 {
     if (isVisible())
@@ -198,7 +198,7 @@ Section *SettingsWindow::toolSection()
     return section;
 }
 
-// The section is hidden while no swap waits.
+// Returns a section that is hidden while no swap waits.
 Section *SettingsWindow::swapSection()
 {
     m_swaps = new Section("warning", qt(pendingSwapsTitle));

@@ -16,8 +16,8 @@ class Note;
 class QrCode;
 class Section;
 
-// The switches that concern this computer: its sleep, whether quality is measured, the status page, ffmpeg,
-// the log, and swaps that were cut off.
+// Shows the switches that concern this computer: its sleep, whether quality is measured, the status page,
+// ffmpeg, the log, and interrupted swaps.
 class SettingsWindow : public QDialog {
     Q_OBJECT
 
@@ -25,7 +25,7 @@ public:
     // REQUIRES: the model outlives the window.
     explicit SettingsWindow(AppModel &model, QWidget *parent = nullptr);
 
-    QSize sizeHint() const override; // all of its contents
+    QSize sizeHint() const override; // fits all of its contents
 
 signals:
     void revealRequested(const std::filesystem::path &file);

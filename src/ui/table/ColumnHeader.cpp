@@ -41,7 +41,7 @@ ColumnHeader::ColumnHeader(LibraryModel &rows, QWidget *parent)
         if (!m_isFitting)
             m_chosen[static_cast<std::size_t>(section)] = width;
     });
-    // The arrow takes room from a title.
+    // The arrow reduces a title's room.
     connect(this, &QHeaderView::sortIndicatorChanged, this, &ColumnHeader::widthsChosen);
 }
 
@@ -65,9 +65,9 @@ void ColumnHeader::restoreWidths(const QByteArray &state)
     emit widthsChosen();
 }
 
-// The names take what the others leave. Before the names get short, others give way, but those whose width
-// the user chose only before they get too short; where there is more than enough, those with much to say get
-// some of it.
+// The names get the width that the others leave. Before the names get short, others shrink; those whose width
+// the user chose shrink only before the names get too short. Of ample width, columns with much text get a
+// part.
 void ColumnHeader::fit(int width, bool hasStatus)
 {
     const auto range = [hasStatus](int section) { return widthOf(section, hasStatus); };
@@ -137,7 +137,7 @@ void ColumnHeader::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Down:
         return parentWidget()->setFocus();
     default:
-        break; // the table behind would take it for its own
+        break; // otherwise the table behind would handle it as its own
     }
 }
 
@@ -145,7 +145,7 @@ void ColumnHeader::goTo(int section)
 {
     m_current = std::clamp(section, 0, count() - 1);
     const QString title = m_rows.headerData(m_current, Qt::Horizontal, Qt::AccessibleTextRole).toString();
-    announce(*this, QStringLiteral("Spaltenkopf ") + title); // Qt has no name for a head that has the focus
+    announce(*this, QStringLiteral("Spaltenkopf ") + title); // Qt reports no name for a header with the focus
     viewport()->update();
 }
 
@@ -169,7 +169,7 @@ void ColumnHeader::focusOutEvent(QFocusEvent *event)
     viewport()->update();
 }
 
-// Not during a drag: the edge would run away from the pointer.
+// Emitted after a drag, not during it: the edge would move away from the pointer.
 void ColumnHeader::mouseReleaseEvent(QMouseEvent *event)
 {
     QHeaderView::mouseReleaseEvent(event);
@@ -178,7 +178,7 @@ void ColumnHeader::mouseReleaseEvent(QMouseEvent *event)
 
 void ColumnHeader::paintSection(QPainter *painter, const QRect &rect, int section) const
 {
-    painter->save(); // Qt leaves a clip behind
+    painter->save(); // Qt does not restore the clip
     QHeaderView::paintSection(painter, rect, section);
     painter->restore();
     if (!hasFocus() || section != m_current)

@@ -7,8 +7,8 @@
 
 namespace kestrel {
 
-// The heads of the columns, and how wide these are. The keyboard reaches them too: left and right go from one
-// to the next, with Shift they make the column narrower and wider, space and return sort by it.
+// Shows the heads of the columns, and determines the columns' widths. The keyboard reaches them too: left and
+// right move between them, with Shift they make the column narrower and wider, space and return sort by it.
 class ColumnHeader : public QHeaderView {
     Q_OBJECT
 
@@ -16,11 +16,11 @@ public:
     // REQUIRES: the rows outlive it.
     explicit ColumnHeader(LibraryModel &rows, QWidget *parent = nullptr);
 
-    // The head that receives the keys.
+    // Returns the head that receives the keys.
     int current() const { return m_current; }
-    // Shares so many pixels among the columns. An empty Status column is narrow.
+    // Divides this width, in pixels, among the columns. An empty Status column is narrow.
     void fit(int width, bool hasStatus);
-    // The widths that the user chose, to be remembered.
+    // Returns the widths that the user chose, for storage.
     QByteArray chosenWidths() const;
     void restoreWidths(const QByteArray &state);
 
@@ -41,9 +41,9 @@ private:
     bool hasRoomForTitle(int section, int width) const;
 
     LibraryModel &m_rows;
-    std::array<int, Columns::count> m_chosen{}; // widths, by the user; 0 where none was
+    std::array<int, Columns::count> m_chosen{}; // widths that the user chose; 0 where none was chosen
     bool m_isFitting = false;
-    int m_current = Columns::name; // has the keyboard's focus while the header has it
+    int m_current = Columns::name; // the column that has the keyboard's focus while the header has it
 };
 
 } // namespace kestrel

@@ -10,15 +10,15 @@ namespace kestrel {
 
 class LibraryModel;
 
-// The columns of the table. Each one is a row of `all`, and nothing else knows how it is called, how wide it
-// is, what it is sorted by or what its cells say.
+// Defines the columns of the table. Each one is a row of `all`, the only place that has its name, its width,
+// its sort order and the text of its cells.
 namespace Columns {
 
 enum Id : int { include, name, duration, video, sizeBefore, sizeAfter, status };
 inline constexpr int count = caseCount<Id>;
 
-// In heights of the text: what a column has usually, at least, and at most of what would otherwise be left
-// over.
+// Widths in heights of the text: the usual one, the least, and the most that a column gets where there is
+// more than enough.
 struct Width {
     double usual, least, most;
 };
@@ -29,11 +29,11 @@ struct Column {
     const char *briefTitle; // where there is no room for the title
     const char *spoken;     // for screen readers; null: the title
     std::optional<RowComparator::Column> sortedBy;
-    bool isNumeric; // stands on the right
+    bool isNumeric; // aligned right
     Qt::TextElideMode elide;
     Width width;
-    std::optional<Width> widthWhileEmpty; // no row has a text in it
-    int yields;                           // the lowest gives way first; 0: fixed, not the user's to choose
+    std::optional<Width> widthWhileEmpty; // used while no row has a text in it
+    int yields;                           // the lowest shrinks first; 0: fixed, the user cannot change it
     bool hasChips;
     RowText::Cell (*cell)(const LibraryModel &rows, const TableNode &row);
 };
@@ -43,9 +43,9 @@ extern const std::array<Column, count> all; // by Id
 const Column &at(int section);
 QString title(const Column &column);
 QString spokenTitle(const Column &column);
-// The column that sorts by it.
+// Returns the column that sorts by this key.
 const Column &sorting(RowComparator::Column by);
-// Those that may give way, the first to do so first.
+// Returns those that may shrink, the first to do so first.
 std::vector<Id> yielding();
 
 } // namespace Columns

@@ -22,7 +22,7 @@ QString spoken(Qt::CheckState state)
                                            : QStringLiteral("nicht angehakt");
 }
 
-// Files from other systems may have their accents apart.
+// Files from other systems may have decomposed accents.
 QString asCompared(const QString &name)
 {
     return name.normalized(QString::NormalizationForm_C).toCaseFolded();

@@ -13,8 +13,8 @@
 
 namespace kestrel {
 
-// The library's rows for Qt's views. Rows stay where they are while files change; changes are reported
-// together, twenty times a second. REQUIRES: the main thread; the application's model outlives it.
+// Provides the library's rows to Qt's views. Rows keep their position while files change; changes are
+// reported together, twenty times a second. REQUIRES: the main thread; the application's model outlives it.
 class LibraryModel : public QAbstractItemModel {
     Q_OBJECT
 
@@ -22,28 +22,29 @@ public:
     explicit LibraryModel(AppModel &model, QObject *parent = nullptr);
 
     const TableNode &node(const QModelIndex &index) const;
-    // Invalid for a row that does not exist.
+    // Returns an invalid index for a row that does not exist.
     QModelIndex indexOf(const TableNode &node, int column = Columns::name) const;
     QModelIndex indexOf(const std::filesystem::path &id) const;
 
     // Chooses the short title, for a column with little room.
     void setBriefHeading(int section, bool isBrief);
-    // The content that a delegate paints.
+    // Returns the content that a delegate paints.
     RowText::Cell cell(const QModelIndex &index) const;
     std::vector<RowText::Chip> chips(const QModelIndex &index) const;
-    // The sums of a folder's row; cached until one of its files changes.
+    // Returns the sums of a folder's row; cached until one of its files changes.
     const RowText::Folder &folder(const TableNode &node) const;
-    // The formats in a folder's row; cached until one of its files is analysed again.
+    // Returns the formats in a folder's row; cached until one of its files is analysed again.
     const RowText::Sources &sources(const TableNode &node) const;
-    // The time at which the run will have finished a folder; absent while none runs. Cached for a second.
+    // Returns the time at which the run will have finished a folder; absent while none runs. Cached for a
+    // second.
     std::optional<QString> completion(const TableNode &folder) const;
     const ConversionSettings &settings() const { return m_model.settings(); }
-    // True during a reset, when no row may be accessed.
+    // Returns true during a reset, when no row may be accessed.
     bool isFilling() const { return m_isFilling; }
-    // The next row that can be seen and whose name begins so, or the first one again; also the current one
-    // itself, unless `isNext`. Null where there is none.
+    // Returns the next visible row whose name begins with this text, or else the first one; includes the
+    // current one, unless `isNext`. Null where there is none.
     const TableNode *rowNamed(const QString &beginning, const TableNode *current, bool isNext) const;
-    // True when some row has a text in the Status column.
+    // Returns true when some row has a text in the Status column.
     bool hasStatus() const { return m_hasStatus; }
 
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
@@ -65,7 +66,7 @@ private:
     void reportBelow(const TableNode &parent);
     void reportChanges();
     void followSort();
-    // Invalid where there is nothing to choose.
+    // Returns an invalid value where there is nothing to choose.
     QVariant checkState(const TableNode &row) const;
 
     AppModel &m_model;

@@ -51,7 +51,7 @@ LibraryView::LibraryView(AppModel &model, QWidget *parent)
     setExpandsOnDoubleClick(false);
     setMouseTracking(true);
 
-    setHeader(m_header); // sets both of these back
+    setHeader(m_header); // it resets both of these
     m_header->setSectionsClickable(true);
     m_header->setSortIndicatorShown(true);
     for (const Columns::Column &column : Columns::all)
@@ -154,9 +154,9 @@ void LibraryView::showSortOrder()
 void LibraryView::showExpansion()
 {
     if (m_rows.isFilling())
-        return; // comes again when that is done
+        return; // this is called again after the filling
     const QScopedValueRollback following(m_isFollowing, true);
-    scheduleDelayedItemsLayout(); // so that folders open without a layout each
+    scheduleDelayedItemsLayout(); // avoids a layout for each folder
     const Library::Ids &folders = m_model.library().expandedFolders();
     forEachFolder(m_model.library().root(), [&](const TableNode &folder) {
         setExpanded(m_rows.indexOf(folder, 0), folders.contains(folder.id));
@@ -164,7 +164,7 @@ void LibraryView::showExpansion()
     leaveClosedFolders();
 }
 
-// The current row is one that can be seen.
+// Moves the current row out of collapsed folders, so that it is visible.
 void LibraryView::leaveClosedFolders()
 {
     QModelIndex closed;
@@ -188,7 +188,7 @@ void LibraryView::selectionChanged(const QItemSelection &selected, const QItemSe
     m_model.library().setSelection(std::move(ids));
 }
 
-// A click on the check mark of a selected row is meant for all selected rows. Newer Qt would reduce the
+// A click on the check mark of a selected row applies to all selected rows. Newer Qt would reduce the
 // selection to that one before the delegate receives the click.
 QItemSelectionModel::SelectionFlags LibraryView::selectionCommand(const QModelIndex &index,
                                                                   const QEvent *event) const
@@ -215,7 +215,7 @@ void LibraryView::showSelection()
     Library::Ids around;
     for (QModelIndex folder = first.parent(); folder.isValid(); folder = folder.parent())
         around.insert(m_rows.node(folder).id);
-    m_model.library().expand(around); // so that it can be seen
+    m_model.library().expand(around); // makes the row visible
     const QScopedValueRollback following(m_isFollowing, true);
     selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
     if (first.isValid()) {
@@ -224,7 +224,7 @@ void LibraryView::showSelection()
     }
 }
 
-// The whole rows: Qt repaints the two cells, and the mark of the focus goes around the row.
+// Repaints the whole rows: Qt repaints only the two cells, but the focus ring surrounds the row.
 void LibraryView::currentChanged(const QModelIndex &current, const QModelIndex &previous)
 {
     QTreeView::currentChanged(current, previous);
@@ -235,7 +235,7 @@ void LibraryView::currentChanged(const QModelIndex &current, const QModelIndex &
         }
 }
 
-// A row of the selection takes the others along.
+// Toggles all selected rows together if this row is one of them.
 void LibraryView::toggleIncluded(const QModelIndex &index)
 {
     const auto &id = m_rows.node(index).id;
@@ -248,14 +248,14 @@ void LibraryView::toggleIncluded(const QModelIndex &index)
     announceChange(index.siblingAtColumn(Columns::include).data(Qt::AccessibleTextRole).toString());
 }
 
-// Announces only what the user did: folders also open by themselves when a library is filled.
+// Announces only the user's own changes: folders also open by themselves when a library is filled.
 void LibraryView::announceChange(const QString &text)
 {
     if (hasFocus() && !m_isFollowing)
         announce(*this, text);
 }
 
-// Qt reports only that the table has the focus, not the row in it.
+// Reports the row in focus, because Qt reports only that the table has the focus.
 void LibraryView::focusInEvent(QFocusEvent *event)
 {
     QTreeView::focusInEvent(event);
@@ -264,11 +264,11 @@ void LibraryView::focusInEvent(QFocusEvent *event)
     const int row =
         (visualRect(currentIndex()).y() + verticalOffset()) / std::max(1, rowHeight(currentIndex()));
     QAccessibleEvent focus(this, QAccessible::Focus);
-    focus.setChild((row + 1) * Columns::count + currentIndex().column()); // the heads are the first row
+    focus.setChild((row + 1) * Columns::count + currentIndex().column()); // the header is the first row
     QAccessible::updateAccessibility(&focus);
 }
 
-// With a modifier the keys are the view's own: Ctrl+Space adds a row to the selection.
+// Keys with a modifier are left to the view: Ctrl+Space adds a row to the selection.
 void LibraryView::keyPressEvent(QKeyEvent *event)
 {
     const QModelIndex current = currentIndex();
@@ -276,7 +276,7 @@ void LibraryView::keyPressEvent(QKeyEvent *event)
         return;
     if (current.isValid() && event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier)
         return showMenuAt(current); // for keyboards without a menu key
-    // Qt's own "*" would open files, too; on German keyboards it comes with Shift.
+    // Qt's own "*" would open files, too; on German keyboards it needs Shift.
     if (current.isValid() && (event->text() == "*" || event->text() == "+" || event->text() == "-"))
         return expand(m_rows.node(current), event->text());
     if (!current.isValid() || (event->modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
@@ -308,7 +308,7 @@ void LibraryView::expand(const TableNode &row, const QString &key)
     announceChange(opened());
 }
 
-// Qt's own search takes the blank for an order, and shows nothing of what was typed.
+// This replaces Qt's own search, which handles the blank as a command and does not show what was typed.
 void LibraryView::keyboardSearch(const QString &typed)
 {
     m_search->add(typed);
@@ -329,7 +329,7 @@ void LibraryView::leaveEvent(QEvent *event)
     m_hovered = QModelIndex();
 }
 
-// A new search of the same folder leaves the reader where they were.
+// Stores the current row and the scroll position, which a new search of the same folder must not change.
 void LibraryView::keepPlace()
 {
     if (m_model.library().items().empty())
@@ -345,7 +345,7 @@ void LibraryView::returnToPlace()
         return;
     const bool isKnown = m_place.root == m_model.library().root().id;
     const QModelIndex before = isKnown ? m_rows.indexOf(m_place.current) : QModelIndex();
-    if (before.isValid() || hasFocus()) // which is to be seen
+    if (before.isValid() || hasFocus()) // the current row must be visible
         selectionModel()->setCurrentIndex(before.isValid() ? before : m_rows.index(0, 0),
                                           QItemSelectionModel::NoUpdate);
     executeDelayedItemsLayout();
@@ -363,7 +363,7 @@ void LibraryView::contextMenuEvent(QContextMenuEvent *event)
 void LibraryView::showMenuAt(const QModelIndex &index)
 {
     const QRect room = viewport()->rect();
-    const QPoint place = visualRect(index).center(); // may be scrolled away
+    const QPoint place = visualRect(index).center(); // it may be scrolled out of view
     emit menuRequested(viewport()->mapToGlobal(QPoint(std::clamp(place.x(), room.left(), room.right()),
                                                       std::clamp(place.y(), room.top(), room.bottom()))),
                        true);

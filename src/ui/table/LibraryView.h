@@ -10,8 +10,8 @@ namespace kestrel {
 
 class NameSearch;
 
-// The table of the library. Selection, open folders and sort order are the model's; so every other front sees
-// the same.
+// Shows the table of the library. The model owns selection, open folders and sort order, so every other front
+// shows the same.
 class LibraryView : public QTreeView {
     Q_OBJECT
 
@@ -22,7 +22,7 @@ public:
     ColumnHeader &columns() { return *m_header; }
 
 signals:
-    // Return or a double click on a file.
+    // Emitted after Return or a double click on a file.
     void detailsRequested(const std::filesystem::path &file);
     void menuRequested(const QPoint &globalPosition, bool isByKey);
 
@@ -61,14 +61,14 @@ private:
     LibraryModel m_rows;
     ColumnHeader *m_header;
     NameSearch *m_search;
-    bool m_isFollowing = false; // what the model says is being shown
+    bool m_isFollowing = false; // set while the view shows the model's state
     QPersistentModelIndex m_hovered;
     struct Place {
         std::filesystem::path root, current;
         int scroll = 0;
     };
-    Place m_place;  // before the library was filled again
-    QTimer m_clock; // the times at which folders will be done change by themselves
+    Place m_place;  // the place before the library was filled again
+    QTimer m_clock; // updates the finish times of folders, which change by themselves
 };
 
 } // namespace kestrel

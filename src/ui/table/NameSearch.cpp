@@ -14,16 +14,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto held = 1s; // after the last key
+constexpr auto held = 1s; // the search ends so long after the last key
 
-// A letter, a sign or a blank, and no order.
+// Returns whether the key enters a letter, a sign or a blank, and is no command.
 bool isTyped(const QKeyEvent &event)
 {
     const auto orders = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
     return !event.text().isEmpty() && event.text().front().isPrint() && !(event.modifiers() & orders);
 }
 
-// "aaa" selects one row after the other that begins with this letter.
+// Returns whether all letters are the same: "aaa" selects the rows with this initial one after the other.
 bool isOneLetter(const QString &text)
 {
     return std::all_of(text.begin(), text.end(), [&](QChar c) { return c == text.front(); });
@@ -63,7 +63,7 @@ bool NameSearch::takes(const QKeyEvent &event)
     }
     const bool isPart = event.text().isEmpty() && event.key() >= Qt::Key_Shift &&
                         (event.key() <= Qt::Key_ScrollLock || event.key() >= Qt::Key_Super_L);
-    if (!isPart) // of what will be typed: a modifier, or one half of a letter
+    if (!isPart) // it is no modifier and no first half of a letter
         end();
     return event.key() == Qt::Key_Escape;
 }

@@ -10,20 +10,20 @@ class QKeyEvent;
 
 namespace kestrel {
 
-// Shows, at the table's lower edge, what a person types to get to a row. It is held for a second after the
-// last key, and meanwhile blanks and signs belong to it.
+// Shows, at the table's lower edge, the name that the user types to find a row. The search lasts for a second
+// after the last key, and includes blanks and signs meanwhile.
 class NameSearch : public Card {
     Q_OBJECT
 
 public:
-    // Makes the row current and returns whether there is one; `isNext` leaves out the current row.
+    // Makes the row current and returns whether there is one; `isNext` excludes the current row.
     using GoTo = std::function<bool(const QString &text, bool isNext)>;
-    // `table` owns it.
+    // REQUIRES: `table` becomes the owner.
     NameSearch(QWidget &table, GoTo goTo);
 
-    // Searches for what was typed so far, and this.
+    // Searches for the text typed so far, with this appended.
     void add(const QString &typed) { search(m_text + typed); }
-    // While something is being typed: whether the key belongs to it.
+    // Returns whether the key belongs to a search in progress, and handles it.
     bool takes(const QKeyEvent &event);
 
 protected:

@@ -36,7 +36,8 @@ void drawLine(QPainter &painter, const QRect &place, const QString &text, const 
         QFontMetrics(font).elidedText(text, at(column).elide, place.width()));
 }
 
-// The brief form of what is too wide, or two lines of a single one.
+// Returns the cell with the brief forms of texts that are too wide, or with a single text broken into two
+// lines.
 RowText::Cell fitted(RowText::Cell cell, int width, const QFontMetrics &body, const QFontMetrics &caption)
 {
     if (!cell.icon.isEmpty())
@@ -63,7 +64,7 @@ struct ChipPlace {
     StreamAction action;
 };
 
-// As many chips as there is room for; the last then says how many more there are.
+// Places as many chips as there is room for; the last then shows how many more there are.
 std::vector<ChipPlace> layOut(const std::vector<RowText::Chip> &chips, const QRect &line, const QFont &font)
 {
     const QFontMetrics metrics(font);
@@ -124,7 +125,7 @@ void drawChip(QPainter &painter, const ChipPlace &chip, const QFont &base, const
     painter.restore();
 }
 
-// How much of a name's beginning a line has room for: in letters, and up to the end of a word, if that is not
+// Says how much of a name's beginning fits on a line: in letters, and up to the end of a word, if that is not
 // much less.
 struct Fitting {
     qsizetype letters = 0, words = 0;
@@ -133,7 +134,7 @@ Fitting fittingPart(const QString &name, const QFontMetrics &metrics, int width)
 {
     QTextBoundaryFinder letters(QTextBoundaryFinder::Grapheme, name);
     qsizetype fitting = 0, word = 0;
-    const qsizetype extension = name.lastIndexOf('.') + 1; // stays with its name
+    const qsizetype extension = name.lastIndexOf('.') + 1; // the extension stays with its name
     for (qsizetype end = letters.toNextBoundary(); end > 0; end = letters.toNextBoundary()) {
         if (metrics.horizontalAdvance(name, static_cast<int>(end)) > width)
             break;
@@ -161,7 +162,7 @@ Lines lines(const QRect &cell, bool hasSecond)
             QRect(inner.left(), top + height + gap, inner.width(), small)};
 }
 
-// `cell` without what stands before the name; `count` is a folder's number of files.
+// Paints a name. `cell` excludes what stands before it; `count` is a folder's number of files.
 void drawName(QPainter &painter, const QRect &cell, const RowText::Cell &name, const QFont &font,
               const QFont &small, const QColor &color, const QColor &muted)
 {
@@ -207,7 +208,7 @@ int RowDelegate::rowHeight()
 RowDelegate::NameLines RowDelegate::nameLines(const QString &name, const QFontMetrics &metrics, int place,
                                               int tail)
 {
-    const int width = place - 1; // advances are rounded to whole pixels, and what is painted is not
+    const int width = place - 1; // advances are rounded to whole pixels, painted text is not
     if (metrics.horizontalAdvance(name) <= width)
         return {name, {}};
     const auto [letters, words] = fittingPart(name, metrics, width);
@@ -290,7 +291,7 @@ void RowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, c
         for (const ChipPlace &chip : layOut(chips, bottom, caption))
             drawChip(*painter, chip, caption, option.palette);
     } else if (!cell.detail.isEmpty()) {
-        const bool isOneText = cell.canBreak; // in two lines
+        const bool isOneText = cell.canBreak; // one text in two lines
         drawLine(*painter, bottom, cell.detail, isOneText ? first : caption,
                  isOneText ? firstColor : colors.muted, index.column());
     }

@@ -6,7 +6,8 @@
 
 namespace kestrel {
 
-// Paints the rows of the library: two lines of text, chips, check marks and bars. All rows are equally high.
+// Paints the rows of the library: two lines of text, chips, check marks and bars. All rows have the same
+// height.
 class RowDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
@@ -22,16 +23,16 @@ public:
                    const QModelIndex &index) override;
 
     static int rowHeight();
-    // A name in one line or, where that is too short, in two; what even those have no room for is left out of
-    // the middle of the second: the episode stands nearer to the beginning. The second leaves so many pixels
-    // free at its end.
+    // Holds a name in one line or, where that is too short, in two; what does not fit into two is cut from
+    // the middle of the second: the episode is nearer to the beginning. The second leaves so many pixels free
+    // at its end.
     struct NameLines {
         QString first, second;
     };
     static NameLines nameLines(const QString &name, const QFontMetrics &metrics, int width, int tail);
 
 signals:
-    // The check mark of this row was clicked.
+    // Emitted when the check mark of this row was clicked.
     void checkClicked(const QModelIndex &index);
 
 private:

@@ -60,7 +60,7 @@ Chip chip(const SubtitleDecision &decision)
                      what(decision.action, decision.reason))};
 }
 
-// The label, as far as a cell has room for it.
+// Returns a form of the label that fits into a cell.
 QString briefGrade(SizeEstimate::Kind kind)
 {
     switch (kind) {
@@ -202,7 +202,7 @@ Look look(const FileState &state)
         {Kind::failed, "warning", Tone::red},
     }};
     static_assert(coversEveryCase(looks, &KindLook::kind));
-    if (state.kind == Kind::done && !state.reason.empty()) // it went well, but not wholly
+    if (state.kind == Kind::done && !state.reason.empty()) // it succeeded, but not completely
         return {QStringLiteral("warning"), Tone::orange};
     const KindLook &look = looks[static_cast<std::size_t>(state.kind)];
     return {QString::fromUtf8(look.icon), look.tone};
@@ -224,9 +224,9 @@ Cell status(const FileItem &item)
               .help = qt(state.help())};
     cell.saysBar = state.kind == Kind::running;
     cell.canBreak = state.kind == Kind::incomplete || state.kind == Kind::unreadable;
-    if (state.fraction) // the bar is picture enough
+    if (state.fraction) // the bar replaces the icon
         cell.icon.clear();
-    if (state.kind == Kind::unreadable) { // the warning stands beside the video
+    if (state.kind == Kind::unreadable) { // the icon is shown beside the video
         cell.icon.clear();
         cell.tone = Tone::muted;
     }

@@ -11,10 +11,10 @@
 
 namespace kestrel {
 
-// The texts of a table row, in German. Pure.
+// Returns the texts of a table row, in German. Pure.
 namespace RowText {
 
-// A word in a frame; how it is drawn says what happens to the track.
+// Holds a word in a frame; how it is drawn shows what happens to the track.
 struct Chip {
     QString label;
     StreamAction action = StreamAction::keep;
@@ -22,16 +22,16 @@ struct Chip {
     bool operator==(const Chip &) const = default;
 };
 
-// What stands in a cell: two lines at most, a picture before the first, and a bar below.
+// Holds the content of a cell: at most two lines, a picture before the first, and a bar below.
 struct Cell {
     QString text, detail;
-    QString brief, briefDetail; // where there is no room for them; empty: the same
+    QString brief, briefDetail; // used where room is lacking; empty: the same
     QString icon;
     Theme::Tone tone = Theme::Tone::text;
     std::optional<double> bar; // 0 … 1
     QString help;
-    bool canBreak = false; // the text, into two lines
-    bool saysBar = false;  // the text holds the bar's percentage
+    bool canBreak = false; // whether the text may break into two lines
+    bool saysBar = false;  // whether the text contains the bar's percentage
     bool operator==(const Cell &) const = default;
 };
 
@@ -40,39 +40,39 @@ std::vector<Chip> chips(const FileItem &item);
 Cell size(const FileItem &item);
 Cell estimate(const FileItem &item);
 Cell status(const FileItem &item);
-bool hasStatus(const FileItem &item); // that cell is not empty
-// The picture and the colour that a state has everywhere in the window.
+bool hasStatus(const FileItem &item); // whether that cell is not empty
+// Holds the icon and the colour that a state has everywhere in the window.
 struct Look {
     QString icon;
     Theme::Tone tone;
 };
 Look look(const FileState &state);
 
-// What a folder's row is made of; of all files below it.
+// Holds the content of a folder's row, from all files below it.
 struct Folder {
     std::size_t files = 0;
-    std::size_t choosable = 0, included = 0; // with a check mark, and of them those with the tick
+    std::size_t choosable = 0, included = 0; // files with a check mark, and those of them that are checked
     FolderProgress progress;
 
     static Folder of(const TableNode &node);
     std::optional<Qt::CheckState> checkState() const; // absent where there is nothing to choose
 };
-// What the files below a folder are.
+// Holds the formats of the files below a folder.
 struct Sources {
     QString most;
-    std::size_t different = 0; // the others
+    std::size_t different = 0; // number of other formats
 
     static Sources of(const TableNode &node);
 };
 Cell video(const Sources &sources);
 Cell size(const TableNode &node);
 Cell estimate(const TableNode &node, const Folder &folder);
-// `completion`: when the run will have done it.
+// `completion` is when the run will have finished the folder.
 Cell status(const Folder &folder, const std::optional<QString> &completion);
 
-// A word for how good an estimate is, where label() is too long.
+// Returns a word for the quality of an estimate, where label() is too long.
 QString gradeWord(SizeEstimate::Kind kind);
-// "5.1", "Stereo", "Mono"; empty when unknown
+// Returns "5.1", "Stereo", "Mono"; empty when unknown.
 QString channels(int count);
 
 } // namespace RowText

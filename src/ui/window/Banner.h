@@ -5,7 +5,8 @@
 
 namespace kestrel {
 
-// The model's message, until it is closed. While a folder is being searched the run panel shows the same.
+// Shows the model's message, until the user closes it. During a search of a folder the run panel shows it
+// instead.
 class Banner : public Card {
     Q_OBJECT
 

@@ -4,10 +4,10 @@
 
 #include "ui/look/Parts.h"
 
-// The common layout of the pages that replace the library.
+// Provides the common layout of the pages that replace the library.
 namespace kestrel::CentredPage {
 
-// A column in the middle of the window.
+// Returns a column in the middle of the window.
 inline QVBoxLayout *column(QWidget *view)
 {
     auto *outer = new QVBoxLayout(view);

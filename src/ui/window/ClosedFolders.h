@@ -8,7 +8,7 @@
 
 namespace kestrel {
 
-// Keeps the folder rows that the user closed closed: when the folder is searched again, and, through the
+// Keeps folder rows collapsed that the user collapsed: when the folder is searched again and, through the
 // window's state, when it is opened the next time.
 class ClosedFolders : public QObject {
     Q_OBJECT
@@ -23,7 +23,7 @@ private:
 
     Library &m_library;
     WindowState &m_state;
-    std::map<std::filesystem::path, Library::Ids> m_closed; // by opened folder
+    std::map<std::filesystem::path, Library::Ids> m_closed; // keyed by opened folder
 };
 
 } // namespace kestrel

@@ -31,7 +31,7 @@ constexpr const char *measureHelp =
     "Kodiert je Datei einige 10-Sekunden-Abschnitte mit den echten Einstellungen und misst Größe, Tempo und "
     "Qualität. Klick: 6 Dateien, Pfeil: mehr Optionen";
 
-// Each change causes another layout of the toolbar.
+// Changes the action only where it differs: each change causes another layout of the toolbar.
 void become(QAction *action, const QString &text, const char *icon, const char *help)
 {
     if (action->text() == text && action->statusTip() == QString::fromUtf8(help))
@@ -89,7 +89,7 @@ Commands::Commands(AppModel &model, QObject *parent)
     showPanel->setCheckable(true);
     showPanel->setChecked(true);
     quit->setMenuRole(QAction::QuitRole);
-    quit->setShortcutContext(Qt::ApplicationShortcut); // from the details and the settings, too
+    quit->setShortcutContext(Qt::ApplicationShortcut); // it also applies in the details and the settings
     connectActions();
     for (const auto signal : {&AppModel::toolsChanged, &AppModel::folderChanged, &AppModel::activityChanged,
                               &AppModel::runChanged})

@@ -10,45 +10,45 @@
 
 namespace kestrel {
 
-// All actions of the window, with text, help, shortcut, and when they are enabled. Toolbar, menus
-// and the table's menu show the same actions.
+// Holds all actions of the window, with text, help, shortcut, and when they are enabled. Toolbar, menus and
+// the table's menu show the same actions.
 class Commands : public QObject {
     Q_OBJECT
 
 public:
     explicit Commands(AppModel &model, QObject *parent = nullptr);
 
-    QAction *const chooseFolder; // of the toolbar; not while work runs
-    QAction *const openFolder;   // of the menu
+    QAction *const chooseFolder; // in the toolbar; disabled while work runs
+    QAction *const openFolder;   // in the menu
     QAction *const rescan;
     QAction *const settings;
-    QAction *const measure; // becomes the end of the measurement while one runs
+    QAction *const measure; // stops the measurement while one runs
     QAction *const measure3, *const measure6, *const measure12, *const measureAll;
     QAction *const probeClip;
     QAction *const convert;
-    QAction *const pause; // or resume
+    QAction *const pause; // pauses or resumes
     QAction *const stop;
-    QAction *const cancel; // of a search or a clip; of the menu
+    QAction *const cancel; // for a search or a clip; in the menu
     QAction *const showPanel;
     QAction *const showLog;
     QAction *const about;
     QAction *const quit;
 
-    // They concern the selected rows.
+    // These apply to the selected rows.
     QAction *const details;
     QAction *const reveal;
     QAction *const check, *const uncheck;
     QAction *const measureSelection;
 
-    // They concern all rows.
+    // These apply to all rows.
     QAction *const checkAll, *const uncheckAll;
     QAction *const expandAll, *const collapseAll;
     QAction *const sortDescending;
 
-    // One for each column that sorts, in their order.
+    // Returns one action for each column that sorts, in their order.
     const QList<QAction *> &sortActions() const { return m_sortActions; }
     QMenu *measureMenu() const { return m_measureMenu.get(); }
-    // The path of the one selected row; absent when none or several are.
+    // Returns the path of the one selected row; absent when none or several are.
     std::optional<std::filesystem::path> selectedPath() const;
 
 signals:

@@ -51,7 +51,7 @@ void EmptyView::update()
     const bool hasTools = m_model.tools().has_value();
     if (hasTools && !m_choose->isEnabled()) {
         m_choose->setEnabled(true);
-        if (!m_model.rootURL()) // else its page has gone, and a hidden button would keep the keys
+        if (!m_model.rootURL()) // otherwise this page is hidden, and a hidden button would keep the focus
             m_choose->setFocus();
     }
     m_searching->setVisible(!hasTools && !m_model.toolError());

@@ -7,7 +7,7 @@
 
 namespace kestrel {
 
-// The page before a folder is open: it says what to do, and what will happen then.
+// Fills the window before a folder is open: says what to do, and what will happen then.
 class EmptyView : public QWidget {
     Q_OBJECT
 

@@ -33,8 +33,8 @@ FolderDialog::FolderDialog(const QString &start, QWidget *parent)
     });
 }
 
-// What is typed counts, and only that: while a person types a path, Qt marks rows of the list by itself,
-// among them the folder above, and takes those.
+// Accepts only what is typed: while the user types a path, Qt selects rows of the list by itself, among them
+// the folder above, and would return those.
 void FolderDialog::accept()
 {
     const auto *edit = findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
@@ -47,10 +47,10 @@ void FolderDialog::accept()
         return refuse(info.exists() ? QStringLiteral("„%1“ ist kein Ordner.").arg(text)
                                     : QStringLiteral("Den Ordner „%1“ gibt es nicht.").arg(text));
     emit chosen(asPath(path));
-    done(QDialog::Accepted); // not QFileDialog's accept(), which would take what is marked
+    done(QDialog::Accepted); // QFileDialog's accept() would return the selected rows
 }
 
-// Absolute, as a shell would read it: "~/Videos", "$HOME/Videos", "Videos".
+// Returns an absolute path, as a shell would read it: "~/Videos", "$HOME/Videos", "Videos".
 QString FolderDialog::typedPath(QString text) const
 {
     static const QRegularExpression quoted(QStringLiteral("^\"([^\"]+)\"$"));

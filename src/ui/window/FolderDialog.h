@@ -5,7 +5,7 @@
 
 namespace kestrel {
 
-// Asks for a folder of videos; deletes itself.
+// Lets the user choose a folder of videos; deletes itself.
 class FolderDialog : public QFileDialog {
     Q_OBJECT
 

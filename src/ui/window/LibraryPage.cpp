@@ -15,11 +15,11 @@ namespace kestrel {
 
 namespace {
 
-// In heights of the text: from which width the panel has room beside the table, and from which height the
-// figures have room above it.
+// In heights of the text: the least width at which the panel fits beside the table, and the least height at
+// which the figures fit above it.
 constexpr double wide = 62, high = 26;
 
-// Where the window is low, or the text large, the table needs the room of the figures.
+// Hides the figures where the window is low or the text large, because the table needs their room.
 class LibraryColumn : public QWidget {
 public:
     Tiles *figures = nullptr;
@@ -32,7 +32,7 @@ protected:
     }
 };
 
-// What lies over the table, with a shadow on it.
+// Holds what covers the table, and draws a shadow.
 class Drawer : public QWidget {
 public:
     explicit Drawer(QWidget *parent) : QWidget(parent)
@@ -132,12 +132,12 @@ void LibraryPage::resizeEvent(QResizeEvent *event)
     placePanel();
 }
 
-// What lay over the table is out of the way at first.
+// Moves the panel; one that covers the table is hidden at first.
 void LibraryPage::setNarrow(bool isNarrow)
 {
     if (isNarrow == m_isNarrow)
         return;
-    if (isNarrow && isVisible()) // else nothing has its width yet
+    if (isNarrow && isVisible()) // otherwise nothing has its width yet
         m_wideState = m_splitter->saveState();
     m_isNarrow = isNarrow;
     m_isOverTable = false;

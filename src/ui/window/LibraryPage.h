@@ -6,8 +6,8 @@
 
 namespace kestrel {
 
-// An open folder: its table with everything that is said about it, and the settings. These stand beside the
-// table where the window is wide enough, and lie over it when they are asked for where it is not.
+// Shows an open folder: its table with everything that belongs to it, and the settings. These stand beside
+// the table where the window is wide enough; where it is not, they cover the table on request.
 class LibraryPage : public QWidget {
     Q_OBJECT
 
@@ -18,7 +18,7 @@ public:
     void showPanel(bool isShown);
     bool isPanelShown() const { return m_isNarrow ? m_isOverTable : m_isBeside; }
 
-    // The state to remember: whether the settings stand beside the table, and how wide.
+    // Return the state to store: whether the settings stand beside the table, and their width.
     bool isPanelBeside() const { return m_isBeside; }
     QByteArray saveState() const { return m_isNarrow ? m_wideState : m_splitter->saveState(); }
     void restoreState(const QByteArray &state, bool isPanelBeside);
@@ -44,8 +44,8 @@ private:
     PanelSplitter *m_splitter;
     QWidget *m_drawer; // holds the panel over the table
     bool m_isNarrow = false;
-    bool m_isBeside = true, m_isOverTable = false; // the panel, in a wide and in a narrow window
-    QByteArray m_wideState;                        // of the splitter, while it has no panel
+    bool m_isBeside = true, m_isOverTable = false; // the panel is shown, in a wide and in a narrow window
+    QByteArray m_wideState;                        // the splitter's, while it has no panel
 };
 
 } // namespace kestrel

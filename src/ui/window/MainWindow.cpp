@@ -28,7 +28,7 @@ std::optional<std::filesystem::path> droppedFolder(const QMimeData &data)
     for (const QUrl &url : data.urls()) {
         if (!url.isLocalFile())
             continue;
-        // Byte for byte: QUrl would take names for UTF-8.
+        // The path is decoded to exact bytes: QUrl would treat names as UTF-8.
         const QByteArray path = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toUtf8());
         const std::filesystem::path folder(path.toStdString());
         std::error_code error;
@@ -37,7 +37,7 @@ std::optional<std::filesystem::path> droppedFolder(const QMimeData &data)
     return std::nullopt;
 }
 
-// What is dropped as "move" may be removed by who gave it.
+// The source may delete what is dropped as "move".
 void acceptAsCopy(QDropEvent &event)
 {
     event.setDropAction(Qt::CopyAction);
@@ -70,7 +70,7 @@ MainWindow::MainWindow(AppModel &model, std::filesystem::path stateFile, QWidget
 
 MainWindow::~MainWindow()
 {
-    disconnect(qApp, nullptr, this, nullptr); // the focus moves once more while its widgets go
+    disconnect(qApp, nullptr, this, nullptr); // the focus still changes while its widgets are destroyed
 }
 
 void MainWindow::makeMenus()
@@ -135,7 +135,7 @@ void MainWindow::makeToolBar()
             button->setFont(Theme::font(Theme::Size::caption));
             button->setMinimumWidth(Theme::em(4.6));
             button->setProperty("primary", action == can.convert);
-            // Else it is the tool tip, with its markup.
+            // Otherwise Qt would use the tool tip, with its markup.
             const auto describe = [action, button] { button->setAccessibleDescription(action->statusTip()); };
             connect(action, &QAction::changed, button, describe);
             describe();
@@ -147,7 +147,7 @@ void MainWindow::makeToolBar()
     keepFocusOnRun(*bar);
 }
 
-// The buttons of a run hide and go dead one after the other; whoever pressed one stays among them.
+// Keeps the focus on a run's buttons, which are hidden and disabled one after the other.
 void MainWindow::keepFocusOnRun(const QToolBar &bar)
 {
     m_runButtons = {bar.widgetForAction(m_commands.pause), bar.widgetForAction(m_commands.convert),
@@ -265,7 +265,7 @@ void MainWindow::chooseFolder()
     auto *dialog =
         new FolderDialog(m_reachable ? QFile::decodeName(m_reachable->c_str()) : QDir::homePath(), this);
     connect(dialog, &FolderDialog::chosen, this, [this](const std::filesystem::path &folder) {
-        // When the dialog has gone, and with it the focus.
+        // This runs after the dialog has closed and released the focus.
         QMetaObject::invokeMethod(
             this,
             [this, folder] {

@@ -20,7 +20,7 @@
 
 namespace kestrel {
 
-// The one window. REQUIRES: the main thread; the model outlives it.
+// There is only one main window. REQUIRES: the main thread; the model outlives it.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
@@ -33,12 +33,12 @@ public:
     QuitGuard &quitGuard() { return m_guard; }
     void chooseFolder();
     void showSettings();
-    // The window with the switches of the computer, while it is open.
+    // Returns the window with the switches of the computer, while it is open.
     SettingsWindow *settingsWindow() const { return m_settings; }
     DetailSheet *detailSheet() const { return m_details; }
 
 signals:
-    void closed(); // for good
+    void closed(); // the window was closed for good
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -74,9 +74,9 @@ private:
     LibraryPage *m_page;
     ToolsMissingView *m_toolsMissing;
     std::optional<FolderCheck> m_lastFolderCheck;
-    std::optional<std::filesystem::path> m_reachable; // opened before, and there
-    std::array<QWidget *, 3> m_runButtons{};          // of the toolbar
-    QPointer<QWidget> m_givesFocusBack;               // has the focus because one of them was disabled
+    std::optional<std::filesystem::path> m_reachable; // the last folder, once it is known to exist
+    std::array<QWidget *, 3> m_runButtons{};          // in the toolbar
+    QPointer<QWidget> m_givesFocusBack; // the widget that got the focus because one of them was disabled
     QPointer<SettingsWindow> m_settings;
     QPointer<DetailSheet> m_details;
 };

@@ -4,13 +4,13 @@
 
 namespace kestrel {
 
-// Two parts side by side; the arrow keys move the border too.
+// Shows two parts side by side; the arrow keys move the border too.
 class PanelSplitter : public QSplitter {
     Q_OBJECT
 
 public:
-    // REQUIRES: called once. A splitter makes its handle with its parts, and no derived one in its
-    // constructor.
+    // Adds the parts, with which a splitter creates its handle: its constructor could not create a derived
+    // one. REQUIRES: this is called once.
     void setParts(QWidget *left, QWidget *right);
 
 protected:

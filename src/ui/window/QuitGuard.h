@@ -10,7 +10,7 @@ class QWidget;
 
 namespace kestrel {
 
-// Asks before the end of the program aborts work.
+// Asks the user before the end of the program aborts work.
 class QuitGuard : public QObject {
     Q_OBJECT
 

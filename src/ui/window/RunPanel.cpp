@@ -53,7 +53,7 @@ std::optional<RunPanel::Look> RunPanel::lookOf(const AppModel &model)
     switch (text.state) {
     case State::scanning:
         look.count = qt(text.fileCount());
-        look.detail.clear(); // the button says it
+        look.detail.clear(); // the button shows it
         look.progress = text.progress.value_or(-1);
         look.canBeStopped = true;
         break;
@@ -71,7 +71,7 @@ std::optional<RunPanel::Look> RunPanel::lookOf(const AppModel &model)
         look.headline = percent;
         look.count = qt(text.fileCount());
         look.progress = text.progress;
-        // Always a line: the table below must not jump when the first file is done.
+        // There is always a line: the table below must not move when the first file is done.
         look.savings = qt(text.note.value_or("Noch keine Datei fertig"));
         break;
     case State::finished:
@@ -166,7 +166,7 @@ void RunPanel::update()
     setAccessibleDescription(parts.join(QStringLiteral(", ")));
 }
 
-// Once for each state of the work; the bar reports the numbers.
+// Announces each state of the work once; the bar reports the numbers.
 void RunPanel::announceTurn()
 {
     const QString turn = turnOf(m_model);

@@ -9,24 +9,23 @@
 
 namespace kestrel {
 
-// Shows the work that is under way: a search, measurements, a clip, a conversion run; and how the last run
-// ended.
+// Shows the current work: a search, measurements, a clip, a conversion run; and how the last run ended.
 class RunPanel : public Card {
     Q_OBJECT
 
 public:
-    // The texts and pictures of the panel for a model; pure, but for the clock.
+    // Holds the texts and icons of the panel for a model; pure, except for the clock.
     struct Look {
         QString headline, count, detail;
         QString sentence; // below the headline
         QString savings;
         QString icon;
         Theme::Tone tone = Theme::Tone::accent;
-        std::optional<double> progress; // where there is a bar: 0 … 1, or below 0 while it is not known
-        bool canBeStopped = false;      // by the panel's own button
+        std::optional<double> progress; // for the bar: 0 … 1, below 0 while unknown; absent without a bar
+        bool canBeStopped = false;      // whether the panel's own button can stop it
     };
     static std::optional<Look> lookOf(const AppModel &model);
-    // The same for a screen reader: what has begun or ended, without numbers that change.
+    // Returns the same for a screen reader: what has begun or ended, without numbers that change.
     static QString turnOf(const AppModel &model);
 
     explicit RunPanel(AppModel &model, QWidget *parent = nullptr);

@@ -14,9 +14,9 @@ namespace kestrel {
 
 namespace {
 
-constexpr double leastWidth = 7; // of a card, in heights of the text
+constexpr double leastWidth = 7; // width of a card, in heights of the text
 
-// Where the whole text has no room.
+// Returns texts for where the whole one does not fit.
 QStringList briefGrades(const Totals &totals)
 {
     if (!totals.weakestKind)
@@ -43,7 +43,7 @@ Tiles::Tiles(AppModel &model, QWidget *parent) : QWidget(parent), m_model(model)
     auto *grid = new QGridLayout(this);
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setSpacing(Theme::em(0.5));
-    grid->setSizeConstraint(QLayout::SetNoConstraint); // it changes with the width
+    grid->setSizeConstraint(QLayout::SetNoConstraint); // the layout changes with the width
     m_files = add("film", "Dateien");
     m_before = add("drive", "Vorher");
     m_after = add("compress", "Nachher");
@@ -68,7 +68,7 @@ Tiles::Tile Tiles::add(const char *icon, const QString &caption)
     inside->setVerticalSpacing(Theme::em(0.1));
     tile.card->setAccessibleName(caption);
     static_cast<QGridLayout *>(layout())->addWidget(tile.card, 0, static_cast<int>(m_tiles.size()));
-    arrange(tile, false, true); // so that the card owns its parts also when no resize comes
+    arrange(tile, false, true); // the card must own its parts even if no resize follows
     m_tiles.push_back(tile);
     return tile;
 }
@@ -168,16 +168,16 @@ void Tiles::update()
     set(m_time.value, shown ? qt(Fmt::duration(*shown)) : none);
     set(m_time.detail, shown ? QStringLiteral("geschätzt") : QString());
     if (isLine())
-        arrange(); // each as wide as what it says
+        arrange(); // each part is as wide as its text
 }
 
-// What would become larger saves nothing, and must not look as if it stayed as it is.
+// Shows the growth of a library that would become larger, instead of a saving of nothing.
 void Tiles::showSaving(bool isPlanned)
 {
     const Totals &totals = m_model.totals();
     const auto before = static_cast<double>(totals.sourceBytes);
     const double saved = before - totals.estimatedBytes;
-    const bool grows = isPlanned && saved <= -1024; // less cannot be seen
+    const bool grows = isPlanned && saved <= -1024; // less is not visible
     set(m_saving.caption, grows ? QStringLiteral("Zuwachs") : QStringLiteral("Ersparnis"));
     m_saving.card->setAccessibleName(m_saving.caption->text());
     m_saving.value->setTone(grows                    ? Theme::Tone::orange

@@ -9,8 +9,8 @@ class QGridLayout;
 
 namespace kestrel {
 
-// What the library is and would become, in five figures: cards side by side, or a single line of text where
-// there is little room.
+// Shows what the library is and would become, in five figures: cards side by side, or a single line of text
+// where there is little room.
 class Tiles : public QWidget {
     Q_OBJECT
 

@@ -5,7 +5,7 @@
 
 namespace kestrel {
 
-// The only page while ffmpeg is missing.
+// Fills the window while ffmpeg is missing.
 class ToolsMissingView : public QWidget {
     Q_OBJECT
 

@@ -26,7 +26,7 @@ void WindowState::setValue(const char *key, const QByteArray &value)
     UserDefaults::open(m_file).setValue(keyOf(key), value);
 }
 
-// Paths are bytes; no path holds a zero.
+// Paths are stored as bytes, separated by zeros, which no path contains.
 std::set<std::filesystem::path> WindowState::collapsed(const std::filesystem::path &root) const
 {
     std::set<std::filesystem::path> folders;
