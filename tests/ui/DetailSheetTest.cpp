@@ -58,8 +58,7 @@ TEST_F(DetailSheetTest, tellsOfTheRunThatLastsNotOfTheNext)
     changeSettings([](auto &settings) { settings.codec = VideoCodecChoice::av1SVT; });
     EXPECT_THAT(shown(), says("wird neu kodiert: HEVC, CRF 30"));
     EXPECT_THAT(sheet->findChildren<TextBox *>().back()->toPlainText().toStdString(), HasSubstr("libx265"));
-    model->stop();
-    EXPECT_TRUE(idle());
+    stop();
     EXPECT_THAT(shown(), says("wird neu kodiert: AV1"));
 }
 
@@ -80,8 +79,7 @@ TEST_F(DetailSheetTest, closesWithItsLibraryAndGivesUpItsFile)
     show("A.avi");
     int closed = 0;
     QObject::connect(sheet.get(), &QDialog::finished, [&] { ++closed; });
-    model->rescan();
-    EXPECT_TRUE(idle());
+    rescan();
     EXPECT_FALSE(shown().isVisible());
     EXPECT_EQ(closed, 1);
 

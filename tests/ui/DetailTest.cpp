@@ -235,30 +235,22 @@ TEST(DetailText, commandsCanBePastedWhateverFilesAreCalled)
 
 TEST(SearchChart, axesHaveRoundTicksAroundTheValues)
 {
-    struct Case {
-        double lowest, highest;
-        int most;
-        double least;
-        Chart::Axis axis;
-    };
-    for (const Case &entry : std::vector<Case>{{23, 26, 12, 1, {22, 27, 1}},
-                                               {24, 24, 12, 1, {23, 25, 1}},
-                                               {14, 24, 8, 1, {12, 26, 2}},
-                                               {94.9, 95.3, 6, 0.2, {94.8, 95.4, 0.2}},
-                                               {14, 36, 6, 1, {10, 40, 5}},
-                                               {94.1, 95.8, 6, 0.2, {93.5, 96, 0.5}}})
-        EXPECT_THAT(Chart::axisOver(entry.lowest, entry.highest, entry.most, entry.least),
-                    FieldsAre(DoubleEq(entry.axis.from), DoubleEq(entry.axis.to), DoubleEq(entry.axis.step)))
-            << entry.lowest;
+    using Case = std::tuple<double, double, int, double, Chart::Axis>;
+    for (const auto &[lowest, highest, most, least, axis] :
+         std::vector<Case>{{23, 26, 12, 1, {22, 27, 1}},
+                           {24, 24, 12, 1, {23, 25, 1}},
+                           {14, 24, 8, 1, {12, 26, 2}},
+                           {94.9, 95.3, 6, 0.2, {94.8, 95.4, 0.2}},
+                           {14, 36, 6, 1, {10, 40, 5}},
+                           {94.1, 95.8, 6, 0.2, {93.5, 96, 0.5}}})
+        EXPECT_THAT(Chart::axisOver(lowest, highest, most, least),
+                    FieldsAre(DoubleEq(axis.from), DoubleEq(axis.to), DoubleEq(axis.step)))
+            << lowest;
     const Chart::Axis whole{22, 24, 1}, tenths{94.8, 95.4, 0.2};
     EXPECT_THAT(whole.ticks(), ElementsAre(22, 23, 24));
     EXPECT_THAT(tenths.ticks(), testing::SizeIs(4));
     EXPECT_EQ(whole.digits(), 0);
     EXPECT_EQ(tenths.digits(), 1);
-}
-
-TEST(SearchChart, drawsEachValueInItsPlace)
-{
     const Chart::Plane plane{QRectF(40, 10, 200, 100), {20, 30, 1}, {90, 100, 1}};
     EXPECT_EQ(plane.at(20, 90), QPointF(40, 110));
     EXPECT_EQ(plane.at(25, 97.5), QPointF(140, 35));

@@ -16,6 +16,7 @@
 // What a window shows and holds, found as a person would find it, and the windows of the tests.
 namespace kestrel::test {
 
+using testing::AllOf;
 using testing::Contains;
 using testing::Not;
 
@@ -88,7 +89,22 @@ protected:
     {
         for (const auto &name : names)
             film(name);
-        ready(jobs).open(folder.path());
+        ready(jobs);
+        scan();
+    }
+    void scan()
+    {
+        model->open(folder.path());
+        EXPECT_TRUE(idle());
+    }
+    void rescan()
+    {
+        model->rescan();
+        EXPECT_TRUE(idle());
+    }
+    void stop()
+    {
+        model->stop();
         EXPECT_TRUE(idle());
     }
     AppModel &ready(int jobs = 2)
@@ -130,6 +146,16 @@ protected:
     }
     QVariant mark(const char *name) const { return at(name, Column::include).data(Qt::CheckStateRole); }
     std::string current() const { return table->rows().node(table->currentIndex()).name; }
+    std::string currentAfter(Qt::Key key) const
+    {
+        QTest::keyClick(table.get(), key);
+        return current();
+    }
+    auto expandedAfter(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const
+    {
+        QTest::keyClick(table.get(), key, modifiers);
+        return library().expandedFolders();
+    }
 
     std::unique_ptr<LibraryView> table; // goes before the model
 };
@@ -188,6 +214,13 @@ protected:
     {
         window = std::make_unique<MainWindow>(*model, home() / "window.conf");
         window->show();
+    }
+    // As when the program starts once more.
+    void openFreshWindow()
+    {
+        window.reset();
+        ready();
+        openWindow();
     }
     // On these files, one job at a time.
     void openWindow(const std::vector<std::string> &names)

@@ -32,8 +32,7 @@ TEST_F(SettingsSoundTest, beforeAFolderIsOpenTheChosenLanguagesStandWithoutNumbe
     EXPECT_THAT(languages(), ElementsAre("Deutsch")) << "can be chosen again";
 
     film("0.mkv");
-    model->open(folder.path());
-    EXPECT_TRUE(idle());
+    scan();
     settle();
     EXPECT_THAT(languages(), ElementsAre("Deutsch: 0 Dateien"));
     EXPECT_THAT(*panel, Not(says("Sobald ein Ordner geöffnet ist")));

@@ -266,8 +266,7 @@ TEST_F(SettingsTest, duringARunChangesAreForTheNext)
     model->startConversion();
     EXPECT_THAT(*panel, says(note));
     EXPECT_TRUE(picker("Qualität").isEnabled());
-    model->stop();
-    EXPECT_TRUE(idle());
+    stop();
     EXPECT_THAT(*panel, Not(says(note)));
 }
 

@@ -21,8 +21,7 @@ TEST_F(TableTest, rowsAreTheLibrarysThroughAllThatHappensToIt)
     EXPECT_EQ(rows.rowCount(), 0);
     for (const char *name : {"b.mkv", "a/x 10.mkv", "a/x 9.mkv", "a/tief/y.mkv"})
         film(name);
-    model->open(folder.path());
-    EXPECT_TRUE(idle());
+    scan();
     EXPECT_EQ(names(), QStringList({"a", "b.mkv"}));
     EXPECT_EQ(names(rows.index(0, 0)), QStringList({"tief", "x 9.mkv", "x 10.mkv"}));
 
@@ -44,13 +43,11 @@ TEST_F(TableTest, rowsAreTheLibrarysThroughAllThatHappensToIt)
     EXPECT_TRUE(eventually([&] { return changes == 1; }));
     EXPECT_EQ(rows.indexOf(folder / "a/x 9.mkv").siblingAtColumn(Column::status).data().toString(), "99 %");
 
-    model->rescan();
-    EXPECT_TRUE(idle());
+    rescan();
     EXPECT_FALSE(ten.isValid()) << "the rows are new ones";
     fs::remove_all(folder / "a");
     fs::remove(folder / "b.mkv");
-    model->rescan();
-    EXPECT_TRUE(idle());
+    rescan();
     EXPECT_EQ(rows.rowCount(), 0);
 }
 

@@ -82,9 +82,7 @@ TEST_F(WindowLayoutTest, theFolderDialogOpensWhatIsTyped)
     std::ofstream(home() / "Videos/film.mkv").put('x');
     const QString base = qt(home().native());
     const auto type = [&](const QString &text) {
-        window.reset();
-        ready();
-        openWindow();
+        openFreshWindow();
         window->chooseFolder();
         QPointer dialog = window->findChild<FolderDialog *>();
         EXPECT_TRUE(QTest::qWaitForWindowActive(dialog));

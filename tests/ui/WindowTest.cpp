@@ -15,8 +15,7 @@ namespace kestrel::test {
 TEST_F(WindowTest, commandsArePossibleWhenTheyMakeSense)
 {
     film("a.mkv");
-    ready();
-    openWindow();
+    openFreshWindow();
     Commands &can = window->commands();
     const std::map<std::string, QAction *> actions{{"check", can.check},       {"choose", can.chooseFolder},
                                                    {"clip", can.probeClip},    {"convert", can.convert},
@@ -59,8 +58,7 @@ TEST_F(WindowTest, commandsArePossibleWhenTheyMakeSense)
     can.probeClip->trigger();
     EXPECT_EQ(can.probeClip->iconText(), "Probeclip 0 %");
     EXPECT_EQ(possible(), "check details open ");
-    model->stop();
-    EXPECT_TRUE(idle());
+    stop();
 
     giveSample("a.mkv");
     can.convert->trigger();
@@ -91,22 +89,18 @@ TEST_F(WindowTest, showsThePageThatFits)
 {
     const auto drag = says("Ordner mit Videos hierher ziehen");
     const auto nothing = says("In diesem Ordner wurden keine Videodateien gefunden.");
-    ready();
-    openWindow();
+    openFreshWindow();
     EXPECT_TRUE(window->windowTitle().startsWith("Kestrel"));
     EXPECT_THAT(*window, drag);
     EXPECT_THAT(*window, Not(says("ffmpeg wird gesucht …")));
-    model->open(folder.path());
-    EXPECT_TRUE(idle());
+    scan();
     EXPECT_THAT(*window, testing::AllOf(Not(drag), nothing));
     window->findChild<Banner *>()->findChild<QAbstractButton *>()->click();
     EXPECT_EQ(model->message(), std::nullopt);
     EXPECT_THAT(*window, Not(nothing));
 
-    window.reset();
     fs::remove(toolbox / "ffmpeg");
-    ready();
-    openWindow();
+    openFreshWindow();
     EXPECT_THAT(texts(*window), testing::IsSupersetOf({std::string("ffmpeg fehlt"), *model->toolError(),
                                                        std::string("Danach Kestrel neu starten.")}));
 }
@@ -125,19 +119,13 @@ TEST_F(WindowTest, theFolderOfLastTimeIsOfferedWhereItIsThere)
     EXPECT_TRUE(idle());
     openWindow();
     EXPECT_TRUE(window->close());
-    window.reset();
-
-    ready();
-    openWindow();
+    openFreshWindow();
     ASSERT_TRUE(eventually([&] { return offer() != nullptr; }));
     offer()->click();
     EXPECT_TRUE(idle());
     EXPECT_EQ(model->rootURL(), films);
-    window.reset();
-
     fs::remove(films);
-    ready();
-    openWindow();
+    openFreshWindow();
     workFor(std::chrono::milliseconds(300));
     EXPECT_EQ(offer(), nullptr);
 }
@@ -147,8 +135,7 @@ TEST_F(WindowTest, aDroppedFolderIsOpenedAndNothingElse)
     film("a.mkv");
     const fs::path odd = folder / "x\xff%41";
     fs::create_directory(odd);
-    ready();
-    openWindow();
+    openFreshWindow();
     const auto drop = [&](const QByteArray &url) {
         QMimeData data;
         data.setData("text/uri-list", url);
@@ -192,19 +179,6 @@ TEST_F(WindowTest, whatIsOpenedBeforeFfmpegIsFoundIsSearchedThen)
     EXPECT_EQ(QApplication::focusWidget(), &window->table()) << "not a button of the page that has gone";
 }
 
-TEST_F(WindowTest, aSearchThatWasGivenUpSaysSo)
-{
-    film("a.mkv");
-    ffprobe("sleep 60");
-    ready().open(folder.path());
-    openWindow();
-    EXPECT_TRUE(eventually([&] { return model->activity().total == 1; }));
-    window->commands().cancel->trigger();
-    EXPECT_TRUE(idle());
-    EXPECT_EQ(RunPanel::lookOf(*model)->headline, "Die Suche wurde abgebrochen");
-    EXPECT_EQ(RunPanel::lookOf(*model)->detail, "1 Datei noch nicht analysiert");
-}
-
 TEST_F(WindowTest, quittingAsksOnlyWhileWorkRuns)
 {
     openWindow({"a.mkv", "b.mkv"});
@@ -223,8 +197,7 @@ TEST_F(WindowTest, quittingAsksOnlyWhileWorkRuns)
         QTest::keyClick(question(), Qt::Key_Escape);
         EXPECT_TRUE(eventually([&] { return question() == nullptr; }));
         EXPECT_TRUE(model->isBusy());
-        model->stop();
-        EXPECT_TRUE(idle());
+        stop();
     }
 
     for (const char *name : {"a.mkv", "b.mkv"})
@@ -271,11 +244,8 @@ TEST_F(WindowTest, remembersHowItWasLeft)
     library().toggleFolder(folder / "b");
     EXPECT_TRUE(window->close());
 
-    window.reset();
-    ready();
-    openWindow();
-    model->open(folder.path());
-    EXPECT_TRUE(idle());
+    openFreshWindow();
+    scan();
     EXPECT_EQ(window->size(), QSize(1100, 700));
     EXPECT_EQ(window->table().columnWidth(Columns::video), 333);
     EXPECT_FALSE(window->commands().showPanel->isChecked());
@@ -285,8 +255,7 @@ TEST_F(WindowTest, remembersHowItWasLeft)
     EXPECT_THAT(library().expandedFolders(), ElementsAre(folder / "a"));
     library().toggleFolder(folder / "b");
     library().toggleFolder(folder / "a");
-    model->rescan();
-    EXPECT_TRUE(idle());
+    rescan();
     EXPECT_THAT(library().expandedFolders(), ElementsAre(folder / "b")) << "as it was a moment ago";
     window.reset();
 
@@ -303,31 +272,36 @@ TEST_F(WindowTest, thePanelTellsWhatIsGoingOn)
     film("a.mkv");
     film("b.mkv");
     ffprobe(waits());
-    ready().open(folder.path());
-    EXPECT_EQ(RunPanel::lookOf(*model)->headline, "Suche Videodateien …");
+    ready(1).open(folder.path());
+    openWindow();
+    const auto look = [&] { return RunPanel::lookOf(*model).value(); };
+    EXPECT_EQ(look().headline, "Suche Videodateien …");
     EXPECT_TRUE(eventually([&] { return model->activity().total == 2; }));
-    EXPECT_EQ(RunPanel::lookOf(*model)->count, "0 von 2 Dateien");
-    EXPECT_TRUE(RunPanel::lookOf(*model)->canBeStopped);
-    release();
+    EXPECT_EQ(look().count, "0 von 2 Dateien");
+    EXPECT_TRUE(look().canBeStopped);
+    window->commands().cancel->trigger();
     EXPECT_TRUE(idle());
+    EXPECT_EQ(look().headline, "Die Suche wurde abgebrochen");
+    EXPECT_EQ(look().detail, "2 Dateien noch nicht analysiert");
+    release();
+    rescan();
     EXPECT_FALSE(RunPanel::lookOf(*model).has_value());
     ffmpeg("case \"$last\" in *b.*) exit 1;; esac\n" + writes(4));
     giveSample("a.mkv");
     giveSample("b.mkv");
     model->startConversion();
-    EXPECT_EQ(RunPanel::lookOf(*model)->count, "0 von 2 Dateien");
+    EXPECT_EQ(look().count, "0 von 2 Dateien");
     EXPECT_EQ(Fmt::shareOfFiles(0, 1), "0 von 1 Datei");
     EXPECT_EQ(RunPanel::turnOf(*model), "Konvertierung läuft");
     model->togglePause();
     EXPECT_EQ(RunPanel::turnOf(*model), "Pausiert");
-    EXPECT_EQ(RunPanel::lookOf(*model)->detail, "Pausiert");
+    EXPECT_EQ(look().detail, "Pausiert");
     model->togglePause();
     EXPECT_TRUE(idle());
-    const auto end = RunPanel::lookOf(*model);
-    EXPECT_THAT(end->headline.toStdString(), StartsWith("Fertig: 1 konvertiert · 1 mit Fehler – Dauer "));
-    EXPECT_EQ(end->icon, "warning");
-    EXPECT_EQ(RunPanel::turnOf(*model), end->headline);
-    EXPECT_FALSE(end->progress.has_value());
+    EXPECT_THAT(look().headline.toStdString(), StartsWith("Fertig: 1 konvertiert · 1 mit Fehler – Dauer "));
+    EXPECT_EQ(look().icon, "warning");
+    EXPECT_EQ(RunPanel::turnOf(*model), look().headline);
+    EXPECT_FALSE(look().progress.has_value());
 }
 
 } // namespace kestrel::test
