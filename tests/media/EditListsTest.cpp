@@ -32,13 +32,12 @@ fs::path delayed()
 TEST(EditLists, onlyThoseCutThatLeaveSomethingOut)
 {
     constexpr std::nullopt_t gap = std::nullopt;
-    struct Case {
+    const struct {
         const char *what;
         Kind kind;
         Stretches stretches;
         Cut expected;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"the decoder's delay", Kind::picture, {{0.08, 10}}, Cut::none},
         {"to the end", Kind::picture, {{0.08, 0}}, Cut::none},
         {"no delay made up for", Kind::picture, {{0, 10.08}}, Cut::none},
@@ -89,12 +88,10 @@ TEST(EditLists, brokenFilesHaveNone)
 {
     const Sandbox sandbox;
     const std::string whole = readFile(delayed());
-    const fs::path file = sandbox / "broken.mp4";
-    for (const std::string &bytes : {std::string(), std::string("nonsense"), std::string(4096, '\0'),
-                                     std::string("\0\0\0\x01moov", 8), std::string(64, '\xff')}) {
-        sandbox.write("broken.mp4", bytes);
-        EXPECT_TRUE(EditLists::read(file).empty());
-    }
+    using namespace std::string_literals;
+    for (const std::string &bytes :
+         {""s, "nonsense"s, std::string(4096, '\0'), "\0\0\0\x01moov"s, std::string(64, '\xff')})
+        EXPECT_TRUE(EditLists::read(sandbox.write("broken.mp4", bytes)).empty());
     EXPECT_TRUE(EditLists::read(sandbox / "missing").empty());
     EXPECT_TRUE(EditLists::read(sandbox.path()).empty());
     // Every byte of the header wrong once: nothing crashes, nothing lasts.
@@ -103,11 +100,10 @@ TEST(EditLists, brokenFilesHaveNone)
     for (std::size_t i = movie - 4; i < whole.size(); i += 7) {
         std::string bytes = whole;
         bytes[i] = static_cast<char>(~bytes[i]);
-        sandbox.write("broken.mp4", bytes);
-        EXPECT_LE(EditLists::read(file).size(), 2U);
+        EXPECT_LE(EditLists::read(sandbox.write("broken.mp4", bytes)).size(), 2U);
     }
-    EXPECT_TRUE(EditLists::fromJson(nlohmann::json::parse(R"([{"isPicture": 3}, 5])")).empty());
-    EXPECT_TRUE(EditLists::fromJson(nlohmann::json::parse(R"("text")")).empty());
+    for (const char *json : {R"([{"isPicture": 3}, 5])", R"("text")"})
+        EXPECT_TRUE(EditLists::fromJson(nlohmann::json::parse(json)).empty());
 }
 
 } // namespace
