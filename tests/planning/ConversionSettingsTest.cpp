@@ -44,11 +44,9 @@ TEST(ConversionSettings, forgiveEveryFieldByItself)
               "parallelJobs": 9223372036854775808, "preventSleep": 1, "statusPage": "nein", "unknown": 7})"})
         EXPECT_EQ(read(nothing), ConversionSettings()) << nothing;
 
-    ConversionSettings av1, noLanguages;
-    av1.codec = VideoCodecChoice::av1SVT;
+    const ConversionSettings av1{.codec = VideoCodecChoice::av1SVT}, noLanguages{.audioLanguages = {}};
     for (const char *quality : {"7", "5", "-1", "18446744073709551615", "2.5", "null"})
         EXPECT_EQ(read(R"({"codec": "av1SVT", "quality": )" + std::string(quality) + "}"), av1) << quality;
-    noLanguages.audioLanguages.clear();
     EXPECT_EQ(read(R"({"audioLanguages": []})"), noLanguages);
 }
 
@@ -75,10 +73,9 @@ TEST(ConversionSettings, gainNothingFromMoreThanFourJobs)
 
 TEST(ConversionSettings, needTheEncoderOfTheirCodec)
 {
-    Tools tools;
-    tools.encoders = "libx265";
-    EXPECT_TRUE(supports(tools, VideoCodecChoice::hevcX265));
-    EXPECT_FALSE(supports(tools, VideoCodecChoice::av1SVT));
+    const Tools x265{.encoders = "libx265"};
+    EXPECT_TRUE(supports(x265, VideoCodecChoice::hevcX265));
+    EXPECT_FALSE(supports(x265, VideoCodecChoice::av1SVT));
     EXPECT_TRUE(supports({}, VideoCodecChoice::keepVideo));
 }
 

@@ -13,14 +13,6 @@ namespace {
 using test::aFilm;
 using Kind = SizeEstimate::Kind;
 
-ConversionSettings with(VideoCodecChoice codec, QualityLevel quality = QualityLevel::high)
-{
-    ConversionSettings settings;
-    settings.codec = codec;
-    settings.quality = quality;
-    return settings;
-}
-
 double heuristic(const MediaInfo &film, const ConversionSettings &settings = {})
 {
     return Estimator::heuristicVideoBitrate(film, Planner::plan(film, settings, {}), settings);
@@ -51,11 +43,10 @@ constexpr double usualSeconds = 4147.2 + 276.48;
 
 TEST(Estimator, guessesTheBitrateOfTheVideo)
 {
-    using enum VideoCodecChoice;
+    using enum QualityLevel;
+    using enum TargetResolution;
+    constexpr auto av1 = VideoCodecChoice::av1SVT;
     const auto hd = [](const char *codec, double fps = 25) { return aFilm().video(codec, 1920, 1080, fps); };
-    ConversionSettings smaller;
-    smaller.resolution = TargetResolution::p1080;
-    const ConversionSettings maximal = with(hevcX265, QualityLevel::maximal);
     const struct {
         const char *what;
         MediaInfo film;
@@ -65,13 +56,17 @@ TEST(Estimator, guessesTheBitrateOfTheVideo)
         {"as most films", aFilm(), {}, 5'200'000},
         {"from an old codec", hd("mpeg2video"), {}, 2'600'000},
         {"from a codec that is not in the table", hd("cinepak"), {}, 4'000'000},
-        {"small", aFilm(), with(hevcX265, QualityLevel::small), 1'950'000},
-        {"small, with another codec", aFilm(), with(av1SVT, QualityLevel::small), 1'755'000},
+        {"small", aFilm(), {.quality = small}, 1'950'000},
+        {"small, with another codec", aFilm(), {.codec = av1, .quality = small}, 1'755'000},
         // 30 Mbit/s are 0.5787 bits per pixel: (0.25 / 0.5787) ^ 0.6 = 0.60435
         {"dense", aFilm().bitrate(30'000'000), {}, 9'427'890, 500},
         {"dense, at a rate that is unknown", hd("h264", 0).bitrate(30'000'000), {}, 9'427'890, 500},
-        {"smaller frames need less", aFilm().video("h264", 3840, 2160), smaller, 5'200'000 * 0.353553, 10},
-        {"at most 1.2 of the source", aFilm().bitrate(5'000'000), maximal, 6'000'000},
+        {"smaller frames need less",
+         aFilm().video("h264", 3840, 2160),
+         {.resolution = p1080},
+         5'200'000 * 0.353553,
+         10},
+        {"at most 1.2 of the source", aFilm().bitrate(5'000'000), {.quality = maximal}, 6'000'000},
         {"no video", aFilm().withoutVideo(), {}, 0, 0},
         {"no width", aFilm().video("h264", 0, 1080), {}, 0, 0},
         {"no bitrate", aFilm().unknownBitrate().duration(0), {}, 0, 0},
@@ -96,10 +91,7 @@ TEST(Estimator, learnsFromOtherFilesAndTrustsItsOwnSampleMost)
     // Never slower than a megapixel in a second.
     expectBytes(estimated(aFilm(), {}, nullptr, {}, 0.0), Kind::heuristic, 2'340'000'000, 0, 9'360'000,
                 186'624 + 12'441.6);
-    SampleResult sample;
-    sample.videoBitrate = 4'000'000;
-    sample.vmafMean = 95.2;
-    sample.megapixelsPerSecond = 60;
+    SampleResult sample{.videoBitrate = 4'000'000, .vmafMean = 95.2, .megapixelsPerSecond = 60};
     expectBytes(estimated(aFilm(), {}, &sample, 0.5, 2.0), Kind::measured, 1'800'000'000, 0, 7'200'000,
                 3110.4);
     EXPECT_EQ(estimated(aFilm(), {}, &sample).vmaf, 95.2);
@@ -109,19 +101,16 @@ TEST(Estimator, learnsFromOtherFilesAndTrustsItsOwnSampleMost)
 
 TEST(Estimator, countsACopyExactly)
 {
-    const ConversionSettings kept = with(VideoCodecChoice::keepVideo);
+    const ConversionSettings kept{.codec = VideoCodecChoice::keepVideo},
+        lossy{.codec = VideoCodecChoice::keepVideo, .convertLosslessAudio = true};
     expectBytes(estimated(aFilm().audio("ac3", "eng").audio("ac3", "deu", 6).subtitle("dvd_subtitle"), kept),
                 Kind::exact, 4'500'000'000, 201'600'000, 18'806'400 + 11'250'000, 11.25);
-    ConversionSettings lossy = kept;
-    lossy.convertLosslessAudio = true;
     const SizeEstimate sound = estimated(aFilm().withoutVideo().audio("truehd", "deu", 6), lossy);
     EXPECT_EQ(sound.kind, Kind::exact);
     EXPECT_EQ(sound.videoBytes, 0);
     EXPECT_NEAR(sound.audioBytes, 288'000'000, 1);
 
-    SizeEstimate unchanged;
-    unchanged.videoBytes = 4'500'000'000;
-    unchanged.kind = Kind::exact;
+    const SizeEstimate unchanged{.videoBytes = 4'500'000'000, .kind = Kind::exact};
     EXPECT_EQ(estimated(aFilm().audio("ac3", "deu").subtitle("subrip"), kept), unchanged);
 }
 
@@ -134,8 +123,7 @@ TEST(Estimator, takesTheMiddleValue)
 
 TEST(SampleResult, sparesAVideoThatKeepsNineTenths)
 {
-    SampleResult sample;
-    sample.videoBitrate = 900'000;
+    const SampleResult sample{.videoBitrate = 900'000};
     EXPECT_TRUE(sample.hardlySaves(1'000'000));
     EXPECT_FALSE(sample.hardlySaves(1'000'002));
 }

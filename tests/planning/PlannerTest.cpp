@@ -15,26 +15,18 @@ using enum TargetResolution;
 using enum VideoCodecChoice;
 using Texts = std::vector<std::string>;
 
-ConversionSettings to(VideoCodecChoice codec, QualityLevel quality = QualityLevel::high,
-                      OutputContainer container = OutputContainer::mkv)
+ConversionSettings to(VideoCodecChoice codec, QualityLevel quality = QualityLevel::high)
 {
-    ConversionSettings settings;
-    settings.codec = codec;
-    settings.quality = quality;
-    settings.container = container;
-    return settings;
+    return {.codec = codec, .quality = quality};
 }
 
 ConversionSettings atMost(TargetResolution resolution, VideoCodecChoice codec = hevcX265)
 {
-    ConversionSettings settings = to(codec);
-    settings.resolution = resolution;
-    return settings;
+    return {.codec = codec, .resolution = resolution};
 }
 
-const ConversionSettings kept = to(keepVideo),
-                         intoMp4 = to(hevcX265, QualityLevel::high, OutputContainer::mp4),
-                         keptInMp4 = to(keepVideo, QualityLevel::high, OutputContainer::mp4);
+const ConversionSettings kept = to(keepVideo), intoMp4{.container = OutputContainer::mp4},
+                         keptInMp4{.codec = keepVideo, .container = OutputContainer::mp4};
 
 Plan planned(const MediaInfo &film, const ConversionSettings &settings = {},
              const std::optional<std::string> &videoUnchanged = {})
@@ -144,11 +136,8 @@ TEST(Planner, fitsTheFrameIntoTheLimitsAndKeepsItEven)
 
 TEST(Planner, keepsTheChosenLanguagesWithoutCommentariesButNeverLeavesAFilmSilent)
 {
-    ConversionSettings withCommentaries, noLanguage, onlyDefault;
-    withCommentaries.dropCommentary = false;
-    withCommentaries.audioLanguages = {"deu", "eng"};
-    noLanguage.audioLanguages.clear();
-    onlyDefault.unknownAudio = UnknownAudioPolicy::keepDefault;
+    const ConversionSettings withCommentaries{.audioLanguages = {"deu", "eng"}, .dropCommentary = false},
+        noLanguage{.audioLanguages = {}}, onlyDefault{.unknownAudio = UnknownAudioPolicy::keepDefault};
     const auto ac3 = [](const std::vector<const char *> &languages) {
         auto film = aFilm();
         for (const char *language : languages)
@@ -194,15 +183,12 @@ TEST(Planner, keepsTheChosenLanguagesWithoutCommentariesButNeverLeavesAFilmSilen
 
 TEST(Planner, convertsLosslessAudioByItsChannelsAndWhatMp4CannotHold)
 {
-    ConversionSettings lossy, lossyInMp4 = intoMp4;
-    lossy.convertLosslessAudio = lossyInMp4.convertLosslessAudio = true;
-    const auto film = aFilm()
-                          .audio("truehd", "deu", 8)
-                          .audio("flac", "deu", 6)
-                          .audio("pcm_s16le", "deu", 5)
-                          .audio("alac", "deu", 3)
-                          .audio("flac", "deu", 2)
-                          .audio("ac3", "deu", 6);
+    const ConversionSettings lossy{.convertLosslessAudio = true},
+        lossyInMp4{.convertLosslessAudio = true, .container = OutputContainer::mp4};
+    auto film = aFilm();
+    for (const auto &[codec, channels] :
+         {std::pair("truehd", 8), {"flac", 6}, {"pcm_s16le", 5}, {"alac", 3}, {"flac", 2}, {"ac3", 6}})
+        film.audio(codec, "deu", channels);
     EXPECT_THAT(audio(planned(film, lossy)),
                 ElementsAre("convert verlustfrei → E-AC3 640 kbit/s 640000/6",
                             "convert verlustfrei → E-AC3 640 kbit/s 640000",
