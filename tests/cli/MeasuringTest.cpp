@@ -43,14 +43,14 @@ TEST(Measuring, whereNothingMeasuresThereIsNoSearch)
     EXPECT_THAT(readFile(home() / "Library/Logs/Kestrel/Kestrel.log"),
                 HasSubstr("Qualitätssuche a.mkv: CRF 28, "));
 
-    EXPECT_THAT(kestrel({"doctor"}).standardOutput,
+    EXPECT_THAT(said({"doctor"}),
                 ContainsRegex("Qualität messen +abgeschaltet  – jede Datei bekommt den festen CRF-Wert"));
     UserDefaults::standard().setMeasuresQuality(true);
     EXPECT_THAT(
-        kestrel({"doctor"}).standardOutput,
+        said({"doctor"}),
         ContainsRegex("Qualität messen +(Eigene Messung|libvmaf von ffmpeg)  – sucht für jede Datei"));
     sandbox.put(Clips::film(), "a.mkv");
-    EXPECT_THAT(kestrel({"convert", sandbox.path()}).standardOutput,
+    EXPECT_THAT(said({"convert", sandbox.path()}),
                 ContainsRegex("a.mkv: Qualitätssuche\na.mkv: wird konvertiert mit CRF [0-9]+ [(]VMAF "
                               "9[0-9],[0-9][)]\n"));
     UserDefaults::standard().setMeasuresQuality(false);
@@ -70,7 +70,7 @@ TEST(Measuring, aStartDoesNotAskToolsThatAreKnown)
     EXPECT_THAT(answers, HasSubstr("ffprobe version"));
     std::ofstream(file) << std::regex_replace(answers, std::regex("libx265"), "nothing");
     EXPECT_FALSE(canEncode()) << "what is known is believed";
-    EXPECT_THAT(kestrel({"doctor"}).standardOutput, ContainsRegex("libx265 +ja"));
+    EXPECT_THAT(said({"doctor"}), ContainsRegex("libx265 +ja"));
     EXPECT_TRUE(canEncode()) << "the doctor has asked";
     std::ofstream(file) << answers.substr(0, answers.size() / 2);
     EXPECT_TRUE(canEncode()) << "damaged";

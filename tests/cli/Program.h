@@ -27,6 +27,12 @@ inline ProcessOutput kestrel(Words words, const Words &more = {})
     return ProcessRunner::run(KESTREL_PROGRAM, words, {});
 }
 
+// What it prints to its standard output.
+inline std::string said(const Words &words, const Words &more = {})
+{
+    return kestrel(words, more).standardOutput;
+}
+
 // It ends with status 2, says this, and does nothing else.
 inline void expectRefused(const Words &words, const testing::Matcher<std::string> &sentence)
 {
@@ -39,7 +45,7 @@ inline void expectRefused(const Words &words, const testing::Matcher<std::string
 // What it prints, where that is one object, and where it is one a line.
 inline Json object(const Words &words, const Words &more = {})
 {
-    return Json::parse(kestrel(words, more).standardOutput);
+    return Json::parse(said(words, more));
 }
 
 inline std::vector<Json> lines(const std::string &text)

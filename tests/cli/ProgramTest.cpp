@@ -73,7 +73,7 @@ TEST(Program, saysWhatIsWrongWithACall)
 
 TEST(Program, answersEverybodyWhoAsksWhatItIs)
 {
-    EXPECT_THAT(kestrel({"--version"}).standardOutput, testing::StartsWith("kestrel "));
+    EXPECT_THAT(said({"--version"}), testing::StartsWith("kestrel "));
     const auto help = kestrel({"plan", "--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_THAT(help.standardOutput, HasSubstr("--no-drop-commentary"));
@@ -89,7 +89,7 @@ TEST(Program, namesFilmsThatACutOffSwapLeftHidden)
     const fs::path hidden = share.write(".Film.mkv.kestrel-original", "original");
     const std::string line = "mv -n -- '" + hidden.native() + "' '" + (share / "Film.mkv").native() + "'";
     SwapJournal::add({share / "Film.mkv", hidden, share / "Film.mp4"});
-    EXPECT_THAT(kestrel({"doctor"}).standardOutput, HasSubstr(line));
+    EXPECT_THAT(said({"doctor"}), HasSubstr(line));
     EXPECT_TRUE(fs::exists(hidden)) << "a look changes nothing";
     const auto plan = kestrel({"plan", share.path()});
     EXPECT_THAT(plan.standardError,
@@ -98,9 +98,9 @@ TEST(Program, namesFilmsThatACutOffSwapLeftHidden)
     fs::remove(SwapJournal::file());
 
     fs::create_symlink("/proc/self/mem", SwapJournal::file());
-    EXPECT_THAT(kestrel({"doctor"}).standardOutput, HasSubstr("nicht lesbar: Lese- oder Schreibfehler"));
+    EXPECT_THAT(said({"doctor"}), HasSubstr("nicht lesbar: Lese- oder Schreibfehler"));
     fs::remove(SwapJournal::file());
-    EXPECT_THAT(kestrel({"doctor"}).standardOutput, Not(HasSubstr("Unterbrochene Tauschvorgänge")));
+    EXPECT_THAT(said({"doctor"}), Not(HasSubstr("Unterbrochene Tauschvorgänge")));
 }
 
 TEST(Program, saysWhenThereIsNoScreenForTheWindow)
@@ -135,7 +135,7 @@ TEST(Program, anEmptyFolderIsNoError)
         EXPECT_EQ(output.status, 0);
         EXPECT_THAT(output.standardOutput, HasSubstr("In diesem Ordner wurden keine Videodateien gefunden."));
     }
-    EXPECT_EQ(kestrel({"convert", sandbox.path(), "--json"}).standardOutput,
+    EXPECT_EQ(said({"convert", sandbox.path(), "--json"}),
               "{\"event\":\"started\",\"total\":0}\n{\"event\":\"finished\",\"converted\":0,\"noSavings\":0,"
               "\"failed\":0,\"bytesBefore\":0,\"bytesAfter\":0}\n");
     EXPECT_EQ(object({"plan", sandbox.path(), "--json"})["files"], Json::array());
@@ -239,12 +239,10 @@ TEST(Program, convertsTellsAsItGoesAndCountsFailures)
     EXPECT_EQ(events.back()["failed"], 1);
     EXPECT_THAT(names(sandbox.path()), ElementsAre("abgeschnitten.mkv", "gut.mkv", "kaputt.mp4"));
 
-    EXPECT_THAT(kestrel({"convert", sandbox.path(), "--only", "abgeschnitten.mkv", "--quality", "small"})
-                    .standardOutput,
+    EXPECT_THAT(said({"convert", sandbox.path(), "--only", "abgeschnitten.mkv", "--quality", "small"}),
                 testing::AllOf(HasSubstr("abgeschnitten.mkv: Fehler: "), Not(HasSubstr("\uFFFD"))))
         << "several lines in one";
-    EXPECT_THAT(kestrel({"convert", sandbox.path(), "--output", "separateFolder", "--codec", "keepVideo"})
-                    .standardOutput,
+    EXPECT_THAT(said({"convert", sandbox.path(), "--output", "separateFolder", "--codec", "keepVideo"}),
                 HasSubstr("Es gibt nichts zu konvertieren."));
 }
 

@@ -59,7 +59,7 @@ TEST(Score, tellsTheScoreOfEveryPicture)
     ASSERT_EQ(third["frames"].size(), 48U);
     EXPECT_EQ(third["frames"][5], all["frames"][15]);
 
-    EXPECT_THAT(kestrel({"score", original(), coarse(), "--every=3"}).standardOutput,
+    EXPECT_THAT(said({"score", original(), coarse(), "--every=3"}),
                 testing::AllOf(ContainsRegex("VMAF [0-9]+,[0-9]{2}\n"),
                                ContainsRegex("niedrigstes Bild +[0-9]+,[0-9]{2} bei 0:0[0-9],[0-9]{3}\n"),
                                ContainsRegex("harmonisches Mittel +[0-9]+,[0-9]{2}\n"),
