@@ -78,13 +78,6 @@ protected:
     {
         change(name, [&](FileItem &file) { file.status = status; });
     }
-    template <typename Edit>
-    void changeSettings(Edit edit) const
-    {
-        ConversionSettings settings = model->settings();
-        edit(settings);
-        model->setSettings(settings);
-    }
     void open(const std::vector<std::string> &names, int jobs = 2)
     {
         for (const auto &name : names)
@@ -97,28 +90,12 @@ protected:
         model->open(folder.path());
         EXPECT_TRUE(idle());
     }
-    void rescan()
-    {
-        model->rescan();
-        EXPECT_TRUE(idle());
-    }
-    void stop()
-    {
-        model->stop();
-        EXPECT_TRUE(idle());
-    }
     AppModel &ready(int jobs = 2)
     {
         ConversionSettings settings;
         settings.parallelJobs = jobs;
         return start({.settings = settings});
     }
-    // Shell: waits until release().
-    std::string waits() const
-    {
-        return "while [ ! -e " + quoted(toolbox / "go") + " ]; do sleep 0.02; done\n";
-    }
-    void release() const { toolbox.write("go", ""); }
 };
 
 class TableTest : public UiTest {

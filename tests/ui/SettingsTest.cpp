@@ -262,7 +262,7 @@ TEST_F(SettingsTest, duringARunChangesAreForTheNext)
     show();
     const std::string note = "Änderungen gelten ab dem nächsten Lauf.";
     EXPECT_THAT(*panel, Not(says(note)));
-    ffmpeg(waits());
+    ffmpeg(waitsFor("go"));
     model->startConversion();
     EXPECT_THAT(*panel, says(note));
     EXPECT_TRUE(picker("Qualität").isEnabled());

@@ -58,12 +58,9 @@ TEST_F(TableTest, aRowSaysWhatHappensToItsFile)
     using Theme::Tone;
     for (const auto &[status, icon, tone] : std::vector<std::tuple<JobStatus, const char *, Tone>>{
              {Status::Idle{}, "", Tone::text},
-             {Status::Queued{}, "clock", Tone::muted},
              {Status::Analyzing{0.5}, "", Tone::purple},
-             {Status::Uploading{}, "", Tone::accent},
              {Status::Done{2, 1}, "check-circle", Tone::green},
              {Status::Done{2, 1, "Das Original wurde nicht gelöscht."}, "warning", Tone::orange},
-             {Status::NoSavings{1}, "info", Tone::muted},
              {Status::Failed{"kaputt\nganz"}, "warning", Tone::red}}) {
         set("a.mkv", status);
         const RowText::Cell cell = RowText::status(file);

@@ -38,7 +38,7 @@ TEST_F(WindowTest, commandsArePossibleWhenTheyMakeSense)
     library().setSelection({folder / "a.mkv"});
     EXPECT_EQ(possible(), all);
 
-    ffmpeg(waits() + writes(4));
+    ffmpeg(waitsFor("go") + writes(4));
     model->startSampling(1, std::nullopt);
     EXPECT_EQ(possible(), "check details measure open ");
     EXPECT_EQ(can.measure->iconText(), "Stichproben stoppen (0/1)");
@@ -162,7 +162,7 @@ TEST_F(WindowTest, aDroppedFolderIsOpenedAndNothingElse)
 TEST_F(WindowTest, whatIsOpenedBeforeFfmpegIsFoundIsSearchedThen)
 {
     film("a.mkv");
-    standIn(toolbox, "ffmpeg", waits() + "[ $2 = -encoders ] && echo libx265");
+    standIn(toolbox, "ffmpeg", waitsFor("go") + "[ $2 = -encoders ] && echo libx265");
     const Sandbox other;
     // The folder of the call; somebody was faster.
     model = std::make_unique<AppModel>(
@@ -171,7 +171,7 @@ TEST_F(WindowTest, whatIsOpenedBeforeFfmpegIsFoundIsSearchedThen)
     openWindow();
     activate();
     model->open(folder.path());
-    release();
+    go();
     EXPECT_TRUE(eventually([&] { return model->tools().has_value(); }));
     EXPECT_TRUE(idle());
     EXPECT_EQ(library().items().size(), 1U);
@@ -187,7 +187,7 @@ TEST_F(WindowTest, quittingAsksOnlyWhileWorkRuns)
     window->show();
 
     const auto press = [&](const QString &text) { button(*question(), text)->click(); };
-    ffmpeg(waits() + writes(4));
+    ffmpeg(waitsFor("go") + writes(4));
     for (const bool samples : {true, false}) { // every kind of work counts
         library().setSelection({folder / "a.mkv"});
         samples ? model->startSampling(1, std::nullopt) : model->makeProbeClip();
@@ -271,7 +271,7 @@ TEST_F(WindowTest, thePanelTellsWhatIsGoingOn)
 {
     film("a.mkv");
     film("b.mkv");
-    ffprobe(waits());
+    ffprobe(waitsFor("go"));
     ready(1).open(folder.path());
     openWindow();
     const auto look = [&] { return RunPanel::lookOf(*model).value(); };
@@ -283,7 +283,7 @@ TEST_F(WindowTest, thePanelTellsWhatIsGoingOn)
     EXPECT_TRUE(idle());
     EXPECT_EQ(look().headline, "Die Suche wurde abgebrochen");
     EXPECT_EQ(look().detail, "2 Dateien noch nicht analysiert");
-    release();
+    go();
     rescan();
     EXPECT_FALSE(RunPanel::lookOf(*model).has_value());
     ffmpeg("case \"$last\" in *b.*) exit 1;; esac\n" + writes(4));
