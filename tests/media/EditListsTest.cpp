@@ -32,28 +32,21 @@ fs::path delayed()
 TEST(EditLists, onlyThoseCutThatLeaveSomethingOut)
 {
     constexpr std::nullopt_t gap = std::nullopt;
-    const struct {
-        const char *what;
-        Kind kind;
-        Stretches stretches;
-        Cut expected;
-    } cases[] = {
-        {"the decoder's delay", Kind::picture, {{0.08, 10}}, Cut::none},
-        {"to the end", Kind::picture, {{0.08, 0}}, Cut::none},
-        {"no delay made up for", Kind::picture, {{0, 10.08}}, Cut::none},
-        {"half a picture, by rounding", Kind::picture, {{0.1, 9.99}}, Cut::none},
-        {"a later beginning", Kind::picture, {{gap, 3}, {0.08, 10}}, Cut::none},
-        {"the first picture", Kind::picture, {{0.12, 9.96}}, Cut::picture},
-        {"the last two pictures", Kind::picture, {{0.08, 9.92}}, Cut::picture},
-        {"the priming of a sound decoder", Kind::sound, {{0.048, 9.9}}, Cut::none},
-        {"sound in front", Kind::sound, {{0.38, 9.62}}, Cut::sound},
-        {"sound at the end", Kind::sound, {{0, 9.5}}, Cut::sound},
-        {"two stretches", Kind::picture, {{0.08, 3}, {5, 5}}, Cut::rearranged},
-        {"a gap in between", Kind::sound, {{0, 3}, {gap, 1}, {3, 7}}, Cut::rearranged},
-        {"half the speed", Kind::picture, {{0.08, 20, 0}}, Cut::rearranged},
-        {"nothing but a gap", Kind::sound, {{gap, 10}}, Cut::rearranged},
-    };
-    for (const auto &[what, kind, stretches, expected] : cases)
+    for (const auto &[what, kind, stretches, expected] :
+         {std::tuple("the decoder's delay", Kind::picture, Stretches{{0.08, 10}}, Cut::none),
+          {"to the end", Kind::picture, {{0.08, 0}}, Cut::none},
+          {"no delay made up for", Kind::picture, {{0, 10.08}}, Cut::none},
+          {"half a picture, by rounding", Kind::picture, {{0.1, 9.99}}, Cut::none},
+          {"a later beginning", Kind::picture, {{gap, 3}, {0.08, 10}}, Cut::none},
+          {"the first picture", Kind::picture, {{0.12, 9.96}}, Cut::picture},
+          {"the last two pictures", Kind::picture, {{0.08, 9.92}}, Cut::picture},
+          {"the priming of a sound decoder", Kind::sound, {{0.048, 9.9}}, Cut::none},
+          {"sound in front", Kind::sound, {{0.38, 9.62}}, Cut::sound},
+          {"sound at the end", Kind::sound, {{0, 9.5}}, Cut::sound},
+          {"two stretches", Kind::picture, {{0.08, 3}, {5, 5}}, Cut::rearranged},
+          {"a gap in between", Kind::sound, {{0, 3}, {gap, 1}, {3, 7}}, Cut::rearranged},
+          {"half the speed", Kind::picture, {{0.08, 20, 0}}, Cut::rearranged},
+          {"nothing but a gap", Kind::sound, {{gap, 10}}, Cut::rearranged}})
         EXPECT_EQ(judged(kind, stretches), expected) << what;
     const TrackEdits whole{Kind::picture, 0, 10, 0.04, {{0, 10}}}, cut{Kind::sound, 0, 10, 0, {{1, 9}}};
     EXPECT_EQ(EditLists::judge({whole, cut}), Cut::sound);

@@ -30,14 +30,13 @@ VideoStreamInfo video(const std::string &codec, int width = 16, int height = 16)
 
 TEST(MediaInfo, classifiesResolutionsByWidthOrHeight)
 {
-    const struct {
-        int width, height;
-        const char *expected;
-    } cases[] = {{3840, 1600, "2160p"}, {3200, 10, "2160p"},  {3199, 1999, "1440p"}, {2200, 10, "1440p"},
-                 {2199, 1399, "1080p"}, {1920, 800, "1080p"}, {1440, 1080, "1080p"}, {1699, 999, "720p"},
-                 {1280, 544, "720p"},   {1199, 699, "576p"},  {720, 576, "576p"},    {720, 540, "576p"},
-                 {720, 539, "539p"},    {720, 480, "480p"}};
-    for (const auto &[width, height, expected] : cases)
+    using Case = std::tuple<int, int, const char *>;
+    for (const auto &[width, height, expected] :
+         {Case{3840, 1600, "2160p"}, Case{3200, 10, "2160p"}, Case{3199, 1999, "1440p"},
+          Case{2200, 10, "1440p"}, Case{2199, 1399, "1080p"}, Case{1920, 800, "1080p"},
+          Case{1440, 1080, "1080p"}, Case{1699, 999, "720p"}, Case{1280, 544, "720p"},
+          Case{1199, 699, "576p"}, Case{720, 576, "576p"}, Case{720, 540, "576p"}, Case{720, 539, "539p"},
+          Case{720, 480, "480p"}})
         EXPECT_EQ(video("h264", width, height).resolutionClass(), expected) << width << " x " << height;
 }
 
@@ -84,17 +83,14 @@ TEST(MediaInfo, knowsWhichAudioIsLossless)
 
 TEST(MediaInfo, guessesTheBitrateOfAudioThatStatesNone)
 {
-    const struct {
-        const char *codec;
-        int channels;
-        double expected;
-    } cases[] = {{"ac3", 2, 192'000},  {"ac3", 3, 448'000},         {"eac3", 2, 224'000},
-                 {"eac3", 6, 640'000}, {"dts", 6, 1'509'000},       {"truehd", 8, 3'000'000},
-                 {"flac", 1, 900'000}, {"alac", 6, 2'700'000},      {"aac", 2, 160'000},
-                 {"aac", 6, 384'000},  {"opus", 2, 128'000},        {"vorbis", 6, 320'000},
-                 {"mp3", 2, 192'000},  {"pcm_s24le", 2, 2'304'000}, {"pcm_s16le", 0, 1'152'000},
-                 {"cook", 2, 256'000}};
-    for (const auto &[codec, channels, expected] : cases)
+    using Case = std::tuple<const char *, int, double>;
+    for (const auto &[codec, channels, expected] :
+         {Case{"ac3", 2, 192'000}, Case{"ac3", 3, 448'000}, Case{"eac3", 2, 224'000},
+          Case{"eac3", 6, 640'000}, Case{"dts", 6, 1'509'000}, Case{"truehd", 8, 3'000'000},
+          Case{"flac", 1, 900'000}, Case{"alac", 6, 2'700'000}, Case{"aac", 2, 160'000},
+          Case{"aac", 6, 384'000}, Case{"opus", 2, 128'000}, Case{"vorbis", 6, 320'000},
+          Case{"mp3", 2, 192'000}, Case{"pcm_s24le", 2, 2'304'000}, Case{"pcm_s16le", 0, 1'152'000},
+          Case{"cook", 2, 256'000}})
         EXPECT_EQ(audio(codec, channels).effectiveBitrate(), expected) << codec << " with " << channels;
 
     AudioStreamInfo track = audio("dts", 6, "DTS-HD HRA");

@@ -210,17 +210,12 @@ TEST(Prober, looksForTheLastPacketAndCountsPicturesInRealFiles)
 
 TEST(Prober, takesFrameRatesOnlyWhenTheyMakeSense)
 {
-    const struct {
-        const char *average, *real;
-        double expected;
-    } cases[] = {
-        {R"("25/1")", R"("50/1")", 25},    {R"("0/0")", R"("30000/1001")", 30000.0 / 1001},
-        {R"("0/0")", R"("0/0")", 0},       {R"("90000/1")", R"("24/1")", 24},
-        {R"("200/1")", R"("199/1")", 199}, {R"("25")", "25", 0},
-        {R"("25/1/1")", R"("/")", 0},      {R"("-25/-1")", R"("nan/1")", 0},
-        {R"("25/0")", R"("inf/inf")", 0},
-    };
-    for (const auto &[average, real, expected] : cases)
+    using Case = std::tuple<const char *, const char *, double>;
+    for (const auto &[average, real, expected] :
+         {Case{R"("25/1")", R"("50/1")", 25}, Case{R"("0/0")", R"("30000/1001")", 30000.0 / 1001},
+          Case{R"("0/0")", R"("0/0")", 0}, Case{R"("90000/1")", R"("24/1")", 24},
+          Case{R"("200/1")", R"("199/1")", 199}, Case{R"("25")", "25", 0}, Case{R"("25/1/1")", R"("/")", 0},
+          Case{R"("-25/-1")", R"("nan/1")", 0}, Case{R"("25/0")", R"("inf/inf")", 0}})
         EXPECT_EQ(video(std::string(", \"avg_frame_rate\": ") + average + ", \"r_frame_rate\": " + real).fps,
                   expected)
             << average << " " << real;
