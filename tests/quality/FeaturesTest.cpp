@@ -60,11 +60,14 @@ TEST(Features, findNothingLostInEqualPictures)
                                         Size{64, 48}, Size{130, 19}}) {
         SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
         for (const LumaFrame &frame : {scene(width, height), scene(width, height, 10), flat(width, height, 0),
-                                       flat(width, height, 255)})
+                                       flat(width, height, 255)}) {
             expectNear(seen(frame, frame), {{1, 1, 1, 1}, 1, 0}, 1e-4, 0);
+            EXPECT_NEAR(seen(frame, frame).adm2, 1, 1e-6);
+        }
     }
-    // Another brightness without detail is no loss.
-    expectNear(seen(flat(40, 40, 30), flat(40, 40, 200)), {{1, 1, 1, 1}, 1, 170}, 1e-6, 1e-3);
+    const Seen brighter = seen(flat(40, 40, 30), flat(40, 40, 200)); // no detail is lost
+    expectNear(brighter, {{1, 1, 1, 1}, 1, 170}, 1e-6, 1e-3);
+    EXPECT_EQ(brighter.vif, (std::array<double, 4>{1, 1, 1, 1}));
 }
 
 // Over the first scale; the reduced pictures of stripes are flat.
