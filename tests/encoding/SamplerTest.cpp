@@ -189,12 +189,12 @@ protected:
         for (std::string word; stream >> word;)
             if (word.starts_with("All:"))
                 scores.push_back(std::stod(word.substr(4)));
-        EXPECT_GT(scores.size(), 30U);
+        EXPECT_GT(scores.size(), 20U);
         return scores.empty() ? 0 : *std::min_element(scores.begin(), scores.end());
     }
 
     const Sandbox sandbox;
-    const Segment segment{2.123, 3};
+    Segment segment{2.123, 3};
 };
 
 TEST_F(Measuring, comparesEveryPictureWithItsOwnSource)
@@ -205,6 +205,7 @@ TEST_F(Measuring, comparesEveryPictureWithItsOwnSource)
 
 TEST_F(Measuring, theFilterComparesEveryPictureWithItsOwnSource)
 {
+    segment.length = 1; // encoded slowly
     ConversionSettings settings;
     settings.quality = QualityLevel::maximal;
     for (const auto container : {OutputContainer::mkv, OutputContainer::mp4})
