@@ -8,6 +8,7 @@
 #include "encoding/JobFixture.h"
 #include "encoding/Scorer.h"
 #include "media/ProcessRunner.h"
+#include "support/Builders.h"
 #include "support/Seen.h"
 
 namespace kestrel::test {
@@ -216,6 +217,15 @@ TEST_F(Measuring, theFilterComparesEveryPictureWithItsOwnSource)
             runFFmpeg(Sampler::segmentArguments(source, segment, encoded));
             EXPECT_GT(worstPair(source, encoded), 0.9) << name << " into " << title(container);
         }
+}
+
+TEST(ReferenceFilters, deinterlaceBeforeTheyScale)
+{
+    ConversionSettings smaller;
+    smaller.resolution = TargetResolution::p720;
+    EXPECT_THAT(
+        Sampler::referenceFilters(Planner::plan(aFilm().interlaced(), smaller, {})),
+        ElementsAre("bwdif=mode=send_frame:parity=auto:deint=interlaced", "scale=1280:720:flags=bicubic"));
 }
 
 TEST_F(Measuring, bringsTheSourceIntoTheShapeOfTheEncode)
