@@ -1,10 +1,6 @@
 #include "cli/Arguments.h"
 
-#include <filesystem>
-#include <vector>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/Sandbox.h"
 
@@ -27,46 +23,36 @@ protected:
     Sandbox sandbox;
 };
 
-TEST_F(ArgumentsTest, aFolderOrNothingAtAllOpensTheWindow)
+TEST_F(ArgumentsTest, aFolderOrNothingAtAllOpensTheWindowUnlessItIsCalledLikeACommand)
 {
     fs::create_directories(sandbox / "Filme/plan");
+    fs::create_directory(sandbox / "doctor");
     struct Case {
         std::vector<const char *> words;
+        Command command;
         fs::path folder;
-        bool usesTestSuite;
+        bool usesTestSuite = false;
     };
-    const std::vector<Case> cases{
-        {{}, {}, false},
-        {{"Filme"}, sandbox / "Filme", false},
-        {{"./Filme/../Filme/"}, sandbox / "Filme", false},
-        {{"."}, sandbox.path(), false},
-        {{"Filme/plan"}, sandbox / "Filme/plan", false},
-        {{"/"}, "/", false},
-        {{"-openFolder", "Filme"}, sandbox / "Filme", true},
-        {{"--openFolder", "noch nicht da"}, sandbox / "noch nicht da", true},
-    };
-    for (const auto &[words, folder, usesTestSuite] : cases) {
+    for (const auto &[words, command, folder, usesTestSuite] : std::vector<Case>{
+             {{}, Command::window, {}},
+             {{"Filme"}, Command::window, sandbox / "Filme"},
+             {{"./Filme/../Filme/"}, Command::window, sandbox / "Filme"},
+             {{"."}, Command::window, sandbox.path()},
+             {{"Filme/plan"}, Command::window, sandbox / "Filme/plan"},
+             {{"/"}, Command::window, "/"},
+             {{"doctor"}, Command::doctor, {}},
+             {{"./doctor"}, Command::window, sandbox / "doctor"},
+             {{"-openFolder", "Filme"}, Command::window, sandbox / "Filme", true},
+             {{"--openFolder", "noch nicht da"}, Command::window, sandbox / "noch nicht da", true},
+             {{"--demo", "Filme", "--snapshots", "Bilder"}, Command::demo, sandbox / "Filme"},
+         }) {
         const Arguments arguments = parse(words);
-        EXPECT_EQ(arguments.command, Command::window) << folder;
+        EXPECT_EQ(arguments.command, command) << folder;
         EXPECT_EQ(arguments.folder.native(), folder.native());
         EXPECT_EQ(arguments.usesTestSuite, usesTestSuite) << folder;
     }
-}
-
-TEST_F(ArgumentsTest, aCommandGoesBeforeAFolderOfThatName)
-{
-    fs::create_directory(sandbox / "doctor");
-    EXPECT_EQ(parse({"doctor"}).command, Command::doctor);
-    EXPECT_EQ(parse({"./doctor"}).command, Command::window);
-}
-
-TEST_F(ArgumentsTest, aDemonstrationHasItsFolders)
-{
-    const Arguments light = parse({"--demo", "Filme", "--snapshots", "Bilder"});
-    EXPECT_EQ(light.command, Command::demo);
-    EXPECT_EQ(light.folder, sandbox / "Filme");
-    EXPECT_EQ(light.snapshots, sandbox / "Bilder");
-    EXPECT_FALSE(light.isDark);
+    EXPECT_EQ(parse({"--demo", "Filme", "--snapshots", "Bilder"}).snapshots, sandbox / "Bilder");
+    EXPECT_FALSE(parse({"--demo", "Filme", "--snapshots", "Bilder"}).isDark);
     EXPECT_TRUE(parse({"--demo", "Filme", "--dark", "--snapshots", "Bilder"}).isDark);
 }
 

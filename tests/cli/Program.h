@@ -1,39 +1,68 @@
 #pragma once
 
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include "media/ProcessRunner.h"
+#include "support/Clips.h"
 #include "support/Sandbox.h"
 
 namespace kestrel::test {
 
 using Json = nlohmann::ordered_json;
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using Words = std::vector<std::string>;
 
 // Runs the built program to its end.
-inline ProcessOutput kestrel(const std::vector<std::string> &arguments)
+inline ProcessOutput kestrel(Words words, const Words &more = {})
 {
-    return ProcessRunner::run(KESTREL_PROGRAM, arguments, {});
+    words.insert(words.end(), more.begin(), more.end());
+    return ProcessRunner::run(KESTREL_PROGRAM, words, {});
+}
+
+// What it prints to its standard output.
+inline std::string said(const Words &words, const Words &more = {})
+{
+    return kestrel(words, more).standardOutput;
+}
+
+// It ends with status 2, says this, and does nothing else.
+inline void expectRefused(const Words &words, const testing::Matcher<std::string> &sentence)
+{
+    const auto output = kestrel(words);
+    EXPECT_EQ(output.status, 2) << output.standardError;
+    EXPECT_THAT(output.standardError, sentence);
+    EXPECT_EQ(output.standardOutput, "");
+}
+
+// What it prints, where that is one object, and where it is one a line.
+inline Json object(const Words &words, const Words &more = {})
+{
+    return Json::parse(said(words, more));
 }
 
 inline std::vector<Json> lines(const std::string &text)
 {
     std::vector<Json> result;
-    for (std::size_t start = 0; start < text.size();) {
-        const std::size_t end = text.find('\n', start);
-        result.push_back(Json::parse(text.substr(start, end - start)));
-        start = end + 1;
-    }
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        result.push_back(Json::parse(line));
     return result;
 }
 
-inline std::vector<std::string> keys(const Json &object)
+// The names of an object's members, with blanks between them.
+inline std::string keys(const Json &object)
 {
-    std::vector<std::string> result;
+    std::string result;
     for (const auto &[key, value] : object.items())
-        result.push_back(key);
+        result += (result.empty() ? "" : " ") + key;
     return result;
 }
 

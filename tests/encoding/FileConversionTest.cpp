@@ -1,7 +1,8 @@
 #include "encoding/FileConversion.h"
 
-#include <fstream>
 #include <thread>
+
+#include <fmt/format.h>
 
 #include "encoding/JobFixture.h"
 #include "platform/Cancelled.h"
@@ -13,51 +14,51 @@
 namespace kestrel::test {
 namespace {
 
+using Kind = ConversionOutcome::Kind;
+
+SampleResult aSample(int qualityValue, double videoBitrate = 1000)
+{
+    SampleResult sample;
+    sample.qualityValue = qualityValue;
+    sample.vmafTarget = 92.5;
+    sample.videoBitrate = videoBitrate;
+    return sample;
+}
+
 class FileConversionTest : public JobTest {
 protected:
-    // A real ffmpeg but for the scoring: VMAF is `at23` at CRF 23 and falls by `slope` for each step
-    // (both in tenths). Asked for CRFs are noted in the toolbox.
-    void scoringFFmpeg(int at23, int slope)
+    // A real ffmpeg but for the scoring: VMAF is 98 at CRF 23 and falls by 0.6 for each step. Asked for CRFs
+    // are noted in the toolbox.
+    void scoringFFmpeg()
     {
         tools.hasVMAF = tools.mayMeasure = true;
-        ffmpeg("crf=" + quoted(toolbox / "crf") + "\n" +
-               R"(for word; do
+        ffmpeg("crf=" + quoted(toolbox / "crf") + R"(
+for word; do
   case $previous in -crf) echo $word >> $crf;; esac
   case $word in *libvmaf=*) log=${word#*log_path=}; log=${log%%:*};; esac
   previous=$word
 done
 [ -n "$log" ] || exec /usr/bin/ffmpeg "$@"
-score=$(( )" + std::to_string(at23) +
-               " - " + std::to_string(slope) + R"( * ($(tail -n 1 $crf) - 23) ))
+score=$(( 980 - 6 * ($(tail -n 1 $crf) - 23) ))
 echo "{\"pooled_metrics\":{\"vmaf\":{\"mean\":$(( score / 10 )).$(( score % 10 ))}}}" > "$log")");
     }
 
     FileConversion::Result run(const MediaInfo &info, std::optional<SampleResult> sample = std::nullopt)
     {
-        FileConversion conversion({info, settings, tools, folder.path(), std::move(sample)});
         measured.reset();
-        return conversion.run({[this](double fraction) { analysed = fraction; },
-                               [this](const SampleResult &found) { measured = found; },
-                               [this](double, double) { ++runningReports; }, [] {}},
-                              {});
+        FileConversion::Callbacks callbacks = silent;
+        callbacks.analyzing = [this](double fraction) { analysed = fraction; };
+        callbacks.measured = [this](const SampleResult &found) { measured = found; };
+        callbacks.running = [this](double, double) { ++runningReports; };
+        return FileConversion({info, settings, tools, folder.path(), std::move(sample)}).run(callbacks, {});
     }
-
+    FileConversion::Result run(const fs::path &film, std::optional<SampleResult> sample = std::nullopt)
+    {
+        return run(probe(film), std::move(sample));
+    }
     std::string failure(const MediaInfo &info)
     {
-        try {
-            run(info);
-            return {};
-        } catch (const ToolError &error) {
-            return error.what();
-        }
-    }
-
-    static std::vector<int> values(const SampleResult &result)
-    {
-        std::vector<int> list;
-        for (const auto &step : result.steps)
-            list.push_back(step.value);
-        return list;
+        return failureOf([&] { run(info); });
     }
 
     double analysed = -1;
@@ -67,162 +68,129 @@ echo "{\"pooled_metrics\":{\"vmaf\":{\"mean\":$(( score / 10 )).$(( score % 10 )
 
 TEST_F(FileConversionTest, searchesTheQualityThatReachesTheTargetAndEncodesWithIt)
 {
-    scoringFFmpeg(980, 6); // high aims at 95: reached at 28
-    settings.quality = QualityLevel::high;
-    const fs::path film = folder.put(Clips::film(), "Film.mkv");
+    scoringFFmpeg();
+    settings.quality = QualityLevel::high; // aims at 95: reached at 28
 
-    const auto result = run(probe(film));
+    const auto result = run(put("Film.mkv"));
 
     ASSERT_TRUE(measured);
-    EXPECT_THAT(values(*measured), ElementsAre(23, 27, 28));
     EXPECT_EQ(measured->qualityValue, 28);
     EXPECT_EQ(measured->vmafTarget, 95.0);
     EXPECT_NEAR(*measured->vmafMean, 95.0, 1e-9);
+    EXPECT_EQ(measured->steps.size(), 3U);
     EXPECT_EQ(readFile(toolbox / "crf"), "23\n27\n28\n28\n");
     EXPECT_EQ(analysed, 1.0);
     EXPECT_GE(runningReports, 1);
-    EXPECT_EQ(result.outcome.kind, ConversionOutcome::Kind::replaced);
+    EXPECT_EQ(result.outcome.kind, Kind::replaced);
     ASSERT_TRUE(result.newInfo);
     EXPECT_EQ(result.newInfo->video->codec, "hevc");
-    for (const auto &name : names(fs::temp_directory_path()))
-        EXPECT_FALSE(name.starts_with("Kestrel-")) << "a search leaves nothing behind";
+    EXPECT_THAT(names(fs::temp_directory_path()), Not(Contains(StartsWith("Kestrel-"))))
+        << "a search leaves nothing behind";
 }
 
-TEST_F(FileConversionTest, aKnownSampleIsUsedAndNotMeasuredAgain)
+TEST_F(FileConversionTest, aKnownSampleIsUsedUntilSomethingMeasuresBetter)
 {
-    scoringFFmpeg(980, 6);
-    SampleResult sample;
-    sample.qualityValue = 31;
-    sample.vmafTarget = 92.5;
-    sample.videoBitrate = 1000;
-    const auto result = run(probe(folder.put(Clips::film(), "Film.mkv")), sample);
+    scoringFFmpeg();
+    run(put("Film.mkv"), aSample(31));
     EXPECT_FALSE(measured);
     EXPECT_EQ(readFile(toolbox / "crf"), "31\n");
-}
 
-TEST_F(FileConversionTest, aSampleWithoutATargetIsEnoughUntilSomethingMeasures)
-{
-    scoringFFmpeg(980, 6);
     settings.quality = QualityLevel::high;
     tools.mayMeasure = false;
-    const fs::path film = folder.put(Clips::film(), "Film.mkv");
-    run(probe(film));
+    run(put("Film.mkv"));
     ASSERT_TRUE(measured);
     const SampleResult unscored = *measured;
     EXPECT_FALSE(unscored.vmafTarget || unscored.vmafMean);
-    EXPECT_EQ(readFile(toolbox / "crf"), "23\n23\n");
+    EXPECT_EQ(readFile(toolbox / "crf"), "31\n23\n23\n");
 
-    folder.put(Clips::film(), "Film.mkv");
-    run(probe(film), unscored);
+    run(put("Film.mkv"), unscored);
     EXPECT_FALSE(measured);
-    EXPECT_EQ(readFile(toolbox / "crf"), "23\n23\n23\n");
+    EXPECT_EQ(readFile(toolbox / "crf"), "31\n23\n23\n23\n");
 
     tools.mayMeasure = true;
-    folder.put(Clips::film(), "Film.mkv");
-    run(probe(film), unscored);
+    run(put("Film.mkv"), unscored);
     ASSERT_TRUE(measured);
     EXPECT_EQ(measured->vmafTarget, 95.0);
 }
 
 TEST_F(FileConversionTest, aFilmThatWouldHardlyShrinkIsLeftAsItIs)
 {
-    SampleResult sample;
-    sample.vmafTarget = 92.5;
-    sample.videoBitrate = 1e12;
-    const fs::path film = folder.put(Clips::film(), "Film.mkv");
-    const MediaInfo info = probe(film);
-
-    const auto result = run(info, sample);
-    EXPECT_EQ(result.outcome.kind, ConversionOutcome::Kind::noSavings);
-    EXPECT_EQ(result.outcome.originalSize, info.fileSize);
-    EXPECT_EQ(readFile(film), readFile(Clips::film()));
+    const SampleResult sample = aSample(23, 1e12);
+    const MediaInfo info = probe(put("Film.mkv"));
+    EXPECT_EQ(run(info, sample).outcome, (ConversionOutcome{Kind::noSavings, info.fileSize, info.fileSize}));
+    EXPECT_EQ(readFile(info.url), readFile(Clips::film()));
+    EXPECT_EQ(runningReports, 0);
 
     // Where there is something else to do, the picture is copied. Without the muxer's name the source is
     // smaller than any copy.
-    const fs::path bare =
-        Clips::make("bare.mkv", "-i " + quoted(Clips::film()) + " -c copy -fflags +bitexact");
-    const fs::path mov = folder.put(bare, "Film.mov");
+    const fs::path bare = put("bare.mkv", "-i " + quoted(Clips::film()) + " -c copy -fflags +bitexact");
+    fs::rename(bare, folder / "Film.mov");
     settings.outputMode = OutputMode::separateFolder;
-    const fs::path made = ConversionJob::targetURL(mov, settings, folder.path());
-    run(probe(mov), sample);
-    EXPECT_EQ(runningReports > 0, true);
-    EXPECT_FALSE(fs::exists(made)) << "a bare copy saves nothing";
+    EXPECT_EQ(run(folder / "Film.mov", sample).outcome.kind, Kind::noSavings);
+    EXPECT_GT(runningReports, 0);
+    EXPECT_FALSE(fs::exists(beside / "Film.mkv")) << "a bare copy saves nothing";
 }
 
 TEST_F(FileConversionTest, whatIsThereAlreadyIsNotConvertedAgain)
 {
     settings.outputMode = OutputMode::separateFolder;
-    const MediaInfo info = probe(folder.put(Clips::film(), "Film.mkv"));
+    const MediaInfo info = probe(put("Film.mkv"));
     const auto first = run(info);
     EXPECT_FALSE(first.wasConvertedBefore);
-    const fs::path target = *first.outcome.finalURL;
 
     const auto second = run(info);
     EXPECT_TRUE(second.wasConvertedBefore);
-    EXPECT_EQ(second.outcome.kind, ConversionOutcome::Kind::written);
-    EXPECT_EQ(second.outcome.newSize, static_cast<std::int64_t>(fs::file_size(target)));
-    EXPECT_EQ(second.outcome.finalURL, target);
+    EXPECT_EQ(second.outcome, first.outcome);
 
     settings.codec = VideoCodecChoice::av1SVT;
     EXPECT_FALSE(run(info).wasConvertedBefore) << "another codec is asked for";
-    std::ofstream(target) << "no video";
+    fs::resize_file(beside / "Film.mkv", 10);
     EXPECT_FALSE(run(info).wasConvertedBefore) << "what lies there is not readable";
-    fs::remove_all(target.parent_path());
 }
 
 TEST_F(FileConversionTest, aTurnedFilmIsConvertedOnce)
 {
     settings.outputMode = OutputMode::separateFolder;
-    const fs::path film = folder.put(
-        Clips::make("to-turn.mp4",
-                    "-f lavfi -i testsrc2=s=320x180:r=25:d=1 -c:v libx264 -preset ultrafast -crf 1"),
-        "Film.mp4");
+    const fs::path film =
+        put("to-turn.mp4", "-f lavfi -i testsrc2=s=320x180:r=25:d=1 -c:v libx264 -preset ultrafast -crf 1");
     Mp4::turn(film, 1);
-    const auto first = run(probe(film));
+    const auto first = run(film);
     EXPECT_FALSE(first.wasConvertedBefore);
     EXPECT_EQ(probe(*first.outcome.finalURL).video->seenSize(), (FrameSize{180, 320}));
-    EXPECT_TRUE(run(probe(film)).wasConvertedBefore);
-    fs::remove_all(first.outcome.finalURL->parent_path());
+    EXPECT_TRUE(run(film).wasConvertedBefore);
 }
 
 // The source of the old result may be gone: the result is all that is left of that film.
 TEST_F(FileConversionTest, anotherFilmsResultIsNeitherOverwrittenNorTakenForThisOne)
 {
     settings.outputMode = OutputMode::separateFolder;
-    const fs::path beside = folder.path().native() + " (Kestrel)";
-    const fs::path result = Clips::make(
-        "earlier-result.mkv", "-f lavfi -i testsrc2=s=320x240:r=25:d=2 -f lavfi -i sine=d=2 -c:v libx265 "
-                              "-preset ultrafast -x265-params log-level=error -c:a ac3");
-    fs::create_directories(beside);
-    fs::copy_file(result, beside / "Film.mkv");
-    fs::last_write_time(beside / "Film.mkv", fs::file_time_type::clock::now() - std::chrono::hours(50));
+    const fs::path earlier = folder.put(result(), beside / "Film.mkv");
+    fs::last_write_time(earlier, fs::file_time_type::clock::now() - std::chrono::hours(50));
 
-    const fs::path film = folder.put(Clips::film(), "Film.avi");
-    const auto first = run(probe(film));
+    const fs::path film = put("Film.avi");
+    const auto first = run(film);
     EXPECT_FALSE(first.wasConvertedBefore);
     EXPECT_EQ(first.outcome.finalURL, beside / "Film (Kestrel).mkv");
-    EXPECT_EQ(readFile(beside / "Film.mkv"), readFile(result));
-    EXPECT_TRUE(run(probe(film)).wasConvertedBefore);
-    fs::remove_all(beside);
+    EXPECT_EQ(readFile(earlier), readFile(result()));
+    EXPECT_TRUE(run(film).wasConvertedBefore);
 }
 
 TEST_F(FileConversionTest, twoSourcesOfOneNameGetTwoTargets)
 {
     settings.outputMode = OutputMode::separateFolder;
-    const MediaInfo one = probe(folder.put(Clips::film(), "film.mov"));
-    const MediaInfo two = probe(folder.put(Clips::film(), "film.m4v"));
-    const fs::path output = ConversionJob::outputRoot(folder.path());
-    EXPECT_EQ(run(one).outcome.finalURL, output / "film.mkv");
-    EXPECT_EQ(run(two).outcome.finalURL, output / "film (Kestrel).mkv");
-    EXPECT_TRUE(run(one).wasConvertedBefore);
-    EXPECT_TRUE(run(two).wasConvertedBefore);
-    fs::remove_all(output);
+    const MediaInfo one = probe(put("film.mov")), two = probe(put("film.m4v"));
+    for (const bool isDone : {false, true}) {
+        const auto first = run(one), second = run(two);
+        EXPECT_EQ(first.outcome.finalURL, beside / "film.mkv");
+        EXPECT_EQ(second.outcome.finalURL, beside / "film (Kestrel).mkv");
+        EXPECT_EQ(first.wasConvertedBefore, isDone);
+        EXPECT_EQ(second.wasConvertedBefore, isDone);
+    }
 }
 
 TEST_F(FileConversionTest, aFileReplacedBeforeItsTurnIsLookedAtAgain)
 {
-    const fs::path film = folder.put(Clips::film(), "Film.mkv");
-    const MediaInfo before = probe(film);
+    const MediaInfo before = probe(put("Film.mkv"));
     folder.put(Clips::make("two-tracks.mkv", "-i " + quoted(Clips::film()) +
                                                  " -map 0 -map 0:a -c copy -metadata:s:a:1 language=ger"),
                "Film.mkv");
@@ -233,8 +201,7 @@ TEST_F(FileConversionTest, aFileReplacedBeforeItsTurnIsLookedAtAgain)
 
 TEST_F(FileConversionTest, tellsWhyInGerman)
 {
-    const fs::path film = folder.put(Clips::film(), "Film.mkv");
-    MediaInfo info = probe(film);
+    MediaInfo info = probe(put("Film.mkv"));
     info.duration = 0;
     EXPECT_EQ(failure(info), "Qualitätssuche fehlgeschlagen: Laufzeit unbekannt");
     info.duration = 2;
@@ -243,25 +210,23 @@ TEST_F(FileConversionTest, tellsWhyInGerman)
     tools.hasVMAF = tools.mayMeasure = true;
     ffmpeg("case \"$*\" in *libvmaf*) echo kein Modell >&2; exit 0;; esac; exec /usr/bin/ffmpeg \"$@\"");
     EXPECT_EQ(failure(info), "Qualitätssuche fehlgeschlagen: VMAF-Messung fehlgeschlagen: kein Modell");
-    fs::remove(film);
+    fs::remove(info.url);
     EXPECT_EQ(failure(info), "Datei ist nicht mehr vorhanden.");
 }
 
 TEST_F(FileConversionTest, anOriginalThatCannotBeMovedIsFoundOutBeforeAnyWork)
 {
-    const fs::path film = folder.put(Clips::film(), "Film.mov");
-    const MediaInfo info = probe(film);
-    if (!shell("chattr +i " + quoted(film) + " 2>/dev/null"))
+    const MediaInfo info = probe(put("Film.mov"));
+    if (!shell("chattr +i " + quoted(info.url) + " 2>/dev/null"))
         GTEST_SKIP() << "chattr +i needs root and a file system that knows it";
-    const auto unlock = onExit([&] { shell("chattr -i " + quoted(film)); });
+    const auto unlock = onExit([&] { shell("chattr -i " + quoted(info.url)); });
     ffmpeg("touch " + quoted(toolbox / "ran"));
     for (const auto codec : {VideoCodecChoice::hevcX265, VideoCodecChoice::keepVideo}) {
         settings.codec = codec;
         ASSERT_FALSE(Planner::plan(info, settings, std::nullopt).isNoop);
-        EXPECT_EQ(
-            failure(info),
-            "Das Original ist gegen Änderungen gesperrt (chattr +i oder +a) und ließe sich nicht in den "
-            "Papierkorb legen – es bleibt, wie es ist.");
+        EXPECT_EQ(failure(info),
+                  "Das Original ist gegen Änderungen gesperrt (chattr +i oder +a) und ließe sich nicht in "
+                  "den Papierkorb legen – es bleibt, wie es ist.");
     }
     EXPECT_FALSE(fs::exists(toolbox / "ran"));
     EXPECT_THAT(names(folder.path()), ElementsAre("Film.mov"));
@@ -276,7 +241,7 @@ TEST_F(FileConversionTest, anOutputFolderThatTakesNoTimesIsFoundOutBeforeAnyWork
     const Mount mount = Mount::passThrough(server, output, "--force-user=root --perms=a+rwX");
     SKIP_WITHOUT(mount);
     settings.outputMode = OutputMode::separateFolder;
-    const MediaInfo info = probe(folder.put(Clips::film(), "Filme/Serie/Film.mkv"));
+    const MediaInfo info = probe(put("Filme/Serie/Film.mkv"));
     ffmpeg("touch " + quoted(server / "ran"));
     openWayTo(folder.path());
 
@@ -291,27 +256,15 @@ TEST_F(FileConversionTest, anOutputFolderThatTakesNoTimesIsFoundOutBeforeAnyWork
 
 TEST_F(FileConversionTest, aPausedFileWaitsBeforeItsEncodeAndCanBeStopped)
 {
-    SampleResult sample;
-    sample.vmafTarget = 92.5;
-    sample.qualityValue = 30;
-    const fs::path film = folder.put(Clips::film(), "Film.mkv");
+    const MediaInfo info = probe(put("Film.mkv"));
     ffmpeg("touch " + quoted(toolbox / "ran"));
-    FileConversion conversion({probe(film), settings, tools, folder.path(), sample});
+    FileConversion conversion({info, settings, tools, folder.path(), aSample(30)});
     conversion.suspend();
     std::stop_source stop;
-    bool wasCancelled = false;
-    std::jthread worker([&] {
-        try {
-            conversion.run({[](double) {}, [](const auto &) {}, [](double, double) {}, [] {}},
-                           stop.get_token());
-        } catch (const Cancelled &) {
-            wasCancelled = true;
-        }
-    });
+    std::jthread worker([&] { EXPECT_THROW(conversion.run(silent, stop.get_token()), Cancelled); });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     stop.request_stop();
     worker.join();
-    EXPECT_TRUE(wasCancelled);
     EXPECT_FALSE(fs::exists(toolbox / "ran"));
 }
 

@@ -6,134 +6,111 @@
 namespace kestrel::test {
 namespace {
 
-using Times = std::vector<double>;
 using Side = FramePairing::Side;
 
-// Which frame meets which; the numbers of the frames are their widths.
-struct Outcome {
-    std::vector<std::pair<int, int>> pairs;
-    std::size_t unmatched = 0;
+struct Shown {
+    int number; // of the picture in the film
+    double time;
 };
+using Film = std::vector<Shown>;
 
-Outcome paired(const Times &reference, const Times &distorted, double frameSeconds)
+// How many pictures find no partner; those that do must have the same number.
+std::size_t unmatched(const Film &reference, const Film &distorted, double frameSeconds)
 {
     FramePairing pairing(frameSeconds);
     std::size_t next[2] = {0, 0}, most = 0;
-    Outcome outcome;
     for (;;) {
-        while (const auto pair = pairing.next())
-            outcome.pairs.emplace_back(pair->reference.luma.width, pair->distorted.luma.width);
+        while (const auto pair = pairing.next()) // the numbers are the pictures' widths
+            EXPECT_EQ(pair->reference.luma.width, pair->distorted.luma.width);
         const auto side = pairing.wanted();
         if (!side)
             break;
-        const Times &times = *side == Side::reference ? reference : distorted;
+        const Film &film = *side == Side::reference ? reference : distorted;
         std::size_t &at = next[*side == Side::reference ? 0 : 1];
-        if (at == times.size()) {
+        if (at == film.size()) {
             pairing.end(*side);
         } else {
-            TimedFrame frame{times[at], {}};
-            frame.luma.width = static_cast<int>(at++);
+            TimedFrame frame{film[at].time, {}};
+            frame.luma.width = film[at++].number;
             pairing.add(*side, std::move(frame));
         }
         most = std::max(most, next[0] + next[1] - 2 * pairing.pairs() - pairing.unmatched());
     }
     EXPECT_LE(most, 5U) << "few pictures are kept";
-    outcome.unmatched = pairing.unmatched();
-    EXPECT_EQ(outcome.pairs.size(), pairing.pairs());
-    return outcome;
+    EXPECT_EQ(reference.size() + distorted.size(), 2 * pairing.pairs() + pairing.unmatched());
+    return pairing.unmatched();
 }
 
-// The numbers that are left of 0 … count − 1.
-std::vector<int> without(int count, std::initializer_list<int> missing)
+// What is left of a film of so many pictures, with its times in this precision.
+Film without(const std::vector<int> &missing, double fps, double ticks, int count = 50)
 {
-    std::vector<int> numbers;
+    Film film;
     for (int i = 0; i < count; ++i)
         if (std::find(missing.begin(), missing.end(), i) == missing.end())
-            numbers.push_back(i);
-    return numbers;
-}
-
-// The pairs in numbers of the source's pictures.
-void expectPairs(const std::vector<int> &reference, const std::vector<int> &distorted, double fps,
-                 std::size_t unmatched)
-{
-    // Each side's times in its own precision: 90 kHz, and milliseconds.
-    Times exact, rounded;
-    for (const int number : reference)
-        exact.push_back(std::round(number * 90000 / fps) / 90000);
-    for (const int number : distorted)
-        rounded.push_back(std::round(number * 1000 / fps) / 1000);
-    const Outcome outcome = paired(exact, rounded, 1 / fps);
-    EXPECT_EQ(outcome.unmatched, unmatched) << fps;
-    for (const auto &[first, second] : outcome.pairs)
-        EXPECT_EQ(reference[static_cast<std::size_t>(first)], distorted[static_cast<std::size_t>(second)])
-            << fps;
+            film.push_back({i, std::round(i * ticks / fps) / ticks});
+    return film;
 }
 
 TEST(FramePairing, picturesOfOneTimeBelongTogether)
 {
+    const struct {
+        std::vector<int> reference, distorted; // the missing ones
+        std::size_t unmatched;
+    } cases[] = {
+        {{}, {}, 0},
+        {{}, {7}, 1},             // dropped by the encoder
+        {{7}, {}, 1},             // doubled by it
+        {{0, 1}, {48, 49}, 4},    // another beginning and end
+        {{3, 4, 5}, {20, 21}, 5}, // gaps
+    };
+    constexpr double exact = 90000, rounded = 1000; // ticks a second
     for (const double fps : {10.0, 24000 / 1001.0, 25.0, 30000 / 1001.0, 60.0, 119.88, 240.0}) {
-        expectPairs(without(50, {}), without(50, {}), fps, 0);
-        expectPairs(without(50, {}), without(50, {7}), fps, 1);             // dropped by the encoder
-        expectPairs(without(50, {7}), without(50, {}), fps, 1);             // doubled by it
-        expectPairs(without(50, {0, 1}), without(50, {48, 49}), fps, 4);    // another beginning and end
-        expectPairs(without(50, {3, 4, 5}), without(50, {20, 21}), fps, 5); // gaps
-        expectPairs(without(50, {}), {}, fps, 50);
-        expectPairs({}, without(50, {}), fps, 50);
+        for (const auto &[reference, distorted, expected] : cases)
+            EXPECT_EQ(unmatched(without(reference, fps, exact), without(distorted, fps, rounded), 1 / fps),
+                      expected)
+                << fps;
+        EXPECT_EQ(unmatched(without({}, fps, exact), {}, 1 / fps), 50U);
+        EXPECT_EQ(unmatched({}, without({}, fps, exact), 1 / fps), 50U);
     }
-    expectPairs(without(250, {}), without(125, {}), 25, 125); // never ends while the other has
+    EXPECT_EQ(unmatched(without({}, 25, exact, 250), without({}, 25, rounded, 125), 1 / 25.0), 125U)
+        << "never ends while the other has";
 }
 
 TEST(FramePairing, aVariableRateHasPairsInEveryStretch)
 {
     // Pictures of 60 fps, of which long stretches have only some: 20 fps in the mean.
-    std::vector<int> numbers;
+    Film film;
     for (int i = 0; i < 120; ++i)
         if (i % 60 < 10 || i % 6 == 0)
-            numbers.push_back(i);
-    Times exact;
-    for (const int number : numbers)
-        exact.push_back(number / 60.0);
-    const auto all = paired(exact, exact, 1 / 20.0);
-    EXPECT_EQ(all.unmatched, 0U);
-    for (const auto &[first, second] : all.pairs)
-        EXPECT_EQ(first, second);
-
+            film.push_back({i, i / 60.0});
+    EXPECT_EQ(unmatched(film, film, 1 / 20.0), 0U);
     // One picture of a quick stretch is missing: the others keep their partners.
-    Times dropped = exact;
+    Film dropped = film;
     dropped.erase(dropped.begin() + 4);
-    const auto left = paired(exact, dropped, 1 / 20.0);
-    EXPECT_EQ(left.unmatched, 1U);
-    for (const auto &[first, second] : left.pairs)
-        EXPECT_EQ(first, second < 4 ? second : second + 1);
+    EXPECT_EQ(unmatched(film, dropped, 1 / 20.0), 1U);
 }
 
 // Encoders round the times of a variable rate to whole frames of 1/30 s.
 TEST(FramePairing, aPictureWhoseTimeWasRoundedKeepsItsPartner)
 {
-    const Times source{0, 1.1, 1.9, 3.2, 3.8, 5.4, 6.3, 7.45, 8.4, 9.4};
-    const Times encoded{0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
-    Times seconds, rounded;
-    for (const double time : source)
-        seconds.push_back(time / 30);
-    for (const double time : encoded)
-        rounded.push_back(time / 30);
-    const auto outcome = paired(seconds, rounded, 1 / 29.5);
-    EXPECT_EQ(outcome.unmatched, 0U);
-    for (const auto &[first, second] : outcome.pairs)
-        EXPECT_EQ(first, second);
+    Film source, encoded;
+    for (const double time : {0.0, 1.1, 1.9, 3.2, 3.8, 5.4, 6.3, 7.45, 8.4, 9.4}) {
+        const int number = static_cast<int>(source.size());
+        source.push_back({number, time / 30});
+        encoded.push_back({number, number / 30.0});
+    }
+    EXPECT_EQ(unmatched(source, encoded, 1 / 29.5), 0U);
 }
 
 TEST(FramePairing, whatIsAWholePictureApartHasNoPartner)
 {
-    Times source, late;
-    for (int i = 0; i < 20; ++i) {
-        source.push_back(i / 25.0);
-        late.push_back((i + 0.8) / 25.0 + 1);
-    }
-    EXPECT_EQ(paired(source, late, 1 / 25.0).unmatched, 40U);
-    EXPECT_EQ(paired({0}, {0.8 / 25}, 1 / 25.0).unmatched, 2U);
-    EXPECT_EQ(paired({0}, {0.5 / 25}, 1 / 25.0).unmatched, 0U);
+    const Film source = without({}, 25, 90000);
+    Film late = source;
+    for (auto &picture : late)
+        picture.time += 0.8 / 25 + 2;
+    EXPECT_EQ(unmatched(source, late, 1 / 25.0), 100U);
+    EXPECT_EQ(unmatched({{0, 0}}, {{0, 0.8 / 25}}, 1 / 25.0), 2U);
+    EXPECT_EQ(unmatched({{0, 0}}, {{0, 0.5 / 25}}, 1 / 25.0), 0U);
 }
 
 } // namespace

@@ -20,8 +20,7 @@ std::string film(const std::string &format, const std::string &size, const std::
         {"-v", "error", "-f", "lavfi", "-i", "testsrc2=r=24000/1001:d=0.5:s=320x240", "-vf",
          "scale=" + size +
              ",select=not(eq(mod(n\\,5)\\,3)),format=yuv420p,geq='if(eq(Y,0)*lt(X,3),eq(X,2),lum(X,Y))',"
-             "scale="
-             "out_range=tv,format=" +
+             "scale=out_range=tv,format=" +
              format + ",extractplanes=y",
          "-fps_mode", "passthrough", "-enc_time_base", "1:1000000", "-c:v", "rawvideo", "-f", container, "-"},
         {});
@@ -83,9 +82,8 @@ TEST(NutParser, aCutOffStreamIsAnError)
     std::size_t whole = 0;
     for (std::size_t size = 0; size < stream.size(); ++size)
         try {
-            // Between two frames nothing tells that more was to come; the decoder's status does.
             EXPECT_LE(parsed(std::string_view(stream).substr(0, size), 300).size(), 10U);
-            ++whole;
+            ++whole; // between two frames nothing tells that more was to come; the decoder's status does
         } catch (const NutParser::Error &) {
         }
     EXPECT_LT(whole, 40U);

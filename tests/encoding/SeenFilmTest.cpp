@@ -12,6 +12,13 @@ namespace {
 
 constexpr double frame = 0.04, soundPacket = 0.03; // seconds; a cut falls between two packets of sound
 
+// The beep comes after the flash as it did before.
+void expectInTime(const Seen &before, const Seen &after)
+{
+    ASSERT_TRUE(before.flash && after.flash && before.beep && after.beep);
+    EXPECT_NEAR(*after.beep - *after.flash, *before.beep - *before.flash, frame / 2 + soundPacket);
+}
+
 // Four corners of different brightness, and enough noise to shrink.
 const std::string picture =
     "-f lavfi -i \"color=c=0x505050:s=320x180:r=25:d=1,drawbox=x=0:y=0:w=160:h=90:c=white:t=fill,"
@@ -24,10 +31,14 @@ const std::string flash =
     "eval=frame\" ";
 const std::string rich = "-c:v libx264 -preset ultrafast -crf 1 -bf 2 -b_strategy 0 -g 50 ";
 
+// A turned camera picture of one second, once its header has been changed.
+fs::path corners()
+{
+    return Clips::make("corners.mov", picture + "-f lavfi -i sine=d=1 " + rich + "-c:a pcm_s16le");
+}
+
 class SeenFilm : public JobTest {
 protected:
-    SeenFilm() { settings.quality = QualityLevel::small; }
-
     // The finished film; what goes wrong is a failure of the test.
     fs::path converted(const fs::path &source)
     {
@@ -68,9 +79,9 @@ TEST_P(TurnedFilm, isSeenAsItsSource)
     // Scaling needs a picture beyond the smallest limit.
     const bool scales = way.resolution != TargetResolution::original;
     const fs::path clip =
-        Clips::make(scales ? "corners-large.mov" : "corners.mov",
-                    picture + "-f lavfi -i sine=d=1 " + (scales ? "-vf scale=1280:720 -frames:v 2 " : "") +
-                        rich + "-c:a pcm_s16le");
+        scales ? Clips::make("corners-wide.mov", "-i " + quoted(corners()) +
+                                                     " -vf scale=1280:720 -frames:v 2 " + rich + "-c:a copy")
+               : corners();
     for (const auto container : {OutputContainer::mkv, OutputContainer::mp4})
         for (const bool isMirrored : {false, true})
             for (const int quarters : {0, 1, 2, 3}) {
@@ -98,8 +109,7 @@ TEST_P(TurnedFilm, isSeenAsItsSource)
                                   (quarters % 2 == 0 ? FrameSize{1024, 576} : FrameSize{576, 1024}));
                     }
                 }
-                for (const auto &name : names(folder.path()))
-                    fs::remove(folder / name);
+                emptyFolder();
             }
 }
 
@@ -108,17 +118,14 @@ TEST_F(SeenFilm, aTurnThatGotLostKeepsTheOriginal)
 {
     keepThePicture();
     tools.keepsTurnInMatroska = true;
-    const fs::path source = folder.put(
-        Clips::make("corners.mov", picture + "-f lavfi -i sine=d=1 " + rich + "-c:a pcm_s16le"), "Film.mov");
+    const fs::path source = folder.put(corners(), "Film.mov");
     Mp4::turn(source, 1);
-    const fs::path upright = folder.put(source, "upright.mov");
-    Mp4::turn(upright, 0);
-    ffmpeg("exec /usr/bin/ffmpeg -nostdin -v error -y -i " + quoted(upright) +
+    ffmpeg("exec /usr/bin/ffmpeg -nostdin -v error -y -i " + quoted(corners()) +
            " -c:v copy -c:a eac3 \"$last\"");
     EXPECT_EQ(failure(source), "Prüfung fehlgeschlagen: Das Bild ist anders gedreht als im Original.");
     EXPECT_TRUE(fs::exists(source));
 
-    const fs::path wide = folder.put(Clips::film(), "Breit.mkv");
+    const fs::path wide = put("Breit.mkv");
     settings.codec = VideoCodecChoice::hevcX265;
     ffmpeg("exec /usr/bin/ffmpeg -nostdin -v error -y -i " + quoted(wide) +
            " -vf setsar=16/15 -c:v libx265 -crf 30 -preset ultrafast -x265-params log-level=error -c:a copy "
@@ -132,55 +139,42 @@ TEST_F(SeenFilm, aspectRatiosSurvive)
     for (const auto resolution : {TargetResolution::original, TargetResolution::p576}) {
         settings.resolution = resolution;
         const fs::path source =
-            folder.put(Clips::make("anamorphic.mpg",
-                                   picture + "-vf scale=1440:1080,setsar=4/3 -frames:v 2 -c:v mpeg2video "
-                                             "-qscale:v 2 -f mpeg"),
-                       "Film.mpg");
+            put("anamorphic.mpg",
+                picture + "-vf scale=1440:1080,setsar=4/3 -frames:v 2 -c:v mpeg2video -qscale:v 2 -f mpeg");
         const Seen before = look(source), after = look(converted(source));
         EXPECT_NEAR(before.aspect, 16.0 / 9, 0.01);
         EXPECT_NEAR(after.aspect / before.aspect, 1, 0.01);
-        fs::remove(folder / "Film.mkv");
+        emptyFolder();
     }
 }
 
 TEST_F(SeenFilm, theFilmIsTakenWhereAStillComesFirst)
 {
-    const std::string still = "-f lavfi -i color=red:s=64x64:r=25:d=0.04 ";
-    const fs::path cover =
-        Clips::make("still-then-film.mkv", still + picture +
-                                               "-f lavfi -i sine=d=1 -map 0 -map 1 -map 2 "
-                                               "-c:v:0 mjpeg -c:v:1 libx264 -preset ultrafast "
-                                               "-crf 1 -c:a ac3");
-    const fs::path source = folder.put(cover, "Film.mkv");
+    const fs::path source =
+        put("still-then-film.mkv", "-f lavfi -i color=red:s=64x64:r=25:d=0.04 " + picture +
+                                       "-f lavfi -i sine=d=1 -map 0 -map 1 -map 2 -c:v:0 mjpeg "
+                                       "-c:v:1 libx264 -preset ultrafast -crf 1 -c:a ac3");
     ASSERT_EQ(probe(source).video->codec, "h264");
     const Seen after = look(converted(source));
     EXPECT_NEAR(after.aspect, 16.0 / 9, 0.01);
     EXPECT_EQ(after.pictures, 25);
 
-    const fs::path two = folder.put(Clips::make("two-videos.mkv", picture +
-                                                                      "-f lavfi -i testsrc=s=64x64:d=1 "
-                                                                      "-map 0 -map 1 " +
-                                                                      rich),
-                                    "Zwei.mkv");
+    const fs::path two =
+        put("two-videos.mkv", picture + "-f lavfi -i testsrc=s=64x64:d=1 -map 0 -map 1 " + rich);
     EXPECT_EQ(planned(two).leftAlone, "Die Datei enthält mehrere Filme – bleibt unverändert");
-    const fs::path motion =
-        folder.put(Clips::make("motion.avi", picture + "-c:v mjpeg -qscale:v 2"), "Motion.avi");
-    EXPECT_EQ(look(converted(motion)).pictures, 25);
+    EXPECT_EQ(look(converted(put("motion.avi", picture + "-c:v mjpeg -qscale:v 2"))).pictures, 25);
 }
 
 TEST_F(SeenFilm, whatAnEditListLeavesOutStaysOut)
 {
     const fs::path whole = Clips::make("flash-small.mp4", flash + rich + "-c:a aac");
-    struct Case {
-        const char *what;
-        double start, length; // of picture and sound
-    };
-    for (const auto &[what, start, length] :
-         {Case{"whole", 0, 6}, Case{"front", 1.4, 4.6}, Case{"end", 0, 4}, Case{"both", 1.4, 2.4}})
+    // Nothing is left out, the front, the end, and both.
+    for (const auto &[start, length] :
+         {std::pair(0.0, 6.0), std::pair(1.4, 4.6), std::pair(0.0, 4.0), std::pair(1.4, 2.4)})
         for (const auto container : {OutputContainer::mkv, OutputContainer::mp4}) {
             if (container == OutputContainer::mp4 && length > 3)
                 continue; // one suffices
-            SCOPED_TRACE(testing::Message() << what << " into " << id(container));
+            SCOPED_TRACE(testing::Message() << length << " s from " << start << " into " << id(container));
             settings.container = container;
             const fs::path source = folder.put(whole, "Film.mp4");
             Mp4::edit(source, 'v', {{start + 2 * frame, length}});
@@ -189,11 +183,9 @@ TEST_F(SeenFilm, whatAnEditListLeavesOutStaysOut)
             ASSERT_NEAR(before.pictures, length / frame, 1);
             const Seen after = look(converted(source));
             EXPECT_NEAR(after.pictures, before.pictures, container == OutputContainer::mp4 ? 1 : 0);
-            ASSERT_TRUE(before.flash && after.flash && before.beep && after.beep);
+            expectInTime(before, after);
             EXPECT_NEAR(*after.flash - after.first, *before.flash - before.first, frame / 2);
-            EXPECT_NEAR(*after.beep - *after.flash, *before.beep - *before.flash, frame / 2 + soundPacket);
-            for (const auto &name : names(folder.path()))
-                fs::remove(folder / name);
+            emptyFolder();
         }
 
     // A copy would bring the pictures back.
@@ -212,7 +204,7 @@ TEST_F(SeenFilm, whatAnEditListLeavesOutStaysOut)
     ASSERT_EQ(ProcessRunner::run(tools.ffmpeg, arguments, {}).status, 0);
     const Seen after = look(folder / "copy.mkv");
     EXPECT_EQ(after.pictures, before.pictures);
-    EXPECT_NEAR(*after.beep - *after.flash, *before.beep - *before.flash, frame / 2 + soundPacket);
+    expectInTime(before, after);
 }
 
 TEST_F(SeenFilm, aSourceThatEndsEarlierThanItSaysIsNoted)
@@ -224,27 +216,22 @@ TEST_F(SeenFilm, aSourceThatEndsEarlierThanItSaysIsNoted)
     const auto note = convert(folder.write("Film.mkv", bytes)).note;
     EXPECT_THAT(note.value_or(""), StartsWith("Der Film ist 2,0"));
     EXPECT_THAT(note.value_or(""), HasSubstr(" s lang; der Container des Originals gab 3,00 s an."));
-    EXPECT_EQ(convert(folder.put(Clips::film(), "Whole.mkv")).note, std::nullopt);
+    EXPECT_EQ(convert(put("Whole.mkv")).note, std::nullopt);
 }
 
 TEST_F(SeenFilm, soundStaysInTimeWhereATrackBeginsLater)
 {
-    for (const char *offset : {"late-sound", "late-picture"}) {
-        const bool isSound = std::string(offset) == "late-sound";
-        const fs::path clip =
-            Clips::make(std::string(offset) + "-small.mp4",
-                        isSound ? flash.substr(0, flash.rfind("-f lavfi")) + "-itsoffset 0.7 " +
-                                      flash.substr(flash.rfind("-f lavfi")) + rich + "-c:a aac"
-                                : "-itsoffset 0.7 " + flash + rich + "-c:a aac");
+    for (const std::string late : {"late-sound", "late-picture"}) {
+        std::string inputs = flash;
+        inputs.insert(late == "late-sound" ? flash.rfind("-f lavfi") : 0, "-itsoffset 0.7 ");
+        const fs::path clip = Clips::make(late + "-small.mp4", inputs + rich + "-c:a aac");
         for (const auto container : {OutputContainer::mkv, OutputContainer::mp4}) {
-            SCOPED_TRACE(testing::Message() << offset << " into " << id(container));
+            SCOPED_TRACE(late + " into " + std::string(id(container)));
             settings.container = container;
             const fs::path source = folder.put(clip, "Film.mp4");
             const Seen before = look(source), after = look(converted(source));
-            ASSERT_TRUE(before.flash && after.flash && before.beep && after.beep);
-            EXPECT_NEAR(*after.beep - *after.flash, *before.beep - *before.flash, frame / 2 + soundPacket);
-            for (const auto &name : names(folder.path()))
-                fs::remove(folder / name);
+            expectInTime(before, after);
+            emptyFolder();
         }
     }
 }

@@ -1,5 +1,6 @@
 #include "encoding/StorageLocation.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/Sandbox.h"
@@ -20,14 +21,6 @@ Volume share(const std::string &type, const test::fs::path &root)
     return volume;
 }
 
-Volume disk(std::optional<bool> isInternal)
-{
-    Volume volume;
-    volume.fileSystemType = "ext4";
-    volume.isInternal = isInternal;
-    return volume;
-}
-
 Mount mounted(const std::string &type, const std::string &source, const std::string &point = "/mnt/nas")
 {
     return {1, point, type, source};
@@ -38,17 +31,15 @@ Mount mounted(const std::string &type, const std::string &source, const std::str
 TEST(StorageLocation, isANetworkByTheTypeOfItsFileSystem)
 {
     const Sandbox sandbox;
-    const struct {
-        const char *type, *title;
-    } cases[] = {{"smbfs", "Netzwerk (SMB)"},
-                 {"nfs", "Netzwerk (NFS)"},
-                 {"afpfs", "Netzwerk (AFP)"},
-                 {"webdav", "Netzwerk (WebDAV)"},
-                 {"ftp", "Netzwerk (FTP)"},
-                 {"sftp", "Netzwerk (SFTP)"},
-                 {"SMBFS", "Lokal"},
-                 {"ext4", "Lokal"},
-                 {"", "Lokal"}};
+    const std::pair<const char *, const char *> cases[] = {{"smbfs", "Netzwerk (SMB)"},
+                                                           {"nfs", "Netzwerk (NFS)"},
+                                                           {"afpfs", "Netzwerk (AFP)"},
+                                                           {"webdav", "Netzwerk (WebDAV)"},
+                                                           {"ftp", "Netzwerk (FTP)"},
+                                                           {"sftp", "Netzwerk (SFTP)"},
+                                                           {"SMBFS", "Lokal"},
+                                                           {"ext4", "Lokal"},
+                                                           {"", "Lokal"}};
     for (const auto &[type, title] : cases) {
         const auto location = StorageLocation::classify(share(type, sandbox.path()), sandbox / "Serien");
         EXPECT_EQ(location.title(), title);
@@ -77,17 +68,16 @@ TEST(StorageLocation, looksForARecycleBinAtTheSharesRoot)
 
 TEST(StorageLocation, isExternalOnlyWhenTheSystemSaysSo)
 {
-    EXPECT_EQ(StorageLocation::classify(disk(false), "/media/usb/Filme").title(), "Lokal (extern)");
-    EXPECT_EQ(StorageLocation::classify(disk(true), "/media/usb/Filme").title(), "Lokal");
-    const auto unknown = StorageLocation::classify(disk({}), "/media/usb/Gr\xfc\xdf\x65");
-    EXPECT_EQ(unknown.title(), "Lokal");
-    EXPECT_EQ(unknown.volumeName, "Gr\uFFFD\uFFFDe");
-}
-
-TEST(StorageLocation, fallsBackToLocalWhereNothingCanBeFound)
-{
-    const Sandbox sandbox;
-    EXPECT_EQ(StorageLocation::detect(sandbox / "fehlt").kind, StorageLocation::Kind::local);
+    const auto titleOf = [](std::optional<bool> isInternal) {
+        Volume disk;
+        disk.isInternal = isInternal;
+        return StorageLocation::classify(disk, "/media/usb/Filme").title();
+    };
+    EXPECT_EQ(titleOf(false), "Lokal (extern)");
+    EXPECT_EQ(titleOf(true), "Lokal");
+    EXPECT_EQ(titleOf({}), "Lokal");
+    EXPECT_EQ(StorageLocation::classify({}, "/media/Gr\xfc\xdf\x65").volumeName, "Gr\uFFFD\uFFFDe");
+    EXPECT_EQ(StorageLocation::detect("/fehlt").kind, StorageLocation::Kind::local);
 }
 
 TEST(Mount, isReadFromTheKernelsTable)
@@ -95,10 +85,7 @@ TEST(Mount, isReadFromTheKernelsTable)
     const auto mount = Mount::parse(
         R"(36 35 98:0 / /mnt/Filme\040und\011\134mehr rw,noatime master:1 shared:2 - cifs //nas/filme\040neu rw,vers=3.0)");
     ASSERT_TRUE(mount);
-    EXPECT_EQ(mount->id, 36U);
-    EXPECT_EQ(mount->point, "/mnt/Filme und\t\\mehr");
-    EXPECT_EQ(mount->type, "cifs");
-    EXPECT_EQ(mount->source, "//nas/filme neu");
+    EXPECT_THAT(*mount, testing::FieldsAre(36U, "/mnt/Filme und\t\\mehr", "cifs", "//nas/filme neu"));
     EXPECT_EQ(Mount::parse("1 2 0:5 / /proc rw - proc proc rw").value().type, "proc");
     for (const char *line : {"", "36 35 98:0 / /mnt rw", "x 35 98:0 / /mnt rw - ext4 /dev/sda1 rw",
                              "36 35 98:0 / /mnt rw - ext4", "36 35 98:0 / /mnt rw ext4 /dev/sda1 rw"})
@@ -107,52 +94,47 @@ TEST(Mount, isReadFromTheKernelsTable)
 
 TEST(Mount, tellsTheShareItShows)
 {
-    struct Case {
+    const Mount gvfs = mounted("fuse.gvfsd-fuse", "gvfsd-fuse", "/run/user/1000/gvfs");
+    const Mount kio = mounted("fuse.kio-fuse", "kio-fuse", "/run/user/1000/kio-fuse-x");
+    const struct {
         Mount mount;
-        const char *path, *type, *url, *root, *name;
-    };
-    const char *gvfs = "/run/user/1000/gvfs", *kio = "/run/user/1000/kio-fuse-x";
-    const Case cases[] = {
-        {mounted("cifs", "//nas/filme"), "/mnt/nas/a", "smbfs", "smb://nas/filme", "/mnt/nas", "nas"},
-        {mounted("smb3", "//nas/filme"), "/mnt/nas/a", "smbfs", "smb://nas/filme", "/mnt/nas", "nas"},
-        {mounted("fuse.smbnetfs", "smbnetfs"), "/mnt/nas/a", "smbfs", nullptr, "/mnt/nas", "nas"},
-        {mounted("nfs4", "nas:/volume1/filme"), "/mnt/nas", "nfs", "nfs://nas/volume1/filme", "/mnt/nas",
-         "nas"},
-        {mounted("nfs", "[fd00::1]:/filme"), "/mnt/nas", "nfs", "nfs://[fd00::1]/filme", "/mnt/nas", "nas"},
-        {mounted("fuse.afpfs", "afpfs"), "/mnt/nas", "afpfs", nullptr, "/mnt/nas", "nas"},
-        {mounted("fuse.davfs2", "https://nas/dav"), "/mnt/nas", "webdav", "https://nas/dav", "/mnt/nas",
-         "nas"},
-        {mounted("fuse", "https://nas/dav"), "/mnt/nas", "webdav", "https://nas/dav", "/mnt/nas", "nas"},
-        {mounted("fuse", "curlftpfs#ftp://nas/"), "/mnt/nas", "ftp", "ftp://nas/", "/mnt/nas", "nas"},
-        {mounted("fuse.sshfs", "anna@nas:/filme"), "/mnt/nas/a", "sftp", "sftp://anna@nas/filme", "/mnt/nas",
-         "nas"},
-        {mounted("fuse.sshfs", "[fd00::1]:filme"), "/mnt/nas", "sftp", "sftp://[fd00::1]/~/filme", "/mnt/nas",
-         "nas"},
-        {mounted("fuse", "/dev/sdb1"), "/mnt/nas", "fuse", nullptr, "/mnt/nas", "nas"},
-        {mounted("fuse.mergerfs", "a:b"), "/mnt/nas", "fuse.mergerfs", nullptr, "/mnt/nas", "nas"},
-        {mounted("ext4", "/dev/sda1", "/"), "/home", "ext4", nullptr, "/", nullptr},
-        {mounted("fuse.gvfsd-fuse", "gvfsd-fuse", gvfs),
-         "/run/user/1000/gvfs/smb-share:server=nas,share=filme/a", "smbfs", "smb://nas/filme",
-         "/run/user/1000/gvfs/smb-share:server=nas,share=filme", "filme"},
-        {mounted("fuse.gvfsd-fuse", "gvfsd-fuse", gvfs),
-         "/run/user/1000/gvfs/afp-volume:host=nas,user=x,volume=filme", "afpfs", "afp://nas/filme",
-         "/run/user/1000/gvfs/afp-volume:host=nas,user=x,volume=filme", "filme"},
-        {mounted("fuse.gvfsd-fuse", "gvfsd-fuse", gvfs), "/run/user/1000/gvfs/sftp:host=nas,user=x/a", "sftp",
-         "sftp://nas/", "/run/user/1000/gvfs/sftp:host=nas,user=x", "nas"},
-        {mounted("fuse.gvfsd-fuse", "gvfsd-fuse", gvfs), "/run/user/1000/gvfs/mtp:host=phone/a",
-         "fuse.gvfsd-fuse", nullptr, gvfs, "gvfs"},
-        {mounted("fuse.kio-fuse", "kio-fuse", kio), "/run/user/1000/kio-fuse-x/smb/nas/filme/Serien", "smbfs",
-         "smb://nas/filme", "/run/user/1000/kio-fuse-x/smb/nas/filme", "filme"},
-        {mounted("fuse.kio-fuse", "kio-fuse", kio), "/run/user/1000/kio-fuse-x/ftp/nas/a/b", "ftp",
-         "ftp://nas", "/run/user/1000/kio-fuse-x/ftp/nas", "nas"},
-        {mounted("fuse.kio-fuse", "kio-fuse", kio), "/run/user/1000/kio-fuse-x/sftp/x@nas/a/b", "sftp",
-         "sftp://x@nas", "/run/user/1000/kio-fuse-x/sftp/x@nas", "x@nas"},
+        std::string path; // below its point
+        const char *type, *url;
+        std::string root; // likewise
+        const char *name;
+    } cases[] = {
+        {mounted("cifs", "//nas/filme"), "a", "smbfs", "smb://nas/filme", "", "nas"},
+        {mounted("smb3", "//nas/filme"), "a", "smbfs", "smb://nas/filme", "", "nas"},
+        {mounted("fuse.smbnetfs", "smbnetfs"), "a", "smbfs", nullptr, "", "nas"},
+        {mounted("nfs4", "nas:/volume1/filme"), "", "nfs", "nfs://nas/volume1/filme", "", "nas"},
+        {mounted("nfs", "[fd00::1]:/filme"), "", "nfs", "nfs://[fd00::1]/filme", "", "nas"},
+        {mounted("fuse.afpfs", "afpfs"), "", "afpfs", nullptr, "", "nas"},
+        {mounted("fuse.davfs2", "https://nas/dav"), "", "webdav", "https://nas/dav", "", "nas"},
+        {mounted("fuse", "https://nas/dav"), "", "webdav", "https://nas/dav", "", "nas"},
+        {mounted("fuse", "curlftpfs#ftp://nas/"), "", "ftp", "ftp://nas/", "", "nas"},
+        {mounted("fuse.sshfs", "anna@nas:/filme"), "a", "sftp", "sftp://anna@nas/filme", "", "nas"},
+        {mounted("fuse.sshfs", "[fd00::1]:filme"), "", "sftp", "sftp://[fd00::1]/~/filme", "", "nas"},
+        {mounted("fuse", "/dev/sdb1"), "", "fuse", nullptr, "", "nas"},
+        {mounted("fuse.mergerfs", "a:b"), "", "fuse.mergerfs", nullptr, "", "nas"},
+        {mounted("ext4", "/dev/sda1", "/"), "home", "ext4", nullptr, "", nullptr},
+        {gvfs, "smb-share:server=nas,share=filme/a", "smbfs", "smb://nas/filme",
+         "smb-share:server=nas,share=filme", "filme"},
+        {gvfs, "afp-volume:host=nas,user=x,volume=filme", "afpfs", "afp://nas/filme",
+         "afp-volume:host=nas,user=x,volume=filme", "filme"},
+        {gvfs, "sftp:host=nas,user=x/a", "sftp", "sftp://nas/", "sftp:host=nas,user=x", "nas"},
+        {gvfs, "mtp:host=phone/a", "fuse.gvfsd-fuse", nullptr, "", "gvfs"},
+        {kio, "smb/nas/filme/Serien", "smbfs", "smb://nas/filme", "smb/nas/filme", "filme"},
+        {kio, "ftp/nas/a/b", "ftp", "ftp://nas", "ftp/nas", "nas"},
+        {kio, "sftp/x@nas/a/b", "sftp", "sftp://x@nas", "sftp/x@nas", "x@nas"},
     };
     for (const auto &[mount, path, type, url, root, name] : cases) {
-        const Volume volume = describeMount(mount, path);
+        const auto below = [point = mount.point](const std::string &place) {
+            return place.empty() ? point : point / place;
+        };
+        const Volume volume = describeMount(mount, below(path));
         EXPECT_EQ(volume.fileSystemType, type) << path;
         EXPECT_EQ(volume.remountURL.value_or("none"), url != nullptr ? url : "none") << path;
-        EXPECT_EQ(volume.root, test::fs::path(root)) << path;
+        EXPECT_EQ(volume.root, below(root)) << path;
         EXPECT_EQ(volume.name.value_or("none"), name != nullptr ? name : "none") << path;
     }
 }

@@ -8,35 +8,23 @@ namespace kestrel {
 
 TEST(ByteFormat, countsInDecimalUnits)
 {
-    struct Case {
-        std::int64_t bytes;
-        const char *expected;
-    };
-    const Case cases[] = {
-        {0, "0 Byte"},
-        {999, "999 Byte"},
-        {1000, "1 KB"},
-        {15'400, "15 KB"},
-        {999'499, "999 KB"},
-        {999'500, "1 MB"},
-        {1'500'000, "1,5 MB"},
-        {999'950'000, "1 GB"},
-        {2'346'000'000, "2,35 GB"},
-        {4'000'000'000'000, "4 TB"},
-        {-1'500'000, "-1,5 MB"},
-    };
-    for (const auto &[bytes, expected] : cases)
+    using Case = std::pair<std::int64_t, const char *>;
+    for (const auto &[bytes, expected] :
+         {Case(0, "0 Byte"), Case(999, "999 Byte"), Case(1000, "1 KB"), Case(15'400, "15 KB"),
+          Case(999'499, "999 KB"), Case(999'500, "1 MB"), Case(1'500'000, "1,5 MB"),
+          Case(999'950'000, "1 GB"), Case(2'346'000'000, "2,35 GB"), Case(4'000'000'000'000, "4 TB"),
+          Case(-1'500'000, "-1,5 MB")})
         EXPECT_EQ(ByteFormat::string(bytes), expected) << bytes;
 }
 
 TEST(ByteFormat, survivesNumbersThatAreNone)
 {
-    for (const double none :
-         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
-          -std::numeric_limits<double>::infinity(), 0.9})
+    using Double = std::numeric_limits<double>;
+    using Int = std::numeric_limits<std::int64_t>;
+    for (const double none : {Double::quiet_NaN(), Double::infinity(), -Double::infinity(), 0.9})
         EXPECT_EQ(ByteFormat::string(none), "0 Byte");
-    EXPECT_EQ(ByteFormat::string(1e300), ByteFormat::string(std::numeric_limits<std::int64_t>::max()));
-    EXPECT_EQ(ByteFormat::string(-1e300), ByteFormat::string(std::numeric_limits<std::int64_t>::min()));
+    EXPECT_EQ(ByteFormat::string(1e300), ByteFormat::string(Int::max()));
+    EXPECT_EQ(ByteFormat::string(-1e300), ByteFormat::string(Int::min()));
 }
 
 } // namespace kestrel

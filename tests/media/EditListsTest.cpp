@@ -32,29 +32,21 @@ fs::path delayed()
 TEST(EditLists, onlyThoseCutThatLeaveSomethingOut)
 {
     constexpr std::nullopt_t gap = std::nullopt;
-    struct Case {
-        const char *what;
-        Kind kind;
-        Stretches stretches;
-        Cut expected;
-    };
-    const Case cases[] = {
-        {"the decoder's delay", Kind::picture, {{0.08, 10}}, Cut::none},
-        {"to the end", Kind::picture, {{0.08, 0}}, Cut::none},
-        {"no delay made up for", Kind::picture, {{0, 10.08}}, Cut::none},
-        {"half a picture, by rounding", Kind::picture, {{0.1, 9.99}}, Cut::none},
-        {"a later beginning", Kind::picture, {{gap, 3}, {0.08, 10}}, Cut::none},
-        {"the first picture", Kind::picture, {{0.12, 9.96}}, Cut::picture},
-        {"the last two pictures", Kind::picture, {{0.08, 9.92}}, Cut::picture},
-        {"the priming of a sound decoder", Kind::sound, {{0.048, 9.9}}, Cut::none},
-        {"sound in front", Kind::sound, {{0.38, 9.62}}, Cut::sound},
-        {"sound at the end", Kind::sound, {{0, 9.5}}, Cut::sound},
-        {"two stretches", Kind::picture, {{0.08, 3}, {5, 5}}, Cut::rearranged},
-        {"a gap in between", Kind::sound, {{0, 3}, {gap, 1}, {3, 7}}, Cut::rearranged},
-        {"half the speed", Kind::picture, {{0.08, 20, 0}}, Cut::rearranged},
-        {"nothing but a gap", Kind::sound, {{gap, 10}}, Cut::rearranged},
-    };
-    for (const auto &[what, kind, stretches, expected] : cases)
+    for (const auto &[what, kind, stretches, expected] :
+         {std::tuple("the decoder's delay", Kind::picture, Stretches{{0.08, 10}}, Cut::none),
+          {"to the end", Kind::picture, {{0.08, 0}}, Cut::none},
+          {"no delay made up for", Kind::picture, {{0, 10.08}}, Cut::none},
+          {"half a picture, by rounding", Kind::picture, {{0.1, 9.99}}, Cut::none},
+          {"a later beginning", Kind::picture, {{gap, 3}, {0.08, 10}}, Cut::none},
+          {"the first picture", Kind::picture, {{0.12, 9.96}}, Cut::picture},
+          {"the last two pictures", Kind::picture, {{0.08, 9.92}}, Cut::picture},
+          {"the priming of a sound decoder", Kind::sound, {{0.048, 9.9}}, Cut::none},
+          {"sound in front", Kind::sound, {{0.38, 9.62}}, Cut::sound},
+          {"sound at the end", Kind::sound, {{0, 9.5}}, Cut::sound},
+          {"two stretches", Kind::picture, {{0.08, 3}, {5, 5}}, Cut::rearranged},
+          {"a gap in between", Kind::sound, {{0, 3}, {gap, 1}, {3, 7}}, Cut::rearranged},
+          {"half the speed", Kind::picture, {{0.08, 20, 0}}, Cut::rearranged},
+          {"nothing but a gap", Kind::sound, {{gap, 10}}, Cut::rearranged}})
         EXPECT_EQ(judged(kind, stretches), expected) << what;
     const TrackEdits whole{Kind::picture, 0, 10, 0.04, {{0, 10}}}, cut{Kind::sound, 0, 10, 0, {{1, 9}}};
     EXPECT_EQ(EditLists::judge({whole, cut}), Cut::sound);
@@ -89,12 +81,10 @@ TEST(EditLists, brokenFilesHaveNone)
 {
     const Sandbox sandbox;
     const std::string whole = readFile(delayed());
-    const fs::path file = sandbox / "broken.mp4";
-    for (const std::string &bytes : {std::string(), std::string("nonsense"), std::string(4096, '\0'),
-                                     std::string("\0\0\0\x01moov", 8), std::string(64, '\xff')}) {
-        sandbox.write("broken.mp4", bytes);
-        EXPECT_TRUE(EditLists::read(file).empty());
-    }
+    using namespace std::string_literals;
+    for (const std::string &bytes :
+         {""s, "nonsense"s, std::string(4096, '\0'), "\0\0\0\x01moov"s, std::string(64, '\xff')})
+        EXPECT_TRUE(EditLists::read(sandbox.write("broken.mp4", bytes)).empty());
     EXPECT_TRUE(EditLists::read(sandbox / "missing").empty());
     EXPECT_TRUE(EditLists::read(sandbox.path()).empty());
     // Every byte of the header wrong once: nothing crashes, nothing lasts.
@@ -103,11 +93,10 @@ TEST(EditLists, brokenFilesHaveNone)
     for (std::size_t i = movie - 4; i < whole.size(); i += 7) {
         std::string bytes = whole;
         bytes[i] = static_cast<char>(~bytes[i]);
-        sandbox.write("broken.mp4", bytes);
-        EXPECT_LE(EditLists::read(file).size(), 2U);
+        EXPECT_LE(EditLists::read(sandbox.write("broken.mp4", bytes)).size(), 2U);
     }
-    EXPECT_TRUE(EditLists::fromJson(nlohmann::json::parse(R"([{"isPicture": 3}, 5])")).empty());
-    EXPECT_TRUE(EditLists::fromJson(nlohmann::json::parse(R"("text")")).empty());
+    for (const char *json : {R"([{"isPicture": 3}, 5])", R"("text")"})
+        EXPECT_TRUE(EditLists::fromJson(nlohmann::json::parse(json)).empty());
 }
 
 } // namespace

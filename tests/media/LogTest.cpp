@@ -2,12 +2,12 @@
 
 #include <array>
 #include <ctime>
+#include <map>
 #include <sstream>
 #include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/LocalTime.h"
 #include "support/Sandbox.h"
@@ -16,7 +16,6 @@ namespace kestrel {
 
 namespace {
 
-using test::readFile;
 using testing::MatchesRegex;
 
 const std::string stamp = "\\[[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z\\] ";
@@ -33,6 +32,12 @@ std::string utcNow()
 class LogFile : public testing::Test {
 protected:
     LogFile() { test::fs::remove_all(Log::file()); }
+    static std::string afterWriting(const std::string &text)
+    {
+        Log::write(text);
+        Log::flush();
+        return test::fs::is_directory(Log::file()) ? "" : test::readFile(Log::file());
+    }
 };
 
 } // namespace
@@ -40,21 +45,16 @@ protected:
 TEST_F(LogFile, growsByOneStampedLineForEachCall)
 {
     EXPECT_EQ(Log::file(), test::home() / "Library/Logs/Kestrel/Kestrel.log");
-    Log::write("Rest entfernt: /filme/ä");
-    Log::flush();
-    Log::write("zwei\nund drei");
-    Log::flush();
-    EXPECT_THAT(readFile(Log::file()),
-                MatchesRegex(stamp + "Rest entfernt: /filme/ä\n" + stamp + "zwei\nund drei\n"));
+    EXPECT_THAT(afterWriting("Rest entfernt: /filme/ä"), MatchesRegex(stamp + "Rest entfernt: /filme/ä\n"));
+    EXPECT_THAT(afterWriting("zwei\nund drei"),
+                MatchesRegex(stamp + "Rest.*\n" + stamp + "zwei\nund drei\n"));
 }
 
 TEST_F(LogFile, isStampedWithUtcInEveryTimeZone)
 {
     const test::LocalTime japan("JST-9");
     const std::string before = utcNow();
-    Log::write("x");
-    Log::flush();
-    const std::string written = readFile(Log::file()).substr(1, before.size());
+    const std::string written = afterWriting("x").substr(1, before.size());
     EXPECT_LE(before, written);
     EXPECT_LE(written, utcNow());
 }
@@ -72,15 +72,12 @@ TEST_F(LogFile, keepsLinesWholeAndInOrderWithinEachThread)
     }
     Log::flush();
 
-    std::istringstream text(readFile(Log::file()));
-    std::vector<int> next(threads);
-    int count = 0;
-    for (std::string line; std::getline(text, line); ++count) {
-        ASSERT_THAT(line, MatchesRegex(stamp + "[0-9] [0-9]+"));
-        std::istringstream words(line.substr(line.find(' ')));
-        int writer = 0, number = 0;
-        words >> writer >> number;
-        EXPECT_EQ(number, next.at(static_cast<std::size_t>(writer))++);
+    std::istringstream text(test::readFile(Log::file()));
+    std::map<std::string, int> next;
+    int count = 0, number = 0;
+    for (std::string time, writer; text >> time >> writer >> number; ++count) {
+        ASSERT_THAT(time + " ", MatchesRegex(stamp));
+        EXPECT_EQ(number, next[writer]++);
     }
     EXPECT_EQ(count, threads * lines);
 }
@@ -88,12 +85,9 @@ TEST_F(LogFile, keepsLinesWholeAndInOrderWithinEachThread)
 TEST_F(LogFile, losesLinesSilentlyWhileItCannotBeWritten)
 {
     test::fs::create_directory(Log::file());
-    Log::write("verloren");
-    Log::flush();
+    EXPECT_EQ(afterWriting("verloren"), "");
     test::fs::remove(Log::file());
-    Log::write("wieder da");
-    Log::flush();
-    EXPECT_THAT(readFile(Log::file()), MatchesRegex(stamp + "wieder da\n"));
+    EXPECT_THAT(afterWriting("wieder da"), MatchesRegex(stamp + "wieder da\n"));
 }
 
 } // namespace kestrel

@@ -4,7 +4,6 @@
 #include <fstream>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/Sandbox.h"
 #include "support/StandIn.h"
@@ -109,9 +108,10 @@ TEST_F(ToolAnswersTest, isAsGoodAsNoneWhereItCannotBeUsed)
 {
     const std::string whole = (ask({"echo gut"}), readFile(file));
     asked();
+    using namespace std::string_literals;
     for (const std::string &damage :
-         {std::string(), std::string("{"), std::string("[]"), whole.substr(0, whole.size() / 2),
-          std::string(R"({"format":1,"programs":{"/bin/sh":{"identity":7}}})"),
+         {""s, "{"s, "[]"s, whole.substr(0, whole.size() / 2),
+          R"({"format":1,"programs":{"/bin/sh":{"identity":7}}})"s,
           std::string(whole).replace(whole.find("\"format\":1"), 10, "\"format\":2")}) {
         std::ofstream(file) << damage;
         EXPECT_THAT(ask({"echo gut"}), ElementsAre("gut\n"));

@@ -22,15 +22,19 @@ esac)";
 
 class Located : public testing::Test {
 protected:
+    void install(const std::vector<std::string> &tools, const std::string &script = "") const
+    {
+        for (const auto &tool : tools)
+            standIn(sandbox, tool, script);
+    }
     Tools locate() const { return Tools::locate(folders, {}); }
     std::string failure() const
     {
         try {
-            locate();
+            return locate().version;
         } catch (const ToolError &error) {
             return error.what();
         }
-        return {};
     }
 
     Sandbox sandbox;
@@ -41,8 +45,7 @@ protected:
 
 TEST_F(Located, asksFFmpegWhatItWasBuiltWith)
 {
-    standIn(sandbox, "b/ffmpeg", fullFFmpeg);
-    standIn(sandbox, "b/ffprobe", "");
+    install({"b/ffmpeg", "b/ffprobe"}, fullFFmpeg);
     const Tools tools = locate();
     EXPECT_EQ(tools.ffmpeg, sandbox / "b/ffmpeg");
     EXPECT_EQ(tools.ffprobe, sandbox / "b/ffprobe");
@@ -53,17 +56,14 @@ TEST_F(Located, asksFFmpegWhatItWasBuiltWith)
 
 TEST_F(Located, knowsNoCapabilitiesOfAnFFmpegThatFails)
 {
-    standIn(sandbox, "a/ffmpeg", "echo libx265 libvmaf >&2; exit 1");
-    standIn(sandbox, "a/ffprobe", "");
+    install({"a/ffmpeg", "a/ffprobe"}, "echo libx265 libvmaf >&2; exit 1");
     EXPECT_EQ(locate(), (Tools{sandbox / "a/ffmpeg", sandbox / "a/ffprobe", {}, false, "ffmpeg"}));
 }
 
 TEST_F(Located, takesTheFirstFolderWithAnExecutableFile)
 {
-    standIn(sandbox, "a/ffmpeg", "");
+    install({"a/ffmpeg", "b/ffmpeg", "b/ffprobe"});
     sandbox.write("a/ffprobe", "not executable");
-    standIn(sandbox, "b/ffmpeg", "");
-    standIn(sandbox, "b/ffprobe", "");
     EXPECT_EQ(locate().ffmpeg, sandbox / "a/ffmpeg");
     EXPECT_EQ(locate().ffprobe, sandbox / "b/ffprobe");
 
@@ -75,7 +75,7 @@ TEST_F(Located, takesTheFirstFolderWithAnExecutableFile)
 TEST_F(Located, saysWhichToolIsMissingAndWhatToInstall)
 {
     EXPECT_EQ(failure(), "ffmpeg wurde nicht gefunden. Installation im Terminal: sudo apt install ffmpeg");
-    standIn(sandbox, "a/ffmpeg", fullFFmpeg);
+    install({"a/ffmpeg"});
     EXPECT_EQ(failure(), "ffprobe wurde nicht gefunden. Installation im Terminal: sudo apt install ffmpeg");
 }
 

@@ -1,7 +1,6 @@
 #include "model/AudioFacts.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/Builders.h"
 
@@ -10,22 +9,16 @@ namespace {
 
 using test::aFilm;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Pair;
 
-Library::Items library(const std::vector<MediaInfo> &films)
+AudioFacts facts(const std::vector<std::optional<MediaInfo>> &films, const ConversionSettings &settings = {})
 {
     Library::Items items;
     for (const auto &film : films) {
         items.push_back(std::make_unique<FileItem>("/f/" + std::to_string(items.size()) + ".mkv", "/f"));
         items.back()->info = film;
     }
-    return items;
-}
-
-AudioFacts facts(const std::vector<MediaInfo> &films, const ConversionSettings &settings = {})
-{
-    return AudioFacts::of(library(films), settings);
+    return AudioFacts::of(items, settings);
 }
 
 TEST(AudioFacts, countEachFileOnceForEachOfItsLanguages)
@@ -34,37 +27,29 @@ TEST(AudioFacts, countEachFileOnceForEachOfItsLanguages)
                               aFilm().audio("ac3", "eng").audio("ac3", "und"), aFilm()});
     EXPECT_THAT(found.filesByLanguage, ElementsAre(Pair("deu", 1), Pair("eng", 2)))
         << "what states no language is none";
-    Library::Items unasked = library({aFilm().audio("flac", "deu")});
-    unasked[0]->info.reset();
-    EXPECT_EQ(AudioFacts::of(unasked, {}), AudioFacts());
+    EXPECT_EQ(facts({std::nullopt}), AudioFacts()) << "not yet probed";
 }
 
 TEST(AudioFacts, filesAreUndecidedWhereOnlyTracksWithoutALanguageCouldBeMeant)
 {
-    struct Case {
+    const ConversionSettings withCommentaries{.dropCommentary = false};
+    const auto unknown = [] { return aFilm().audio("ac3", "und"); };
+    const struct {
         const char *what;
         MediaInfo film;
-        bool isUndecided;
+        std::size_t undecided;
+        ConversionSettings settings = {};
+    } cases[] = {
+        {"no language at all", unknown(), 1},
+        {"another language beside it", unknown().audio("ac3", "eng"), 1},
+        {"a chosen language beside it", unknown().audio("ac3", "deu"), 0},
+        {"only another language", aFilm().audio("ac3", "eng"), 0},
+        {"no sound", aFilm(), 0},
+        {"a commentary that goes", unknown().audio("ac3", "deu").asCommentary(), 1},
+        {"a commentary that stays", unknown().audio("ac3", "deu").asCommentary(), 0, withCommentaries},
     };
-    const std::vector<Case> cases{
-        {"no language at all", aFilm().audio("ac3", "und"), true},
-        {"another language beside it", aFilm().audio("ac3", "und").audio("ac3", "eng"), true},
-        {"a chosen language beside it", aFilm().audio("ac3", "und").audio("ac3", "deu"), false},
-        {"only another language", aFilm().audio("ac3", "eng"), false},
-        {"no sound", aFilm(), false},
-    };
-    for (const auto &one : cases)
-        EXPECT_EQ(facts({one.film}).undecidedFiles, one.isUndecided ? 1U : 0U) << one.what;
-}
-
-TEST(AudioFacts, aCommentaryIsNoTrackInAChosenLanguageWhereCommentariesGo)
-{
-    const MediaInfo film = aFilm().audio("ac3", "und").audio("ac3", "deu").asCommentary();
-    ConversionSettings settings;
-    settings.dropCommentary = true;
-    EXPECT_EQ(facts({film}, settings).undecidedFiles, 1U);
-    settings.dropCommentary = false;
-    EXPECT_EQ(facts({film}, settings).undecidedFiles, 0U);
+    for (const auto &[what, film, undecided, settings] : cases)
+        EXPECT_EQ(facts({film}, settings).undecidedFiles, undecided) << what;
 }
 
 TEST(AudioFacts, countEveryLosslessTrack)

@@ -24,43 +24,39 @@ TEST(FileState, everyStateHasItsWordsInOnePlace)
     FileItem item = planned(aFilm());
     item.fps = 87.6;
     constexpr std::int64_t gigabyte = 1'073'741'824;
+    const Status::Done done{2 * gigabyte, gigabyte}, doneBut{2 * gigabyte, gigabyte, "Original\nnoch da."};
+    const std::string sizes = "2,0 GB → 1,0 GB (−50 %)",
+                      words = "ffprobe meldet einen Fehler: /a.mkv: Invalid data",
+                      tooLarge = "Das Ergebnis (1,0 GB) wäre nicht genug kleiner gewesen – Original bleibt.",
+                      measured = "Messung: bei gleicher Qualität kaum Ersparnis – bleibt unverändert";
     struct Case {
         JobStatus status;
-        const char *id, *cell, *sentence, *line, *page;
+        std::string id, sentence;
+        std::string cell = sentence, line = sentence, page = sentence;
     };
-    for (const auto &[status, id, cell, sentence, line, page] : std::vector<Case>{
-             {Status::Idle{}, "idle", "bereit zum Konvertieren", "bereit zum Konvertieren",
-              "bereit zum Konvertieren", "bereit zum Konvertieren"},
-             {Status::Queued{}, "idle", "wartet", "wartet", "wartet", "wartet"},
-             {Status::Analyzing{0.5}, "analyzing", "Qualitätsprüfung", "Qualitätsprüfung", "Qualitätssuche",
-              "Qualitätsprüfung"},
-             {Status::Analyzing{0.5, false}, "analyzing", "Qualitätsprüfung", "Qualitätsprüfung",
-              "Probekodierung", "Qualitätsprüfung"},
-             {Status::Running{0.437}, "running", "43 % · 88 fps", "wird konvertiert 43 % · 88 fps",
-              "wird konvertiert", "kodiert 43 % · 88 fps"},
-             {Status::Uploading{}, "uploading", "wird hochgeladen", "wird hochgeladen", "wird hochgeladen",
-              "wird hochgeladen"},
-             {Status::Done{2 * gigabyte, gigabyte}, "done", "Ergebnis: −50 %|2,0 GB → 1,0 GB",
-              "Ergebnis: 2,0 GB → 1,0 GB (−50 %)", "fertig, 2,0 GB → 1,0 GB (−50 %)",
-              "2,0 GB → 1,0 GB (−50 %)"},
-             {Status::Done{2 * gigabyte, gigabyte, "Original\nnoch da."}, "done",
-              "Ergebnis: −50 %|2,0 GB → 1,0 GB", "Ergebnis: 2,0 GB → 1,0 GB (−50 %). Original noch da.",
-              "fertig, 2,0 GB → 1,0 GB (−50 %). Original noch da.", "2,0 GB → 1,0 GB (−50 %)"},
-             {Status::NoSavings{gigabyte}, "noSavings", "Original bleibt|keine Ersparnis",
-              "Das Ergebnis (1,0 GB) wäre nicht genug kleiner gewesen – Original bleibt.",
-              "Das Ergebnis (1,0 GB) wäre nicht genug kleiner gewesen – Original bleibt.", "keine Ersparnis"},
-             {Status::NoSavings{gigabyte, false}, "noSavings", "Original bleibt|keine Ersparnis",
-              "Messung: bei gleicher Qualität kaum Ersparnis – bleibt unverändert",
-              "Messung: bei gleicher Qualität kaum Ersparnis – bleibt unverändert", "keine Ersparnis"},
-             {Status::Failed{"/a.mkv: Invalid\ndata", true}, "failed",
-              "Fehler|ffprobe meldet einen Fehler: /a.mkv: Invalid data",
-              "ffprobe meldet einen Fehler: /a.mkv: Invalid data",
-              "Fehler: ffprobe meldet einen Fehler: /a.mkv: Invalid data", "Fehler"}}) {
+    for (const auto &[status, id, sentence, cell, line, page] :
+         {Case{Status::Idle{}, "idle", "bereit zum Konvertieren"}, Case{Status::Queued{}, "idle", "wartet"},
+          Case{Status::Analyzing{0.5}, "analyzing", "Qualitätsprüfung", "Qualitätsprüfung", "Qualitätssuche"},
+          Case{Status::Analyzing{0.5, false}, "analyzing", "Qualitätsprüfung", "Qualitätsprüfung",
+               "Probekodierung"},
+          Case{Status::Running{0.437}, "running", "wird konvertiert 43 % · 88 fps", "43 % · 88 fps",
+               "wird konvertiert", "kodiert 43 % · 88 fps"},
+          Case{Status::Uploading{}, "uploading", "wird hochgeladen"},
+          Case{done, "done", "Ergebnis: " + sizes, "Ergebnis: −50 %|2,0 GB → 1,0 GB", "fertig, " + sizes,
+               sizes},
+          Case{doneBut, "done", "Ergebnis: " + sizes + ". Original noch da.",
+               "Ergebnis: −50 %|2,0 GB → 1,0 GB", "fertig, " + sizes + ". Original noch da.", sizes},
+          Case{Status::NoSavings{gigabyte}, "noSavings", tooLarge, "Original bleibt|keine Ersparnis",
+               tooLarge, "keine Ersparnis"},
+          Case{Status::NoSavings{gigabyte, false}, "noSavings", measured, "Original bleibt|keine Ersparnis",
+               measured, "keine Ersparnis"},
+          Case{Status::Failed{"/a.mkv: Invalid\ndata", true}, "failed", words, "Fehler|" + words,
+               "Fehler: " + words, "Fehler"}}) {
         item.status = status;
         const FileState state = FileState::of(item);
         EXPECT_EQ(state.id(), id);
-        EXPECT_EQ(state.title() + (state.detail().empty() ? "" : "|" + state.detail()), cell);
         EXPECT_EQ(state.sentence(), sentence);
+        EXPECT_EQ(state.title() + (state.detail().empty() ? "" : "|" + state.detail()), cell);
         EXPECT_EQ(state.line(), line);
         EXPECT_EQ(state.brief(), page);
         EXPECT_EQ(state.isInWork(), isInWork(status));
@@ -94,19 +90,14 @@ TEST(FileState, saysWhyNothingHappens)
 
 TEST(FileState, aRunsPlanIsShownAsLongAsTheFileIsInIt)
 {
-    FileItem item = planned(aFilm(), [] {
-        ConversionSettings settings;
-        settings.codec = VideoCodecChoice::keepVideo;
-        return settings;
-    }());
+    FileItem item = planned(aFilm(), {.codec = VideoCodecChoice::keepVideo});
     ASSERT_TRUE(item.plan->isNoop);
     const auto hevc = std::make_shared<const ConversionSettings>();
-    SampleResult sample;
-    sample.videoBitrate = 2e6;
-    sample.qualityValue = 24;
-    sample.vmafMean = 95.15;
-    sample.vmafTarget = 95;
-    sample.megapixelsPerSecond = 50;
+    const SampleResult sample{.videoBitrate = 2e6,
+                              .vmafMean = 95.15,
+                              .megapixelsPerSecond = 50,
+                              .qualityValue = 24,
+                              .vmafTarget = 95};
     item.status = Status::Running{0.1};
     item.included = false;
     item.inRun = {hevc, PlannedFile::of(*item.info, *hevc, {.sample = &sample})};
@@ -122,8 +113,7 @@ TEST(FileState, aRunsPlanIsShownAsLongAsTheFileIsInIt)
 
 TEST(VideoText, saysWhatBecomesOfThePicture)
 {
-    ConversionSettings settings;
-    settings.resolution = TargetResolution::p720;
+    ConversionSettings settings{.resolution = TargetResolution::p720};
     const auto text = [&](const MediaInfo &info) {
         return VideoText::of(info, PlannedFile::of(info, settings, {}).plan, settings);
     };
@@ -137,24 +127,35 @@ TEST(VideoText, saysWhatBecomesOfThePicture)
     EXPECT_EQ(text(aFilm()).fate, "Video bleibt unverändert");
 }
 
-TEST(FolderProgress, isFinishedWhenNothingIsLeftToDo)
+TEST(FolderProgress, saysHowFarAFolderIs)
 {
     std::vector<FileItem> items(4, planned(aFilm()));
     std::vector<FileItem *> files;
     for (FileItem &item : items)
         files.push_back(&item);
-    EXPECT_EQ(folderProgress(files).outcome(), "");
+    const auto outcome = [&] { return folderProgress(files).outcome(); };
+    EXPECT_EQ(outcome(), "");
+    EXPECT_FALSE(folderProgress(files).isActive);
+    items[0].status = Status::Running{0.5};
+    items[1].status = Status::Failed{"x"};
+    items[2].status = items[3].status = Status::Queued{};
+    const FolderProgress progress = folderProgress(files);
+    EXPECT_EQ(std::tuple(progress.processed, progress.count, progress.fraction), std::tuple(1, 4, 1.5 / 4));
+    EXPECT_TRUE(progress.isActive && progress.isWorking);
+
+    for (FileItem &item : items) {
+        item.status = Status::Idle{};
+        item.isOfRun = false;
+    }
     items[0].status = Status::Done{2, 1};
     items[0].isOfRun = true;
-    for (std::size_t i = 1; i < items.size(); ++i)
-        items[i].isOfRun = false;
-    EXPECT_EQ(folderProgress(files).outcome(), "1 von 4 konvertiert");
+    EXPECT_EQ(outcome(), "1 von 4 konvertiert");
     EXPECT_EQ(folderProgress(files).count, 1U) << "the run's files";
     items[1].plan->isNoop = true;
     items[2].status = Status::NoSavings{2};
-    EXPECT_EQ(folderProgress(files).outcome(), "1 von 2 konvertiert");
+    EXPECT_EQ(outcome(), "1 von 2 konvertiert");
     items[3].plan->isNoop = true;
-    EXPECT_EQ(folderProgress(files).outcome(), "fertig");
+    EXPECT_EQ(outcome(), "fertig");
 }
 
 } // namespace

@@ -44,21 +44,19 @@ TEST_P(Ending, mayComeAtAnyTime)
 {
     const Moment moment = GetParam();
     ffmpeg("echo out_time_us=1000000; echo progress=continue; sleep 0.02\n" + writes(5));
-    for (int i = 0; i < 4; ++i)
-        film(std::to_string(i) + ".mkv");
+    const std::vector<std::string> films{"0.mkv", "1.mkv", "2.mkv", "3.mkv"};
+    for (const auto &name : films)
+        film(name);
     for (int round = 0; round < 200; ++round) {
-        AppModel::Options options;
-        options.settings = ConversionSettings();
-        options.settings->outputMode = OutputMode::separateFolder;
-        start(std::move(options));
+        start({.settings = ConversionSettings{.outputMode = OutputMode::separateFolder}});
         model->open(folder.path());
         if (moment != Moment::scanning) {
             ASSERT_TRUE(idle());
             model->library().setSelection({folder / "1.mkv"});
         }
         if (moment == Moment::running || moment == Moment::paused)
-            for (int i = 0; i < 4; ++i)
-                giveSample(std::to_string(i) + ".mkv");
+            for (const auto &name : films)
+                giveSample(name);
         if (moment == Moment::measuringOfRun || moment == Moment::running || moment == Moment::paused)
             model->startConversion();
         if (moment == Moment::sampling)

@@ -2,13 +2,15 @@
 
 #include <QCoreApplication>
 #include <chrono>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "model/AppModel.h"
 #include "support/Clips.h"
@@ -75,6 +77,20 @@ END)");
         standIn(toolbox, "ffmpeg", "[ \"$2\" = -filters ] && { echo libvmaf; exit; }\n" + text);
         measuresQuality = true;
     }
+    // What a measurement needs: an encode with some bytes.
+    static constexpr const char *measurable = "head -c 100000 /dev/zero > \"$last\"\n";
+    // Work of a script that notes how many do it at once; and what they noted.
+    std::string countsItself(const std::string &work) const
+    {
+        const std::string running = tool("running");
+        return "mkdir -p " + running + "; touch " + running + "/$$; ls " + running + " | wc -l >> " +
+               tool("counts") + "; " + work + "; rm " + running + "/$$\n";
+    }
+    std::vector<int> counts() const
+    {
+        std::ifstream file(toolbox / "counts");
+        return {std::istream_iterator<int>(file), {}};
+    }
     // What a conversion needs to end well: as many bytes as the original has, in tenths.
     static std::string writes(int tenths)
     {
@@ -107,15 +123,67 @@ END)");
         return eventually([this] { return !model->isBusy(); });
     }
     FileItem &item(const std::string &name) const { return *model->library().find(folder / name); }
+    // These files, scanned; `library` also gives each a sample, so that only the encode runs.
+    void scan(const std::vector<std::string> &files, AppModel::Options options = {})
+    {
+        for (const auto &file : files)
+            film(file);
+        startAndScan(std::move(options));
+    }
+    void library(const std::vector<std::string> &files, std::int64_t jobs = 1, AppModel::Options options = {})
+    {
+        options.settings.emplace().parallelJobs = jobs;
+        scan(files, std::move(options));
+        for (const auto &file : files)
+            giveSample(file);
+    }
+    void rescan()
+    {
+        model->rescan();
+        EXPECT_TRUE(idle());
+    }
+    void convert()
+    {
+        model->startConversion();
+        EXPECT_TRUE(idle());
+    }
+    void sample(std::optional<std::size_t> count = {}, const std::optional<Library::Ids> &only = {})
+    {
+        model->startSampling(count, only);
+        EXPECT_TRUE(idle());
+    }
+    void stop()
+    {
+        model->stop();
+        EXPECT_TRUE(idle());
+    }
+    template <typename Change>
+    void changeSettings(Change change)
+    {
+        ConversionSettings settings = model->settings();
+        change(settings);
+        model->setSettings(settings);
+    }
+    template <typename Wanted>
+    bool reaches(const std::string &name) const
+    {
+        return eventually([&] { return is<Wanted>(item(name).status); });
+    }
+    // A file of the stand-ins, as a word of their scripts; one that they wait for; and what makes it.
+    std::string tool(const std::string &name) const { return quoted(toolbox / name); }
+    std::string waitsFor(const std::string &name) const
+    {
+        return "while [ ! -e " + tool(name) + " ]; do sleep 0.02; done\n";
+    }
+    void go(const std::string &name = "go") const { toolbox.write(name, ""); }
     // So that no quality search is needed.
     void giveSample(const std::string &name, double bitrate = 1e6)
     {
-        SampleResult sample;
-        sample.videoBitrate = bitrate;
-        sample.heuristicBitrate = 2e6;
-        sample.megapixelsPerSecond = 50;
-        sample.qualityValue = 30;
-        sample.vmafTarget = 93;
+        const SampleResult sample{.videoBitrate = bitrate,
+                                  .megapixelsPerSecond = 50,
+                                  .heuristicBitrate = 2e6,
+                                  .qualityValue = 30,
+                                  .vmafTarget = 93};
         model->library().setSample(item(name), model->settings().videoKey(), sample);
         model->recompute();
     }

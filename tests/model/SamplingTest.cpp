@@ -6,6 +6,14 @@ namespace {
 
 class SamplingTest : public ModelTest {
 protected:
+    void makeClip()
+    {
+        model->makeProbeClip();
+        EXPECT_TRUE(idle());
+    }
+    static constexpr const char *noneNeeded =
+        "Für diese Einstellungen liegen schon Stichproben vor (oder es wird nichts neu kodiert).";
+
     std::vector<std::string> sampled() const
     {
         std::vector<std::string> files;
@@ -14,15 +22,13 @@ protected:
                 files.push_back(file->name());
         return files;
     }
-    // What a measurement needs: an encode with some bytes.
-    void measurable() { ffmpeg("head -c 100000 /dev/zero > \"$last\""); }
 };
 
 TEST_F(SamplingTest, filesAreSpreadOverTheLibraryAndTakenOnce)
 {
     for (int i = 0; i < 10; ++i)
         film(std::to_string(i) + ".mkv");
-    measurable();
+    ffmpeg(measurable);
     startAndScan();
     model->library().setIncluded({folder / "9.mkv"}, false);
     model->startSampling(3, {});
@@ -32,39 +38,29 @@ TEST_F(SamplingTest, filesAreSpreadOverTheLibraryAndTakenOnce)
     EXPECT_EQ(item("1.mkv").estimate->kind, SizeEstimate::Kind::measured);
     EXPECT_EQ(item("0.mkv").estimate->kind, SizeEstimate::Kind::calibrated) << "learnt from the others";
 
-    model->startSampling(3, {});
-    EXPECT_TRUE(idle());
+    sample(3);
     EXPECT_EQ(sampled().size(), 6U) << "others this time";
-    model->startSampling(12, {});
-    EXPECT_TRUE(idle());
+    sample(12);
     EXPECT_EQ(sampled().size(), 9U);
     model->startSampling({}, {});
-    EXPECT_EQ(model->message(),
-              "Für diese Einstellungen liegen schon Stichproben vor (oder es wird nichts neu kodiert).");
+    EXPECT_EQ(model->message(), noneNeeded);
 
-    ConversionSettings settings = model->settings();
-    settings.audioLanguages = {"eng"};
-    model->setSettings(settings);
+    changeSettings([](auto &settings) { settings.audioLanguages = {"eng"}; });
     model->startSampling({}, {});
     EXPECT_FALSE(model->isBusy()) << "the same picture";
-    settings.codec = VideoCodecChoice::keepVideo;
-    model->setSettings(settings);
+    changeSettings([](auto &settings) { settings.codec = VideoCodecChoice::keepVideo; });
     model->startSampling({}, Library::Ids{folder / "9.mkv"});
     EXPECT_EQ(model->message(), "Für diese Datei wird kein Video neu kodiert.");
-    settings.codec = VideoCodecChoice::av1SVT;
-    model->setSettings(settings);
-    model->startSampling({}, Library::Ids{folder / "3.mkv"});
-    EXPECT_TRUE(idle());
+    changeSettings([](auto &settings) { settings.codec = VideoCodecChoice::av1SVT; });
+    sample({}, Library::Ids{folder / "3.mkv"});
     EXPECT_EQ(item("3.mkv").samples.size(), 2U) << "the old one stays";
 }
 
 TEST_F(SamplingTest, aSampleWithoutATargetIsEnoughUntilSomethingMeasures)
 {
-    film("a.mkv");
-    film("b.mkv");
-    scoringFfmpeg("head -c 100000 /dev/zero > \"$last\"");
+    scoringFfmpeg(measurable);
     measuresQuality = false;
-    startAndScan();
+    scan({"a.mkv", "b.mkv"});
     const std::string key = model->settings().videoKey();
     giveSample("b.mkv"); // with a target
     model->startSampling({}, {});
@@ -72,8 +68,7 @@ TEST_F(SamplingTest, aSampleWithoutATargetIsEnoughUntilSomethingMeasures)
     EXPECT_TRUE(idle());
     EXPECT_FALSE(item("a.mkv").sample(key)->vmafTarget);
     model->startSampling({}, {});
-    EXPECT_EQ(model->message(),
-              "Für diese Einstellungen liegen schon Stichproben vor (oder es wird nichts neu kodiert).");
+    EXPECT_EQ(model->message(), noneNeeded);
 
     model->setMeasuresQuality(true);
     model->startSampling({}, {});
@@ -113,66 +108,36 @@ TEST_F(SamplingTest, whetherQualityIsMeasuredIsStoredApartFromTheSettings)
     EXPECT_TRUE(model->measuresQuality());
 }
 
-TEST_F(SamplingTest, aFailureIsToldAndTheOthersGoOn)
+TEST_F(SamplingTest, neitherAFailureNorChangedSettingsTouchTheOthers)
 {
-    film("a.mkv");
-    film("b.mkv");
-    ffmpeg("case \"$*\" in *a.mkv*) echo kaputt >&2; exit 1;; esac; head -c 100000 /dev/zero > \"$last\"");
-    startAndScan();
+    ffmpeg("echo \"$*\" >> " + tool("calls") +
+           "; case \"$*\" in *a.mkv*) echo kaputt >&2; exit 1;; esac; sleep 0.1; " + measurable);
+    scan({"a.mkv", "b.mkv"});
+    const std::string key = model->settings().videoKey();
     model->startSampling({}, {});
+    changeSettings([](auto &settings) { settings.resolution = TargetResolution::p720; });
     EXPECT_TRUE(idle());
     EXPECT_THAT(sampled(), ElementsAre("b.mkv"));
+    EXPECT_NE(item("b.mkv").sample(key), nullptr);
+    EXPECT_EQ(readFile(toolbox / "calls").find("scale"), std::string::npos) << "of another picture";
     EXPECT_EQ(model->message(),
               "Stichprobe für „a.mkv“ fehlgeschlagen: Probekodierung fehlgeschlagen: kaputt");
     EXPECT_FALSE(item("a.mkv").isSampling);
+    changeSettings([](auto &settings) { settings.resolution = TargetResolution::original; });
     model->startSampling({}, {});
-    EXPECT_TRUE(model->isBusy()) << "it can be measured again";
-    model->stop();
-    EXPECT_TRUE(idle());
-}
-
-TEST_F(SamplingTest, settingsThatChangeMeanwhileDoNotTouchIt)
-{
-    film("a.mkv");
-    film("b.mkv");
-    ffmpeg("echo \"$*\" >> " + quoted(toolbox / "calls") +
-           "; sleep 0.1; head -c 100000 /dev/zero > \"$last\"");
-    startAndScan();
-    const std::string key = model->settings().videoKey();
-    model->startSampling({}, {});
-    ConversionSettings other = model->settings();
-    other.resolution = TargetResolution::p720;
-    model->setSettings(other);
-    EXPECT_TRUE(idle());
-    for (const char *name : {"a.mkv", "b.mkv"})
-        EXPECT_NE(item(name).sample(key), nullptr);
-    EXPECT_EQ(readFile(toolbox / "calls").find("scale"), std::string::npos) << "of another picture";
+    EXPECT_EQ(model->activity().total, 1U) << "it can be measured again";
+    stop();
 }
 
 TEST_F(SamplingTest, aStopKeepsWhatIsMeasured)
 {
-    film("a.mkv");
-    film("b.mkv");
-    ffmpeg("case \"$*\" in *b.mkv*) sleep 1000;; esac; head -c 100000 /dev/zero > \"$last\"");
-    startAndScan();
+    ffmpeg(std::string("case \"$*\" in *b.mkv*) sleep 1000;; esac; ") + measurable);
+    scan({"a.mkv", "b.mkv"});
     model->startSampling({}, {});
     EXPECT_TRUE(eventually([&] { return model->activity().done == 1; }));
-    model->stop();
-    EXPECT_TRUE(idle());
+    stop();
     EXPECT_EQ(model->message(), std::nullopt);
     EXPECT_THAT(sampled(), ElementsAre("a.mkv"));
-}
-
-TEST_F(SamplingTest, aMeasurementThatShowsNoSavingsKeepsTheVideo)
-{
-    film("a.mkv");
-    startAndScan();
-    giveSample("a.mkv", 9.1e6);
-    const auto *copy = std::get_if<CopyVideo>(&item("a.mkv").plan->video);
-    ASSERT_NE(copy, nullptr);
-    EXPECT_EQ(copy->reason, "Messung: bei gleicher Qualität kaum Ersparnis – bleibt unverändert");
-    giveSample("a.mkv", 8.9e6);
-    EXPECT_EQ(item("a.mkv").plan->qualityValue, 30);
 }
 
 TEST_F(SamplingTest, aClipComesFromTheLaterPartOrIsTheWholeFile)
@@ -184,15 +149,14 @@ TEST_F(SamplingTest, aClipComesFromTheLaterPartOrIsTheWholeFile)
     fs::resize_file(film("Film.mkv"), 2'000'000); // large enough for an hour
     fs::last_write_time(folder / "Film.mkv", fs::file_time_type::clock::now() - std::chrono::hours(1));
     ffprobe("", "3600");
-    ffmpeg("echo \"$*\" > " + quoted(toolbox / "call") + "; echo clip > \"$last\"");
+    ffmpeg("echo \"$*\" > " + tool("call") + "; echo clip > \"$last\"");
     startAndScan();
     model->makeProbeClip();
     EXPECT_FALSE(model->isBusy()) << "nothing is selected";
     model->library().setSelection({folder / "Film.mkv"});
     fs::path made;
     QObject::connect(model.get(), &AppModel::clipMade, [&](const auto &clip) { made = clip; });
-    model->makeProbeClip();
-    EXPECT_TRUE(idle());
+    makeClip();
     EXPECT_EQ(made, home() / "Movies/Kestrel Probeclips/Film – Probeclip HEVC Hoch.mkv");
     EXPECT_EQ(readFile(made), "clip\n");
     EXPECT_EQ(model->message(),
@@ -203,21 +167,18 @@ TEST_F(SamplingTest, aClipComesFromTheLaterPartOrIsTheWholeFile)
     ffmpeg(
         R"(case "$*" in *'-ss 1260.000 -t 60.000 -fflags +genpts -i '*) echo 'with times' > "$last"; exit;; esac
 echo "[matroska @ 0x564652fe7b00] Can't write packet with unknown timestamp" >&2; exit 1)");
-    model->makeProbeClip();
-    EXPECT_TRUE(idle());
+    makeClip();
     EXPECT_EQ(readFile(made), "with times\n");
 
     ffmpeg("echo half > \"$last\"; echo kaputt >&2; exit 1");
-    model->makeProbeClip();
-    EXPECT_TRUE(idle());
+    makeClip();
     EXPECT_EQ(model->message(), "Probeclip fehlgeschlagen: kaputt");
     EXPECT_TRUE(model->isMessageOfProblem());
     EXPECT_THAT(names(made.parent_path()), ElementsAre(made.filename().native())) << "no partial file";
     EXPECT_EQ(readFile(made), "with times\n") << "the one from before stays";
     fs::remove_all(made.parent_path());
     std::ofstream(made.parent_path()) << "in the way";
-    model->makeProbeClip();
-    EXPECT_TRUE(idle());
+    makeClip();
     EXPECT_THAT(*model->message(), StartsWith("Probeclip fehlgeschlagen: "));
     fs::remove(made.parent_path());
 }

@@ -22,6 +22,10 @@ set +u # the library reads variables that bash leaves unset
 compopt() { :; } # there is no real completion to change
 
 failures=0
+failed() {
+    echo "FAILED: $1"
+    failures=$((failures + 1))
+}
 
 # expect WHAT LINE REPLY...: the cursor stands at the end of LINE; a line that ends in a blank begins a word.
 expect() {
@@ -36,9 +40,8 @@ expect() {
     got=$(printf '%s\n' "${COMPREPLY[@]}" | sort)
     want=$(printf '%s\n' "$@" | sort)
     [[ $got == "$want" ]] && return
-    printf 'FAILED: %s\n  line: %s\n  got:  %s\n  want: %s\n' "$what" "$COMP_LINE" "${got//$'\n'/ | }" \
-        "${want//$'\n'/ | }"
-    failures=$((failures + 1))
+    failed "$what: $COMP_LINE"
+    diff <(echo "$got") <(echo "$want")
 }
 
 # Splits as readline does: at blanks, and "=" and ":" are words of their own, unless quoted.
@@ -53,12 +56,9 @@ read_words() {
         elif [[ -n $quote ]]; then
             word+=$c
             [[ $c == "$quote" ]] && quote=''
-        elif [[ $c == ' ' ]]; then
+        elif [[ $c == [\ =:] ]]; then
             [[ $begun == yes ]] && COMP_WORDS+=("$word")
-            word='' begun=no
-        elif [[ $c == [=:] ]]; then
-            [[ $begun == yes ]] && COMP_WORDS+=("$word")
-            COMP_WORDS+=("$c")
+            [[ $c == ' ' ]] || COMP_WORDS+=("$c")
             word='' begun=no
         else
             [[ $c == [\"\'] ]] && quote=$c
@@ -98,16 +98,12 @@ expect 'the folder may be quoted' 'kestrel convert "Meine Filme" --only F' Film.
 expect 'below a folder' 'kestrel convert Meine\ Filme --only Serien\:\ Alte/' 'Serien: Alte/Folge 1.avi'
 # shellcheck disable=SC2016
 expect 'nothing typed is run' 'kestrel convert $(touch${IFS}run) --only F' ''
-[[ ! -e run ]] || { echo "FAILED: the typed word was run"; failures=$((failures + 1)); }
+[[ ! -e run ]] || failed 'the typed word was run'
 
 # Every option of the help, and no other.
-help=$("$kestrel" --help | grep -oE -- '--[a-z][a-z-]*' | sort -u)
-known=$({ grep -oE -- '--[a-z][a-z-]*' "$completion"; } | sort -u)
-if [[ $help != "$known" ]]; then
-    echo "FAILED: options of the help (<) and of the completion (>)"
-    diff <(echo "$help") <(echo "$known")
-    failures=$((failures + 1))
-fi
+options() { grep -oE -- '--[a-z][a-z-]*' | sort -u; }
+diff <("$kestrel" --help | options) <(options <"$completion") ||
+    failed 'options of the help (<) and of the completion (>)'
 
 [[ $failures -eq 0 ]] || exit 1
 echo "The completion answers as expected."

@@ -7,80 +7,56 @@ namespace kestrel {
 
 namespace {
 
-using nlohmann::json;
-
-std::optional<ConversionSettings> read(const char *text)
+std::optional<ConversionSettings> read(const std::string &text)
 {
-    return ConversionSettings::fromJson(json::parse(text));
+    return ConversionSettings::fromJson(nlohmann::json::parse(text));
 }
 
-ConversionSettings everythingElse()
-{
-    ConversionSettings settings;
-    settings.codec = VideoCodecChoice::av1SVT;
-    settings.quality = QualityLevel::small;
-    settings.resolution = TargetResolution::p720;
-    settings.audioLanguages = {"eng", "fra"};
-    settings.dropCommentary = false;
-    settings.unknownAudio = UnknownAudioPolicy::keepDefault;
-    settings.convertLosslessAudio = true;
-    settings.container = OutputContainer::mp4;
-    settings.outputMode = OutputMode::separateFolder;
-    settings.parallelJobs = -9'000'000'000;
-    settings.preventSleep = false;
-    settings.statusPage = false;
-    return settings;
-}
+// As it is written, with every field other than usual.
+const std::string everythingElse =
+    R"({"codec":"av1SVT","quality":4,"resolution":"p720","audioLanguages":["eng","fra"],)"
+    R"("dropCommentary":false,"unknownAudio":"keepDefault","convertLosslessAudio":true,)"
+    R"("container":"mp4","outputMode":"separateFolder","parallelJobs":-9000000000,)"
+    R"("preventSleep":false,"statusPage":false})";
 
 } // namespace
 
-TEST(ConversionSettings, areWrittenUnderTheirNames)
+TEST(ConversionSettings, areWrittenAndReadUnderTheirNames)
 {
-    EXPECT_EQ(everythingElse().toJson().dump(),
-              R"({"codec":"av1SVT","quality":4,"resolution":"p720","audioLanguages":["eng","fra"],)"
-              R"("dropCommentary":false,"unknownAudio":"keepDefault","convertLosslessAudio":true,)"
-              R"("container":"mp4","outputMode":"separateFolder","parallelJobs":-9000000000,)"
-              R"("preventSleep":false,"statusPage":false})");
-}
-
-TEST(ConversionSettings, readWhatTheyWrote)
-{
-    for (const auto &settings : {ConversionSettings(), everythingElse()})
-        EXPECT_EQ(ConversionSettings::fromJson(settings.toJson()), settings);
+    const ConversionSettings settings = read(everythingElse).value(), usual;
+    EXPECT_EQ(settings.toJson().dump(), everythingElse);
+    EXPECT_EQ(ConversionSettings::fromJson(usual.toJson()), usual);
+    const nlohmann::json other = settings.toJson(), defaults = usual.toJson();
+    for (const auto &[name, value] : defaults.items())
+        EXPECT_NE(value, other[name]) << name << " was not read";
+    EXPECT_EQ(settings.quality, QualityLevel::small);
+    EXPECT_EQ(settings.codec, VideoCodecChoice::av1SVT);
 }
 
 TEST(ConversionSettings, forgiveEveryFieldByItself)
 {
-    EXPECT_EQ(read("{}"), ConversionSettings());
     EXPECT_EQ(read("[]"), std::nullopt);
-    EXPECT_EQ(read(R"({"codec": 1, "quality": "high", "resolution": "p480", "audioLanguages": "deu",
-                       "dropCommentary": 0, "unknownAudio": null, "convertLosslessAudio": "true", "container": [],
-                       "outputMode": {}, "parallelJobs": 9223372036854775808, "preventSleep": 1, "statusPage": "nein",
-                       "unknown": 7})"),
-              ConversionSettings());
-    EXPECT_EQ(read(R"({"audioLanguages": ["deu", 5]})"), ConversionSettings());
+    for (
+        const char *nothing :
+        {"{}", R"({"audioLanguages": ["deu", 5]})",
+         R"({"codec": 1, "quality": "high", "resolution": "p480", "audioLanguages": "deu", "dropCommentary": 0,
+              "unknownAudio": null, "convertLosslessAudio": "true", "container": [], "outputMode": {},
+              "parallelJobs": 9223372036854775808, "preventSleep": 1, "statusPage": "nein", "unknown": 7})"})
+        EXPECT_EQ(read(nothing), ConversionSettings()) << nothing;
 
-    ConversionSettings av1;
-    av1.codec = VideoCodecChoice::av1SVT;
+    const ConversionSettings av1{.codec = VideoCodecChoice::av1SVT}, noLanguages{.audioLanguages = {}};
     for (const char *quality : {"7", "5", "-1", "18446744073709551615", "2.5", "null"})
-        EXPECT_EQ(read((R"({"codec": "av1SVT", "quality": )" + std::string(quality) + "}").c_str()), av1)
-            << quality;
-
-    ConversionSettings noLanguages;
-    noLanguages.audioLanguages.clear();
+        EXPECT_EQ(read(R"({"codec": "av1SVT", "quality": )" + std::string(quality) + "}"), av1) << quality;
     EXPECT_EQ(read(R"({"audioLanguages": []})"), noLanguages);
 }
 
 TEST(ConversionSettings, nameWhatShapesTheVideo)
 {
-    ConversionSettings settings;
-    EXPECT_EQ(settings.videoKey(), "hevcX265-2-1-original");
-    settings.container = OutputContainer::mp4;
-    settings.audioLanguages.clear();
-    settings.convertLosslessAudio = true;
-    settings.parallelJobs = 4;
-    EXPECT_EQ(settings.videoKey(), "hevcX265-2-1-original");
-    EXPECT_EQ(everythingElse().videoKey(), "av1SVT-4-1-p720");
+    for (const char *other :
+         {"{}", R"({"container": "mp4", "audioLanguages": [], "convertLosslessAudio": true,
+                                        "parallelJobs": 4})"})
+        EXPECT_EQ(read(other)->videoKey(), "hevcX265-2-1-original");
+    EXPECT_EQ(read(everythingElse)->videoKey(), "av1SVT-4-1-p720");
 }
 
 TEST(ConversionSettings, gainNothingFromMoreThanFourJobs)
@@ -97,10 +73,9 @@ TEST(ConversionSettings, gainNothingFromMoreThanFourJobs)
 
 TEST(ConversionSettings, needTheEncoderOfTheirCodec)
 {
-    Tools tools;
-    tools.encoders = "libx265";
-    EXPECT_TRUE(supports(tools, VideoCodecChoice::hevcX265));
-    EXPECT_FALSE(supports(tools, VideoCodecChoice::av1SVT));
+    const Tools x265{.encoders = "libx265"};
+    EXPECT_TRUE(supports(x265, VideoCodecChoice::hevcX265));
+    EXPECT_FALSE(supports(x265, VideoCodecChoice::av1SVT));
     EXPECT_TRUE(supports({}, VideoCodecChoice::keepVideo));
 }
 

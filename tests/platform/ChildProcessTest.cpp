@@ -1,13 +1,12 @@
 #include "platform/ChildProcess.h"
 
 #include <csignal>
-#include <fstream>
 #include <memory>
 #include <thread>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/Eventually.h"
 #include "support/Sandbox.h"
 
 namespace kestrel {
@@ -15,7 +14,6 @@ namespace kestrel {
 namespace {
 
 using namespace std::chrono_literals;
-using test::Sandbox;
 
 void ignore(std::string_view) {}
 
@@ -34,17 +32,9 @@ std::string outputOf(ChildProcess &&child)
 // Neither gone nor a zombie that nobody has reaped.
 bool isRunning(const std::string &pid)
 {
-    std::ifstream file("/proc/" + pid + "/stat");
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const std::string text = test::readFile("/proc/" + pid + "/stat");
     const auto name = text.rfind(") ");
     return name != std::string::npos && text[name + 2] != 'Z' && text[name + 2] != 'X';
-}
-
-bool ends(const std::string &pid)
-{
-    for (int i = 0; i < 500 && isRunning(pid); ++i)
-        std::this_thread::sleep_for(10ms);
-    return !isRunning(pid);
 }
 
 } // namespace
@@ -85,7 +75,7 @@ TEST(ChildProcess, takesItsHelpersAlongWhenItIsTerminated)
         },
         ignore);
     EXPECT_EQ(status, 128 + SIGTERM);
-    EXPECT_TRUE(ends(helper));
+    EXPECT_TRUE(test::eventually([&] { return !isRunning(helper); }));
     EXPECT_FALSE(child.signal(SIGTERM)) << "the number may be a stranger's by now";
 }
 
@@ -114,21 +104,20 @@ TEST(ChildProcess, diesWithTheThreadThatStartedIt)
 
 TEST(ChildProcess, diesWithItsObject)
 {
-    const Sandbox sandbox;
-    const auto file = sandbox / "pid";
+    const test::Sandbox sandbox;
+    std::string pid;
     {
-        const ChildProcess child = sh("echo $$ >" + test::quoted(file) + ".new; mv " + test::quoted(file) +
-                                      ".new " + test::quoted(file) + "; exec sleep 30");
-        while (!test::fs::exists(file))
-            std::this_thread::yield();
+        const ChildProcess child = sh("echo $$ >" + test::quoted(sandbox / "pid") + "; exec sleep 30");
+        while (!pid.ends_with('\n'))
+            pid = test::readFile(sandbox / "pid");
     }
-    const std::string pid = test::readFile(file);
-    EXPECT_FALSE(isRunning(pid.substr(0, pid.find('\n'))));
+    pid.pop_back();
+    EXPECT_FALSE(isRunning(pid));
 }
 
 TEST(ChildProcess, isNotWaitedForThroughWhatItLeavesBehind)
 {
-    const Sandbox sandbox;
+    const test::Sandbox sandbox;
     const auto late = sandbox / "late";
     EXPECT_EQ(outputOf(sh("(sleep 1; touch " + test::quoted(late) + ") & echo fertig")), "fertig\n");
     EXPECT_FALSE(test::fs::exists(late));

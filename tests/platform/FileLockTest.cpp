@@ -8,11 +8,7 @@
 #include "support/Eventually.h"
 #include "support/Sandbox.h"
 
-namespace kestrel {
-
-using test::quoted;
-using test::Sandbox;
-using test::shell;
+namespace kestrel::test {
 
 TEST(FileLock, otherProcessesRespectItAndItRespectsTheirs)
 {
@@ -30,7 +26,7 @@ TEST(FileLock, otherProcessesRespectItAndItRespectsTheirs)
     EXPECT_TRUE(shell(flock + " true"));
 
     FILE *other = ::popen((flock + " sh -c 'touch " + quoted(mark) + "; read word'").c_str(), "w");
-    EXPECT_TRUE(test::eventually([&] { return test::fs::exists(mark); }));
+    EXPECT_TRUE(eventually([&] { return fs::exists(mark); }));
     EXPECT_TRUE(FileLock::tryTake(file).isTaken());
     EXPECT_TRUE(FileLock::tryCreate(file).isTaken());
     auto waiting = std::async(std::launch::async, [&] { return FileLock::take(file).isHeld(); });
@@ -39,4 +35,4 @@ TEST(FileLock, otherProcessesRespectItAndItRespectsTheirs)
     EXPECT_TRUE(waiting.get());
 }
 
-} // namespace kestrel
+} // namespace kestrel::test

@@ -1,117 +1,112 @@
 #include "platform/Files.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "platform/Cancelled.h"
 #include "platform/Volume.h"
 #include "support/Mounts.h"
 #include "support/Sandbox.h"
 
-namespace kestrel {
+namespace kestrel::test {
 
 namespace {
 
-using test::readFile;
-using test::Sandbox;
-using test::fs::path;
+using fs::path;
 using testing::ElementsAre;
+constexpr auto isTaken = std::errc::file_exists, isMissing = std::errc::no_such_file_or_directory;
 
 template <typename Action>
 std::error_code failureOf(const Action &action)
 {
     try {
         action();
-    } catch (const test::fs::filesystem_error &error) {
+    } catch (const fs::filesystem_error &error) {
         return error.code();
     }
     return {};
 }
 
+std::error_code move(const path &from, const path &to)
+{
+    return failureOf([&] { Files::moveToFreeName(from, to); });
+}
+
+std::stop_token stopped()
+{
+    std::stop_source source;
+    source.request_stop();
+    return source.get_token();
+}
+
+class FilesTest : public testing::Test {
+protected:
+    const Sandbox sandbox;
+    const path file = sandbox.write("Film.mkv", "neu");
+};
+
 } // namespace
 
-TEST(Files, neverMovesOverAnything)
+// The file system of the tests; and two shares that know no rename that replaces nothing, of which the second
+// knows no links either.
+TEST_F(FilesTest, neverMovesOverAnything)
 {
-    const Sandbox sandbox;
-    const auto file = sandbox.write("Film.mkv", "neu");
-    sandbox.write("besetzt.mkv", "alt");
-    test::fs::create_directory(sandbox / "Ordner.mkv");
-    test::fs::create_symlink("nirgends", sandbox / "Link.mkv");
-    for (const char *name : {"besetzt.mkv", "Ordner.mkv", "Link.mkv"})
-        EXPECT_EQ(failureOf([&] { Files::moveToFreeName(file, sandbox / name); }), std::errc::file_exists)
-            << name;
-    EXPECT_EQ(readFile(sandbox / "besetzt.mkv"), "alt");
-    EXPECT_TRUE(test::fs::is_symlink(sandbox / "Link.mkv") && Files::exists(sandbox / "Link.mkv"));
-
-    Files::moveToFreeName(file, sandbox / "frei.mkv");
-    EXPECT_EQ(readFile(sandbox / "frei.mkv"), "neu");
-    EXPECT_FALSE(Files::exists(file));
-}
-
-// Neither of the two knows a rename that replaces nothing; the second one knows no links either.
-TEST(Files, neverMovesOverAnythingOnAShare)
-{
-    const Sandbox sandbox;
     for (const char *name : {"a", "b"})
-        test::fs::create_directory(sandbox / name);
-    const auto linking = test::Mount::share(sandbox / "a", sandbox / "nas");
-    SKIP_WITHOUT(linking);
-    const auto linkless = test::Mount::sshfs(sandbox / "b", sandbox / "server", "disable_hardlink");
-    SKIP_WITHOUT(linkless);
-    for (const path &share : {sandbox / "nas", sandbox / "server"}) {
-        const path file = sandbox.write(share / "Film.mkv", "neu"), other = share / "besetzt.mkv";
-        sandbox.write(other, "alt");
-        EXPECT_EQ(failureOf([&] { Files::moveToFreeName(file, other); }), std::errc::file_exists) << share;
-        EXPECT_EQ(failureOf([&] { Files::moveToFreeName(share / "fehlt", share / "x"); }),
-                  std::errc::no_such_file_or_directory)
-            << share;
-        EXPECT_EQ(readFile(other), "alt");
-        Files::moveToFreeName(file, share / "frei.mkv");
-        EXPECT_EQ(readFile(share / "frei.mkv"), "neu");
-        test::fs::create_directory(share / "Ordner");
-        Files::moveToFreeName(share / "Ordner", share / "Anderer");
-        EXPECT_THAT(test::names(share), ElementsAre("Anderer", "besetzt.mkv", "frei.mkv"));
+        fs::create_directory(sandbox / name);
+    const auto linking = Mount::share(sandbox / "a", sandbox / "nas");
+    const auto linkless = Mount::sshfs(sandbox / "b", sandbox / "server", "disable_hardlink");
+    for (const path &folder : {sandbox.path() / "local", sandbox / "nas", sandbox / "server"}) {
+        SCOPED_TRACE(folder);
+        const path film = sandbox.write(folder / "Film.mkv", "neu");
+        sandbox.write(folder / "besetzt.mkv", "alt");
+        fs::create_directory(folder / "Ordner.mkv");
+        fs::create_symlink("nirgends", folder / "Link.mkv");
+        for (const char *name : {"besetzt.mkv", "Ordner.mkv", "Link.mkv"})
+            EXPECT_EQ(move(film, folder / name), isTaken) << name;
+        EXPECT_EQ(move(folder / "fehlt", folder / "x"), isMissing);
+        EXPECT_EQ(readFile(folder / "besetzt.mkv"), "alt");
+        EXPECT_TRUE(fs::is_symlink(folder / "Link.mkv") && Files::exists(folder / "Link.mkv"));
+        EXPECT_EQ(move(film, folder / "frei.mkv"), std::error_code());
+        EXPECT_EQ(readFile(folder / "frei.mkv"), "neu");
+        EXPECT_EQ(move(folder / "Ordner.mkv", folder / "Anderer"), std::error_code());
+        EXPECT_THAT(names(folder), ElementsAre("Anderer", "Link.mkv", "besetzt.mkv", "frei.mkv"));
     }
+    SKIP_WITHOUT(linking);
+    SKIP_WITHOUT(linkless);
 }
 
-TEST(Files, endsAMoveThatWasCutOffBetweenTwoNames)
+TEST_F(FilesTest, endsAMoveThatWasCutOffBetweenTwoNames)
 {
-    const Sandbox sandbox;
-    const auto file = sandbox.write("Film.mkv", "neu");
-    test::fs::create_hard_link(file, sandbox / "Ziel.mkv");
-    EXPECT_TRUE(Files::areNamesOfOneFile(file, sandbox / "Ziel.mkv"));
-    Files::moveToFreeName(file, sandbox / "Ziel.mkv");
-    EXPECT_THAT(test::names(sandbox.path()), ElementsAre("Ziel.mkv"));
-    EXPECT_EQ(readFile(sandbox / "Ziel.mkv"), "neu");
+    const path target = sandbox / "Ziel.mkv";
+    fs::create_hard_link(file, target);
+    EXPECT_TRUE(Files::areNamesOfOneFile(file, target));
+    EXPECT_EQ(move(file, target), std::error_code());
+    EXPECT_THAT(names(sandbox.path()), ElementsAre("Ziel.mkv"));
+    EXPECT_EQ(readFile(target), "neu");
 
     // A link to a file, and a file under its own name, are no second names of it.
-    test::fs::create_symlink("Ziel.mkv", sandbox / "Link.mkv");
-    for (const path &name : {sandbox / "Link.mkv", sandbox / "Ziel.mkv"}) {
-        EXPECT_FALSE(Files::areNamesOfOneFile(name, sandbox / "Ziel.mkv"));
-        EXPECT_EQ(failureOf([&] { Files::moveToFreeName(sandbox / "Ziel.mkv", name); }),
-                  std::errc::file_exists)
-            << name;
-        EXPECT_EQ(readFile(sandbox / "Ziel.mkv"), "neu");
+    fs::create_symlink("Ziel.mkv", sandbox / "Link.mkv");
+    for (const path &name : {sandbox / "Link.mkv", target}) {
+        EXPECT_FALSE(Files::areNamesOfOneFile(name, target));
+        EXPECT_EQ(move(target, name), isTaken) << name;
+        EXPECT_EQ(readFile(target), "neu");
     }
 }
 
-TEST(Files, comparesEveryByte)
+TEST_F(FilesTest, comparesEveryByte)
 {
-    const Sandbox sandbox;
     const std::string content(9'000'000, 'x');
-    const auto file = sandbox.write("a", content);
-    EXPECT_TRUE(Files::haveSameBytes(file, sandbox.write("b", content), {}));
-    EXPECT_FALSE(Files::haveSameBytes(file, sandbox.write("b", content + "x"), {}));
-    EXPECT_FALSE(Files::haveSameBytes(file, sandbox.write("b", content.substr(1) + "y"), {}));
-    std::stop_source stopped;
-    stopped.request_stop();
-    EXPECT_THROW(Files::haveSameBytes(file, file, stopped.get_token()), Cancelled);
+    sandbox.write("a", content);
+    const auto isSame = [&](const std::string &other, std::stop_token stop = {}) {
+        return Files::haveSameBytes(sandbox / "a", sandbox.write("b", other), std::move(stop));
+    };
+    EXPECT_TRUE(isSame(content));
+    EXPECT_FALSE(isSame(content + "x"));
+    EXPECT_FALSE(isSame(content.substr(1) + "y"));
+    EXPECT_THROW(isSame(content, stopped()), Cancelled);
 }
 
-TEST(Files, tellsVersionsOfAFileApart)
+TEST_F(FilesTest, tellsVersionsOfAFileApart)
 {
-    const Sandbox sandbox;
-    const auto file = sandbox.write("Film.mkv", "eins");
     const Files::Attributes first = Files::attributes(file);
     EXPECT_TRUE(first.sameVersion(Files::attributes(file)));
     EXPECT_TRUE(first.isRegular);
@@ -119,83 +114,61 @@ TEST(Files, tellsVersionsOfAFileApart)
     sandbox.write("Film.mkv", "zwei!");
     Files::setModified(file, first.modified);
     EXPECT_FALSE(first.sameVersion(Files::attributes(file))) << "size";
-    sandbox.write("Film.mkv", "drei");
+    sandbox.write("Film.mkv", "alt");
     Files::setModified(file, {first.modified.tv_sec, (first.modified.tv_nsec + 1000) % 1'000'000'000});
     EXPECT_FALSE(first.sameVersion(Files::attributes(file))) << "time";
-    sandbox.write("anders", "vier");
-    Files::setModified(sandbox / "anders", first.modified);
+    Files::setModified(sandbox.write("anders", "neu"), first.modified);
     Files::moveOver(sandbox / "anders", file);
     EXPECT_FALSE(first.sameVersion(Files::attributes(file))) << "another file";
 }
 
-TEST(Files, copiesTheContentOverAnOldFile)
+TEST_F(FilesTest, copiesTheContentOverAnOldFileUntilItIsStopped)
 {
-    const Sandbox sandbox;
     const std::string content(5'000'000, 'x');
-    const auto source = sandbox.write("Film.mkv", content);
-    const auto target = sandbox.write("Kopie.mkv", std::string(6'000'000, 'y'));
+    const path source = sandbox.write("Quelle.mkv", content);
+    const path target = sandbox.write("Kopie.mkv", std::string(6'000'000, 'y'));
     Files::copy(source, target, {});
-    EXPECT_TRUE(readFile(target) == content);
-    EXPECT_EQ(failureOf([&] { Files::copy(sandbox / "fehlt", target, {}); }),
-              std::errc::no_such_file_or_directory);
-    EXPECT_TRUE(readFile(target) == content); // an unreadable source has not emptied the target
+    EXPECT_EQ(failureOf([&] { Files::copy(sandbox / "fehlt", target, {}); }), isMissing);
+    EXPECT_TRUE(readFile(target) == content) << "an unreadable source has not emptied the target";
+    EXPECT_THROW(Files::copy(source, sandbox / "halb.mkv", stopped()), Cancelled);
+    EXPECT_EQ(readFile(sandbox / "halb.mkv"), "");
+    EXPECT_TRUE(readFile(source) == content);
 }
 
-TEST(Files, stopsCopyingWhenAskedTo)
+TEST_F(FilesTest, reportsAFullVolume)
 {
-    const Sandbox sandbox;
-    const auto source = sandbox.write("Film.mkv", "Inhalt");
-    std::stop_source stopped;
-    stopped.request_stop();
-    EXPECT_THROW(Files::copy(source, sandbox / "Kopie.mkv", stopped.get_token()), Cancelled);
-    EXPECT_EQ(readFile(sandbox / "Kopie.mkv"), "");
-    EXPECT_EQ(readFile(source), "Inhalt");
-}
-
-TEST(Files, reportsAFullVolume)
-{
-    const Sandbox sandbox;
-    const auto mount = test::Mount::tmpfs(sandbox / "klein", 1 << 20);
+    const auto mount = Mount::tmpfs(sandbox / "klein", 1 << 20);
     SKIP_WITHOUT(mount);
     EXPECT_EQ(Volume::freeBytes(sandbox / "klein"), 1 << 20);
-    const auto source = sandbox.write("Film.mkv", std::string((1 << 20) + 1, 'x'));
-    EXPECT_EQ(failureOf([&] { Files::copy(source, sandbox / "klein/Film.mkv", {}); }),
+    EXPECT_EQ(Volume::freeBytes(sandbox / "fehlt"), std::nullopt);
+    sandbox.write("Film.mkv", std::string((1 << 20) + 1, 'x'));
+    EXPECT_EQ(failureOf([&] { Files::copy(file, sandbox / "klein/Film.mkv", {}); }),
               std::errc::no_space_on_device);
 }
 
-TEST(Files, replacesASmallFileAsAWhole)
+TEST_F(FilesTest, replacesASmallFileAsAWhole)
 {
-    const Sandbox sandbox;
-    const auto file = sandbox / "journal.json";
     Files::writeAtomically(file, "erste, lange Fassung");
     Files::writeAtomically(file, "zweite");
     EXPECT_EQ(Files::readAll(file), "zweite");
-    EXPECT_THAT(test::names(sandbox.path()), ElementsAre("journal.json"));
+    EXPECT_THAT(names(sandbox.path()), ElementsAre("Film.mkv"));
 
     // Where the new content cannot be prepared, the old one stays.
-    test::fs::create_directory(sandbox / "journal.json.new");
+    fs::create_directory(sandbox / "Film.mkv.new");
     EXPECT_EQ(failureOf([&] { Files::writeAtomically(file, "dritte"); }), std::errc::is_a_directory);
     EXPECT_EQ(Files::readAll(file), "zweite");
 }
 
-TEST(Files, comparesLocationsBySpelling)
+TEST_F(FilesTest, comparesLocationsBySpelling)
 {
-    const struct {
-        const char *path, *expected;
-    } cases[] = {
-        {"/a/b", "/a/b"},      {"/a/b/", "/a/b"}, {"/a/./c/../b/.", "/a/b"},
-        {"//a///b//", "/a/b"}, {"/", "/"},        {"/..", "/"},
-    };
-    for (const auto &[given, expected] : cases)
+    for (const auto &[given, expected] : {std::pair("/a/b", "/a/b"),
+                                          {"/a/b/", "/a/b"},
+                                          {"/a/./c/../b/.", "/a/b"},
+                                          {"//a///b//", "/a/b"},
+                                          {"/", "/"},
+                                          {"/..", "/"}})
         EXPECT_EQ(Files::standardized(given).native(), expected) << given;
-    EXPECT_EQ(Files::standardized("Filme/").native(), (test::fs::current_path() / "Filme").native());
+    EXPECT_EQ(Files::standardized("Filme/").native(), (fs::current_path() / "Filme").native());
 }
 
-TEST(Volume, cannotTellTheSpaceWhereNothingIs)
-{
-    const Sandbox sandbox;
-    EXPECT_GT(Volume::freeBytes(sandbox.path()).value_or(0), 0);
-    EXPECT_EQ(Volume::freeBytes(sandbox / "fehlt"), std::nullopt);
-}
-
-} // namespace kestrel
+} // namespace kestrel::test

@@ -17,6 +17,8 @@ namespace kestrel {
 
 namespace {
 
+using namespace std::chrono_literals;
+
 // Runs an action in a process of its own; its answer is read once that process has ended.
 class Instance {
 public:
@@ -43,24 +45,14 @@ bool isAlone()
 
 } // namespace
 
-TEST(InstanceLock, tellsWhetherAnotherInstanceRuns)
-{
-    EXPECT_TRUE(Instance(isAlone).answer());
-    std::optional<InstanceLock> first(std::in_place);
-    EXPECT_TRUE(first->isAlone());
-    first->share();
-    EXPECT_FALSE(Instance(isAlone).answer());
-    first.reset();
-    EXPECT_TRUE(Instance(isAlone).answer());
-}
-
 TEST(InstanceLock, letsALaterInstanceWaitUntilTheFirstHasCleanedUp)
 {
     const test::Sandbox sandbox;
     const auto cleaned = sandbox / "cleaned";
     InstanceLock first;
+    EXPECT_TRUE(first.isAlone());
     const Instance later([&] { return !isAlone() && test::fs::exists(cleaned); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // time to get ahead, were it not to wait
+    std::this_thread::sleep_for(100ms); // time to get ahead, were it not to wait
     sandbox.write("cleaned", "");
     first.share();
     EXPECT_TRUE(later.answer());
@@ -68,20 +60,22 @@ TEST(InstanceLock, letsALaterInstanceWaitUntilTheFirstHasCleanedUp)
 
 TEST(InstanceLock, neitherWaitsForEverNorLosesWhatItHas)
 {
-    InstanceLock first;
+    std::optional<InstanceLock> first(std::in_place);
     std::stop_source stop;
     std::jthread later([&] { EXPECT_THROW(InstanceLock(stop.get_token()), Cancelled); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    std::this_thread::sleep_for(100ms);
     stop.request_stop();
     later.join();
 
-    first.share();
+    first->share();
     std::optional<InstanceLock> second(std::in_place);
     EXPECT_FALSE(second->isAlone());
-    EXPECT_FALSE(first.becomeAlone());
+    EXPECT_FALSE(first->becomeAlone());
     second.reset();
     EXPECT_FALSE(Instance(isAlone).answer()) << "the attempt has not cost the first one its place";
-    EXPECT_TRUE(first.becomeAlone());
+    EXPECT_TRUE(first->becomeAlone());
+    first.reset();
+    EXPECT_TRUE(Instance(isAlone).answer());
 }
 
 TEST(InstanceLock, countsAsAloneWhereNoLockCanBeKept)

@@ -1,6 +1,5 @@
 #include "platform/TemporaryFolder.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "platform/Paths.h"
@@ -45,12 +44,11 @@ TEST(TemporaryFolder, isRemovedWithItsContentAndOnlyWhenNobodyUsesIt)
 TEST(TemporaryFolder, nobodyElsesFolderIsTakenForAbandoned)
 {
     const std::string uuid = freshUuid();
-    std::vector<fs::path> others{made("Anderes"),
-                                 made("Kestrel-1"),
-                                 made("Kestrel-Urlaub"),
-                                 made("Kestrel-" + uuid + "-2"),
-                                 made("Kestrel-0b5c2a4e-58d3-4a8c-9d51-3f8a4d2e6b70"),
-                                 made("Kestrel-" + freshUuid(), 0755)};
+    std::vector<fs::path> others{made("Kestrel-" + freshUuid(), 0755)};
+    for (const char *name :
+         {"Anderes", "Kestrel-1", "Kestrel-Urlaub", "Kestrel-0b5c2a4e-58d3-4a8c-9d51-3f8a4d2e6b70"})
+        others.push_back(made(name));
+    others.push_back(made("Kestrel-" + uuid + "-2"));
     const fs::path link = Paths::temporary() / ("Kestrel-" + uuid);
     fs::create_directory_symlink(others.front(), link);
     if (::geteuid() == 0) {

@@ -15,22 +15,24 @@ namespace {
 using test::picture;
 using test::scene;
 
-std::array<double, 4> vif(const LumaFrame &reference, const LumaFrame &distorted)
+struct Seen {
+    std::array<double, 4> vif;
+    double adm2, motion;
+};
+
+Seen seen(const LumaFrame &reference, const LumaFrame &distorted)
 {
     Scratch scratch;
-    return Features::vif(reference, distorted, scratch);
+    return {Features::vif(reference, distorted, scratch), Features::adm2(reference, distorted, scratch),
+            Features::motion(reference, distorted, scratch)};
 }
 
-double adm2(const LumaFrame &reference, const LumaFrame &distorted)
+void expectNear(const Seen &seen, const Seen &expected, double tolerance, double motionTolerance)
 {
-    Scratch scratch;
-    return Features::adm2(reference, distorted, scratch);
-}
-
-double motion(const LumaFrame &previous, const LumaFrame &frame)
-{
-    Scratch scratch;
-    return Features::motion(previous, frame, scratch);
+    for (std::size_t scale = 0; scale < expected.vif.size(); ++scale)
+        EXPECT_NEAR(seen.vif[scale], expected.vif[scale], tolerance) << scale;
+    EXPECT_NEAR(seen.adm2, expected.adm2, tolerance);
+    EXPECT_NEAR(seen.motion, expected.motion, motionTolerance);
 }
 
 LumaFrame flat(int width, int height, int value)
@@ -59,43 +61,31 @@ TEST(Features, findNothingLostInEqualPictures)
         SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
         for (const LumaFrame &frame : {scene(width, height), scene(width, height, 10), flat(width, height, 0),
                                        flat(width, height, 255)}) {
-            for (const double scale : vif(frame, frame))
-                EXPECT_NEAR(scale, 1, 1e-4);
-            EXPECT_NEAR(adm2(frame, frame), 1, 1e-6);
-            EXPECT_EQ(motion(frame, frame), 0);
+            expectNear(seen(frame, frame), {{1, 1, 1, 1}, 1, 0}, 1e-4, 0);
+            EXPECT_NEAR(seen(frame, frame).adm2, 1, 1e-6);
         }
     }
+    const Seen brighter = seen(flat(40, 40, 30), flat(40, 40, 200)); // no detail is lost
+    expectNear(brighter, {{1, 1, 1, 1}, 1, 170}, 1e-6, 1e-3);
+    EXPECT_EQ(brighter.vif, (std::array<double, 4>{1, 1, 1, 1}));
 }
 
-TEST(Features, doNotMindAnotherBrightnessWithoutDetail)
-{
-    const LumaFrame dark = flat(40, 40, 30), bright = flat(40, 40, 200);
-    EXPECT_EQ(vif(dark, bright), (std::array<double, 4>{1, 1, 1, 1}));
-    EXPECT_NEAR(adm2(dark, bright), 1, 1e-6);
-    EXPECT_NEAR(motion(dark, bright), 170, 1e-3);
-}
-
-TEST(Features, countWhatIsAddedToAFlatPicture)
+// Over the first scale; the reduced pictures of stripes are flat.
+TEST(Features, countWhatIsAddedOrLostAsInformation)
 {
     // A window's mean of stripes is the alternating sum of its weights away from 120.
     const double mean =
         20 * (7784 - 2 * 7455 + 2 * 6547 - 2 * 5274 + 2 * 3896 - 2 * 2640 + 2 * 1640 - 2 * 935 + 2 * 489) /
         65536.0;
-    const double variance = 20 * 20 - mean * mean;
-    const auto scores = vif(flat(64, 32, 120), stripes(64, 32, 20));
-    EXPECT_NEAR(scores[0], 1 - variance * 4 / (255.0 * 255.0), 1e-4);
-    EXPECT_NEAR(scores[3], 1, 1e-3); // the reduced pictures are flat both
-}
-
-TEST(Features, countHalvedContrastAsLessInformation)
-{
-    const auto scores = vif(stripes(64, 32, 40), stripes(64, 32, 20));
-    EXPECT_NEAR(scores[0], std::log2(1 + 0.25 * 1600 / 2) / std::log2(1 + 1600 / 2.0), 1e-3);
-}
-
-TEST(Features, findNothingKeptInANegative)
-{
-    EXPECT_EQ(vif(stripes(64, 32, 40), stripes(64, 32, -40))[0], 0);
+    const double added = 1 - (20 * 20 - mean * mean) * 4 / (255.0 * 255.0);
+    const double halved = std::log2(1 + 0.25 * 1600 / 2) / std::log2(1 + 1600 / 2.0);
+    const auto vif = [](int before, int after) {
+        return seen(stripes(64, 32, before), stripes(64, 32, after)).vif;
+    };
+    EXPECT_NEAR(vif(0, 20)[0], added, 1e-4);
+    EXPECT_NEAR(vif(0, 20)[3], 1, 1e-3);
+    EXPECT_NEAR(vif(40, 20)[0], halved, 1e-3);
+    EXPECT_EQ(vif(40, -40)[0], 0) << "a negative keeps nothing";
 }
 
 TEST(Features, countHalvedContrastAsLessDetail)
@@ -110,23 +100,26 @@ TEST(Features, countHalvedContrastAsLessDetail)
         noise += 3 * std::cbrt(inside(w) * inside(h) / 32.0);
     const double places = inside(width / 2) * inside(height / 2);
     const double original = std::cbrt(places) * 80 * visible, kept = original / 2;
-    EXPECT_NEAR(adm2(stripes(width, height, 40), stripes(width, height, 20)),
+    EXPECT_NEAR(seen(stripes(width, height, 40), stripes(width, height, 20)).adm2,
                 (kept + noise) / (original + noise), 2e-4);
     // More contrast than the source is no gain.
-    EXPECT_NEAR(adm2(stripes(width, height, 20), stripes(width, height, 40)),
+    EXPECT_NEAR(seen(stripes(width, height, 20), stripes(width, height, 40)).adm2,
                 (original + noise) / (kept + noise), 2e-4);
 }
 
 TEST(Features, countAShiftedEdgeAsMotion)
 {
-    const auto edge = [](int at, int depth) {
-        return picture(
-            50, 30, [at](int x, int) { return x < at ? 40 : 90; }, depth);
+    const auto motion = [](int before, int after, int depth) {
+        const auto edge = [&](int at) {
+            return picture(
+                50, 30, [at](int x, int) { return x < at ? 40 : 90; }, depth);
+        };
+        return seen(edge(before), edge(after)).motion;
     };
     // One column of fifty differs by 50; the blur spreads it and loses nothing.
-    EXPECT_NEAR(motion(edge(20, 8), edge(21, 8)), 1, 1e-4);
-    EXPECT_NEAR(motion(edge(20, 10), edge(23, 10)), 3, 1e-4);
-    EXPECT_NEAR(motion(edge(21, 16), edge(20, 16)), 1, 1e-4);
+    EXPECT_NEAR(motion(20, 21, 8), 1, 1e-4);
+    EXPECT_NEAR(motion(20, 23, 10), 3, 1e-4);
+    EXPECT_NEAR(motion(21, 20, 16), 1, 1e-4);
 }
 
 // What stands beyond an edge is made up from what stands before it, on each side in its own way.
@@ -146,57 +139,32 @@ TEST(Features, treatAllEdgesAlike)
     for (const auto &[width, height] : {Size{17, 30}, Size{33, 23}, Size{22, 19}}) {
         SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
         const LumaFrame a = scene(width, height), b = scene(width, height, 8, 1);
-        const LumaFrame swappedA = mapped(a, true, false), swappedB = mapped(b, true, false);
-        const LumaFrame flippedA = mapped(a, false, true), flippedB = mapped(b, false, true);
-        const auto scores = vif(a, b), swapped = vif(swappedA, swappedB);
-        for (std::size_t i = 0; i < scores.size(); ++i)
-            EXPECT_NEAR(scores[i], swapped[i], 1e-5);
-        EXPECT_NEAR(scores[0], vif(flippedA, flippedB)[0], 1e-5); // the others begin in a corner
-        EXPECT_NEAR(adm2(a, b), adm2(swappedA, swappedB), 1e-5);
-        EXPECT_NEAR(motion(a, b), motion(swappedA, swappedB), 1e-4);
-        EXPECT_NEAR(motion(a, b), motion(flippedA, flippedB), 1e-4);
+        const Seen as = seen(a, b), swapped = seen(mapped(a, true, false), mapped(b, true, false)),
+                   flipped = seen(mapped(a, false, true), mapped(b, false, true));
+        expectNear(swapped, as, 1e-5, 1e-4);
+        EXPECT_NEAR(flipped.vif[0], as.vif[0], 1e-5); // the others begin in a corner
+        EXPECT_NEAR(flipped.motion, as.motion, 1e-4);
     }
 }
 
 TEST(Features, doNotDependOnTheDepth)
 {
-    const LumaFrame reference = scene(70, 50), distorted = scene(70, 50, 8, 1);
-    for (const int depth : {9, 10, 12, 16}) {
-        const LumaFrame deepReference = scene(70, 50, depth), deepDistorted = scene(70, 50, depth, 1);
-        EXPECT_EQ(vif(reference, distorted), vif(deepReference, deepDistorted));
-        EXPECT_EQ(adm2(reference, distorted), adm2(deepReference, deepDistorted));
-        EXPECT_EQ(motion(reference, distorted), motion(deepReference, deepDistorted));
-    }
-}
-
-TEST(Features, seeASinglePixel)
-{
-    const LumaFrame reference = scene(64, 64);
-    LumaFrame distorted = reference;
-    distorted.samples[32 * 64 + 32] ^= 0x40;
-    const auto scores = vif(reference, distorted);
-    EXPECT_LT(scores[0], 0.99);
-    EXPECT_LT(adm2(reference, distorted), 0.9995);
-    EXPECT_NEAR(motion(reference, distorted), 64.0 / (64 * 64), 1e-5);
+    const auto deep = [](int depth) { return seen(scene(70, 50, depth), scene(70, 50, depth, 1)); };
+    for (const int depth : {9, 10, 12, 16})
+        expectNear(deep(depth), deep(8), 0, 0);
 }
 
 // Every instruction set of this processor, down to the one that all have.
 TEST(Features, areTheSameOnEveryProcessor)
 {
     const LumaFrame reference = scene(131, 67, 10), distorted = scene(131, 67, 10, 2);
-    const auto vifHere = vif(reference, distorted);
-    const double admHere = adm2(reference, distorted), motionHere = motion(reference, distorted);
+    const Seen here = seen(reference, distorted);
     int tried = 0;
-    for (std::int64_t targets = hwy::SupportedTargets(); targets != 0; targets &= targets - 1) {
+    for (std::int64_t targets = hwy::SupportedTargets(); targets != 0; targets &= targets - 1, ++tried) {
         const std::int64_t target = targets & -targets;
         hwy::SetSupportedTargetsForTest(target);
         SCOPED_TRACE(hwy::TargetName(target));
-        const auto scores = vif(reference, distorted);
-        for (std::size_t i = 0; i < scores.size(); ++i)
-            EXPECT_NEAR(scores[i], vifHere[i], 1e-5);
-        EXPECT_NEAR(adm2(reference, distorted), admHere, 1e-5);
-        EXPECT_NEAR(motion(reference, distorted), motionHere, 1e-4);
-        ++tried;
+        expectNear(seen(reference, distorted), here, 1e-5, 1e-4);
         hwy::SetSupportedTargetsForTest(0);
     }
     EXPECT_GE(tried, 2);

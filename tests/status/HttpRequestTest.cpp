@@ -1,36 +1,28 @@
 #include "status/HttpRequest.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace kestrel {
-namespace {
+
+using testing::Eq;
+using testing::FieldsAre;
+using testing::Optional;
 
 TEST(HttpRequest, takesMethodPathAndHost)
 {
-    const auto request = HttpRequest::parse(
-        "GET  /status.json?x=1&y=/ HTTP/1.1\r\nAccept: */*\r\nhOsT:  Pc.local:8765 \r\n\r\n");
-    ASSERT_TRUE(request);
-    EXPECT_EQ(request->method, "GET");
-    EXPECT_EQ(request->path, "/status.json");
-    EXPECT_EQ(request->host, "Pc.local:8765");
-    EXPECT_FALSE(request->hasSeveralHosts);
-
-    EXPECT_EQ(HttpRequest::parse("GET\r\n\r\n")->path, "/");
-    EXPECT_EQ(HttpRequest::parse("GET\r\n\r\n")->host, std::nullopt);
-    EXPECT_EQ(HttpRequest::parse("nonsense\r\n\r\n")->method, "nonsense");
-    EXPECT_TRUE(HttpRequest::parse("GET / HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n")->hasSeveralHosts);
-
-    EXPECT_FALSE(HttpRequest::parse("\r\n\r\n"));
-    EXPECT_FALSE(HttpRequest::parse("   \r\n\r\n"));
-    EXPECT_FALSE(HttpRequest::parse("GET /\xff HTTP/1.1\r\n\r\n"));
+    const auto &parse = HttpRequest::parse;
+    EXPECT_THAT(parse("GET  /status.json?x=1&y=/ HTTP/1.1\r\nAccept: */*\r\nhOsT:  Pc.local:8765 \r\n\r\n"),
+                Optional(FieldsAre("GET", "/status.json", Optional(std::string("Pc.local:8765")), false)));
+    EXPECT_THAT(parse("GET\r\n\r\n"), Optional(FieldsAre("GET", "/", Eq(std::nullopt), false)));
+    EXPECT_THAT(parse("nonsense\r\n\r\n"), Optional(FieldsAre("nonsense", "/", Eq(std::nullopt), false)));
+    EXPECT_TRUE(parse("GET / HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n")->hasSeveralHosts);
+    for (const char *head : {"\r\n\r\n", "   \r\n\r\n", "GET /\xff HTTP/1.1\r\n\r\n"})
+        EXPECT_FALSE(parse(head)) << head;
 }
 
 TEST(HttpRequest, readsTheNameOfAHost)
 {
-    struct Case {
-        std::string host, name;
-        bool isInDigits;
-    };
+    using Case = std::tuple<std::string, std::string, bool>;
     for (const auto &[host, name, isInDigits] :
          std::vector<Case>{{"192.168.178.20:8765", "192.168.178.20", true},
                            {"[FE80::1%25en0]:8765", "fe80::1%25en0", true},
@@ -44,5 +36,4 @@ TEST(HttpRequest, readsTheNameOfAHost)
     }
 }
 
-} // namespace
 } // namespace kestrel

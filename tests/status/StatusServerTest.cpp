@@ -5,14 +5,12 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <fstream>
 #include <future>
 #include <mutex>
 #include <set>
 #include <thread>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "platform/Network.h"
 #include "status/StatusPage.h"
@@ -27,9 +25,15 @@ using namespace std::chrono_literals;
 using test::connected;
 using test::received;
 using test::sent;
+using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
+
+std::string get(const std::string &path, const std::string &headers = "")
+{
+    return "GET " + path + " HTTP/1.1\r\n" + headers + "\r\n";
+}
 
 // Answers "/" with "page", "/slow" once it is told to, "/medium" and "/large" with a body beyond most
 // buffers and beyond all.
@@ -47,22 +51,22 @@ protected:
         error = state.get_future().get();
         return wanted;
     }
-    std::string ask(std::string_view request, std::chrono::milliseconds patience = 5s) const
+    FileDescriptor asked(std::string_view request) const
     {
-        const FileDescriptor socket = connected(port);
+        FileDescriptor socket = connected(port);
         sent(socket, request);
-        return received(socket, patience);
+        return socket;
     }
-    bool isServed() const { return ask("GET / HTTP/1.1\r\n\r\n").ends_with("\r\n\r\npage"); }
+    std::string ask(std::string_view request) const { return received(asked(request)); }
+    bool isServed() const { return ask(get("/")).ends_with("\r\n\r\npage"); }
 
     void answer(const std::string &path, StatusServer::Reply reply)
     {
+        using Response = StatusServer::Response;
         if (path == "/")
-            return reply(StatusServer::Response{200, "text/html; charset=utf-8", "page"});
-        if (path == "/medium")
-            return reply(StatusServer::Response{200, "text/plain", std::string(2'000'000, 'x')});
-        if (path == "/large")
-            return reply(StatusServer::Response{200, "text/plain", std::string(20'000'000, 'x')});
+            return reply(Response{200, "text/html; charset=utf-8", "page"});
+        if (path == "/medium" || path == "/large")
+            return reply(Response::text(std::string(path == "/large" ? 20'000'000 : 2'000'000, 'x'), 200));
         if (path != "/slow")
             return reply(std::nullopt);
         const std::scoped_lock guard(lock);
@@ -89,18 +93,17 @@ protected:
 TEST_F(StatusServerTest, answersAsABrowserExpects)
 {
     EXPECT_EQ(error, std::nullopt);
-    EXPECT_EQ(ask("GET /?x HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"),
+    EXPECT_EQ(ask(get("/?x", "Host: 127.0.0.1\r\n")),
               "HTTP/1.1 200 OK\r\nContent-Type: text/html; charset=utf-8\r\nContent-Length: 4\r\n"
               "Cache-Control: no-store\r\nConnection: close\r\n\r\npage");
     EXPECT_THAT(ask("HEAD / HTTP/1.1\r\n\r\n"),
-                testing::AllOf(HasSubstr("Content-Length: 4\r\n"), EndsWith("close\r\n\r\n")));
-    EXPECT_THAT(
-        ask("GET /../etc/passwd HTTP/1.1\r\n\r\n"),
-        testing::AllOf(StartsWith("HTTP/1.1 404 Not Found\r\nContent-Type: text/plain; charset=utf-8"),
-                       EndsWith("\r\n\r\nNicht gefunden")));
+                AllOf(HasSubstr("Content-Length: 4\r\n"), EndsWith("close\r\n\r\n")));
+    EXPECT_THAT(ask(get("/../etc/passwd")),
+                AllOf(StartsWith("HTTP/1.1 404 Not Found\r\nContent-Type: text/plain; charset=utf-8"),
+                      EndsWith("\r\n\r\nNicht gefunden")));
     EXPECT_THAT(ask("POST / HTTP/1.1\r\nContent-Length: 3\r\n\r\nabc"),
-                testing::AllOf(StartsWith("HTTP/1.1 405 Method Not Allowed"),
-                               EndsWith("\r\n\r\nDie Seite kann nur anzeigen.")));
+                AllOf(StartsWith("HTTP/1.1 405 Method Not Allowed"),
+                      EndsWith("\r\n\r\nDie Seite kann nur anzeigen.")));
 
     const FileDescriptor pieces = connected(port);
     for (const char *piece : {"GET", " / HTTP/1.1\r", "\n\r", "\n"}) {
@@ -108,19 +111,23 @@ TEST_F(StatusServerTest, answersAsABrowserExpects)
         sent(pieces, piece);
     }
     EXPECT_THAT(received(pieces), EndsWith("page"));
-    EXPECT_EQ(ask("GET /large HTTP/1.1\r\n\r\n").size(), 20'000'000U + 115);
+    EXPECT_THAT(ask(get("/large")), EndsWith("\r\n\r\n" + std::string(20'000'000, 'x')));
 }
 
 TEST_F(StatusServerTest, answersOnlyUnderItsOwnNames)
 {
     const std::string own = Network::hostName();
-    for (const std::string &host : {std::string("localhost:80"), std::string("192.168.1.2"),
-                                    std::string("[::1]:80"), own, own + ".local:8765"})
-        EXPECT_THAT(ask("GET / HTTP/1.1\r\nHost: " + host + "\r\n\r\n"), EndsWith("page")) << host;
-    for (const std::string &host : {std::string("evil.example"), own + ".evil.example", "x" + own,
-                                    std::string("127.0.0.1.evil.example"), std::string(),
-                                    std::string("127.0.0.1\r\nHost: evil.example")})
-        EXPECT_THAT(ask("GET / HTTP/1.1\r\nHost: " + host + "\r\n\r\n"), StartsWith("HTTP/1.1 404")) << host;
+    const std::vector<std::string> names{"localhost:80", "192.168.1.2", "[::1]:80", own, own + ".local:8765"};
+    for (const std::string &host : names)
+        EXPECT_THAT(ask(get("/", "Host: " + host + "\r\n")), EndsWith("page")) << host;
+    const std::vector<std::string> others{"evil.example",
+                                          own + ".evil.example",
+                                          "x" + own,
+                                          "127.0.0.1.evil.example",
+                                          "",
+                                          "127.0.0.1\r\nHost: evil.example"};
+    for (const std::string &host : others)
+        EXPECT_THAT(ask(get("/", "Host: " + host + "\r\n")), StartsWith("HTTP/1.1 404")) << host;
 }
 
 TEST_F(StatusServerTest, isReachedUnderEveryAddressItNames)
@@ -135,24 +142,23 @@ TEST_F(StatusServerTest, isReachedUnderEveryAddressItNames)
         if (host.ends_with(".local")) // found by a name service, where there is one
             continue;
         const FileDescriptor socket = connected(port, host);
-        sent(socket, "GET / HTTP/1.1\r\nHost: " + host + "\r\n\r\n");
+        sent(socket, get("/", "Host: " + host + "\r\n"));
         EXPECT_THAT(received(socket), EndsWith("page")) << url;
     }
 }
 
 TEST_F(StatusServerTest, garbageEndsWithoutAnAnswer)
 {
-    for (const std::string &bytes :
-         {std::string("\r\n\r\n"), std::string("GET /\xff HTTP/1.1\r\n\r\n"), std::string(1'000'000, '\0'),
-          std::string(1'000'000, 'x'), "GET / HTTP/1.1\r\nX: " + std::string(17'000, 'x') + "\r\n\r\n"}) {
+    const auto longHeader = [](int size) { return "X: " + std::string(size, 'x') + "\r\n"; };
+    for (const std::string &bytes : {get("/\xff"), std::string(1'000'000, '\0'), std::string(1'000'000, 'x'),
+                                     get("/", longHeader(17'000))}) {
         EXPECT_EQ(ask(bytes), "");
         EXPECT_TRUE(isServed());
     }
-    EXPECT_THAT(ask("GET / HTTP/1.1\r\nX: " + std::string(16'000, 'x') + "\r\n\r\n"), EndsWith("page"));
+    EXPECT_THAT(ask(get("/", longHeader(16'000))), EndsWith("page"));
 
     for (int i = 0; i < 20; ++i) { // resets
-        const FileDescriptor socket = connected(port);
-        sent(socket, "GET /medium HTTP/1.1\r\n\r\n");
+        const FileDescriptor socket = asked(get("/medium"));
         const linger now{1, 0};
         ::setsockopt(socket.get(), SOL_SOCKET, SO_LINGER, &now, sizeof now);
     }
@@ -163,10 +169,8 @@ TEST_F(StatusServerTest, aThousandHalfOpenConnectionsKeepNobodyOut)
 {
     std::vector<FileDescriptor> open;
     for (int i = 0; i < 1000; ++i) {
-        open.push_back(connected(port));
+        open.push_back(asked(i % 2 == 0 ? "GET / HTT" : ""));
         ASSERT_TRUE(open.back());
-        if (i % 2 == 0)
-            sent(open.back(), "GET / HTT");
     }
     EXPECT_TRUE(isServed());
     std::size_t held = 0;
@@ -179,9 +183,7 @@ TEST_F(StatusServerTest, aThousandHalfOpenConnectionsKeepNobodyOut)
 TEST_F(StatusServerTest, theSlowAreGivenUpAfterTenSeconds)
 {
     const auto begun = std::chrono::steady_clock::now();
-    const FileDescriptor asksSlowly = connected(port), readsSlowly = connected(port);
-    sent(asksSlowly, "GET / HTTP/1.1\r\n");
-    sent(readsSlowly, "GET /large HTTP/1.1\r\n\r\n");
+    const FileDescriptor asksSlowly = asked("GET / HTTP/1.1\r\n"), readsSlowly = asked(get("/large"));
     EXPECT_EQ(received(asksSlowly, 20s), "");
     const auto lasted = std::chrono::steady_clock::now() - begun;
     EXPECT_GT(lasted, 9s);
@@ -194,39 +196,33 @@ TEST_F(StatusServerTest, theSlowAreGivenUpAfterTenSeconds)
 
 TEST_F(StatusServerTest, aReplyMayComeLateOrNeverOrAfterTheEnd)
 {
-    const FileDescriptor waits = connected(port), goes = connected(port);
-    sent(waits, "GET /slow HTTP/1.1\r\n\r\n");
-    const auto first = takeSlow();
-    first(StatusServer::Response::text("spät", 200));
+    const FileDescriptor waits = asked(get("/slow"));
+    takeSlow()(StatusServer::Response::text("spät", 200));
     EXPECT_THAT(received(waits), EndsWith("spät"));
-    sent(goes, "GET /slow HTTP/1.1\r\n\r\n");
-    const auto second = takeSlow();
-    {
-        StatusServer other(
-            [this](const std::string &path, StatusServer::Reply reply) { answer(path, reply); });
-        const std::uint16_t otherPort = start(other, 0);
-        const FileDescriptor socket = connected(otherPort);
-        sent(socket, "GET /slow HTTP/1.1\r\n\r\n");
-        takeSlow().swap(slow.emplace_back());
-        EXPECT_TRUE(isServed());
-    }
-    takeSlow()(StatusServer::Response::text("zu spät", 200));
-    second(std::nullopt);
+    const FileDescriptor goes = asked(get("/slow"));
+    const auto never = takeSlow();
+    std::optional<StatusServer> other(
+        std::in_place, [this](const std::string &path, StatusServer::Reply reply) { answer(path, reply); });
+    const FileDescriptor socket = connected(start(*other, 0));
+    sent(socket, get("/slow"));
+    const auto late = takeSlow();
+    EXPECT_TRUE(isServed());
+    other.reset();
+    late(StatusServer::Response::text("zu spät", 200));
+    never(std::nullopt);
     EXPECT_THAT(received(goes), StartsWith("HTTP/1.1 404"));
 }
 
 TEST_F(StatusServerTest, whoHasClosedItsOwnDirectionIsStillAnswered)
 {
-    const FileDescriptor socket = connected(port);
-    sent(socket, "GET /slow HTTP/1.1\r\n\r\n");
+    const FileDescriptor socket = asked(get("/slow"));
     ::shutdown(socket.get(), SHUT_WR);
     const auto reply = takeSlow();
     std::this_thread::sleep_for(100ms);
     reply(StatusServer::Response::text("doch noch", 200));
     EXPECT_THAT(received(socket), EndsWith("doch noch"));
 
-    const FileDescriptor posts = connected(port);
-    sent(posts, "POST / HTTP/1.1\r\nContent-Length: 100000\r\n\r\n");
+    const FileDescriptor posts = asked("POST / HTTP/1.1\r\nContent-Length: 100000\r\n\r\n");
     for (int i = 0; i < 10; ++i) {
         sent(posts, std::string(10'000, 'x'));
         std::this_thread::sleep_for(10ms);
@@ -258,7 +254,7 @@ TEST_F(StatusServerTest, stopsAndStartsWhileRequestsCome)
     for (int i = 0; i < 4; ++i)
         clients.emplace_back([&] {
             while (!isOver)
-                answered += ask("GET / HTTP/1.1\r\n\r\n").ends_with("page") ? 1 : 0;
+                answered += isServed() ? 1 : 0;
         });
     for (int round = 0; round < 100; ++round) {
         server.stop();
@@ -275,11 +271,10 @@ TEST_F(StatusServerTest, stopsAndStartsWhileRequestsCome)
 TEST(StatusPage, isWholeAndHasNothingOutsideIt)
 {
     const std::string page(StatusPage::html());
-    EXPECT_THAT(page, StartsWith("<!DOCTYPE html>\n<html lang=\"de\">"));
-    EXPECT_THAT(page, EndsWith("</html>\n"));
-    EXPECT_THAT(page, HasSubstr("--purple: #bf5af2;"));
-    EXPECT_THAT(page, HasSubstr("window.addEventListener(\"pageshow\", refresh);"));
-    EXPECT_EQ(page.find("@STYLE@"), std::string::npos);
+    EXPECT_THAT(page, AllOf(StartsWith("<!DOCTYPE html>\n<html lang=\"de\">"), EndsWith("</html>\n"),
+                            HasSubstr("--purple: #bf5af2;"),
+                            HasSubstr("window.addEventListener(\"pageshow\", refresh);"),
+                            testing::Not(HasSubstr("@STYLE@"))));
     EXPECT_THAT(StatusPage::touchIcon(), StartsWith("\x89PNG"));
 }
 

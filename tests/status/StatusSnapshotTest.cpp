@@ -1,11 +1,8 @@
 #include "status/StatusSnapshot.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 namespace kestrel {
-namespace {
-
 TEST(StatusSnapshot, isWrittenInTheOrderOfItsFields)
 {
     StatusSnapshot snapshot;
@@ -20,8 +17,7 @@ TEST(StatusSnapshot, isWrittenInTheOrderOfItsFields)
     snapshot.progressText = "1 von 2";
     snapshot.note = "Bisher \xff";
     snapshot.tiles = {{"drive", "plain", "1 GB", "Vorher"}};
-    snapshot.jobs = {{"Film", "", "uploading", "wird hochgeladen", {}},
-                     {"<b>", "A › B", "running", "kodiert", 0.25}};
+    snapshot.jobs = {{"Film", "", "uploading", "lädt", {}}, {"<b>", "A › B", "running", "kodiert", 0.25}};
     snapshot.folders = {{"A", 1, 2, 0.5, "open", "Heute, 14:00"}};
     snapshot.recent = {{"B", "Fehler", "red"}};
     EXPECT_EQ(
@@ -30,7 +26,7 @@ TEST(StatusSnapshot, isWrittenInTheOrderOfItsFields)
         R"("progress":0.5,"progressText":"1 von 2","note":"Bisher )"
         "\uFFFD"
         R"(","tiles":[{"icon":"drive","tone":"plain","value":"1 GB","caption":"Vorher"}],)"
-        R"("jobs":[{"name":"Film","folder":"","state":"uploading","text":"wird hochgeladen"},)"
+        R"("jobs":[{"name":"Film","folder":"","state":"uploading","text":"lädt"},)"
         R"({"name":"<b>","folder":"A › B","state":"running","text":"kodiert","progress":0.25}],)"
         R"("folders":[{"name":"A","processed":1,"count":2,"progress":0.5,"state":"open","eta":"Heute, 14:00"}],)"
         R"("recent":[{"name":"B","text":"Fehler","tone":"red"}]})");
@@ -38,11 +34,7 @@ TEST(StatusSnapshot, isWrittenInTheOrderOfItsFields)
 
 TEST(StatusSnapshot, namesReadAsAPersonWouldSayThem)
 {
-    struct Case {
-        std::string name;
-        std::optional<std::string> series;
-        std::string shown;
-    };
+    using Case = std::tuple<std::string, std::optional<std::string>, std::string>;
     for (const auto &[name, series, shown] : std::vector<Case>{
              {"Der Film.mkv", {}, "Der Film"},
              {"Lauter.Wind.2011.German.DL.1080p.BluRay.x264-GRP.mkv", {}, "Lauter Wind 2011 German DL"},
@@ -63,5 +55,4 @@ TEST(StatusSnapshot, namesReadAsAPersonWouldSayThem)
         EXPECT_EQ(displayName(name, series), shown) << name;
 }
 
-} // namespace
 } // namespace kestrel

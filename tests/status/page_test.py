@@ -1,7 +1,4 @@
-"""page_test.py SERVER [PICTURES]: tries the status page in a real browser against the real server.
-
-With a folder for pictures, it also leaves one of every state there, light and dark, narrow and wide.
-"""
+"""page_test.py SERVER: tries the status page in a real browser against the real server."""
 
 import json
 import os
@@ -15,41 +12,42 @@ sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "scripts"
 import browser  # noqa: E402
 
 SERVER = sys.argv[1] if len(sys.argv) > 1 else ""
-PICTURES = sys.argv[2] if len(sys.argv) > 2 else ""
 
-STATES = {
-    "converting": "Konvertiert", "paused": "Pausiert", "finished": "Fertig", "stopped": "Gestoppt",
-    "scanning": "Suche Videodateien …", "sampling": "Stichprobe 3 von 6", "probeClip": "Probeclip wird erstellt",
-    "idle": "Bereit"}
+STATES = "converting", "paused", "finished", "stopped", "scanning", "sampling", "probeClip", "idle"
 LIVE = {"converting", "scanning", "sampling", "probeClip"}
+
+
+def rows(names, *values):
+    return [dict(zip(names.split(), row)) for row in values]
+
+
+def folders(count):
+    return rows("name processed count progress state", *((f"Ordner {i}", 0, 2, 0, "open") for i in range(count)))
 
 
 def snapshot(state="converting", **changes):
     full = {
         "computer": "Wohnzimmer-PC", "folder": "Filme", "location": "Netzwerk (SMB)", "state": state,
-        "headline": STATES.get(state, state), "progress": 0.426, "progressText": "5 von 12",
+        "headline": state, "progress": 0.426, "progressText": "5 von 12",
         "note": "Bisher: 18,2 GB → 7,9 GB, 10,3 GB gespart (−56 %)",
-        "tiles": [
-            {"icon": "drive", "tone": "plain", "value": "48,1 GB", "caption": "Vorher"},
-            {"icon": "compress", "tone": "plain", "value": "21,4 GB", "caption": "Nachher (geschätzt)"},
-            {"icon": "save", "tone": "green", "value": "26,7 GB", "caption": "Ersparnis ca. 55 %"},
-            {"icon": "clock", "tone": "plain", "value": "3 h 12 min", "caption": "Restdauer (geschätzt)"}],
-        "jobs": [
-            {"name": "S02E03 - Der lange Weg nach Hause", "folder": "Stille Wasser › Staffel 2", "state": "running",
-             "text": "kodiert 43 % · 25 fps", "progress": 0.43},
-            {"name": "S02E04", "folder": "Stille Wasser › Staffel 2", "state": "analyzing", "text": "Qualitätsprüfung",
-             "progress": 0.7},
-            {"name": "Alpenglühen 1998", "folder": "", "state": "uploading", "text": "wird hochgeladen"}],
-        "folders": [
-            {"name": "Stille Wasser › Staffel 1", "processed": 4, "count": 4, "progress": 1, "state": "done"},
-            {"name": "Stille Wasser › Staffel 2", "processed": 1, "count": 6, "progress": 0.35, "state": "working",
-             "eta": "Heute, 18:40"},
-            {"name": "Urlaub", "processed": 0, "count": 2, "progress": 0, "state": "open", "eta": "Heute, 20:15"},
-            {"name": "Kino", "processed": 0, "count": 1, "progress": 0, "state": "open"}],
-        "recent": [
-            {"name": "S02E02", "text": "3,9 GB → 1,6 GB (−58 %)", "tone": "green"},
-            {"name": "Hochzeit", "text": "keine Ersparnis", "tone": "plain"},
-            {"name": "Altes Band", "text": "Fehler", "tone": "red"}]}
+        "tiles": rows("icon tone value caption",
+                      ("drive", "plain", "48,1 GB", "Vorher"),
+                      ("compress", "plain", "21,4 GB", "Nachher (geschätzt)"),
+                      ("save", "green", "26,7 GB", "Ersparnis ca. 55 %"),
+                      ("clock", "plain", "3 h 12 min", "Restdauer (geschätzt)")),
+        "jobs": rows("name folder state text progress",
+                     ("S02E03 - Nach Hause", "Stille Wasser › Staffel 2", "running", "kodiert 43 % · 25 fps", 0.43),
+                     ("S02E04", "Stille Wasser › Staffel 2", "analyzing", "Qualitätsprüfung", 0.7),
+                     ("Alpenglühen 1998", "", "uploading", "wird hochgeladen")),
+        "folders": rows("name processed count progress state eta",
+                        ("Stille Wasser › Staffel 1", 4, 4, 1, "done"),
+                        ("Stille Wasser › Staffel 2", 1, 6, 0.35, "working", "Heute, 18:40"),
+                        ("Urlaub", 0, 2, 0, "open", "Heute, 20:15"),
+                        ("Kino", 0, 1, 0, "open")),
+        "recent": rows("name text tone",
+                       ("S02E02", "3,9 GB → 1,6 GB (−58 %)", "green"),
+                       ("Hochzeit", "keine Ersparnis", "plain"),
+                       ("Altes Band", "Fehler", "red"))}
     full.update(changes)
     return {key: value for key, value in full.items() if value is not None}
 
@@ -148,7 +146,7 @@ class Page(unittest.TestCase):
     def test_no_progress_is_too_much(self):
         self.load(snapshot())
         for progress, text, share in ((1.2, "120\u00a0%", 1), (-0.1, "-10\u00a0%", 0), (0, "0\u00a0%", 0)):
-            self.refresh(snapshot(progress=progress, headline=str(progress)))
+            self.refresh(snapshot(progress=progress, headline=f"Anteil {progress}"))
             self.assertEqual(self.text(".percent"), [text])
             self.browser.wait_for("(() => { const bar = document.querySelector('.bar'); return Math.abs("
                                   f"bar.firstChild.offsetWidth - bar.offsetWidth * {share}) < 1; }})()")
@@ -166,26 +164,25 @@ class Page(unittest.TestCase):
     def test_names_are_only_text(self):
         evil = "<img src=x onerror=\"document.title='hacked'\">"
         long = "Sehr" + "langer" * 40 + "Name"
-        self.load(snapshot(folder=evil, headline=evil, note=evil, jobs=[
-            {"name": name, "folder": name, "state": "running", "text": "kodiert 4 %", "progress": 0.5}
-            for name in (evil, long)], folders=[
-            {"name": name, "processed": 0, "count": 3, "progress": 0, "state": "open"} for name in (evil, long)],
-            recent=[{"name": name, "text": "9 s", "tone": "<b>"} for name in (evil, long)]))
+        self.load(snapshot(
+            folder=evil, headline=evil, note=evil,
+            jobs=rows("name folder state text", *((name, name, "running", "kodiert 4 %") for name in (evil, long))),
+            folders=rows("name processed count state", *((name, 0, 3, "open") for name in (evil, long))),
+            recent=rows("name text tone", *((name, "9 s", "<b>") for name in (evil, long)))))
         self.assertEqual(self.text("h1"), [evil])
         self.assertEqual(self.browser.run("return document.images.length"), 0)
         self.assertTrue(self.fits())
         self.assertEqual(self.browser.run("return document.title"), "43 % · Kestrel")
 
     def test_nothing_jumps_between_two_refreshes(self):
-        folders = [{"name": f"Ordner {i}", "processed": 0, "count": 2, "progress": 0, "state": "open"}
-                   for i in range(2000)]
-        self.load(snapshot(folders=folders))
+        some = folders(2000)
+        self.load(snapshot(folders=some))
         self.browser.run("scrollTo(0, 20000); window.dot = document.querySelector('.dot');"
                          "window.sweep = document.querySelector('.sweeping').getAnimations()[0]")
         before = self.browser.run("return [scrollY, document.querySelectorAll('li').length]")
-        folders[3] = dict(folders[3], state="done", processed=2, progress=1)
+        some[3] = dict(some[3], state="done", processed=2, progress=1)
         begun = time.monotonic()
-        self.refresh(snapshot(folders=folders, progress=0.9, headline="Noch da"))
+        self.refresh(snapshot(folders=some, progress=0.9, headline="Noch da"))
         self.assertLess(time.monotonic() - begun, 5)
         self.assertEqual(self.browser.run("return [scrollY, document.querySelectorAll('li').length]"), before)
         self.assertTrue(self.browser.run("return window.dot === document.querySelector('.dot')"))
@@ -193,9 +190,8 @@ class Page(unittest.TestCase):
             "return window.sweep === document.querySelector('.sweeping').getAnimations()[0]"))
 
     def test_what_one_reads_stays_in_place(self):
-        folders = [{"name": f"Ordner {i}", "processed": 0, "count": 2, "progress": 0, "state": "open"}
-                   for i in range(60)]
-        self.load(snapshot(folders=folders))
+        some = folders(60)
+        self.load(snapshot(folders=some))
         self.browser.run("scrollTo(0, 1600)")
         top = ("[...document.querySelectorAll('.list li')].find(e => e.innerText.startsWith('Ordner 30'))"
                ".getBoundingClientRect().top")
@@ -203,13 +199,11 @@ class Page(unittest.TestCase):
         before = self.browser.run("return " + top)
         jobs = snapshot()["jobs"]
         for changes in ({"jobs": jobs[1:]}, {"tiles": []}, {"progress": None}, {"jobs": []}, {"jobs": jobs},
-                        {"folders": [dict(folders[0], eta="Heute, 12:00")] + folders[1:]}):
-            self.refresh(snapshot(**{"folders": folders, "headline": str(sorted(changes)) + str(len(str(changes))),
+                        {"folders": [dict(some[0], eta="Heute, 12:00")] + some[1:]}):
+            self.refresh(snapshot(**{"folders": some, "headline": str(sorted(changes)) + str(len(str(changes))),
                                      **changes}))
             self.assertAlmostEqual(self.browser.run("return " + top), before, delta=1.5, msg=str(changes)[:60])
-            if changes.get("jobs") != []:
-                continue
-            self.assertFalse(self.browser.run("return window.sweep.isConnected"))
+            self.assertTrue(changes.get("jobs") != [] or self.browser.run("return !window.sweep.isConnected"))
         self.browser.run("scrollTo(0, 0)")
         self.refresh(snapshot(headline="oben"))
         self.browser.run("window.sweep = document.querySelector('.sweeping')")
@@ -246,30 +240,6 @@ class Page(unittest.TestCase):
         self.browser.run("window.isAway = false; document.dispatchEvent(new Event('visibilitychange'))")
         self.browser.wait_for("asked === 1", 1)
         self.browser.wait_for("asked >= 3", 6)
-
-    @unittest.skipUnless(PICTURES, "no folder for pictures")
-    def test_pictures(self):
-        self.load(snapshot())
-        os.makedirs(PICTURES, exist_ok=True)
-        shown = {state: snapshot(state) for state in ("converting", "paused")}
-        shown["finished"] = snapshot("finished", progress=1, progressText="12 von 12", jobs=[], tiles=snapshot()["tiles"][:3],
-                                     note="Fertig: 11 konvertiert · 1 mit Fehler – Dauer 5 h 2 min")
-        shown["scanning"] = snapshot("scanning", progressText="120 von 500 Dateien", note=None, tiles=[], jobs=[],
-                                     folders=[], recent=[])
-        shown["empty"] = empty()
-        for name, content in shown.items():
-            for width in (390, 1280):
-                for dark in (False, True):
-                    self.browser.screen(width, 844, dark, 2)
-                    self.refresh(content)
-                    time.sleep(0.8)
-                    self.browser.picture(os.path.join(
-                        PICTURES, f"{name}-{width}-{'dark' if dark else 'light'}.png"), whole=True)
-        self.show("-")
-        self.browser.screen(390, 844, False, 2)
-        self.browser.run("setOffline(true)")
-        time.sleep(0.5)
-        self.browser.picture(os.path.join(PICTURES, "offline.png"))
 
 
 if __name__ == "__main__":

@@ -1,12 +1,8 @@
 #include "support/Buses.h"
 
-#include <atomic>
-#include <chrono>
-#include <csignal>
 #include <cstdlib>
-#include <thread>
 
-#include "platform/ChildProcess.h"
+#include "support/Eventually.h"
 
 namespace kestrel::test {
 
@@ -14,39 +10,10 @@ namespace {
 
 bool appears(const fs::path &file)
 {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!fs::exists(file)) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
+    return eventually([&] { return fs::exists(file); });
 }
 
 } // namespace
-
-// A program that ends with the object.
-class Buses::Background {
-public:
-    explicit Background(const std::string &command)
-        : m_thread([this, command] {
-              ChildProcess child("/bin/sh", {"-c", command});
-              m_child = &child;
-              child.communicate([](auto) {}, [](auto) {});
-              m_child = nullptr;
-          })
-    {
-    }
-    ~Background()
-    {
-        if (ChildProcess *child = m_child)
-            child->signal(SIGKILL);
-    }
-
-private:
-    std::atomic<ChildProcess *> m_child = nullptr;
-    std::jthread m_thread;
-};
 
 Buses::Buses()
 {
@@ -57,7 +24,11 @@ Buses::Buses()
         m_problem = "no message bus can be started";
 }
 
-Buses::~Buses() = default;
+void Buses::runInBackground(const std::string &command)
+{
+    const std::vector<std::string> words{"-c", "exec " + command + " >/dev/null"}; // nobody reads its pipe
+    m_background.push_back(std::make_unique<ChildProcess>("/bin/sh", words));
+}
 
 std::string Buses::address(const std::string &bus) const
 {
@@ -67,8 +38,7 @@ std::string Buses::address(const std::string &bus) const
 bool Buses::startBus(const char *variable, const std::string &name)
 {
     ::setenv(variable, address(name).c_str(), 1);
-    m_background.push_back(std::make_unique<Background>(
-        "exec dbus-daemon --session --nofork --nopidfile --address=" + address(name)));
+    runInBackground("dbus-daemon --session --nofork --nopidfile --address=" + address(name) + " 2>/dev/null");
     return appears(m_folder / (name + ".socket"));
 }
 
@@ -85,9 +55,8 @@ bool Buses::serve(const std::string &bus, const std::string &name, const std::st
         script += "mock.AddMethod('" + interface + "', " + method + ")\n";
     const fs::path ready = m_folder / (name + ".ready");
     script += "open('" + ready.native() + "', 'w')\nGLib.MainLoop().run()\n";
-    m_background.push_back(std::make_unique<Background>("exec /usr/bin/python3 " +
-                                                        quoted(m_folder.write(name + ".py", script)) +
-                                                        " 2> " + quoted(m_folder / (name + ".err"))));
+    runInBackground("/usr/bin/python3 " + quoted(m_folder.write(name + ".py", script)) + " 2> " +
+                    quoted(m_folder / (name + ".err")));
     return appears(ready);
 }
 

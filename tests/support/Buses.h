@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/ChildProcess.h"
 #include "support/Sandbox.h"
 
 namespace kestrel::test {
@@ -14,7 +15,6 @@ namespace kestrel::test {
 class Buses {
 public:
     Buses();
-    ~Buses();
 
     // Why there are none on this machine.
     const std::optional<std::string> &problem() const { return m_problem; }
@@ -33,13 +33,12 @@ public:
     std::string error(const std::string &name) const { return readFile(m_folder / (name + ".err")); }
 
 private:
-    class Background;
-
+    void runInBackground(const std::string &command);
     bool startBus(const char *variable, const std::string &name);
 
     Sandbox m_folder;
     std::optional<std::string> m_problem;
-    std::vector<std::unique_ptr<Background>> m_background;
+    std::vector<std::unique_ptr<ChildProcess>> m_background; // which end with this
 };
 
 } // namespace kestrel::test

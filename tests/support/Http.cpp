@@ -11,32 +11,30 @@ namespace kestrel::test {
 
 namespace {
 
-sockaddr_in here(std::uint16_t port)
+sockaddr_in at(const std::string &address, std::uint16_t port)
 {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
+    sockaddr_in place{};
+    place.sin_family = AF_INET;
+    place.sin_port = htons(port);
+    ::inet_pton(AF_INET, address.c_str(), &place.sin_addr);
+    return place;
 }
 
 } // namespace
 
 std::uint16_t freePort()
 {
-    const FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_in address = here(0);
+    const FileDescriptor socket = listener(0);
+    sockaddr_in address{};
     socklen_t size = sizeof address;
-    auto *generic = reinterpret_cast<sockaddr *>(&address);
-    ::bind(socket.get(), generic, size);
-    ::getsockname(socket.get(), generic, &size);
+    ::getsockname(socket.get(), reinterpret_cast<sockaddr *>(&address), &size);
     return ntohs(address.sin_port);
 }
 
 FileDescriptor listener(std::uint16_t port)
 {
     FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const sockaddr_in address = here(port);
+    const sockaddr_in address = at("127.0.0.1", port);
     const int yes = 1;
     ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
     if (::bind(socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
@@ -48,9 +46,8 @@ FileDescriptor listener(std::uint16_t port)
 FileDescriptor connected(std::uint16_t port, const std::string &address)
 {
     FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_in there = here(port);
-    if (::inet_pton(AF_INET, address.c_str(), &there.sin_addr) != 1 ||
-        ::connect(socket.get(), reinterpret_cast<const sockaddr *>(&there), sizeof there) != 0)
+    const sockaddr_in there = at(address, port);
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr *>(&there), sizeof there) != 0)
         return {};
     return socket;
 }

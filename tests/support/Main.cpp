@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/OwnHome.h"
+#include "support/Sandbox.h"
 
 int main(int count, char **words)
 {

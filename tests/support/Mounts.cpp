@@ -39,14 +39,8 @@ Mount Mount::sshfs(const fs::path &source, const fs::path &point, const std::str
 
 Mount::~Mount()
 {
-    if (!m_point.empty() && !m_problem)
+    if (!m_problem)
         shell(fmt::format("umount {0} 2>/dev/null || fusermount -u {0} || umount -l {0}", quoted(m_point)));
-}
-
-Mount::Mount(Mount &&other) noexcept
-    : m_point(std::move(other.m_point)), m_problem(std::move(other.m_problem))
-{
-    other.m_point.clear();
 }
 
 bool Mount::makeReadOnly() const

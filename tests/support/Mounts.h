@@ -22,7 +22,6 @@ public:
     // A real sshfs, with the SFTP server at the other end of a pipe: no network.
     static Mount sshfs(const fs::path &source, const fs::path &point, const std::string &options = "");
     ~Mount();
-    Mount(Mount &&other) noexcept;
     Mount(const Mount &) = delete;
     Mount &operator=(const Mount &) = delete;
 

@@ -31,6 +31,9 @@ private:
 
 // The user's home folder of this test process (HOME and the XDG folders lie in it).
 const fs::path &home();
+// Gives the process that home and a temporary folder in it, so that no test sees or touches the user's. To be
+// called before the application object is made.
+void useOwnHome();
 
 std::string readFile(const fs::path &file);
 // The names in a folder, hidden ones included, sorted.

@@ -30,9 +30,7 @@ std::vector<std::pair<double, double>> perFrame(const std::string &graph, const 
     for (std::string line; std::getline(lines, line);) {
         const std::size_t comma = line.find(',');
         if (comma != std::string::npos)
-            values.emplace_back(std::stod(line), line.compare(comma + 1, 4, "-inf") == 0
-                                                     ? -1000
-                                                     : std::stod(line.substr(comma + 1)));
+            values.emplace_back(std::stod(line), std::stod(line.substr(comma + 1))); // "-inf" for silence
     }
     return values;
 }
@@ -70,14 +68,11 @@ Seen look(const fs::path &file)
     std::istringstream header(run("ffmpeg", {"-nostdin", "-v", "error", "-i", file.native(), "-frames:v", "1",
                                              "-vf", "scale=iw*sar:ih", "-f", "yuv4mpegpipe", "-pix_fmt",
                                              "yuv420p", "-strict", "-1", "-"}));
-    std::string word;
+    std::string format; // "YUV4MPEG2 W320 H240 …"
+    char widthMark = 0, heightMark = 0;
     double width = 0, height = 0;
-    while (header >> word && word != "FRAME")
-        if (word[0] == 'W' && height == 0)
-            width = std::stod(word.substr(1));
-        else if (word[0] == 'H' && height == 0)
-            height = std::stod(word.substr(1));
-    seen.aspect = height > 0 ? width / height : 0;
+    if (header >> format >> widthMark >> width >> heightMark >> height)
+        seen.aspect = width / height;
     return seen;
 }
 

@@ -3,110 +3,80 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QPlainTextEdit>
-#include <QPushButton>
 
-#include "model/ModelFixture.h"
-#include "support/Builders.h"
-#include "ui/Find.h"
+#include "ui/Fixtures.h"
 #include "ui/detail/DetailParts.h"
 #include "ui/look/Theme.h"
 
 namespace kestrel::test {
 
-using testing::Not;
-
-class DetailSheetTest : public ModelTest {
+class DetailSheetTest : public UiTest {
 protected:
-    void open(const std::string &name)
+    void show(const std::string &name)
     {
-        if (!model) {
-            for (const char *file : {"A.avi", "B.avi", "C.avi"})
-                film(file);
-            startAndScan();
-        }
+        if (!model)
+            open({"A.avi", "B.avi", "C.avi"});
         library().setDetailItem(&item(name));
         sheet = std::make_unique<DetailSheet>(*model);
         sheet->show();
         settle();
     }
-    Library &library() const { return model->library(); }
     const QWidget &shown() const
     {
         settle();
         return *sheet;
     }
-    QPushButton *button(const QString &text) const
-    {
-        for (auto *found : sheet->findChildren<QPushButton *>())
-            if (found->text().remove(QLatin1Char('&')) == text && found->isVisibleTo(sheet.get()))
-                return found;
-        return nullptr;
-    }
+    QPushButton *button(const QString &text) const { return test::button(*sheet, text); }
 
     std::unique_ptr<DetailSheet> sheet; // goes before the model
 };
 
-TEST_F(DetailSheetTest, followsItsFile)
+TEST_F(DetailSheetTest, followsItsFileAndBuildsOnlyWhatChanges)
 {
-    open("A.avi");
+    show("A.avi");
+    const auto labels = sheet->findChildren<QLabel *>();
+    auto *const box = sheet->findChild<TextBox *>();
     EXPECT_THAT(shown(), says("bereit zum Konvertieren"));
-    library().change(item("A.avi"), [](FileItem &file) { file.status = Status::Running{0.43}; });
+    for (const double fraction : {0.1, 0.43})
+        set("A.avi", Status::Running{fraction});
     EXPECT_THAT(shown(), says("wird konvertiert 43 %"));
-    library().change(item("B.avi"), [](FileItem &file) { file.status = Status::Running{0.77}; });
+    EXPECT_EQ(sheet->findChildren<QLabel *>(), labels);
+    EXPECT_EQ(sheet->findChild<TextBox *>(), box);
+    set("B.avi", Status::Running{0.77});
     EXPECT_THAT(shown(), Not(says("77 %")));
 
     giveSample("A.avi");
     EXPECT_THAT(shown(), says("wird neu kodiert: HEVC, CRF 30"));
-    ConversionSettings settings = model->settings();
-    settings.codec = VideoCodecChoice::keepVideo;
-    model->setSettings(settings);
+    changeSettings([](auto &settings) { settings.codec = VideoCodecChoice::keepVideo; });
     EXPECT_THAT(shown(), says("Video bleibt unverändert"));
 }
 
 TEST_F(DetailSheetTest, tellsOfTheRunThatLastsNotOfTheNext)
 {
     ffmpeg("sleep 30");
-    open("A.avi");
+    show("A.avi");
     for (const char *name : {"A.avi", "B.avi", "C.avi"})
         giveSample(name);
     model->startConversion();
-    EXPECT_TRUE(eventually([&] { return is<Status::Running>(item("A.avi").status); }));
-    ConversionSettings settings = model->settings();
-    settings.codec = VideoCodecChoice::av1SVT;
-    model->setSettings(settings);
+    EXPECT_TRUE(reaches<Status::Running>("A.avi"));
+    changeSettings([](auto &settings) { settings.codec = VideoCodecChoice::av1SVT; });
     EXPECT_THAT(shown(), says("wird neu kodiert: HEVC, CRF 30"));
     EXPECT_THAT(sheet->findChildren<TextBox *>().back()->toPlainText().toStdString(), HasSubstr("libx265"));
-    model->stop();
-    EXPECT_TRUE(idle());
+    stop();
     EXPECT_THAT(shown(), says("wird neu kodiert: AV1"));
-}
-
-TEST_F(DetailSheetTest, buildsOnlyWhatChanges)
-{
-    open("A.avi");
-    auto *box = sheet->findChild<TextBox *>();
-    const auto labels = sheet->findChildren<QLabel *>();
-    for (const double fraction : {0.1, 0.2, 0.3})
-        library().change(item("A.avi"), [&](FileItem &file) { file.status = Status::Running{fraction}; });
-    settle();
-    EXPECT_EQ(sheet->findChildren<QLabel *>(), labels);
-    EXPECT_EQ(sheet->findChild<TextBox *>(), box);
 }
 
 TEST_F(DetailSheetTest, closesWithItsLibraryAndGivesUpItsFile)
 {
-    open("A.avi");
+    show("A.avi");
     int closed = 0;
     QObject::connect(sheet.get(), &QDialog::finished, [&] { ++closed; });
-    model->rescan();
-    EXPECT_TRUE(idle());
-    settle();
-    EXPECT_FALSE(sheet->isVisible());
+    rescan();
+    EXPECT_FALSE(shown().isVisible());
     EXPECT_EQ(closed, 1);
 
-    open("B.avi");
+    show("B.avi");
     EXPECT_THAT(shown(), says("B.avi"));
     QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
     QApplication::sendEvent(sheet->findChild<TextBox *>(), &escape); // from wherever the focus is
@@ -116,10 +86,9 @@ TEST_F(DetailSheetTest, closesWithItsLibraryAndGivesUpItsFile)
 
 TEST_F(DetailSheetTest, goesThroughTheFilesAsTheTableShowsThem)
 {
-    open("A.avi");
+    show("A.avi");
     EXPECT_FALSE(button("Vorherige")->isEnabled());
     button("Nächste")->click();
-    EXPECT_EQ(library().detailItem(), &item("B.avi"));
     EXPECT_THAT(shown(), says("B.avi"));
     button("Nächste")->click();
     EXPECT_EQ(library().detailItem(), &item("C.avi"));
@@ -132,7 +101,7 @@ TEST_F(DetailSheetTest, goesThroughTheFilesAsTheTableShowsThem)
 
 TEST_F(DetailSheetTest, copiesTheWholeText)
 {
-    open("A.avi");
+    show("A.avi");
     button("Kopieren")->click();
     const auto command = DetailText::command(item("A.avi"), model->settings(), model->tools());
     EXPECT_EQ(QApplication::clipboard()->text(), *command);
@@ -140,7 +109,7 @@ TEST_F(DetailSheetTest, copiesTheWholeText)
     std::string text = "Fehler <b>1</b>";
     for (int line = 0; line < 200; ++line)
         text += "\nZeile " + std::to_string(line);
-    library().change(item("A.avi"), [&](FileItem &file) { file.status = Status::Failed{text}; });
+    set("A.avi", Status::Failed{text});
     settle();
     ASSERT_NE(button("Kopieren"), nullptr);
     button("Kopieren")->click();
@@ -149,7 +118,7 @@ TEST_F(DetailSheetTest, copiesTheWholeText)
 
 TEST_F(DetailSheetTest, asksForWhatOthersDo)
 {
-    open("B.avi");
+    show("B.avi");
     fs::path revealed;
     int measured = 0;
     QObject::connect(sheet.get(), &DetailSheet::revealRequested,
@@ -167,10 +136,6 @@ TEST_F(DetailSheetTest, asksForWhatOthersDo)
     settle();
     EXPECT_FALSE(button("Probeclip")->isEnabled());
     EXPECT_EQ(button("Genau schätzen"), nullptr);
-    model->stop();
-    EXPECT_TRUE(idle());
-    settle();
-    EXPECT_TRUE(button("Probeclip")->isEnabled());
 }
 
 TEST_F(DetailSheetTest, isNoWiderForHostileNames)
@@ -179,14 +144,12 @@ TEST_F(DetailSheetTest, isNoWiderForHostileNames)
     film(name);
     ffprobe("case \"$last\" in *kaputt*) echo 'kaputt: End of file' >&2; exit 1;; esac\n");
     film("kaputt.mkv");
-    open("A.avi");
+    show("A.avi");
     const int width = sheet->minimumSizeHint().width();
 
     library().setDetailItem(&item(name));
     MediaInfo info = *item(name).info;
-    info.audio = aFilm().audio("aac", "<b>", 2).info().audio;
-    info.audio[0].title = std::string(5000, 'w');
-    info.audio.resize(40, info.audio[0]);
+    info.audio.assign(40, aFilm().audio("aac", "<b>").titled(std::string(5000, 'w')).info().audio[0]);
     library().setInfo(item(name), info);
     model->recompute();
     EXPECT_THAT(shown(), says("\uFFFD <img src=x>.avi"));

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/OwnHome.h"
 #include "support/Sandbox.h"
 #include "ui/look/Theme.h"
 

@@ -1,29 +1,34 @@
 #include <QAccessible>
 #include <QScrollArea>
-#include <QTest>
 #include <QWheelEvent>
+#include <set>
 
 #include "support/Mounts.h"
-#include "ui/SettingsFixture.h"
-#include "ui/look/Strings.h"
+#include "ui/Fixtures.h"
 #include "ui/look/Theme.h"
 
 namespace kestrel::test {
 namespace {
 
-using testing::Contains;
-using testing::Not;
-
-// As a person does with the keyboard.
-void choose(Picker &picker, int index)
+// As a person does: with the keyboard in a picker, with a click on anything else.
+void use(QWidget &control, int index = 0)
 {
-    picker.setFocus();
-    QTest::keyClick(&picker, Qt::Key_Home);
+    if (qobject_cast<Picker *>(&control) == nullptr)
+        return click(control);
+    control.setFocus();
+    QTest::keyClick(&control, Qt::Key_Home);
     for (int i = 0; i < index; ++i)
-        QTest::keyClick(&picker, Qt::Key_Down);
+        QTest::keyClick(&control, Qt::Key_Down);
 }
 
-TEST_F(SettingsTest, eachControlChangesItsFieldAndNoOther)
+// What it is set to: the text of a picker, "*" for anything else that is checked.
+QString shown(const QWidget &control)
+{
+    const auto *picker = qobject_cast<const Picker *>(&control);
+    return picker != nullptr ? picker->currentText() : control.property("checked").toBool() ? "*" : "";
+}
+
+TEST_F(SettingsTest, eachControlShowsItsFieldAndChangesNoOther)
 {
     // None at its default, so that a field that is lost shows.
     ConversionSettings unusual;
@@ -39,76 +44,45 @@ TEST_F(SettingsTest, eachControlChangesItsFieldAndNoOther)
     unusual.parallelJobs = 3;
     unusual.preventSleep = false;
     unusual.statusPage = false;
-    struct Case {
-        const char *what;
-        std::function<void()> act;
-        std::function<void(ConversionSettings &)> expected;
-    };
-    show({.settings = unusual});
-    const std::vector<Case> cases{
-        {"codec", [&] { click(card("HEVC / H.265")); },
-         [](auto &s) { s.codec = VideoCodecChoice::hevcX265; }},
-        {"quality", [&] { choose(picker("Qualität"), 3); },
-         [](auto &s) { s.quality = QualityLevel::medium; }},
-        {"resolution", [&] { choose(picker("Zielauflösung"), 1); },
-         [](auto &s) { s.resolution = TargetResolution::p2160; }},
-        {"language", [&] { click(row("Japanisch")); },
-         [](auto &s) {
-             s.audioLanguages = {"deu", "und"};
-         }},
-        {"commentary", [&] { click(row("Kommentar- und Audiodeskriptionsspuren entfernen")); },
-         [](auto &s) { s.dropCommentary = true; }},
-        {"unknown audio", [&] { choose(picker("Spuren ohne Sprachkennung"), 0); },
-         [](auto &s) { s.unknownAudio = UnknownAudioPolicy::keepAll; }},
-        {"lossless audio", [&] { click(row("Verlustfreie Tonspuren in E-AC3 umwandeln")); },
-         [](auto &s) { s.convertLosslessAudio = false; }},
-        {"container", [&] { choose(picker("Container"), 0); },
-         [](auto &s) { s.container = OutputContainer::mkv; }},
-        {"output", [&] { choose(picker("Ausgabe"), 0); },
-         [](auto &s) { s.outputMode = OutputMode::replaceOriginal; }},
-        {"jobs", [&] { choose(picker("Gleichzeitig"), 3); }, [](auto &s) { s.parallelJobs = 4; }},
-    };
-    for (const auto &one : cases) {
-        model->setSettings(unusual);
-        one.act();
-        ConversionSettings expected = unusual;
-        one.expected(expected);
-        EXPECT_EQ(model->settings(), expected) << one.what;
-    }
-}
-
-TEST_F(SettingsTest, thePanelShowsWhatTheModelHoldsAndWritesNothingBack)
-{
     show();
     int changes = 0;
     QObject::connect(model.get(), &AppModel::settingsChanged, [&] { ++changes; });
-    ConversionSettings other;
-    other.codec = VideoCodecChoice::av1SVT;
-    other.quality = QualityLevel::small;
-    other.resolution = TargetResolution::p576;
-    other.audioLanguages = {"eng"};
-    other.dropCommentary = false;
-    other.unknownAudio = UnknownAudioPolicy::keepDefault;
-    other.convertLosslessAudio = true;
-    other.container = OutputContainer::mp4;
-    other.outputMode = OutputMode::separateFolder;
-    other.parallelJobs = 1;
-    model->setSettings(other);
+    model->setSettings(unusual);
     settle();
+    EXPECT_EQ(changes, 1) << "the panel writes nothing back";
+    EXPECT_EQ(model->settings(), unusual);
 
-    EXPECT_EQ(changes, 1);
-    EXPECT_EQ(model->settings(), other);
-    EXPECT_TRUE(card("AV1").isChecked());
-    EXPECT_FALSE(card("HEVC / H.265").isChecked());
-    EXPECT_EQ(picker("Qualität").currentText(), "Gering");
-    EXPECT_EQ(picker("Zielauflösung").currentText(), "Höchstens 576p (SD)");
-    EXPECT_THAT(languages(), ElementsAre("Deutsch", "*Englisch"));
-    EXPECT_FALSE(row("Kommentar- und Audiodeskriptionsspuren entfernen").isChecked());
-    EXPECT_EQ(picker("Spuren ohne Sprachkennung").currentText(), "Nur Standardspur");
-    EXPECT_TRUE(row("Verlustfreie Tonspuren in E-AC3 umwandeln").isChecked());
-    EXPECT_EQ(picker("Container").currentText(), "MP4");
-    EXPECT_EQ(picker("Ausgabe").currentText(), "Original beibehalten");
-    EXPECT_EQ(picker("Gleichzeitig").currentText(), "1");
+    struct Case {
+        QWidget &control;
+        const char *shown;
+        int choice;
+        std::function<void(ConversionSettings &)> change;
+    };
+    for (const auto &[control, value, choice, change] : std::vector<Case>{
+             {card("AV1"), "*", 0, [](auto &) {}},
+             {card("HEVC / H.265"), "", 0, [](auto &s) { s.codec = VideoCodecChoice::hevcX265; }},
+             {picker("Qualität"), "Sehr hoch", 3, [](auto &s) { s.quality = QualityLevel::medium; }},
+             {picker("Zielauflösung"), "Höchstens 720p (HD)", 1,
+              [](auto &s) { s.resolution = TargetResolution::p2160; }},
+             {row("Japanisch"), "*", 0, [](auto &s) { s.audioLanguages.erase("jpn"); }},
+             {row("Kommentar- und Audiodeskriptionsspuren entfernen"), "", 0,
+              [](auto &s) { s.dropCommentary = true; }},
+             {picker("Spuren ohne Sprachkennung"), "Nur Standardspur", 0,
+              [](auto &s) { s.unknownAudio = UnknownAudioPolicy::keepAll; }},
+             {row("Verlustfreie Tonspuren in E-AC3 umwandeln"), "*", 0,
+              [](auto &s) { s.convertLosslessAudio = false; }},
+             {picker("Container"), "MP4", 0, [](auto &s) { s.container = OutputContainer::mkv; }},
+             {picker("Ausgabe"), "Original beibehalten", 0,
+              [](auto &s) { s.outputMode = OutputMode::replaceOriginal; }},
+             {picker("Gleichzeitig"), "3", 3, [](auto &s) { s.parallelJobs = 4; }}}) {
+        const std::string name = control.accessibleName().toStdString();
+        model->setSettings(unusual);
+        EXPECT_EQ(shown(control), value) << name;
+        use(control, choice);
+        ConversionSettings expected = unusual;
+        change(expected);
+        EXPECT_EQ(model->settings(), expected) << name;
+    }
 }
 
 TEST_F(SettingsTest, aCodecThatFfmpegLacksSaysSoAndCannotBeChosen)
@@ -121,15 +95,7 @@ TEST_F(SettingsTest, aCodecThatFfmpegLacksSaysSoAndCannotBeChosen)
     EXPECT_THAT(card("Codec beibehalten"), Not(says(sentence)));
     click(card("AV1"));
     EXPECT_EQ(model->settings().codec, VideoCodecChoice::hevcX265);
-    card("HEVC / H.265").setFocus();
-    QTest::keyClick(&card("HEVC / H.265"), Qt::Key_Down);
-    EXPECT_EQ(model->settings().codec, VideoCodecChoice::keepVideo) << "the arrow keys pass it over";
-}
 
-TEST_F(SettingsTest, codecsAreRadioButtonsToAScreenReader)
-{
-    ffmpeg("exit 1", "libx265");
-    show();
     const auto *hevc = QAccessible::queryAccessibleInterface(&card("HEVC / H.265"));
     EXPECT_EQ(hevc->role(), QAccessible::RadioButton);
     EXPECT_EQ(hevc->text(QAccessible::Name), "HEVC / H.265");
@@ -138,58 +104,56 @@ TEST_F(SettingsTest, codecsAreRadioButtonsToAScreenReader)
     const auto *av1 = QAccessible::queryAccessibleInterface(&card("AV1"));
     EXPECT_TRUE(av1->state().disabled);
     EXPECT_TRUE(av1->text(QAccessible::Description).endsWith("kann diesen Encoder nicht."));
+
+    card("HEVC / H.265").setFocus();
+    QTest::keyClick(&card("HEVC / H.265"), Qt::Key_Down);
+    EXPECT_EQ(model->settings().codec, VideoCodecChoice::keepVideo) << "the arrow keys pass it over";
 }
 
 TEST_F(SettingsTest, qualityNamesItsTarget)
 {
-    ffmpegWithVmaf();
+    scoringFfmpeg("");
     show();
     const std::string rest = " VMAF · der CRF-Wert wird je Datei so gemessen, dass das Ziel erreicht wird.";
-    EXPECT_THAT(texts(*panel), Contains("Ziel ca. 95" + rest));
+    EXPECT_THAT(*panel, says("Ziel ca. 95" + rest));
     EXPECT_THAT(*panel, says("Kein sichtbarer Unterschied bei normalem Sehabstand. Bester Kompromiss."));
-    choose(picker("Qualität"), 4);
-    EXPECT_THAT(texts(*panel), Contains("Ziel ca. 92,5" + rest));
+    use(picker("Qualität"), 4);
+    EXPECT_THAT(*panel, says("Ziel ca. 92,5" + rest));
     EXPECT_THAT(*panel, says("Sichtbar weicher, Details und Körnung gehen verloren."));
-    EXPECT_THAT(texts(*panel), Contains("Verfahren: libvmaf von ffmpeg"));
+    EXPECT_THAT(*panel, says("Verfahren: libvmaf von ffmpeg"));
 }
 
 TEST_F(SettingsTest, whereNothingMeasuresTheFixedValueIsNamedInstead)
 {
     measuresQuality = true;
     show();
-    const char *warning =
-        "Jede Datei bekommt den festen Wert CRF 23, weil das Messen der Qualität abgeschaltet ist.";
-    EXPECT_THAT(texts(*panel), Contains("Verfahren: Eigene Messung"));
+    EXPECT_THAT(*panel, says("Verfahren: Eigene Messung"));
     EXPECT_THAT(*panel, says("Ziel ca. 95 VMAF"));
-    EXPECT_THAT(texts(*panel), Not(Contains(warning)));
+    EXPECT_THAT(*panel, Not(says("den festen Wert")));
     model->setMeasuresQuality(false);
-    EXPECT_THAT(texts(*panel), Contains(warning));
+    EXPECT_THAT(*panel, says("Jede Datei bekommt den festen Wert CRF 23, weil das Messen der Qualität "
+                             "abgeschaltet ist."));
     EXPECT_THAT(*panel, Not(says("Ziel ca.")));
     EXPECT_THAT(*panel, Not(says("Verfahren")));
     click(card("AV1"));
-    choose(picker("Qualität"), 4);
+    use(picker("Qualität"), 4);
     EXPECT_THAT(*panel, says("den festen Wert CRF 32"));
 }
 
 TEST_F(SettingsTest, whereTheVideoIsKeptQualityAndResolutionTellWhyTheyDoNothing)
 {
+    measuresQuality = true;
+    show();
     const std::string reason = "Das Video wird nicht neu kodiert";
     for (const bool measures : {false, true}) {
-        panel.reset();
-        model.reset();
-        if (measures)
-            ffmpegWithVmaf();
-        show();
-        click(card("AV1"));
-        EXPECT_THAT(*panel, Not(says(reason)));
+        model->setMeasuresQuality(measures);
         click(card("Codec beibehalten"));
         EXPECT_FALSE(picker("Qualität").isEnabled());
         EXPECT_FALSE(picker("Zielauflösung").isEnabled());
         EXPECT_THAT(*panel, says(reason + " und behält seine Qualität."));
         EXPECT_THAT(*panel, says(reason + " und behält seine Auflösung."));
-        EXPECT_THAT(*panel, Not(says("VMAF")));
-        EXPECT_THAT(*panel, Not(says("Verfahren")));
-        EXPECT_THAT(*panel, Not(says("Messen der Qualität")));
+        for (const char *text : {"VMAF", "Verfahren", "Messen der Qualität"})
+            EXPECT_THAT(*panel, Not(says(text)));
         click(card("AV1"));
         EXPECT_TRUE(picker("Qualität").isEnabled());
         EXPECT_TRUE(picker("Zielauflösung").isEnabled());
@@ -204,20 +168,18 @@ TEST_F(SettingsTest, warnsWhereAShareWouldDeleteTheOriginals)
     fs::create_directories(folder / "nas");
     const Mount share = Mount::share(server.path(), folder / "nas");
     SKIP_WITHOUT(share);
-    const std::string warning =
-        "Achtung: Das Netzlaufwerk hat keinen Papierkorb – das Original wird nach erfolgreicher Prüfung "
-        "endgültig gelöscht.";
     start();
     show();
     EXPECT_THAT(*panel, Not(says("Achtung")));
     model->open(folder / "nas");
     EXPECT_TRUE(idle());
-    EXPECT_THAT(texts(*panel), Contains(warning));
+    EXPECT_THAT(*panel, says("Achtung: Das Netzlaufwerk hat keinen Papierkorb – das Original wird nach "
+                             "erfolgreicher Prüfung endgültig gelöscht."));
     EXPECT_THAT(*panel, Not(says("in den Papierkorb")));
-    choose(picker("Ausgabe"), 1);
+    use(picker("Ausgabe"), 1);
     EXPECT_THAT(*panel, Not(says("Achtung")));
     EXPECT_THAT(*panel, says("„nas (Kestrel)“"));
-    choose(picker("Ausgabe"), 0);
+    use(picker("Ausgabe"), 0);
     fs::create_directories(server / "#recycle");
     model->open(folder / "nas");
     EXPECT_TRUE(idle());
@@ -226,17 +188,15 @@ TEST_F(SettingsTest, warnsWhereAShareWouldDeleteTheOriginals)
 
 TEST_F(SettingsTest, aNumberOfJobsThatIsNotOfferedIsShownAsItIs)
 {
-    ConversionSettings many;
-    many.parallelJobs = 12;
-    show({.settings = many});
-    EXPECT_EQ(picker("Gleichzeitig").currentText(), "12");
-    many.parallelJobs = -1;
-    model->setSettings(many);
-    EXPECT_EQ(picker("Gleichzeitig").currentText(), "-1");
-    EXPECT_EQ(picker("Gleichzeitig").count(), 5);
-    choose(picker("Gleichzeitig"), 2);
+    show({.settings = ConversionSettings{.parallelJobs = 12}});
+    Picker &jobs = picker("Gleichzeitig");
+    EXPECT_EQ(jobs.currentText(), "12");
+    changeSettings([](auto &settings) { settings.parallelJobs = -1; });
+    EXPECT_EQ(jobs.currentText(), "-1");
+    EXPECT_EQ(jobs.count(), 5);
+    use(jobs, 2);
     EXPECT_EQ(model->settings().parallelJobs, 2);
-    EXPECT_EQ(picker("Gleichzeitig").count(), 4);
+    EXPECT_EQ(jobs.count(), 4);
 }
 
 TEST_F(SettingsTest, aTurningWheelScrollsPastAPicker)
@@ -254,10 +214,9 @@ TEST_F(SettingsTest, aTurningWheelScrollsPastAPicker)
 
 TEST_F(SettingsTest, theTabKeyGoesFromTopToBottom)
 {
-    open({aFilm().audio("ac3", "eng").audio("ac3", "jpn")});
+    openFilms({aFilm().audio("ac3", "eng").audio("ac3", "jpn")});
     show();
     give({aFilm().audio("ac3", "eng").audio("ac3", "fra")});
-    settle();
     auto *contents = panel->findChild<QScrollArea *>()->widget();
     std::vector<int> heights;
     card("HEVC / H.265").setFocus();
@@ -288,28 +247,26 @@ TEST_F(SettingsTest, everyPickerHasALetterThatLeadsToIt)
 
     panel->resize(panel->width(), Theme::em(10));
     settle();
-    auto *last = named<Picker>(*panel, QStringLiteral("Gleichzeitig"));
-    EXPECT_TRUE(last->visibleRegion().isEmpty());
+    Picker &last = picker("Gleichzeitig");
+    EXPECT_TRUE(last.visibleRegion().isEmpty());
     panel->activateWindow();
-    panel->findChild<CodecCard *>()->setFocus();
-    last->setFocus(Qt::ShortcutFocusReason);
-    EXPECT_FALSE(last->visibleRegion().isEmpty()) << "comes into sight";
+    card("AV1").setFocus();
+    last.setFocus(Qt::ShortcutFocusReason);
+    EXPECT_FALSE(last.visibleRegion().isEmpty()) << "comes into sight";
 }
 
 TEST_F(SettingsTest, duringARunChangesAreForTheNext)
 {
-    film("0.mkv");
-    startAndScan();
+    open({"0.mkv"});
     giveSample("0.mkv");
     show();
     const std::string note = "Änderungen gelten ab dem nächsten Lauf.";
     EXPECT_THAT(*panel, Not(says(note)));
-    ffmpeg("while [ ! -e " + quoted(toolbox / "go") + " ]; do sleep 0.02; done");
+    ffmpeg(waitsFor("go"));
     model->startConversion();
-    EXPECT_THAT(texts(*panel), Contains(note));
+    EXPECT_THAT(*panel, says(note));
     EXPECT_TRUE(picker("Qualität").isEnabled());
-    model->stop();
-    EXPECT_TRUE(idle());
+    stop();
     EXPECT_THAT(*panel, Not(says(note)));
 }
 
