@@ -113,10 +113,10 @@ Cell video(const FileItem &item, const ConversionSettings &settings)
                            : plan == nullptr ? VideoText::of(*item.info)
                                              : VideoText::of(*item.info, *plan, item.shownSettings(settings));
     Cell cell{.text = qt(text.whole()), .tone = item.info->video ? Tone::text : Tone::muted};
-    if (isConverted || plan == nullptr)
-        return cell;
     if (!text.target.empty())
         cell.brief = qt(text.brief());
+    if (isConverted || plan == nullptr)
+        return cell;
     cell.help = qt(text.fate);
     for (const auto &note : plan->notes)
         cell.help += QLatin1Char('\n') + qt(note);
