@@ -152,7 +152,8 @@ private:
 std::string position(double seconds)
 {
     const long long milliseconds = std::llround(std::max(seconds, 0.0) * 1000);
-    return fmt::format("{},{:03}", Fmt::clock(static_cast<double>(milliseconds / 1000)), milliseconds % 1000);
+    const long long whole = milliseconds / 1000;
+    return fmt::format("{},{:03}", Fmt::clock(static_cast<double>(whole)), milliseconds % 1000);
 }
 
 void printResult(const FrameComparison::Result &result, int every)

@@ -312,8 +312,8 @@ void NutParser::readSyncpoint(Cursor body)
     if (body.hasEnded())
         bad("a syncpoint is too short");
     const TimeBase &base = m_timeBases[coded % m_timeBases.size()];
-    const double time =
-        std::floor(static_cast<double>(coded / m_timeBases.size()) * base.seconds() / m_timeBase.seconds());
+    const std::uint64_t ticks = coded / m_timeBases.size();
+    const double time = std::floor(static_cast<double>(ticks) * base.seconds() / m_timeBase.seconds());
     constexpr double latest = 4e18;
     if (!(time < latest))
         bad("an impossible time");

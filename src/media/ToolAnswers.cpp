@@ -76,6 +76,7 @@ std::vector<std::string> ToolAnswers::ask(const fs::path &program, const std::ve
     const auto attributes = Files::tryAttributes(program);
     const auto inOrder = [&](const ByQuestion &answers) {
         std::vector<std::string> list;
+        list.reserve(questions.size());
         for (const Arguments &question : questions)
             list.push_back(answers.at(question));
         return list;

@@ -125,9 +125,9 @@ void ConversionRun::apply(const std::map<FileItem *, Progress> &reports)
         return;
     for (const auto &[item, progress] : reports)
         if (m_jobs.contains(item))
-            m_library.change(*item, [&](FileItem &file) {
-                file.status = progress.status;
-                file.fps = progress.fps;
+            m_library.change(*item, [&latest = progress](FileItem &file) {
+                file.status = latest.status;
+                file.fps = latest.fps;
             });
     emit progressed();
 }

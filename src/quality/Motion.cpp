@@ -43,10 +43,12 @@ double motion(const LumaFrame &previous, const LumaFrame &frame, Scratch &scratc
             near[k] = differences.row(mirrored(static_cast<std::ptrdiff_t>(y + k) - 2, height) % ring);
         float *column = rows.row(0);
         for (std::size_t x = 0; x < width; x += lanes)
-            hn::StoreU(
-                filtered<5>(blur.data(),
-                            [&](int k) { return hn::LoadU(d, near[static_cast<std::size_t>(2 + k)] + x); }),
-                d, column + x);
+            hn::StoreU(filtered<5>(blur.data(),
+                                   [&](int k) {
+                                       const int tap = 2 + k;
+                                       return hn::LoadU(d, near[static_cast<std::size_t>(tap)] + x);
+                                   }),
+                       d, column + x);
         mirrorEnds(column, width, 2);
         Vector rowSum = hn::Zero(d);
         for (std::size_t x = 0; x < width; x += lanes) {

@@ -113,7 +113,8 @@ HWY_NOINLINE Rows reduce(Rows &rows, const Window &window, Scratch &scratch)
         for (std::size_t x = 0; x < rows.width; x += lanes) {
             const auto column = [&](const std::array<const float *, Taps> &source) {
                 return filtered<Taps>(window.half.data(), [&](int k) {
-                    return hn::LoadU(d, source[static_cast<std::size_t>(Taps / 2 + k)] + x);
+                    const int tap = Taps / 2 + k;
+                    return hn::LoadU(d, source[static_cast<std::size_t>(tap)] + x);
                 });
             };
             hn::StoreU(column(near.reference), d, columns.row(0) + x);

@@ -2,22 +2,12 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
-#include <QWidget>
 
 #include "ui/look/Bar.h"
 
 namespace kestrel {
 
 namespace {
-
-// Shows notifications invisibly. Screen readers read one when it is shown; Qt has no event of its own for
-// that before version 6.8.
-class Announcer : public QWidget {
-    Q_OBJECT
-
-public:
-    using QWidget::QWidget;
-};
 
 class AccessibleBar : public QAccessibleWidget, public QAccessibleValueInterface {
 public:
@@ -68,5 +58,3 @@ void installAccessibility()
 }
 
 } // namespace kestrel
-
-#include "Accessibility.moc"
