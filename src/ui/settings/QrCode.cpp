@@ -52,9 +52,11 @@ void QrCode::paintEvent(QPaintEvent *)
     const int margin = (side - m_count * module) / 2;
     painter.scale(1 / scale, 1 / scale);
     for (int y = 0; y < m_count; ++y)
-        for (int x = 0; x < m_count; ++x)
-            if (m_isDark[static_cast<std::size_t>(y * m_count + x)])
+        for (int x = 0; x < m_count; ++x) {
+            const int at = y * m_count + x;
+            if (m_isDark[static_cast<std::size_t>(at)])
                 painter.fillRect(margin + x * module, margin + y * module, module, module, Qt::black);
+        }
 }
 
 } // namespace kestrel
