@@ -233,6 +233,7 @@ std::vector<const FileItem *> ConversionRun::inWork() const
     for (const auto &[item, job] : m_jobs)
         ordered.emplace(job.number, item);
     std::vector<const FileItem *> items;
+    items.reserve(ordered.size());
     for (const auto &[number, item] : ordered)
         items.push_back(item);
     return items;
