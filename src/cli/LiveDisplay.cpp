@@ -99,7 +99,7 @@ public:
         Terminal::print("\n{}{}\n",
                         run.isComplete() ? "" : Terminal::bold(headline(ActivityText::State::stopped)) + "\n",
                         Terminal::bold(run.finishedText()));
-        if (const auto text = run.soFarText())
+        if (const auto text = run.savedText())
             Terminal::print("{}\n", *text);
     }
 

@@ -96,7 +96,7 @@ public:
         if (!run.isComplete())
             printLine(std::string(headline(ActivityText::State::stopped)));
         printLine(run.finishedText());
-        if (const auto text = run.soFarText())
+        if (const auto text = run.savedText())
             printLine(*text);
     }
 

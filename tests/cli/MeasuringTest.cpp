@@ -40,6 +40,7 @@ TEST(Measuring, whereNothingMeasuresThereIsNoSearch)
     const auto convert = kestrel({"convert", sandbox.path(), "--quality", "small"});
     EXPECT_THAT(convert.standardOutput, HasSubstr("a.mkv: Probekodierung\na.mkv: wird konvertiert\n"));
     EXPECT_THAT(convert.standardOutput, Not(HasSubstr("Qualitätssuche")));
+    EXPECT_THAT(convert.standardOutput, ContainsRegex("\nFertig: 1 konvertiert – [^\n]+\n[0-9]+ [KM]B → "));
     EXPECT_THAT(readFile(home() / "Library/Logs/Kestrel/Kestrel.log"),
                 HasSubstr("Qualitätssuche a.mkv: CRF 28, "));
 
